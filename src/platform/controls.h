@@ -1,0 +1,78 @@
+// Windows and controls by handle. A control object does not own its control: the dialog does, and
+// on a handle that names no live window every operation does nothing and every read gives 0.
+#pragma once
+
+#include "platform/dispatch.h"
+#include "platform/types.h"
+
+#include <string>
+
+class CWnd : public CCmdTarget
+{
+public:
+    CWnd() = default;
+    explicit CWnd(HWND window) : m_hWnd(window) {}
+
+    HWND GetSafeHwnd() const { return m_hWnd; }
+
+    void SetWindowText(const std::string& text); // UTF-8; bytes that are not show as U+FFFD
+    std::string GetWindowText() const;
+
+    void EnableWindow(BOOL enable = TRUE);
+    BOOL IsWindowEnabled() const;
+    void ShowWindow(int command); // SW_...
+    BOOL IsWindowVisible() const;
+    BOOL IsIconic() const;
+    void SetFocus();
+
+    void GetWindowRect(RECT* rect) const; // screen pixels
+    void GetClientRect(RECT* rect) const; // left and top are 0
+    // x, y: pixels in the parent's client area; flags: SWP_...
+    void SetWindowPos(int x, int y, int width, int height, UINT flags);
+
+    // Asks for a paint; with erase the background is drawn first.
+    void Invalidate(BOOL erase = TRUE);
+
+    // Starts or restarts the timer of this id: WM_TIMER every period milliseconds, until killed or
+    // until the window is destroyed.
+    void SetTimer(UINT_PTR id, UINT period);
+    void KillTimer(UINT_PTR id);
+
+protected:
+    friend class CDialog;
+    friend class CDataExchange;
+    HWND m_hWnd = nullptr;
+};
+
+class CStatic : public CWnd
+{
+};
+
+class CEdit : public CWnd
+{
+};
+
+class CButton : public CWnd
+{
+public:
+    int GetCheck() const; // 0 or 1
+    void SetCheck(int check);
+};
+
+class CScrollBar : public CWnd
+{
+public:
+    void GetScrollRange(int* minimum, int* maximum) const;
+    void SetScrollRange(int minimum, int maximum, BOOL redraw = TRUE);
+    int GetScrollPos() const;
+    void SetScrollPos(int position, BOOL redraw = TRUE); // held to the range
+};
+
+class CSliderCtrl : public CWnd
+{
+public:
+    void SetRange(int minimum, int maximum, BOOL redraw = FALSE); // moves the thumb into the range
+    void SetTicFreq(int frequency);
+    int GetPos() const;
+    void SetPos(int position); // held to the range
+};

@@ -1,0 +1,136 @@
+// Dialogs, the exchange of data between their controls and members, and the application object.
+#pragma once
+
+#include "platform/controls.h"
+#include "platform/dialog_template.h"
+
+#include <cstdint>
+#include <span>
+#include <string>
+
+using HICON = const IconResource*;
+
+class CDialog;
+
+// One pass of CDialog::DoDataExchange. After the first rejected field the rest of a reading pass
+// does nothing, so that the members from that field on keep their values.
+class CDataExchange
+{
+public:
+    CDataExchange(CDialog* dialog, BOOL saveAndValidate)
+        : m_pDlg(dialog), m_bSaveAndValidate(saveAndValidate)
+    {
+    }
+
+    CDialog* m_pDlg;
+    BOOL m_bSaveAndValidate; // TRUE: controls -> members, FALSE: members -> controls
+    bool m_rejected = false;
+};
+
+// Each binds the control of this id of the pass's dialog to the member. An id that the template
+// does not hold is a programming error and ends the program with a message on standard error.
+//
+// A text that is no number of the member's type (empty, not a number, nan, inf, a sign where
+// unsigned, out of range) rejects the field: one box names it and says what it takes, the focus
+// goes back to it, and the box is not shown a second time for the same edit.
+void DDX_Control(CDataExchange* dx, int id, CWnd& control);
+void DDX_Text(CDataExchange* dx, int id, std::uint32_t& value);
+void DDX_Text(CDataExchange* dx, int id, double& value);
+void DDX_Check(CDataExchange* dx, int id, BOOL& value);
+// id: the group's first radio button; value: index of the checked one in its group, -1 for none.
+void DDX_Radio(CDataExchange* dx, int id, int& value);
+void DDX_Slider(CDataExchange* dx, int id, std::int32_t& value);
+
+class CDialog : public CWnd
+{
+public:
+    // The template must outlive the dialog. parent: the owner window, null for none.
+    CDialog(const DialogTemplate& dialogTemplate, CWnd* parent);
+    ~CDialog() override; // destroys the window if it still exists
+    CDialog(const CDialog&) = delete;
+    CDialog& operator=(const CDialog&) = delete;
+
+    // Creates the window, runs OnInitDialog, shows the window and serves messages until EndDialog;
+    // returns its result. With a parent, the parent takes no input meanwhile. When the program is
+    // asked to end, every open dialog ends with IDCANCEL.
+    int DoModal();
+    void EndDialog(int result);
+
+    // Every event of the dialog comes through here: the handler that the dispatch table names, or
+    // the default processing. Send(WM_COMMAND, id) is a click on the control of that id.
+    // An exception of a handler ends here, in a box with its text.
+    LRESULT Send(UINT message, WPARAM wParam = 0, LPARAM lParam = 0);
+
+    // Runs DoDataExchange; FALSE when a field was rejected.
+    BOOL UpdateData(BOOL saveAndValidate = TRUE);
+
+    CWnd GetDlgItem(int id) const;
+    void SetDlgItemText(int id, const std::string& text);
+    void SetDlgItemInt(int id, std::int32_t value); // decimal
+    // Checks the radio button check of the group first .. last and clears the others.
+    void CheckRadioButton(int first, int last, int check);
+    void SetIcon(HICON icon, BOOL big);
+
+    const DialogTemplate& Template() const { return m_template; }
+    virtual std::span<const DispatchEntry> DispatchTable() const { return {}; }
+
+protected:
+    // FALSE: the handler has set the focus itself.
+    virtual BOOL OnInitDialog();
+    virtual void DoDataExchange(CDataExchange* dx);
+    virtual void OnOK();     // reads the controls; unless a field was rejected, ends with IDOK
+    virtual void OnCancel(); // ends with IDCANCEL
+
+    // The default processing of the message being handled: WM_CLOSE ends the dialog with IDCANCEL,
+    // the commands IDOK and IDCANCEL run OnOK and OnCancel, any other does nothing.
+    LRESULT Default();
+
+private:
+    friend void DDX_Control(CDataExchange* dx, int id, CWnd& control);
+
+    LRESULT Dispatch(UINT message, WPARAM wParam, LPARAM lParam);
+
+    struct MessageInService
+    {
+        UINT message;
+        WPARAM wParam;
+        LPARAM lParam;
+    };
+
+    const DialogTemplate& m_template;
+    CWnd* m_parent;
+    MessageInService m_current{};
+    int m_result = IDCANCEL;
+};
+
+// The application object, one for the life of the process.
+class CWinApp : public CCmdTarget
+{
+public:
+    explicit CWinApp(const char* name);
+    ~CWinApp() override;
+
+    // Sets the windowing system up and calls InitInstance; when it returns TRUE, serves messages
+    // until the main window is gone. Returns the process's exit code.
+    int Run(int argc, char** argv);
+
+    virtual BOOL InitInstance() { return TRUE; }
+    virtual std::span<const DispatchEntry> DispatchTable() const { return {}; }
+
+    void OnHelp(); // shows the program's name and version
+    const std::string& Name() const { return m_name; }
+    void SetVersion(const char* version) { m_version = version; }
+
+    CWnd* m_pMainWnd = nullptr;
+
+protected:
+    // Classic flat control look; today's toolkits draw three-dimensional controls by themselves.
+    BOOL Enable3dControls() { return TRUE; }
+
+private:
+    std::string m_name;
+    std::string m_version;
+};
+
+// The application object, or null outside its life.
+CWinApp* AfxGetApp();

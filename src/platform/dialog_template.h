@@ -1,0 +1,67 @@
+// What a dialog looks like: a constant table in dialog units that the layer turns into a window.
+#pragma once
+
+#include <span>
+
+// Dialog units: a quarter of the average character's width, an eighth of a character's height.
+struct DialogUnits
+{
+    int x, y, width, height;
+};
+
+enum class ControlKind
+{
+    PushButton,
+    DefaultButton, // the push button that Enter presses
+    CheckBox,      // toggles itself when clicked
+    RadioButton,   // one of the group that the last GroupStart began
+    Label,         // static text; it names the edit field that follows it in the table
+    Edit,          // one line of text
+    GroupBox,
+    Frame, // static sunken frame; its painting is the dialog's WM_PAINT
+    HorizontalScrollBar,
+    VerticalScrollBar,
+    TrackBar, // horizontal, ticks above
+};
+
+enum ControlFlags : unsigned
+{
+    ControlHidden = 1,
+    ControlDisabled = 2,
+    GroupStart = 4, // first radio button of its group
+};
+
+struct ControlTemplate
+{
+    int id; // 0 for a control that nobody asks for
+    ControlKind kind;
+    const char* text; // "&" stands before the mnemonic letter
+    DialogUnits place;
+    unsigned flags = 0;
+    const char* accessibleName = nullptr; // where the text alone does not name the control
+};
+
+struct DialogTemplate
+{
+    int id;
+    const char* title;
+    int width, height; // of the client area, in dialog units
+    const char* fontName;
+    int fontPoints;
+    std::span<const ControlTemplate> controls; // in Tab order
+    bool minimizable = false;
+};
+
+// A square icon drawn in characters: palette[i].key stands for one colour, ' ' is transparent.
+struct IconColour
+{
+    char key;
+    unsigned rgb; // 0xRRGGBB
+};
+
+struct IconResource
+{
+    int id;
+    std::span<const IconColour> palette;
+    std::span<const char* const> rows; // top to bottom, all as long as there are rows
+};

@@ -1,0 +1,143 @@
+// The table that leads a window's messages to the operations that handle them.
+#pragma once
+
+#include "platform/types.h"
+
+#include <concepts>
+#include <cstdint>
+
+// Whatever owns a dispatch table: dialogs and the application object.
+class CCmdTarget
+{
+public:
+    virtual ~CCmdTarget() = default;
+};
+
+// One line of a dispatch table: for this message (of this control, with this notification code)
+// make this call. A dialog takes the first line that fits.
+struct DispatchEntry
+{
+    static constexpr int AnyId = -1;
+
+    UINT message;
+    int id;    // of the control for WM_COMMAND and WM_NOTIFY, else AnyId
+    UINT code; // the notification code for WM_COMMAND and WM_NOTIFY, else 0
+    LRESULT (*call)(CCmdTarget& target, WPARAM wParam, LPARAM lParam);
+};
+
+// The makers of the lines. Each takes the handler as a pointer to member, which may be private
+// where the table is built inside the class; a handler of another shape does not compile.
+namespace on {
+
+template <typename Handler>
+struct Shape;
+
+template <typename Class, typename Result, typename... Arguments>
+struct Shape<Result (Class::*)(Arguments...)>
+{
+    using Target = Class;
+    using Call = Result(Arguments...);
+};
+
+template <auto Handler>
+using TargetOf = typename Shape<decltype(Handler)>::Target;
+
+template <auto Handler, typename Call>
+concept HandlerOf = std::derived_from<TargetOf<Handler>, CCmdTarget> &&
+    std::same_as<typename Shape<decltype(Handler)>::Call, Call>;
+
+template <auto Handler, UINT MessageNumber>
+requires HandlerOf<Handler, void()>
+constexpr DispatchEntry Plain(int id = DispatchEntry::AnyId, UINT code = 0)
+{
+    return {MessageNumber, id, code, [](CCmdTarget& target, WPARAM, LPARAM) -> LRESULT {
+                (static_cast<TargetOf<Handler>&>(target).*Handler)();
+                return 0;
+            }};
+}
+
+template <auto Handler>
+constexpr DispatchEntry Paint()
+{
+    return Plain<Handler, WM_PAINT>();
+}
+
+template <auto Handler>
+constexpr DispatchEntry Close()
+{
+    return Plain<Handler, WM_CLOSE>();
+}
+
+// A button, check box or radio button was clicked, or the dialog's IDOK or IDCANCEL was asked for.
+template <auto Handler>
+constexpr DispatchEntry Command(int id)
+{
+    return Plain<Handler, WM_COMMAND>(id, BN_CLICKED);
+}
+
+// An edit field lost the input focus.
+template <auto Handler>
+constexpr DispatchEntry LeaveField(int id)
+{
+    return Plain<Handler, WM_COMMAND>(id, EN_KILLFOCUS);
+}
+
+// Handler: void(UINT_PTR timer).
+template <auto Handler>
+requires HandlerOf<Handler, void(UINT_PTR)>
+constexpr DispatchEntry Timer()
+{
+    return {WM_TIMER, DispatchEntry::AnyId, 0,
+            [](CCmdTarget& target, WPARAM wParam, LPARAM) -> LRESULT {
+                (static_cast<TargetOf<Handler>&>(target).*Handler)(wParam);
+                return 0;
+            }};
+}
+
+// Handler: LRESULT(WPARAM, LPARAM).
+template <auto Handler>
+requires HandlerOf<Handler, LRESULT(WPARAM, LPARAM)>
+constexpr DispatchEntry Message(UINT message)
+{
+    return {message, DispatchEntry::AnyId, 0,
+            [](CCmdTarget& target, WPARAM wParam, LPARAM lParam) -> LRESULT {
+                return (static_cast<TargetOf<Handler>&>(target).*Handler)(wParam, lParam);
+            }};
+}
+
+// Handler: void(UINT scrollCode, std::uint32_t thumbPosition).
+template <auto Handler, UINT MessageNumber>
+requires HandlerOf<Handler, void(UINT, std::uint32_t)>
+constexpr DispatchEntry Scroll()
+{
+    return {MessageNumber, DispatchEntry::AnyId, 0,
+            [](CCmdTarget& target, WPARAM wParam, LPARAM) -> LRESULT {
+                (static_cast<TargetOf<Handler>&>(target).*Handler)(
+                    static_cast<UINT>(wParam & 0xFFFF), static_cast<std::uint32_t>(wParam >> 16));
+                return 0;
+            }};
+}
+
+template <auto Handler>
+constexpr DispatchEntry HorizontalScroll()
+{
+    return Scroll<Handler, WM_HSCROLL>();
+}
+
+template <auto Handler>
+constexpr DispatchEntry VerticalScroll()
+{
+    return Scroll<Handler, WM_VSCROLL>();
+}
+
+// A track bar's notification. Handler: LRESULT().
+template <auto Handler>
+requires HandlerOf<Handler, LRESULT()>
+constexpr DispatchEntry Notify(UINT code, int id)
+{
+    return {WM_NOTIFY, id, code, [](CCmdTarget& target, WPARAM, LPARAM) -> LRESULT {
+                return (static_cast<TargetOf<Handler>&>(target).*Handler)();
+            }};
+}
+
+} // namespace on
