@@ -3,6 +3,8 @@
 
 #include "platform/types.h"
 
+#include <cstdio>
+
 using HANDLE = struct HANDLE__*;
 inline const HANDLE INVALID_HANDLE_VALUE = reinterpret_cast<HANDLE>(static_cast<std::intptr_t>(-1));
 
@@ -25,13 +27,23 @@ inline constexpr DWORD ERROR_INVALID_NAME = 123;
 inline constexpr DWORD ERROR_ALREADY_EXISTS = 183;
 
 // Opens (or creates) a file with the asked access. shareMode 0: nobody else may have it open; the
-// program's own streams count, see LockStream. securityAttributes and templateFile are null here.
+// program's own streams count, see OpenStream. securityAttributes and templateFile are null here.
 // INVALID_HANDLE_VALUE on failure, with the cause in GetLastError. Never blocks: a pipe, socket or
 // device is refused with ERROR_ACCESS_DENIED, and so is a folder.
 HANDLE CreateFileA(const char* path, DWORD access, DWORD shareMode, const void* securityAttributes,
                    DWORD creation, DWORD attributes, HANDLE templateFile);
 BOOL CloseHandle(HANDLE handle);
 DWORD GetLastError(); // of this thread's last failed operation of this header
+
+// Opens a stream and locks the file as long as the stream is open: "rb" shared with other readers,
+// "wb" for this stream alone. "wb" creates the file or, once the lock is held, empties it. Null on
+// failure, with the cause in GetLastError: ERROR_SHARING_VIOLATION when a lock stands against it.
+// Never blocks: a pipe, socket, device or folder is refused with ERROR_ACCESS_DENIED. The caller
+// closes the stream with fclose, which gives the lock up.
+std::FILE* OpenStream(const char* path, const char* mode);
+
+// Brings what was written to the stream onto the disk; false when any of it failed.
+bool SyncStream(std::FILE* stream);
 
 struct WIN32_FIND_DATAA
 {
