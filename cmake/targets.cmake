@@ -23,6 +23,9 @@ function(tarntest_library folder)
   endif()
 endfunction()
 
+# Builds the tests that the sanitizers run, and nothing else.
+add_custom_target(unit_tests)
+
 # tarntest_test(<name> <sources>... [LINK <targets>...] [LABELS <labels>...] [ENVIRONMENT <k=v>...]):
 # one GoogleTest program, registered with ctest. The label "unit" marks those that need no window
 # and run again under the sanitizers.
@@ -39,4 +42,7 @@ function(tarntest_test name)
   endif()
   set_tests_properties(${name} PROPERTIES TIMEOUT ${ARG_TIMEOUT} LABELS "${ARG_LABELS}"
                                           ENVIRONMENT "${ARG_ENVIRONMENT}")
+  if("unit" IN_LIST ARG_LABELS)
+    add_dependencies(unit_tests ${name})
+  endif()
 endfunction()
