@@ -1,0 +1,127 @@
+// The picture row by row in viewing order, whatever the orientation of the storage.
+#include "image/image.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace {
+
+// Copies count pixels that stand step bytes apart, starting at source, to destination.
+using Gather = void (*)(const std::uint8_t* source, std::size_t step, std::uint32_t count,
+                        std::uint8_t* destination);
+
+struct GatherRow
+{
+    std::uint32_t pixelBytes;
+    Gather reverseCopy;    // contiguous pixels, last to first
+    Gather columnForward;  // a stored column, first to last
+    Gather columnReversed; // a stored column, last to first
+};
+
+template <std::size_t B>
+void ReverseCopy(const std::uint8_t* source, std::size_t step, std::uint32_t count,
+                 std::uint8_t* destination);
+template <std::size_t B>
+void ColumnForward(const std::uint8_t* source, std::size_t step, std::uint32_t count,
+                   std::uint8_t* destination);
+template <std::size_t B>
+void ColumnReversed(const std::uint8_t* source, std::size_t step, std::uint32_t count,
+                    std::uint8_t* destination);
+
+// Copies of 3- and 6-byte pixels become a word and a byte, two words: never a byte past the pixel.
+constexpr GatherRow gatherFamily[] = {
+    {1, ReverseCopy<1>, ColumnForward<1>, ColumnReversed<1>},
+    {2, ReverseCopy<2>, ColumnForward<2>, ColumnReversed<2>},
+    {3, ReverseCopy<3>, ColumnForward<3>, ColumnReversed<3>},
+    {4, ReverseCopy<4>, ColumnForward<4>, ColumnReversed<4>},
+    {6, ReverseCopy<6>, ColumnForward<6>, ColumnReversed<6>},
+};
+
+constexpr bool RowsAreRows(std::uint32_t code)
+{
+    return (code & 4) != 0;
+}
+constexpr bool RowsRunForward(std::uint32_t code)
+{
+    return (code & 2) != 0;
+}
+constexpr bool ColumnsRunForward(std::uint32_t code)
+{
+    return (code & 1) != 0;
+}
+
+} // namespace
+
+std::uint32_t CImage::GetRow(std::uint32_t r, void* destination, std::size_t size) const
+{
+    const std::uint8_t* source = RowAddress(r);
+    if (!source)
+        return 0;
+    const auto count =
+        static_cast<std::uint32_t>(std::min<std::size_t>(size / m_pixelBytes, ViewRowLength()));
+    auto* pixels = static_cast<std::uint8_t*>(destination);
+    if (RowsAreRows(m_orientation) && ColumnsRunForward(m_orientation)) {
+        if (count != 0)
+            std::memcpy(pixels, source, std::size_t{count} * m_pixelBytes);
+        return count;
+    }
+    const auto* family = std::ranges::find(gatherFamily, m_pixelBytes, &GatherRow::pixelBytes);
+    if (family == std::end(gatherFamily))
+        return count;
+    const Gather gather = RowsAreRows(m_orientation)      ? family->reverseCopy
+                          : RowsRunForward(m_orientation) ? family->columnForward
+                                                          : family->columnReversed;
+    gather(source, std::size_t{m_width} * m_pixelBytes, count, pixels);
+    return count;
+}
+
+const std::uint8_t* CImage::RowAddress(std::uint32_t r) const
+{
+    if (!m_data || ViewRowCount() == 0)
+        return nullptr;
+    const std::size_t row = std::min(r, ViewRowCount() - 1);
+    if (RowsAreRows(m_orientation)) {
+        const std::size_t storedRow = RowsRunForward(m_orientation) ? row : m_height - 1 - row;
+        return m_data + storedRow * m_width * m_pixelBytes;
+    }
+    const std::size_t storedColumn = ColumnsRunForward(m_orientation) ? row : m_width - 1 - row;
+    return m_data + storedColumn * m_pixelBytes;
+}
+
+std::uint32_t CImage::ViewRowCount() const
+{
+    return RowsAreRows(m_orientation) ? m_height : m_width / std::max(m_widthDivisor, 1u);
+}
+
+std::uint32_t CImage::ViewRowLength() const
+{
+    return RowsAreRows(m_orientation) ? m_width : m_height;
+}
+
+namespace {
+
+template <std::size_t B>
+void ReverseCopy(const std::uint8_t* source, std::size_t, std::uint32_t count,
+                 std::uint8_t* destination)
+{
+    for (std::size_t k = 0; k < count; ++k)
+        std::memcpy(destination + k * B, source + (count - 1 - k) * B, B);
+}
+
+template <std::size_t B>
+void ColumnForward(const std::uint8_t* source, std::size_t step, std::uint32_t count,
+                   std::uint8_t* destination)
+{
+    for (std::size_t k = 0; k < count; ++k)
+        std::memcpy(destination + k * B, source + k * step, B);
+}
+
+template <std::size_t B>
+void ColumnReversed(const std::uint8_t* source, std::size_t step, std::uint32_t count,
+                    std::uint8_t* destination)
+{
+    for (std::size_t k = 0; k < count; ++k)
+        std::memcpy(destination + (count - 1 - k) * B, source + k * step, B);
+}
+
+} // namespace
