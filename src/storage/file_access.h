@@ -1,0 +1,20 @@
+// Why a file cannot be opened, as an exception that says so.
+#pragma once
+
+#include "errors/exceptions.h"
+
+#include <cstdint>
+
+inline constexpr ModuleDesc FileAccessModule = {0xE154ECD0, "Check file access"};
+
+inline constexpr char InvalidPathText[] = "Invalid path on %1%.";
+inline constexpr char UnknownAccessText[] = "Unknown error on trying to access path %1%";
+
+// Bits of a mode.
+inline constexpr std::uint32_t AccessRead = 1;
+inline constexpr std::uint32_t AccessWrite = 2;  // creates the file or empties an existing one
+inline constexpr std::uint32_t AccessCreate = 4; // likewise
+
+// Opens the file as the mode asks, closes it and returns; raises eFileAccessExcpt when it cannot be
+// opened. Called after an open has failed, to learn the cause.
+void CheckFileAccess(const char* path, std::uint32_t mode);
