@@ -1,0 +1,143 @@
+// A capture and preview library for tests: it answers from tables, can be made to fail, notes every
+// call and counts the objects it handed out.
+#pragma once
+
+#include "device/libraries.h"
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <utility>
+#include <variant>
+#include <vector>
+
+enum class Export
+{
+    Open,
+    Close,
+    SetNotifyWindow,
+    ClearNotifyWindow,
+    EnableCapture,
+    DisableCapture,
+    GetLibraryParam,
+    SetLibraryParam,
+    GetImage,
+    RemoveImage,
+    GetImageCount,
+    GetDeviceList,
+    GetDeviceParam,
+    SetDeviceParam,
+    DescribeResult,
+    FreeObject,
+    QuilletOpen,
+    QuilletClose,
+    QuilletShow,
+    Count
+};
+
+// What may be wrong with an object that an export hands out, or with the list or image it holds.
+enum class Fault
+{
+    None,
+    NullObject,  // no object; the result is as scripted
+    WrongType,   // a parameter of a type that nobody asks for
+    NullTexts,   // every text and block pointer is null
+    NullEntries, // a device list or image whose sizes are kept, but without entries or pixels
+};
+
+struct ScriptedDevice
+{
+    std::uint32_t number = 0;
+    std::uint32_t state = 1;
+    std::string name = "Sensor";
+    std::string description = "Scripted sensor";
+};
+
+// An image in the store. The number asked for is its own, or 0 for the first of the store.
+struct ScriptedImage
+{
+    std::uint32_t number = 1;
+    std::uint32_t imageId = 1;
+    std::uint32_t width = 2;
+    std::uint32_t height = 2;
+    std::uint32_t pixelBytes = 2;
+    std::uint32_t bitsPerSample = 12;
+    std::uint32_t tag = 0;
+    std::vector<std::uint8_t> pixels = std::vector<std::uint8_t>(8, 0); // null pointer when empty
+    std::string headerText;
+    std::string userId;
+};
+
+// From its construction to its end it stands in for the loaded libraries. One at a time, or nested.
+class ScriptedLibrary
+{
+public:
+    using Block = std::vector<std::uint8_t>;
+    // The alternatives stand for the types integer, flag, text and block.
+    using Parameter = std::variant<std::uint32_t, std::int32_t, std::string, Block>;
+
+    static constexpr unsigned Always = ~0u;
+    static constexpr std::uint32_t NoSuchParameter = 0x200001; // with no object
+    static constexpr std::uint32_t NoSuchImage = 0x200002;     // with no object
+    static constexpr std::uintptr_t PreviewHandle = 77;
+
+    ScriptedLibrary();
+    ~ScriptedLibrary();
+    ScriptedLibrary(const ScriptedLibrary&) = delete;
+    ScriptedLibrary& operator=(const ScriptedLibrary&) = delete;
+
+    LibraryExports exports; // set a member to null to let the library lack it
+
+    std::vector<ScriptedDevice> devices;
+    std::vector<ScriptedImage> images; // the store; TarnRemoveImage takes images out
+    std::map<std::uint32_t, std::string> descriptions; // "Description of 0x..." where missing
+    std::map<std::uint32_t, Parameter> libraryParams;
+    std::map<std::pair<std::uint32_t, std::uint32_t>, Parameter> deviceParams;
+
+    void SetDeviceInt(std::uint32_t device, std::uint32_t parameter, std::uint32_t value);
+    void SetDeviceFlag(std::uint32_t device, std::uint32_t parameter, std::int32_t value);
+    void SetDeviceText(std::uint32_t device, std::uint32_t parameter, std::string text);
+    void SetDeviceBlock(std::uint32_t device, std::uint32_t parameter, Block bytes);
+
+    // The export's next calls return the result and do nothing else; a read gives no object.
+    void Fail(Export which, std::uint32_t result, unsigned calls = 1);
+    // The export's next calls hand out objects with the fault; the result is result.
+    void Break(Export which, Fault fault, unsigned calls = 1, std::uint32_t result = 0);
+
+    // Runs before the call does its work: sends events, changes the tables, waits.
+    std::function<void(Export)> onCall;
+
+    // Every call in order: the operation's name and its arguments, texts in quotes, window handles
+    // left out: TarnEnableCapture 0 "My ID" 0; TarnSetDeviceParam 1 10 block 01 00 0C 00.
+    std::vector<std::string> calls;
+    // Those that begin with one of the prefixes.
+    std::vector<std::string> CallsOf(std::initializer_list<const char*> prefixes) const;
+
+    std::size_t Outstanding() const { return m_objects.size(); } // handed out and not freed
+    unsigned wrongFrees = 0; // of null-free addresses that were not outstanding
+
+private:
+    friend struct ScriptedExports;
+
+    struct Script
+    {
+        std::uint32_t result = 0;
+        Fault fault = Fault::None;
+        unsigned calls = 0;
+        bool fails = false;
+    };
+
+    // Notes the call, runs onCall and takes the export's script for it.
+    Script Begin(Export which, const std::string& arguments);
+    void* HandOut(std::shared_ptr<void> holder, void* object);
+    TarnValue* HandOutValue(std::uint32_t number, const Parameter& parameter, Fault fault);
+    std::uint32_t Read(const Script& script, std::uint32_t number, const Parameter* parameter,
+                       TarnValue** out);
+
+    std::map<Export, Script> m_scripts;
+    std::map<void*, std::shared_ptr<void>> m_objects;
+    const LibraryExports* m_formerExports;
+    ScriptedLibrary* m_former;
+};
