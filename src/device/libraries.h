@@ -7,6 +7,12 @@
 
 #include "device/tarn_abi.h"
 
+#include <memory>
+#include <span>
+
+// The result of an operation whose library or export is missing.
+inline constexpr std::uint32_t ErrorExportMissing = ResultError | 0xFF01;
+
 // What the program calls in Tarn and Quillet: one function pointer an export.
 struct LibraryExports
 {
@@ -60,6 +66,24 @@ std::uint32_t TarnGetImageCount(std::uint32_t* count); // *count is 0 on failure
 std::uint32_t TarnDescribeResult(std::uint32_t result, char* text, std::uint32_t capacity);
 
 void TarnFreeObject(void* object); // null is allowed
+
+// An object that the library handed out, freed on every way out of the owner's scope. Null when
+// the library gave none.
+struct FreeLibraryObject
+{
+    void operator()(void* object) const { TarnFreeObject(object); }
+};
+template <typename Record>
+using LibraryObject = std::unique_ptr<Record, FreeLibraryObject>;
+
+// The list's entries; none when the list or its entry pointer is null.
+std::span<const DeviceListEntry> Entries(const DeviceList* list);
+
+// The library's texts may be null; those read as empty.
+inline const char* TextOrEmpty(const char* text)
+{
+    return text ? text : "";
+}
 
 // screenArea: where on the screen the preview stands. *handle: the preview's handle.
 std::uint32_t QuilletOpen(HWND owner, std::uint32_t zero, const RECT* screenArea,

@@ -1,0 +1,239 @@
+// Loading of the two libraries and the way of every call through one place.
+#include "device/libraries.h"
+
+#include "platform/module.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <iterator>
+#include <string>
+#include <string_view>
+
+namespace {
+
+struct ExportLine
+{
+    std::string_view library;
+    unsigned number;
+    void (*store)(LibraryExports& exports, void* address);
+};
+
+template <auto Member>
+constexpr ExportLine Line(std::string_view library, unsigned number)
+{
+    return {library, number, [](LibraryExports& exports, void* address) {
+                auto& function = exports.*Member;
+                function = reinterpret_cast<std::remove_reference_t<decltype(function)>>(address);
+            }};
+}
+
+constexpr ExportLine exportLines[] = {
+    Line<&LibraryExports::open>("Tarn", 1),
+    Line<&LibraryExports::close>("Tarn", 2),
+    Line<&LibraryExports::setNotifyWindow>("Tarn", 3),
+    Line<&LibraryExports::clearNotifyWindow>("Tarn", 4),
+    Line<&LibraryExports::enableCapture>("Tarn", 5),
+    Line<&LibraryExports::disableCapture>("Tarn", 6),
+    Line<&LibraryExports::getLibraryParam>("Tarn", 7),
+    Line<&LibraryExports::setLibraryParam>("Tarn", 8),
+    Line<&LibraryExports::getImage>("Tarn", 20),
+    Line<&LibraryExports::removeImage>("Tarn", 21),
+    Line<&LibraryExports::getImageCount>("Tarn", 22),
+    Line<&LibraryExports::getDeviceList>("Tarn", 30),
+    Line<&LibraryExports::getDeviceParam>("Tarn", 31),
+    Line<&LibraryExports::setDeviceParam>("Tarn", 32),
+    Line<&LibraryExports::describeResult>("Tarn", 98),
+    Line<&LibraryExports::freeObject>("Tarn", 99),
+    Line<&LibraryExports::quilletOpen>("Quillet", 1),
+    Line<&LibraryExports::quilletClose>("Quillet", 2),
+    Line<&LibraryExports::quilletShow>("Quillet", 4),
+};
+static_assert(std::size(exportLines) * sizeof(void (*)()) == sizeof(LibraryExports));
+
+LibraryExports loadedExports;
+bool allLoaded = false;
+std::string loadFailures; // one sentence a line
+const LibraryExports* exportsInUse = &loadedExports;
+
+void LoadLibraries();
+
+template <typename... Parameters, typename... Arguments>
+std::uint32_t Call(std::uint32_t (*LibraryExports::*member)(Parameters...), Arguments... arguments)
+{
+    const auto function = exportsInUse->*member;
+    return function ? function(arguments...) : ErrorExportMissing;
+}
+
+// The same for a read: what could not be freed is not asked for.
+template <typename Object, typename... Parameters, typename... Arguments>
+std::uint32_t Fetch(std::uint32_t (*LibraryExports::*member)(Parameters...), Object** out,
+                    Arguments... arguments)
+{
+    *out = nullptr;
+    return exportsInUse->freeObject ? Call(member, arguments..., out) : ErrorExportMissing;
+}
+
+} // namespace
+
+const LibraryExports* UseLibraryExports(const LibraryExports* exports)
+{
+    const LibraryExports* former = exportsInUse;
+    exportsInUse = exports ? exports : &loadedExports;
+    return former == &loadedExports ? nullptr : former;
+}
+
+std::uint32_t TarnOpen(HWND owner, const char* name)
+{
+    if (exportsInUse == &loadedExports && !allLoaded)
+        LoadLibraries();
+    const std::uint32_t result = Call(&LibraryExports::open, owner, name);
+    const bool incomplete = exportsInUse == &loadedExports && !allLoaded;
+    return result == 0 && incomplete ? ErrorExportMissing : result;
+}
+
+namespace {
+
+// The libraries stay loaded to the end of the process: their threads may outlive TarnClose.
+void LoadLibraries()
+{
+    loadedExports = {};
+    loadFailures.clear();
+    for (const char* library : {"Tarn", "Quillet"}) {
+        const HMODULE module = LoadLibraryA(library);
+        if (!module) {
+            loadFailures += LoadFailure() + '\n';
+            continue;
+        }
+        for (const ExportLine& line : exportLines) {
+            if (line.library != library)
+                continue;
+            void* address = GetProcAddress(module, line.number);
+            if (!address)
+                loadFailures += LoadFailure() + '\n';
+            line.store(loadedExports, address);
+        }
+    }
+    allLoaded = loadFailures.empty();
+}
+
+} // namespace
+
+std::uint32_t TarnClose()
+{
+    return Call(&LibraryExports::close);
+}
+
+std::uint32_t TarnSetNotifyWindow(HWND window, std::uint32_t message)
+{
+    return Call(&LibraryExports::setNotifyWindow, window, message);
+}
+
+std::uint32_t TarnClearNotifyWindow(HWND window)
+{
+    return Call(&LibraryExports::clearNotifyWindow, window);
+}
+
+std::uint32_t TarnEnableCapture(std::uint32_t device, const char* userId, std::uint32_t zero)
+{
+    return Call(&LibraryExports::enableCapture, device, userId, zero);
+}
+
+std::uint32_t TarnDisableCapture(std::uint32_t device, std::uint32_t abort)
+{
+    return Call(&LibraryExports::disableCapture, device, abort);
+}
+
+std::uint32_t TarnGetLibraryParam(std::uint32_t parameter, TarnValue** out)
+{
+    return Fetch(&LibraryExports::getLibraryParam, out, parameter);
+}
+
+std::uint32_t TarnSetLibraryParam(std::uint32_t parameter, const TarnValue* value)
+{
+    return Call(&LibraryExports::setLibraryParam, parameter, value);
+}
+
+std::uint32_t TarnGetDeviceList(DeviceList** out)
+{
+    return Fetch(&LibraryExports::getDeviceList, out);
+}
+
+std::uint32_t TarnGetDeviceParam(std::uint32_t device, std::uint32_t parameter, TarnValue** out)
+{
+    return Fetch(&LibraryExports::getDeviceParam, out, device, parameter);
+}
+
+std::uint32_t TarnSetDeviceParam(std::uint32_t device, std::uint32_t parameter,
+                                 const TarnValue* value)
+{
+    return Call(&LibraryExports::setDeviceParam, device, parameter, value);
+}
+
+std::uint32_t TarnGetImage(const char* userId, std::uint32_t number, TarnImageRecord** out)
+{
+    return Fetch(&LibraryExports::getImage, out, userId, number);
+}
+
+std::uint32_t TarnRemoveImage(const char* userId, std::uint32_t imageId)
+{
+    return Call(&LibraryExports::removeImage, userId, imageId);
+}
+
+std::uint32_t TarnGetImageCount(std::uint32_t* count)
+{
+    *count = 0;
+    const std::uint32_t result = Call(&LibraryExports::getImageCount, count);
+    if (result != 0)
+        *count = 0;
+    return result;
+}
+
+std::uint32_t TarnDescribeResult(std::uint32_t result, char* text, std::uint32_t capacity)
+{
+    if (capacity > 0)
+        text[0] = '\0';
+    if (result == ErrorExportMissing) {
+        const std::string_view failures = loadFailures;
+        const std::string_view description = failures.empty()
+                                                 ? "The capture library lacks this operation."
+                                                 : failures.substr(0, failures.size() - 1);
+        if (capacity > 0)
+            text[description.copy(text, capacity - 1)] = '\0';
+        return result;
+    }
+    if (!exportsInUse->describeResult)
+        return result;
+    const std::uint32_t described = exportsInUse->describeResult(result, text, capacity);
+    if (capacity > 0)
+        text[capacity - 1] = '\0';
+    return described;
+}
+
+void TarnFreeObject(void* object)
+{
+    if (exportsInUse->freeObject)
+        exportsInUse->freeObject(object);
+}
+
+std::span<const DeviceListEntry> Entries(const DeviceList* list)
+{
+    if (!list || !list->entries)
+        return {};
+    return {list->entries, list->count};
+}
+
+std::uint32_t QuilletOpen(HWND owner, std::uint32_t zero, const RECT* screenArea,
+                          std::uint32_t zero2, std::uintptr_t* handle)
+{
+    return Call(&LibraryExports::quilletOpen, owner, zero, screenArea, zero2, handle);
+}
+
+std::uint32_t QuilletShow(std::uintptr_t handle, std::uint32_t show)
+{
+    return Call(&LibraryExports::quilletShow, handle, show);
+}
+
+std::uint32_t QuilletClose(std::uintptr_t handle)
+{
+    return Call(&LibraryExports::quilletClose, handle);
+}

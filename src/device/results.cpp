@@ -1,0 +1,79 @@
+// Category words, icons and the text of a result's message.
+#include "device/results.h"
+
+#include "device/libraries.h"
+#include "platform/boxes.h"
+
+namespace {
+
+constexpr std::uint32_t descriptionCapacity = 2000;
+
+struct Category
+{
+    std::uint32_t code;
+    const char* prefix;
+    UINT boxStyle;
+};
+
+constexpr Category categories[] = {
+    {ResultWarning, "Warning number: ", MB_TOPMOST | MB_ICONEXCLAMATION},
+    {ResultError, "Error number: ", MB_TOPMOST | MB_ICONHAND},
+    {ResultInformation, "Info number: ", MB_TOPMOST | MB_ICONASTERISK},
+};
+constexpr Category noCategory = {0, "", MB_TOPMOST};
+
+// Returns the code that the library's describing gave back.
+std::uint32_t Describe(std::uint32_t result, std::uint32_t capacity, std::string& description);
+const Category& CategoryOf(std::uint32_t code);
+
+} // namespace
+
+std::uint32_t ReportResult(std::uint32_t result, HWND owner, const std::string& caption)
+{
+    std::string text;
+    return DescribeResult(result, text, owner, caption);
+}
+
+std::uint32_t DescribeResult(std::uint32_t result, std::string& text, HWND owner,
+                             const std::string& caption)
+{
+    if (result == 0)
+        return 0;
+    const bool shown = owner || !caption.empty();
+    std::string description;
+    const std::uint32_t code = Describe(result, shown ? descriptionCapacity : 0, description);
+    const Category& category = CategoryOf(code);
+    text = category.prefix + std::to_string(code & 0xFFFF) + '\n' + description;
+    if (shown)
+        MessageBoxA(owner, text.c_str(), caption.c_str(), MB_OK | category.boxStyle);
+    return code;
+}
+
+std::string ResultDescription(std::uint32_t result)
+{
+    std::string description;
+    Describe(result, descriptionCapacity, description);
+    return description;
+}
+
+namespace {
+
+// A library may write even when it is told that there is no room; the byte behind the buffer that
+// it knows of ends such a text, too.
+std::uint32_t Describe(std::uint32_t result, std::uint32_t capacity, std::string& description)
+{
+    char buffer[descriptionCapacity + 1] = {};
+    const std::uint32_t code = TarnDescribeResult(result, buffer, capacity);
+    description = buffer;
+    return code;
+}
+
+const Category& CategoryOf(std::uint32_t code)
+{
+    for (const Category& category : categories)
+        if (category.code == (code & ResultCategoryMask))
+            return category;
+    return noCategory;
+}
+
+} // namespace
