@@ -10,16 +10,11 @@ namespace {
 ScriptedLibrary* current = nullptr;
 
 constexpr const char* operationNames[] = {
-    "TarnOpen",           "TarnClose",
-    "TarnSetNotifyWindow", "TarnClearNotifyWindow",
-    "TarnEnableCapture",  "TarnDisableCapture",
-    "TarnGetLibraryParam", "TarnSetLibraryParam",
-    "TarnGetImage",       "TarnRemoveImage",
-    "TarnGetImageCount",  "TarnGetDeviceList",
-    "TarnGetDeviceParam", "TarnSetDeviceParam",
-    "TarnDescribeResult", "TarnFreeObject",
-    "QuilletOpen",        "QuilletClose",
-    "QuilletShow",
+    "TarnOpen",           "TarnClose",          "TarnSetNotifyWindow", "TarnClearNotifyWindow",
+    "TarnEnableCapture",  "TarnDisableCapture", "TarnGetLibraryParam", "TarnSetLibraryParam",
+    "TarnGetImage",       "TarnRemoveImage",    "TarnGetImageCount",   "TarnGetDeviceList",
+    "TarnGetDeviceParam", "TarnSetDeviceParam", "TarnDescribeResult",  "TarnFreeObject",
+    "QuilletOpen",        "QuilletClose",       "QuilletShow",
 };
 static_assert(std::size(operationNames) == static_cast<std::size_t>(Export::Count));
 
@@ -60,25 +55,21 @@ struct Written
 
 Written Take(const TarnValue& value)
 {
-    switch (value.tag & 0xFFFF)
-    {
+    switch (value.tag & 0xFFFF) {
     case TarnTypeInteger:
         return {"int " + Number(value.value), static_cast<std::uint32_t>(value.value)};
     case TarnTypeFlag:
         return {"flag " + std::to_string(static_cast<std::int32_t>(value.value)),
                 static_cast<std::int32_t>(value.value)};
-    case TarnTypeText:
-    {
+    case TarnTypeText: {
         const char* text = reinterpret_cast<const char*>(value.value);
         return {"text " + Quoted(text), std::string(text ? text : "")};
     }
-    case TarnTypeBlock:
-    {
+    case TarnTypeBlock: {
         const auto* bytes = static_cast<const std::uint8_t*>(value.pointer);
         const ScriptedLibrary::Block block(bytes, bytes + value.value);
         std::string words = "block";
-        for (std::uint8_t byte : block)
-        {
+        for (std::uint8_t byte : block) {
             char text[4];
             std::snprintf(text, sizeof text, " %02X", byte);
             words += text;
@@ -245,8 +236,8 @@ struct ScriptedExports
     // A description that fills the capacity is not terminated.
     static std::uint32_t DescribeResult(std::uint32_t result, char* text, std::uint32_t capacity)
     {
-        const auto script = current->Begin(Export::DescribeResult,
-                                           Joined({Hexadecimal(result), Number(capacity)}));
+        const auto script =
+            current->Begin(Export::DescribeResult, Joined({Hexadecimal(result), Number(capacity)}));
         if (script.fails)
             return script.result;
         const auto found = current->descriptions.find(result);
@@ -268,9 +259,10 @@ struct ScriptedExports
     static std::uint32_t QuilletOpen(HWND, std::uint32_t, const RECT* area, std::uint32_t,
                                      std::uintptr_t* handle)
     {
-        const auto script = current->Begin(
-            Export::QuilletOpen, Joined({std::to_string(area->left), std::to_string(area->top),
-                                         std::to_string(area->right), std::to_string(area->bottom)}));
+        const auto script =
+            current->Begin(Export::QuilletOpen,
+                           Joined({std::to_string(area->left), std::to_string(area->top),
+                                   std::to_string(area->right), std::to_string(area->bottom)}));
         if (!script.fails)
             *handle = ScriptedLibrary::PreviewHandle;
         return script.result;
@@ -307,7 +299,8 @@ ScriptedLibrary::ScriptedLibrary()
               ScriptedExports::QuilletOpen,
               ScriptedExports::QuilletClose,
               ScriptedExports::QuilletShow},
-      m_formerExports(UseLibraryExports(&exports)), m_former(current)
+      m_formerExports(UseLibraryExports(&exports)),
+      m_former(current)
 {
     current = this;
 }
@@ -350,8 +343,7 @@ void ScriptedLibrary::Break(Export which, Fault fault, unsigned callCount, std::
     m_scripts[which] = {result, fault, callCount, false};
 }
 
-std::vector<std::string>
-ScriptedLibrary::CallsOf(std::initializer_list<const char*> prefixes) const
+std::vector<std::string> ScriptedLibrary::CallsOf(std::initializer_list<const char*> prefixes) const
 {
     std::vector<std::string> found;
     for (const std::string& call : calls)
@@ -411,8 +403,7 @@ TarnValue* ScriptedLibrary::HandOutValue(std::uint32_t number, const Parameter& 
         value.value = static_cast<std::uint32_t>(*flag);
     else if (const auto* text = std::get_if<std::string>(&holder->parameter))
         value.value = pointers ? reinterpret_cast<std::uintptr_t>(text->c_str()) : 0;
-    else if (const auto* block = std::get_if<Block>(&holder->parameter))
-    {
+    else if (const auto* block = std::get_if<Block>(&holder->parameter)) {
         value.value = block->size();
         value.pointer = pointers ? block->data() : nullptr;
     }
