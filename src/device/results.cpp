@@ -22,6 +22,8 @@ constexpr Category categories[] = {
 };
 constexpr Category noCategory = {0, "", MB_TOPMOST};
 
+std::uint32_t DescribeAndShow(std::uint32_t result, const std::string& remark, std::string& text,
+                              HWND owner, const std::string& caption);
 // Returns the code that the library's describing gave back.
 std::uint32_t Describe(std::uint32_t result, std::uint32_t capacity, std::string& description);
 const Category& CategoryOf(std::uint32_t code);
@@ -37,16 +39,15 @@ std::uint32_t ReportResult(std::uint32_t result, HWND owner, const std::string& 
 std::uint32_t DescribeResult(std::uint32_t result, std::string& text, HWND owner,
                              const std::string& caption)
 {
-    if (result == 0)
-        return 0;
-    const bool shown = owner || !caption.empty();
-    std::string description;
-    const std::uint32_t code = Describe(result, shown ? descriptionCapacity : 0, description);
-    const Category& category = CategoryOf(code);
-    text = category.prefix + std::to_string(code & 0xFFFF) + '\n' + description;
-    if (shown)
-        MessageBoxA(owner, text.c_str(), caption.c_str(), MB_OK | category.boxStyle);
-    return code;
+    return DescribeAndShow(result, "", text, owner, caption);
+}
+
+std::uint32_t ReportLastResult(std::uint32_t result, std::uint32_t earlier, HWND owner,
+                               const std::string& caption)
+{
+    std::string text;
+    return DescribeAndShow(result, "\n\nEarlier results not shown: " + std::to_string(earlier),
+                           text, owner, caption);
 }
 
 std::string ResultDescription(std::uint32_t result)
@@ -57,6 +58,21 @@ std::string ResultDescription(std::uint32_t result)
 }
 
 namespace {
+
+std::uint32_t DescribeAndShow(std::uint32_t result, const std::string& remark, std::string& text,
+                              HWND owner, const std::string& caption)
+{
+    if (result == 0)
+        return 0;
+    const bool shown = owner || !caption.empty();
+    std::string description;
+    const std::uint32_t code = Describe(result, shown ? descriptionCapacity : 0, description);
+    const Category& category = CategoryOf(code);
+    text = category.prefix + std::to_string(code & 0xFFFF) + '\n' + description + remark;
+    if (shown)
+        MessageBoxA(owner, text.c_str(), caption.c_str(), MB_OK | category.boxStyle);
+    return code;
+}
 
 // A library may write even when it is told that there is no room; the byte behind the buffer that
 // it knows of ends such a text, too.

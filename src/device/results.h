@@ -17,3 +17,8 @@ std::uint32_t DescribeResult(std::uint32_t result, std::string& text, HWND owner
 
 // Shows a result of a library operation; 0 shows nothing. Returns the code as DescribeResult does.
 std::uint32_t ReportResult(std::uint32_t result, HWND owner, const std::string& caption);
+
+// The same for the last of several results that waited behind an open box: the text also says how
+// many earlier ones are not shown.
+std::uint32_t ReportLastResult(std::uint32_t result, std::uint32_t earlier, HWND owner,
+                               const std::string& caption);
