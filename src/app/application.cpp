@@ -1,0 +1,29 @@
+// Runs the main window as the program.
+#include "app/application.h"
+
+#include "app/main_dialog.h"
+#include "resources/resource.h"
+#include "resources/version.h"
+
+CTarnTestApp::CTarnTestApp() : CWinApp("Tarn test")
+{
+    SetVersion(ProgramVersion);
+}
+
+BOOL CTarnTestApp::InitInstance()
+{
+    Enable3dControls();
+    const auto dialog = std::make_unique<CTarnTestDlg>();
+    m_pMainWnd = dialog.get();
+    dialog->DoModal();
+    m_pMainWnd = nullptr;
+    return FALSE;
+}
+
+std::span<const DispatchEntry> CTarnTestApp::DispatchTable() const
+{
+    static constexpr DispatchEntry table[] = {
+        on::Command<&CTarnTestApp::OnHelp>(IdHelp),
+    };
+    return table;
+}

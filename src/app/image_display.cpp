@@ -1,0 +1,227 @@
+// The current image on screen: range, display table, rendering, zoom, scrolling and painting.
+#include "app/main_dialog.h"
+
+#include "display/range.h"
+#include "display/view.h"
+#include "platform/paint.h"
+#include "platform/system.h"
+#include "resources/resource.h"
+#include "storage/header_fields.h"
+
+namespace
+{
+
+constexpr double ZoomStep = 1.5;
+constexpr std::uint32_t BackgroundGrey = 128;
+
+} // namespace
+
+void CTarnTestDlg::LayoutImageArea()
+{
+    displayBitmapInfo = std::make_unique<BITMAPINFO256>();
+
+    // Bitmap rows are padded to 4 bytes; an area as wide as its rows needs no padding.
+    imageArea.GetClientRect(&imageAreaRect);
+    if (const LONG excess = imageAreaRect.right % 4; excess != 0) {
+        RECT window;
+        imageArea.GetWindowRect(&window);
+        imageArea.SetWindowPos(0, 0, window.right - window.left - excess,
+                               window.bottom - window.top, SWP_NOMOVE | SWP_NOZORDER);
+        imageArea.GetClientRect(&imageAreaRect);
+    }
+
+    const auto width = static_cast<std::uint32_t>(imageAreaRect.right);
+    const auto height = static_cast<std::uint32_t>(imageAreaRect.bottom);
+    displayImage = CLinkedPtr<CImage>(new CImage(width, height, 8, 0, 1));
+    displayImage->Fill(BackgroundGrey);
+    FillBitmapInfo(*displayBitmapInfo, imageAreaRect.right, imageAreaRect.bottom);
+    ApplyScaleFields();
+}
+
+void CTarnTestDlg::UpdateDisplay(bool recompute)
+{
+    if (!displayImage) {
+        return;
+    }
+    displayImage->Fill(BackgroundGrey);
+    if (currentImage) {
+        if (recompute) {
+            FitRange();
+            SetView(1.0);
+        }
+        RenderToDisplay(*currentImage, displayLut.data(), zoom, viewCenterX, viewCenterY,
+                        *displayImage);
+        BuildTitle(currentImage->m_headerText);
+    }
+    Invalidate();
+}
+
+void CTarnTestDlg::FitRange()
+{
+    maxSampleValue = MaxSampleValue(currentImage->m_bitsPerSample);
+    if (const auto range = FitScaleRange(*currentImage, lutWindowWidth)) {
+        scaleWidth = range->width;
+        scaleCenter = range->center;
+    }
+    UpdateData(FALSE);
+    BuildDisplayLut();
+}
+
+void CTarnTestDlg::BuildDisplayLut()
+{
+    ::BuildDisplayLut(displayLut.data(), displayLutSize, scaleCenter, scaleWidth, gamma,
+                      negative != FALSE, maxSampleValue);
+}
+
+void CTarnTestDlg::BuildTitle(const std::string& headerText)
+{
+    struct Suffix
+    {
+        std::string_view key;
+        const char* unit;
+    };
+    static constexpr Suffix suffixes[] = {{KilovoltKey, " kV"}, {MilliampereKey, " mA"}};
+
+    std::string title;
+    GetHeaderValue(headerText, ProgramNameKey, HeaderSeparator, "", title);
+    for (const Suffix& suffix : suffixes) {
+        std::string value;
+        if (GetHeaderValue(headerText, suffix.key, HeaderSeparator, "", value)) {
+            title += ", " + value + suffix.unit;
+        }
+    }
+    SetWindowText(title);
+}
+
+void CTarnTestDlg::OnPaint()
+{
+    if (IsIconic()) {
+        PaintMinimised();
+        return;
+    }
+    Default();
+    CPaintDC dc(&imageArea);
+    std::int64_t before = 0;
+    std::int64_t after = 0;
+    QueryPerformanceCounter(&before);
+    if (displayImage && displayImage->m_data != nullptr) {
+        const std::uint32_t width = displayImage->m_width;
+        const std::uint32_t height = displayImage->m_height;
+        SetStretchBltMode(&dc, COLORONCOLOR);
+        SetDIBitsToDevice(&dc, 0, 0, width, height, 0, 0, 0, height, displayImage->m_data,
+                          displayBitmapInfo.get(), DIB_RGB_COLORS);
+    }
+    QueryPerformanceCounter(&after);
+    const auto frequency = static_cast<double>(perfFrequency);
+    paintTime = static_cast<double>(after) / frequency - static_cast<double>(before) / frequency;
+}
+
+void CTarnTestDlg::PaintMinimised()
+{
+    CPaintDC dc(this);
+    Send(WM_ICONERASEBKGND, reinterpret_cast<WPARAM>(&dc));
+    RECT client;
+    GetClientRect(&client);
+    const int x = (client.right - GetSystemMetrics(SM_CXICON) + 1) / 2;
+    const int y = (client.bottom - GetSystemMetrics(SM_CYICON) + 1) / 2;
+    dc.DrawIcon(x, y, appIcon);
+}
+
+void CTarnTestDlg::SetZoom(double newZoom)
+{
+    SetView(newZoom);
+    UpdateDisplay(false);
+}
+
+void CTarnTestDlg::SetView(double newZoom)
+{
+    if (!ZoomFitsScrollBars(newZoom)) {
+        return;
+    }
+    zoom = newZoom > 1.0 ? newZoom : 1.0;
+    const int show = zoom > 1.0 ? SW_SHOW : SW_HIDE;
+    horizontalBar.ShowWindow(show);
+    verticalBar.ShowWindow(show);
+
+    ScrollBarPositions positions;
+    if (currentImage) {
+        const std::uint32_t width = currentImage->m_width;
+        const std::uint32_t height = currentImage->m_height;
+        if (zoom <= 1.0) {
+            viewCenterX = width / 2;
+            viewCenterY = height / 2;
+        } else {
+            positions = ScrollBarPositionsFor(width, height, zoom, viewCenterX, viewCenterY);
+        }
+    }
+    const int range = ScrollBarRange(zoom);
+    horizontalBar.SetScrollRange(0, range, FALSE);
+    verticalBar.SetScrollRange(0, range, FALSE);
+    horizontalBar.SetScrollPos(positions.horizontal);
+    verticalBar.SetScrollPos(positions.vertical);
+}
+
+void CTarnTestDlg::OnZoomIn()
+{
+    SetZoom(zoom * ZoomStep);
+}
+
+void CTarnTestDlg::OnZoomOut()
+{
+    SetZoom(zoom * 0.6666666666666666);
+}
+
+void CTarnTestDlg::OnZoomNormal()
+{
+    SetZoom(1.0);
+}
+
+void CTarnTestDlg::OnHorizontalScroll(UINT code, std::uint32_t thumb)
+{
+    if (currentImage &&
+        ScrollBy(code, thumb, horizontalBar, +1, currentImage->m_width, viewCenterX)) {
+        UpdateDisplay(false);
+    }
+}
+
+void CTarnTestDlg::OnVerticalScroll(UINT code, std::uint32_t thumb)
+{
+    if (currentImage &&
+        ScrollBy(code, thumb, verticalBar, -1, currentImage->m_height, viewCenterY)) {
+        UpdateDisplay(false);
+    }
+}
+
+bool CTarnTestDlg::ScrollStep(UINT code, std::uint32_t thumb, CScrollBar& bar, int direction,
+                              std::uint32_t extent, std::uint32_t& center)
+{
+    int minimum = 0;
+    int maximum = 0;
+    bar.GetScrollRange(&minimum, &maximum);
+    return false;
+}
+
+void CTarnTestDlg::ApplyScaleFields()
+{
+    if (UpdateData() && scaleWidth > 4) {
+        BuildDisplayLut();
+        UpdateDisplay(false);
+    }
+}
+
+void CTarnTestDlg::ToggleNegative()
+{
+    if (!UpdateData()) {
+        return;
+    }
+    scaleCenter = maxSampleValue - scaleCenter;
+    UpdateData(FALSE);
+    ApplyScaleFields();
+}
+
+void CTarnTestDlg::ApplyLutWindowWidth()
+{
+    if (UpdateData()) {
+        UpdateDisplay(true);
+    }
+}

@@ -1,0 +1,56 @@
+// Opening and saving images.
+#include "app/main_dialog.h"
+
+#include "errors/exceptions.h"
+#include "platform/boxes.h"
+#include "storage/header_fields.h"
+#include "storage/paths.h"
+#include "storage/q32_file.h"
+
+#include <filesystem>
+
+void CTarnTestDlg::OnOpen()
+{
+    CFileDialog fileDialog(TRUE, "*.q32", nullptr, OFN_FILEMUSTEXIST, "Q32 files (*.q32)|*.q32||",
+                           this);
+    fileDialog.SetInitialFolder(openFolder);
+    if (fileDialog.DoModal() != IDOK) {
+        return;
+    }
+    openFolder = std::filesystem::path(fileDialog.GetPathName()).parent_path().string();
+    OpenImageFile(fileDialog.GetPathName());
+}
+
+LRESULT CTarnTestDlg::OnFileDropped(WPARAM, LPARAM lParam)
+{
+    OpenImageFile(reinterpret_cast<const char*>(lParam));
+    return 0;
+}
+
+void CTarnTestDlg::OpenImageFile(const std::string& path)
+{
+    try {
+        currentImage = ReadQ32File(path.c_str());
+    } catch (const eExcptAny& failure) {
+        MessageBoxA(m_hWnd, failure.what(), appTitle.c_str(), MB_OK | MB_ICONSTOP | MB_TOPMOST);
+        return;
+    }
+    UpdateDisplay(true);
+}
+
+bool CTarnTestDlg::AutoSaveImage(CLinkedPtr<CImage> image)
+{
+    // An image whose pixels never arrived must stay where it can be fetched again.
+    if (!image || image->m_data == nullptr) {
+        return false;
+    }
+    const std::string folder = AutoSaveFolder(ProgramFolder(nullptr));
+    if (!CreateFolderPath(folder)) {
+        return false;
+    }
+    std::string programName;
+    GetHeaderValue(image->m_headerText, ProgramNameKey, HeaderSeparator, "", programName);
+    const std::string path = AutoSavePath(folder, programName, seriesNumber, imageNumber);
+    RequireInside(folder, path);
+    return SaveImage(path, image);
+}

@@ -1,0 +1,260 @@
+// The main window's start-up, timers, capture buttons and closing.
+#include "app/main_dialog.h"
+
+#include "device/libraries.h"
+#include "device/parameters.h"
+#include "device/report.h"
+#include "device/results.h"
+#include "platform/boxes.h"
+#include "platform/system.h"
+#include "resources/icon.h"
+#include "resources/main_dialog_template.h"
+#include "settings/sensor_settings_dialog.h"
+
+#include <algorithm>
+
+std::int64_t perfFrequency = 0;
+std::uintptr_t previewHandle = 0;
+
+namespace
+{
+
+constexpr UINT_PTR StartUpTimer = 2;
+constexpr UINT StartUpDelay = 1000; // milliseconds
+constexpr UINT_PTR PollingTimer = 3;
+constexpr UINT PollingPeriod = 2500;
+
+constexpr std::uint32_t StartUpBlock = 16; // library parameter
+constexpr std::uint32_t FilterChain = 17;
+constexpr std::uint32_t EnableState = 14; // device parameters
+constexpr std::uint32_t AbortState = 15;
+constexpr std::uint32_t TestImageMode = 80;
+constexpr std::uint32_t RawFilesFolder = 81;
+constexpr std::uint32_t GainCheck = 82;
+
+constexpr char DefaultRawFilesFolder[] = "RawFiles";
+constexpr char DefaultFilterChain[] =
+    "WqFilter2 RelHistMargins=(0.05; 0.05; 0.05; 0.05); Contrast=0.4; |||| MinMaxScaleTo8Bit";
+
+} // namespace
+
+CTarnTestDlg::CTarnTestDlg(CWnd* parent) : CDialog(MainDialogTemplate, parent), appIcon(&MainIcon)
+{
+}
+
+std::span<const DispatchEntry> CTarnTestDlg::DispatchTable() const
+{
+    static constexpr DispatchEntry table[] = {
+        on::Paint<&CTarnTestDlg::OnPaint>(),
+        on::Message<&CTarnTestDlg::OnQueryDragIcon>(WM_QUERYDRAGICON),
+        on::Command<&CTarnTestDlg::AbortCapture>(IdAbort),
+        on::Command<&CTarnTestDlg::EnableCapture>(IdEnable),
+        on::Timer<&CTarnTestDlg::OnTimer>(),
+        on::Message<&CTarnTestDlg::OnTarnEvent>(WM_TARN_EVENT),
+        on::Close<&CTarnTestDlg::OnCloseRequest>(),
+        on::Message<&CTarnTestDlg::OnEndSession>(WM_QUERYENDSESSION),
+        on::Command<&CTarnTestDlg::OnEscape>(IdCancel),
+        on::Command<&CTarnTestDlg::OnExit>(IdExit),
+        on::LeaveField<&CTarnTestDlg::ApplyScaleFields>(IdScaleWidth),
+        on::LeaveField<&CTarnTestDlg::ApplyScaleFields>(IdScaleCenter),
+        on::Command<&CTarnTestDlg::OnOpen>(IdOpen),
+        on::Message<&CTarnTestDlg::OnFileDropped>(WM_DROPFILES),
+        on::Command<&CTarnTestDlg::ToggleNegative>(IdNegative),
+        on::Command<&CTarnTestDlg::ShowInfo>(IdInfo),
+        on::Command<&CTarnTestDlg::OnZoomIn>(IdZoomIn),
+        on::Command<&CTarnTestDlg::OnZoomOut>(IdZoomOut),
+        on::HorizontalScroll<&CTarnTestDlg::OnHorizontalScroll>(),
+        on::VerticalScroll<&CTarnTestDlg::OnVerticalScroll>(),
+        on::Command<&CTarnTestDlg::OnZoomNormal>(IdZoomNormal),
+        on::Command<&CTarnTestDlg::ApplyCaptureOptions>(IdNoGainCheck),
+        on::Command<&CTarnTestDlg::ApplyCaptureOptions>(IdTestImageMode),
+        on::Command<&CTarnTestDlg::ApplyCaptureOptions>(IdSaveRawFiles),
+        on::Command<&CTarnTestDlg::ApplyCaptureOptions>(IdAutoEnable),
+        on::Command<&CTarnTestDlg::ApplyCaptureOptions>(IdEightBitRead),
+        on::Command<&CTarnTestDlg::ShowSettings>(IdSettings),
+        on::LeaveField<&CTarnTestDlg::ApplyScaleFields>(IdGamma),
+        on::LeaveField<&CTarnTestDlg::ApplyLutWindowWidth>(IdLutWindowWidth),
+        on::Command<&CTarnTestDlg::RestartSeries>(IdAutoSaveImages),
+    };
+    return table;
+}
+
+void CTarnTestDlg::DoDataExchange(CDataExchange* dx)
+{
+    CDialog::DoDataExchange(dx);
+    DDX_Control(dx, IdVerticalBar, verticalBar);
+    DDX_Control(dx, IdHorizontalBar, horizontalBar);
+    DDX_Control(dx, IdAbort, abortButton);
+    DDX_Control(dx, IdEnable, enableButton);
+    DDX_Control(dx, IdImageArea, imageArea);
+    DDX_Text(dx, IdPaintTime, paintTime);
+    DDX_Text(dx, IdScaleCenter, scaleCenter);
+    DDX_Text(dx, IdScaleWidth, scaleWidth);
+    DDX_Check(dx, IdNegative, negative);
+    DDX_Check(dx, IdSaveRawFiles, saveRawFiles);
+    DDX_Check(dx, IdTestImageMode, testImageMode);
+    DDX_Check(dx, IdNoGainCheck, noGainCheck);
+    DDX_Check(dx, IdAutoEnable, autoEnable);
+    DDX_Check(dx, IdEightBitRead, eightBitRead);
+    DDX_Text(dx, IdGamma, gamma);
+    DDX_Text(dx, IdLutWindowWidth, lutWindowWidth);
+    DDX_Check(dx, IdAutoSaveImages, autoSaveImages);
+}
+
+BOOL CTarnTestDlg::OnInitDialog()
+{
+    CDialog::OnInitDialog();
+    appTitle = "Tarn test";
+    SetIcon(appIcon, TRUE);
+    SetIcon(appIcon, FALSE);
+    QueryPerformanceFrequency(&perfFrequency);
+
+    ReportResult(TarnOpen(m_hWnd, appTitle.c_str()), m_hWnd, appTitle);
+    // The 16-bit values 1, 1, 27, 0 and the 32-bit value 0, little-endian.
+    static constexpr std::uint8_t startUpBlock[12] = {1, 0, 1, 0, 27};
+    ReportResult(SetLibraryBlock(StartUpBlock, startUpBlock, sizeof startUpBlock), m_hWnd,
+                 appTitle);
+    ReadLibraryOptions();
+
+    UpdateData(FALSE);
+    LayoutImageArea();
+    TarnSetNotifyWindow(m_hWnd, WM_TARN_EVENT);
+    SetTimer(StartUpTimer, StartUpDelay);
+    return TRUE;
+}
+
+void CTarnTestDlg::ReadLibraryOptions()
+{
+    GetDeviceText(0, RawFilesFolder, rawFilesFolder);
+    if (rawFilesFolder.empty()) {
+        rawFilesFolder = DefaultRawFilesFolder;
+    } else {
+        saveRawFiles = TRUE;
+    }
+
+    GetLibraryText(FilterChain, filterChain);
+    if (filterChain.empty()) {
+        filterChain = DefaultFilterChain;
+    } else {
+        eightBitRead = TRUE;
+    }
+
+    GetDeviceFlag(0, TestImageMode, testImageMode);
+
+    // The library's flag says that the check is on, the box that it is off.
+    BOOL gainCheck = FALSE;
+    GetDeviceFlag(0, GainCheck, gainCheck);
+    noGainCheck = gainCheck == 0;
+}
+
+void CTarnTestDlg::OnTimer(UINT_PTR timer)
+{
+    if (timer == StartUpTimer) {
+        KillTimer(StartUpTimer);
+        CheckStoredImages();
+        UpdateCaptureButtons();
+        SetTimer(PollingTimer, PollingPeriod);
+    } else if (timer == PollingTimer) {
+        UpdateCaptureButtons();
+    }
+    Default();
+}
+
+void CTarnTestDlg::UpdateCaptureButtons()
+{
+    if (librariesClosed) {
+        return;
+    }
+    DeviceList* list = nullptr;
+    TarnGetDeviceList(&list);
+
+    bool canArm = false; // some device waits to be armed
+    bool mayArm = true;  // and none forbids it
+    bool canAbort = false;
+    bool mayAbort = true;
+    for (const DeviceListEntry& entry : Entries(list)) {
+        std::uint32_t abortState = 2;
+        GetDeviceInt(entry.number, AbortState, abortState);
+        std::uint32_t enableState = 1;
+        GetDeviceInt(entry.number, EnableState, enableState);
+        canArm |= enableState == 0;
+        mayArm &= enableState <= 1;
+        canAbort |= abortState != 1;
+        mayAbort &= abortState != 2;
+    }
+    TarnFreeObject(list);
+    enableButton.EnableWindow(canArm && mayArm);
+    abortButton.EnableWindow(canAbort && mayAbort);
+}
+
+bool CTarnTestDlg::CanCloseNow()
+{
+    CWaitCursor waitCursor;
+    if (!librariesClosed && !AllDevicesIdle()) {
+        waitCursor.Restore();
+        MessageBoxA(m_hWnd, "Can not close during capturing!", appTitle.c_str(),
+                    MB_OK | MB_ICONSTOP | MB_TOPMOST);
+        return false;
+    }
+    CloseLibraries();
+    return true;
+}
+
+void CTarnTestDlg::CloseLibraries()
+{
+    if (librariesClosed) {
+        return;
+    }
+    librariesClosed = true;
+    TarnClearNotifyWindow(m_hWnd);
+    QuilletClose(previewHandle);
+    TarnClose();
+}
+
+void CTarnTestDlg::OnCloseRequest()
+{
+    if (CanCloseNow()) {
+        Default();
+    }
+}
+
+void CTarnTestDlg::OnExit()
+{
+    // A rejected field keeps the window open, so it is looked at while the libraries still are.
+    if (UpdateData() && CanCloseNow()) {
+        OnOK();
+    }
+}
+
+void CTarnTestDlg::OnEscape()
+{
+    if (CanCloseNow()) {
+        OnCancel();
+    }
+}
+
+LRESULT CTarnTestDlg::OnEndSession(WPARAM, LPARAM)
+{
+    // The process is being ended: no question can be asked, but no sensor may stay armed.
+    if (!librariesClosed && !AllDevicesIdle()) {
+        TarnDisableCapture(0, 1);
+    }
+    CloseLibraries();
+    EndDialog(IDCANCEL);
+    return TRUE;
+}
+
+LRESULT CTarnTestDlg::OnQueryDragIcon(WPARAM, LPARAM)
+{
+    return reinterpret_cast<LRESULT>(appIcon);
+}
+
+void CTarnTestDlg::ShowInfo()
+{
+    MessageBoxA(m_hWnd, LibraryReport().c_str(), appTitle.c_str(), MB_OK | MB_TOPMOST);
+}
+
+void CTarnTestDlg::ShowSettings()
+{
+    CSensorSettingsDlg(this).DoModal();
+}

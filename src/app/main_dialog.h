@@ -1,0 +1,158 @@
+// The main window: it drives the capture library, shows the images and saves them.
+//
+// The class is written in files by topic, in the order of an image's way through them:
+//   main_dialog.cpp       start-up, timers, capture buttons, closing, Info and settings
+//   capture_workflow.cpp  arming, the library's events, receiving and keeping images
+//   image_display.cpp     range, table, rendering, zoom, scrolling, painting
+//   image_files.cpp       opening and saving
+#pragma once
+
+#include "display/mapping.h"
+#include "image/image.h"
+#include "platform/dialog.h"
+#include "platform/paint.h"
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+// Ticks of the performance counter in a second, read when the main window opens.
+extern std::int64_t perfFrequency;
+
+// The preview window's handle, 0 until a preview was opened.
+extern std::uintptr_t previewHandle;
+
+class CTarnTestDlg : public CDialog
+{
+public:
+    explicit CTarnTestDlg(CWnd* parent = nullptr);
+
+    std::span<const DispatchEntry> DispatchTable() const override;
+
+    // Arms the sensor and opens the preview over the image area.
+    void EnableCapture();
+    void AbortCapture();
+    void ClosePreview();
+
+    // Handler of WM_TARN_EVENT; always 0.
+    LRESULT OnTarnEvent(WPARAM wParam, LPARAM lParam);
+
+    // Makes the library's image of this number the current one (0: the first in the store) and
+    // shows it. Returns its id in the library's store, 0 when nothing was fetched.
+    std::uint32_t FetchImage(const char* userId, std::uint32_t number);
+
+    // Offers the images left in the library's store by earlier runs for removal, one by one.
+    void CheckStoredImages();
+
+    // Sends the option check boxes to the library.
+    void ApplyCaptureOptions();
+
+    // Redraws the display image from the current one and asks for a paint. recompute: choose the
+    // range from the histogram and reset the zoom first, as for a new image.
+    void UpdateDisplay(bool recompute);
+    void BuildDisplayLut();
+    void BuildTitle(const std::string& headerText);
+    void SetZoom(double newZoom);
+
+    // Reads a file and shows its image; on failure the operator is told and nothing changes.
+    void OpenImageFile(const std::string& path);
+
+    // Writes the image into "TmpImages" beside the program, under a name made of its program name
+    // and the counters. False when it was not saved: there is nothing to save, or the folder could
+    // not be made. Raises what WriteQ32File raises.
+    bool AutoSaveImage(CLinkedPtr<CImage> image);
+
+protected:
+    BOOL OnInitDialog() override;
+    void DoDataExchange(CDataExchange* dx) override;
+
+    std::unique_ptr<BITMAPINFO256> displayBitmapInfo;
+    CLinkedPtr<CImage> displayImage; // 8 bits, as large as the image area
+    CLinkedPtr<CImage> currentImage; // received or opened
+    std::array<std::uint8_t, DisplayLutSize> displayLut{};
+    std::uint32_t displayLutSize = DisplayLutSize;
+    std::uint32_t maxSampleValue = MaxSampleValue(12); // until the first image tells
+    RECT imageAreaRect{};                              // client rectangle of the image area
+    double zoom = 1.0;
+    std::uint32_t viewCenterX = 0; // source pixels
+    std::uint32_t viewCenterY = 0;
+    std::uint32_t seriesNumber = 1; // both number the automatically saved files
+    std::uint32_t imageNumber = 1;
+    std::string appTitle;
+    std::string rawFilesFolder; // sent while "Save raw files" is checked
+    std::string filterChain;    // sent while "8 bit read" is checked
+    CScrollBar verticalBar;
+    CScrollBar horizontalBar;
+    CButton abortButton;
+    CButton enableButton;
+    CStatic imageArea;
+    double paintTime = 0.0; // seconds of the last transfer to the screen
+    std::uint32_t scaleCenter = 3700; // sensor units
+    std::uint32_t scaleWidth = 800;
+    BOOL negative = FALSE;
+    BOOL saveRawFiles = FALSE;
+    BOOL testImageMode = FALSE;
+    BOOL noGainCheck = FALSE;
+    BOOL autoEnable = FALSE;
+    BOOL eightBitRead = FALSE;
+    double gamma = 1.0;
+    double lutWindowWidth = 100.0; // percent of the occupied range
+    BOOL autoSaveImages = FALSE;
+    HICON appIcon;
+
+private:
+    // Start-up, timers and closing.
+    void ReadLibraryOptions();
+    void OnTimer(UINT_PTR timer);
+    void UpdateCaptureButtons();
+    bool CanCloseNow();
+    void CloseLibraries();
+    void OnCloseRequest();
+    void OnExit();
+    void OnEscape();
+    LRESULT OnEndSession(WPARAM wParam, LPARAM lParam);
+    LRESULT OnQueryDragIcon(WPARAM wParam, LPARAM lParam);
+    void ShowInfo();
+    void ShowSettings();
+
+    // Reactions to the library's events; number: the event's image number.
+    void OnImageReady(std::uint32_t number);
+    void OnCaptureEnded(std::uint32_t number);
+    void OnSensorIdle(std::uint32_t number);
+    void OnNewSeries(std::uint32_t number);
+    void OnPreviewEnded(std::uint32_t number);
+    void OnReadyToExpose(std::uint32_t number);
+    void OnExposureTone(std::uint32_t number);
+    void ReportEventResult(std::uint32_t result);
+    bool TrySave(const CLinkedPtr<CImage>& image);
+    bool AskToRemove();
+    void RestartSeries();
+
+    // Display.
+    void LayoutImageArea();
+    void OnPaint();
+    void PaintMinimised();
+    void FitRange();
+    void SetView(double newZoom);
+    void OnZoomIn();
+    void OnZoomOut();
+    void OnZoomNormal();
+    void OnHorizontalScroll(UINT code, std::uint32_t thumb);
+    void OnVerticalScroll(UINT code, std::uint32_t thumb);
+    bool ScrollStep(UINT code, std::uint32_t thumb, CScrollBar& bar, int direction,
+                  std::uint32_t extent, std::uint32_t& center);
+    void ApplyScaleFields();
+    void ToggleNegative();
+    void ApplyLutWindowWidth();
+
+    // Files.
+    void OnOpen();
+    LRESULT OnFileDropped(WPARAM wParam, LPARAM lParam);
+
+    std::string openFolder; // where the last opened file stood
+    bool librariesClosed = false;
+    bool eventResultShown = false; // one box for event results at a time
+    std::uint32_t waitingResult = 0;
+    std::uint32_t waitingResults = 0;
+};
