@@ -48,9 +48,9 @@ std::string AutoSaveFolder(const std::string& programFolder, PathStyle style = N
 std::string AutoSavePath(const std::string& folder, const std::string& programName,
                          std::uint32_t series, std::uint32_t image);
 
-// Raises eFileAccessExcpt "Invalid path on %1%." when the path would leave the folder it starts
-// with: by "..", by a zero byte that cuts the name short, and for the native style also by a
-// symbolic link below the folder. The folder itself may be a link.
+// Raises eFileAccessExcpt "Invalid path on %1%." when the path, which starts with the folder and
+// its final separator, would leave it: by "..", by a zero byte that cuts the name short, and for
+// the native style also by a symbolic link below the folder. The folder itself may be a link.
 void RequireInside(const std::string& folder, const std::string& path,
                    PathStyle style = NativePathStyle);
 
