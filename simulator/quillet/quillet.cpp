@@ -1,0 +1,85 @@
+// The exports of the simulated preview library.
+#include "device/tarn_abi.h"
+#include "platform/qt/window_table.h"
+#include "simulator/quillet/preview.h"
+#include "simulator/tarn/hand_switch.h"
+
+#include <QPointer>
+
+#include <dlfcn.h>
+#include <map>
+
+namespace {
+
+constexpr std::uint32_t BadArgument = ResultError | 1;
+constexpr std::uint32_t NoSuchPreview = ResultError | 2;
+
+SensorLink FindSensor();
+
+// The previews that were opened and not closed; an entry is null once its owner took it along.
+std::map<std::uintptr_t, QPointer<Preview>> openPreviews;
+std::uintptr_t lastHandle = 0;
+
+} // namespace
+
+// Both run on the thread of the owner's windows, as does every call of this library.
+std::uint32_t Quillet_1(HWND owner, std::uint32_t, const RECT* screenArea, std::uint32_t,
+                        std::uintptr_t* handle)
+{
+    QWidget* window = WidgetOf(owner);
+    if (!window || !screenArea || !handle) {
+        return BadArgument;
+    }
+    const QRect area(screenArea->left, screenArea->top, screenArea->right - screenArea->left,
+                     screenArea->bottom - screenArea->top);
+    *handle = ++lastHandle;
+    openPreviews[*handle] = new Preview(window, area, FindSensor());
+    return 0;
+}
+
+std::uint32_t Quillet_4(std::uintptr_t handle, std::uint32_t show)
+{
+    const auto entry = openPreviews.find(handle);
+    if (entry == openPreviews.end() || !entry->second) {
+        return NoSuchPreview;
+    }
+    if (show) {
+        entry->second->Arm();
+    } else {
+        entry->second->Disarm();
+    }
+    return 0;
+}
+
+std::uint32_t Quillet_2(std::uintptr_t handle)
+{
+    const auto entry = openPreviews.find(handle);
+    if (entry == openPreviews.end()) {
+        return NoSuchPreview;
+    }
+    // The close may come out of the preview's own press, so it goes once the stack is unwound.
+    if (Preview* preview = entry->second) {
+        preview->Disarm();
+        preview->deleteLater();
+    }
+    openPreviews.erase(entry);
+    return 0;
+}
+
+namespace {
+
+// The capture library as the program has loaded it; it is not loaded for the preview's sake.
+SensorLink FindSensor()
+{
+    SensorLink sensor;
+    if (void* tarn = dlopen("libTarn.so", RTLD_NOW | RTLD_NOLOAD)) {
+        sensor.expose =
+            reinterpret_cast<decltype(sensor.expose)>(dlsym(tarn, "TarnSimulatorHandSwitch"));
+        sensor.phase =
+            reinterpret_cast<decltype(sensor.phase)>(dlsym(tarn, "TarnSimulatorArmedState"));
+        dlclose(tarn);
+    }
+    return sensor;
+}
+
+} // namespace
