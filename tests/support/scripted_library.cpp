@@ -2,6 +2,7 @@
 #include "support/scripted_library.h"
 
 #include <algorithm>
+#include <concepts>
 #include <cstdio>
 #include <cstring>
 
@@ -14,143 +15,112 @@ constexpr const char* operationNames[] = {
     "TarnEnableCapture",  "TarnDisableCapture", "TarnGetLibraryParam", "TarnSetLibraryParam",
     "TarnGetImage",       "TarnRemoveImage",    "TarnGetImageCount",   "TarnGetDeviceList",
     "TarnGetDeviceParam", "TarnSetDeviceParam", "TarnDescribeResult",  "TarnFreeObject",
-    "QuilletOpen",        "QuilletClose",       "QuilletShow",
-};
+    "QuilletOpen",        "QuilletClose",       "QuilletShow"};
 static_assert(std::size(operationNames) == static_cast<std::size_t>(Export::Count));
 
 constexpr std::uint32_t typeOfAlternative[] = {TarnTypeInteger, TarnTypeFlag, TarnTypeText,
                                                TarnTypeBlock};
 
-std::string Quoted(const char* text)
+std::string Formatted(const char* format, std::uint32_t number)
+{
+    char text[16];
+    std::snprintf(text, sizeof text, format, number);
+    return text;
+}
+
+// An argument as the call log shows it; empty for what it leaves out.
+std::string Word(const char* text)
 {
     return text ? '"' + std::string(text) + '"' : "null";
 }
 
-std::string Joined(std::initializer_list<std::string> words)
-{
-    std::string line;
-    for (const std::string& word : words)
-        line += ' ' + word;
-    return line;
-}
-
-std::string Number(std::uint64_t number)
+std::string Word(std::integral auto number)
 {
     return std::to_string(number);
 }
 
-std::string Hexadecimal(std::uint32_t number)
+std::string Word(HWND)
 {
-    char text[16];
-    std::snprintf(text, sizeof text, "0x%X", number);
-    return text;
+    return "";
 }
 
-// What a write passes, and the value to keep for the reads that follow.
-struct Written
+std::string Word(const TarnValue& value)
 {
-    std::string words;
-    ScriptedLibrary::Parameter parameter;
-};
+    const std::uint32_t type = value.tag & 0xFFFF;
+    if (type == TarnTypeInteger)
+        return "int " + std::to_string(value.value);
+    if (type == TarnTypeFlag)
+        return "flag " + std::to_string(static_cast<std::int32_t>(value.value));
+    if (type == TarnTypeText)
+        return "text " + Word(reinterpret_cast<const char*>(value.value));
+    std::string words = type == TarnTypeBlock ? "block" : "type " + std::to_string(type);
+    for (std::uintptr_t i = 0; type == TarnTypeBlock && i < value.value; ++i)
+        words += Formatted(" %02X", static_cast<const std::uint8_t*>(value.pointer)[i]);
+    return words;
+}
 
-Written Take(const TarnValue& value)
+ScriptedLibrary::Parameter ParameterOf(const TarnValue& value)
 {
+    const auto* bytes = static_cast<const std::uint8_t*>(value.pointer);
     switch (value.tag & 0xFFFF) {
-    case TarnTypeInteger:
-        return {"int " + Number(value.value), static_cast<std::uint32_t>(value.value)};
     case TarnTypeFlag:
-        return {"flag " + std::to_string(static_cast<std::int32_t>(value.value)),
-                static_cast<std::int32_t>(value.value)};
-    case TarnTypeText: {
-        const char* text = reinterpret_cast<const char*>(value.value);
-        return {"text " + Quoted(text), std::string(text ? text : "")};
-    }
-    case TarnTypeBlock: {
-        const auto* bytes = static_cast<const std::uint8_t*>(value.pointer);
-        const ScriptedLibrary::Block block(bytes, bytes + value.value);
-        std::string words = "block";
-        for (std::uint8_t byte : block) {
-            char text[4];
-            std::snprintf(text, sizeof text, " %02X", byte);
-            words += text;
-        }
-        return {words, block};
-    }
+        return static_cast<std::int32_t>(value.value);
+    case TarnTypeText:
+        return std::string(TextOrEmpty(reinterpret_cast<const char*>(value.value)));
+    case TarnTypeBlock:
+        return ScriptedLibrary::Block(bytes, bytes + value.value);
     default:
-        return {"type " + Number(value.tag & 0xFFFF), 0u};
+        return static_cast<std::uint32_t>(value.value);
     }
+}
+
+template <typename Table, typename Key>
+const ScriptedLibrary::Parameter* Find(const Table& table, const Key& key)
+{
+    const auto found = table.find(key);
+    return found == table.end() ? nullptr : &found->second;
 }
 
 } // namespace
 
 struct ScriptedExports
 {
-    static std::uint32_t Plain(Export which, const std::string& arguments = {})
+    // An export that does nothing but return the scripted result.
+    template <Export which, typename... Arguments>
+    static std::uint32_t Plain(Arguments... arguments)
     {
-        return current->Begin(which, arguments).result;
+        return current->Begin(which, {Word(arguments)...}).result;
     }
 
-    static std::uint32_t Open(HWND, const char* name)
+    static std::uint32_t GetLibraryParam(std::uint32_t number, TarnValue** out)
     {
-        return Plain(Export::Open, Joined({Quoted(name)}));
+        const auto script = current->Begin(Export::GetLibraryParam, {Word(number)});
+        return current->Read(script, number, Find(current->libraryParams, number), out);
     }
 
-    static std::uint32_t Close() { return Plain(Export::Close); }
-
-    static std::uint32_t SetNotifyWindow(HWND, std::uint32_t message)
+    static std::uint32_t SetLibraryParam(std::uint32_t number, const TarnValue* value)
     {
-        return Plain(Export::SetNotifyWindow, Joined({Hexadecimal(message)}));
-    }
-
-    static std::uint32_t ClearNotifyWindow(HWND) { return Plain(Export::ClearNotifyWindow); }
-
-    static std::uint32_t EnableCapture(std::uint32_t device, const char* userId, std::uint32_t zero)
-    {
-        return Plain(Export::EnableCapture, Joined({Number(device), Quoted(userId), Number(zero)}));
-    }
-
-    static std::uint32_t DisableCapture(std::uint32_t device, std::uint32_t abort)
-    {
-        return Plain(Export::DisableCapture, Joined({Number(device), Number(abort)}));
-    }
-
-    static std::uint32_t GetLibraryParam(std::uint32_t parameter, TarnValue** out)
-    {
-        const auto script = current->Begin(Export::GetLibraryParam, Joined({Number(parameter)}));
-        const auto found = current->libraryParams.find(parameter);
-        return current->Read(script, parameter,
-                             found == current->libraryParams.end() ? nullptr : &found->second, out);
-    }
-
-    static std::uint32_t SetLibraryParam(std::uint32_t parameter, const TarnValue* value)
-    {
-        const Written written = Take(*value);
-        const auto script = current->Begin(Export::SetLibraryParam,
-                                           Joined({Number(value->tag >> 16), written.words}));
+        const auto script =
+            current->Begin(Export::SetLibraryParam, {Word(value->tag >> 16), Word(*value)});
         if (!script.fails)
-            current->libraryParams[parameter] = written.parameter;
+            current->libraryParams[number] = ParameterOf(*value);
         return script.result;
     }
 
-    static std::uint32_t GetDeviceParam(std::uint32_t device, std::uint32_t parameter,
-                                        TarnValue** out)
+    static std::uint32_t GetDeviceParam(std::uint32_t device, std::uint32_t number, TarnValue** out)
     {
-        const auto script =
-            current->Begin(Export::GetDeviceParam, Joined({Number(device), Number(parameter)}));
-        const auto found = current->deviceParams.find({device, parameter});
-        return current->Read(script, parameter,
-                             found == current->deviceParams.end() ? nullptr : &found->second, out);
+        const auto script = current->Begin(Export::GetDeviceParam, {Word(device), Word(number)});
+        const auto* parameter = Find(current->deviceParams, std::pair(device, number));
+        return current->Read(script, number, parameter, out);
     }
 
-    static std::uint32_t SetDeviceParam(std::uint32_t device, std::uint32_t parameter,
+    static std::uint32_t SetDeviceParam(std::uint32_t device, std::uint32_t number,
                                         const TarnValue* value)
     {
-        const Written written = Take(*value);
-        const auto script =
-            current->Begin(Export::SetDeviceParam,
-                           Joined({Number(device), Number(value->tag >> 16), written.words}));
+        const auto script = current->Begin(Export::SetDeviceParam,
+                                           {Word(device), Word(value->tag >> 16), Word(*value)});
         if (!script.fails)
-            current->deviceParams[{device, parameter}] = written.parameter;
+            current->deviceParams[{device, number}] = ParameterOf(*value);
         return script.result;
     }
 
@@ -161,18 +131,15 @@ struct ScriptedExports
             ScriptedImage image;
             TarnImageRecord record;
         };
-        const auto script =
-            current->Begin(Export::GetImage, Joined({Quoted(userId), Number(number)}));
-        *out = nullptr;
+        const auto script = current->Begin(Export::GetImage, {Word(userId), Word(number)});
         if (script.fails || script.fault == Fault::NullObject)
             return script.result;
-        const auto& images = current->images;
-        const auto found = std::ranges::find_if(images, [number](const ScriptedImage& image) {
+        const auto found = std::ranges::find_if(current->images, [number](const auto& image) {
             return number == 0 || image.number == number;
         });
-        if (found == images.end())
+        if (found == current->images.end())
             return ScriptedLibrary::NoSuchImage;
-        const auto holder = std::make_shared<Holder>(Holder{*found, {}});
+        const auto holder = std::make_shared<Holder>(*found);
         const ScriptedImage& image = holder->image;
         const bool texts = script.fault != Fault::NullTexts;
         const bool pixels = script.fault != Fault::NullEntries && !image.pixels.empty();
@@ -186,18 +153,16 @@ struct ScriptedExports
                           pixels ? image.pixels.data() : nullptr,
                           texts ? image.headerText.c_str() : nullptr,
                           texts ? image.userId.c_str() : nullptr};
-        *out = static_cast<TarnImageRecord*>(current->HandOut(holder, &holder->record));
+        *out = current->HandOut(holder, holder->record);
         return script.result;
     }
 
     static std::uint32_t RemoveImage(const char* userId, std::uint32_t imageId)
     {
-        const auto script =
-            current->Begin(Export::RemoveImage, Joined({Quoted(userId), Number(imageId)}));
+        const auto script = current->Begin(Export::RemoveImage, {Word(userId), Word(imageId)});
         if (!script.fails)
-            std::erase_if(current->images, [imageId](const ScriptedImage& image) {
-                return image.imageId == imageId;
-            });
+            std::erase_if(current->images,
+                          [imageId](const auto& image) { return image.imageId == imageId; });
         return script.result;
     }
 
@@ -218,18 +183,18 @@ struct ScriptedExports
             DeviceList list;
         };
         const auto script = current->Begin(Export::GetDeviceList, {});
-        *out = nullptr;
         if (script.fails || script.fault == Fault::NullObject)
             return script.result;
-        const auto holder = std::make_shared<Holder>(Holder{current->devices, {}, {}});
+        const auto holder = std::make_shared<Holder>(current->devices);
         const bool texts = script.fault != Fault::NullTexts;
-        for (const ScriptedDevice& device : holder->devices)
+        for (const auto& device : holder->devices)
             holder->entries.push_back({device.number, device.state,
                                        texts ? device.name.c_str() : nullptr,
                                        texts ? device.description.c_str() : nullptr});
-        holder->list = {static_cast<std::uint32_t>(holder->entries.size()), 0,
-                        script.fault == Fault::NullEntries ? nullptr : holder->entries.data()};
-        *out = static_cast<DeviceList*>(current->HandOut(holder, &holder->list));
+        holder->list.count = static_cast<std::uint32_t>(holder->entries.size());
+        holder->list.entries =
+            script.fault == Fault::NullEntries ? nullptr : holder->entries.data();
+        *out = current->HandOut(holder, holder->list);
         return script.result;
     }
 
@@ -237,13 +202,12 @@ struct ScriptedExports
     static std::uint32_t DescribeResult(std::uint32_t result, char* text, std::uint32_t capacity)
     {
         const auto script =
-            current->Begin(Export::DescribeResult, Joined({Hexadecimal(result), Number(capacity)}));
+            current->Begin(Export::DescribeResult, {Formatted("0x%X", result), Word(capacity)});
         if (script.fails)
             return script.result;
         const auto found = current->descriptions.find(result);
-        const std::string description = found == current->descriptions.end()
-                                            ? "Description of " + Hexadecimal(result)
-                                            : found->second;
+        const std::string description =
+            found != current->descriptions.end() ? found->second : Formatted("Result 0x%X", result);
         std::memcpy(text, description.c_str(),
                     std::min<std::size_t>(description.size() + 1, capacity));
         return result;
@@ -251,7 +215,7 @@ struct ScriptedExports
 
     static void FreeObject(void* object)
     {
-        current->Begin(Export::FreeObject, object ? "" : " null");
+        current->Begin(Export::FreeObject, {object ? "" : "null"});
         if (object && current->m_objects.erase(object) == 0)
             ++current->wrongFrees;
     }
@@ -260,77 +224,44 @@ struct ScriptedExports
                                      std::uintptr_t* handle)
     {
         const auto script =
-            current->Begin(Export::QuilletOpen,
-                           Joined({std::to_string(area->left), std::to_string(area->top),
-                                   std::to_string(area->right), std::to_string(area->bottom)}));
+            current->Begin(Export::QuilletOpen, {Word(area->left), Word(area->top),
+                                                 Word(area->right), Word(area->bottom)});
         if (!script.fails)
             *handle = ScriptedLibrary::PreviewHandle;
         return script.result;
     }
-
-    static std::uint32_t QuilletClose(std::uintptr_t handle)
-    {
-        return Plain(Export::QuilletClose, Joined({Number(handle)}));
-    }
-
-    static std::uint32_t QuilletShow(std::uintptr_t handle, std::uint32_t show)
-    {
-        return Plain(Export::QuilletShow, Joined({Number(handle), Number(show)}));
-    }
 };
 
 ScriptedLibrary::ScriptedLibrary()
-    : exports{ScriptedExports::Open,
-              ScriptedExports::Close,
-              ScriptedExports::SetNotifyWindow,
-              ScriptedExports::ClearNotifyWindow,
-              ScriptedExports::EnableCapture,
-              ScriptedExports::DisableCapture,
-              ScriptedExports::GetLibraryParam,
-              ScriptedExports::SetLibraryParam,
-              ScriptedExports::GetImage,
-              ScriptedExports::RemoveImage,
-              ScriptedExports::GetImageCount,
-              ScriptedExports::GetDeviceList,
-              ScriptedExports::GetDeviceParam,
-              ScriptedExports::SetDeviceParam,
-              ScriptedExports::DescribeResult,
-              ScriptedExports::FreeObject,
-              ScriptedExports::QuilletOpen,
-              ScriptedExports::QuilletClose,
-              ScriptedExports::QuilletShow},
-      m_formerExports(UseLibraryExports(&exports)),
-      m_former(current)
+    : exports{
+          .open = ScriptedExports::Plain<Export::Open>,
+          .close = ScriptedExports::Plain<Export::Close>,
+          .setNotifyWindow = ScriptedExports::Plain<Export::SetNotifyWindow>,
+          .clearNotifyWindow = ScriptedExports::Plain<Export::ClearNotifyWindow>,
+          .enableCapture = ScriptedExports::Plain<Export::EnableCapture>,
+          .disableCapture = ScriptedExports::Plain<Export::DisableCapture>,
+          .getLibraryParam = ScriptedExports::GetLibraryParam,
+          .setLibraryParam = ScriptedExports::SetLibraryParam,
+          .getImage = ScriptedExports::GetImage,
+          .removeImage = ScriptedExports::RemoveImage,
+          .getImageCount = ScriptedExports::GetImageCount,
+          .getDeviceList = ScriptedExports::GetDeviceList,
+          .getDeviceParam = ScriptedExports::GetDeviceParam,
+          .setDeviceParam = ScriptedExports::SetDeviceParam,
+          .describeResult = ScriptedExports::DescribeResult,
+          .freeObject = ScriptedExports::FreeObject,
+          .quilletOpen = ScriptedExports::QuilletOpen,
+          .quilletClose = ScriptedExports::Plain<Export::QuilletClose>,
+          .quilletShow = ScriptedExports::Plain<Export::QuilletShow>,
+      },
+      m_formerExports(UseLibraryExports(&exports)), m_former(std::exchange(current, this))
 {
-    current = this;
 }
 
 ScriptedLibrary::~ScriptedLibrary()
 {
     UseLibraryExports(m_formerExports);
     current = m_former;
-}
-
-void ScriptedLibrary::SetDeviceInt(std::uint32_t device, std::uint32_t parameter,
-                                   std::uint32_t value)
-{
-    deviceParams[{device, parameter}] = value;
-}
-
-void ScriptedLibrary::SetDeviceFlag(std::uint32_t device, std::uint32_t parameter,
-                                    std::int32_t value)
-{
-    deviceParams[{device, parameter}] = value;
-}
-
-void ScriptedLibrary::SetDeviceText(std::uint32_t device, std::uint32_t parameter, std::string text)
-{
-    deviceParams[{device, parameter}] = std::move(text);
-}
-
-void ScriptedLibrary::SetDeviceBlock(std::uint32_t device, std::uint32_t parameter, Block bytes)
-{
-    deviceParams[{device, parameter}] = std::move(bytes);
 }
 
 void ScriptedLibrary::Fail(Export which, std::uint32_t result, unsigned callCount)
@@ -352,60 +283,50 @@ std::vector<std::string> ScriptedLibrary::CallsOf(std::initializer_list<const ch
     return found;
 }
 
-ScriptedLibrary::Script ScriptedLibrary::Begin(Export which, const std::string& arguments)
+ScriptedLibrary::Script ScriptedLibrary::Begin(Export which,
+                                               std::initializer_list<std::string> arguments)
 {
-    calls.push_back(operationNames[static_cast<int>(which)] + arguments);
+    std::string line = operationNames[static_cast<int>(which)];
+    for (const std::string& argument : arguments)
+        line += (argument.empty() ? "" : " ") + argument;
+    calls.push_back(line);
     if (onCall)
         onCall(which);
-    const auto found = m_scripts.find(which);
-    if (found == m_scripts.end() || found->second.calls == 0)
+    Script& script = m_scripts[which];
+    if (script.calls == 0)
         return {};
-    if (found->second.calls != Always)
-        --found->second.calls;
-    return found->second;
-}
-
-void* ScriptedLibrary::HandOut(std::shared_ptr<void> holder, void* object)
-{
-    m_objects[object] = std::move(holder);
-    return object;
+    if (script.calls != Always)
+        --script.calls;
+    return script;
 }
 
 std::uint32_t ScriptedLibrary::Read(const Script& script, std::uint32_t number,
                                     const Parameter* parameter, TarnValue** out)
-{
-    *out = nullptr;
-    if (script.fails || script.fault == Fault::NullObject)
-        return script.result;
-    if (!parameter)
-        return NoSuchParameter;
-    *out = HandOutValue(number, *parameter, script.fault);
-    return script.result;
-}
-
-TarnValue* ScriptedLibrary::HandOutValue(std::uint32_t number, const Parameter& parameter,
-                                         Fault fault)
 {
     struct Holder
     {
         Parameter parameter;
         TarnValue value;
     };
-    const auto holder = std::make_shared<Holder>(Holder{parameter, {}});
+    if (script.fails || script.fault == Fault::NullObject)
+        return script.result;
+    if (!parameter)
+        return NoSuchParameter;
+    const auto holder = std::make_shared<Holder>(*parameter);
     TarnValue& value = holder->value;
-    const std::uint32_t type =
-        fault == Fault::WrongType ? 99 : typeOfAlternative[parameter.index()];
-    value.tag = number << 16 | type;
-    const bool pointers = fault != Fault::NullTexts;
-    if (const auto* integer = std::get_if<std::uint32_t>(&holder->parameter))
+    value.tag = number << 16 |
+                (script.fault == Fault::WrongType ? 99 : typeOfAlternative[parameter->index()]);
+    const bool pointers = script.fault != Fault::NullTexts;
+    if (const auto* integer = std::get_if<std::uint32_t>(parameter))
         value.value = *integer;
-    else if (const auto* flag = std::get_if<std::int32_t>(&holder->parameter))
+    if (const auto* flag = std::get_if<std::int32_t>(parameter))
         value.value = static_cast<std::uint32_t>(*flag);
-    else if (const auto* text = std::get_if<std::string>(&holder->parameter))
+    if (const auto* text = std::get_if<std::string>(&holder->parameter))
         value.value = pointers ? reinterpret_cast<std::uintptr_t>(text->c_str()) : 0;
-    else if (const auto* block = std::get_if<Block>(&holder->parameter)) {
+    if (const auto* block = std::get_if<Block>(&holder->parameter)) {
         value.value = block->size();
         value.pointer = pointers ? block->data() : nullptr;
     }
-    return static_cast<TarnValue*>(HandOut(holder, &value));
+    *out = HandOut(holder, value);
+    return script.result;
 }

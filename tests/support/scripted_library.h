@@ -13,6 +13,7 @@
 #include <variant>
 #include <vector>
 
+// Pairs with operationNames in the implementation.
 enum class Export
 {
     Open,
@@ -94,12 +95,12 @@ public:
     std::vector<ScriptedImage> images; // the store; TarnRemoveImage takes images out
     std::map<std::uint32_t, std::string> descriptions; // "Description of 0x..." where missing
     std::map<std::uint32_t, Parameter> libraryParams;
-    std::map<std::pair<std::uint32_t, std::uint32_t>, Parameter> deviceParams;
+    std::map<std::pair<std::uint32_t, std::uint32_t>, Parameter> deviceParams; // {device, number}
 
-    void SetDeviceInt(std::uint32_t device, std::uint32_t parameter, std::uint32_t value);
-    void SetDeviceFlag(std::uint32_t device, std::uint32_t parameter, std::int32_t value);
-    void SetDeviceText(std::uint32_t device, std::uint32_t parameter, std::string text);
-    void SetDeviceBlock(std::uint32_t device, std::uint32_t parameter, Block bytes);
+    void SetDeviceInt(std::uint32_t device, std::uint32_t parameter, std::uint32_t value)
+    {
+        deviceParams[{device, parameter}] = value;
+    }
 
     // The export's next calls return the result and do nothing else; a read gives no object.
     void Fail(Export which, std::uint32_t result, unsigned calls = 1);
@@ -130,11 +131,17 @@ private:
     };
 
     // Notes the call, runs onCall and takes the export's script for it.
-    Script Begin(Export which, const std::string& arguments);
-    void* HandOut(std::shared_ptr<void> holder, void* object);
-    TarnValue* HandOutValue(std::uint32_t number, const Parameter& parameter, Fault fault);
+    Script Begin(Export which, std::initializer_list<std::string> arguments);
+    // Gives out a copy of the parameter, unless the script or a missing parameter stands against.
     std::uint32_t Read(const Script& script, std::uint32_t number, const Parameter* parameter,
                        TarnValue** out);
+    // Counts the record as handed out; it lives in holder until it is freed.
+    template <typename Record>
+    Record* HandOut(std::shared_ptr<void> holder, Record& record)
+    {
+        m_objects[&record] = std::move(holder);
+        return &record;
+    }
 
     std::map<Export, Script> m_scripts;
     std::map<void*, std::shared_ptr<void>> m_objects;

@@ -1,0 +1,51 @@
+// What the operations do while libraries or exports are missing.
+#include "device/libraries.h"
+#include "device/parameters.h"
+#include "device/results.h"
+#include "support/scripted_library.h"
+
+#include <gtest/gtest.h>
+
+TEST(Loading, MissingExportsAndLibrariesAreNamedAndTheOthersWork)
+{
+    EXPECT_EQ(TarnOpen(nullptr, "Tarn test"), ErrorExportMissing);
+    const std::string description = ResultDescription(ErrorExportMissing);
+    EXPECT_NE(description.find("Quillet"), std::string::npos) << description;
+    EXPECT_NE(description.find("Tarn_20"), std::string::npos) << description;
+    EXPECT_EQ(description.find("Tarn_22"), std::string::npos) << description;
+    EXPECT_NE(description.back(), '\n');
+
+    std::uint32_t count = 0;
+    EXPECT_EQ(TarnGetImageCount(&count), 0u);
+    EXPECT_EQ(count, 3u);
+
+    TarnImageRecord* image = reinterpret_cast<TarnImageRecord*>(&count);
+    EXPECT_EQ(TarnGetImage("", 0, &image), ErrorExportMissing);
+    EXPECT_EQ(image, nullptr);
+    EXPECT_EQ(TarnClose(), ErrorExportMissing);
+    EXPECT_EQ(QuilletClose(0), ErrorExportMissing);
+    EXPECT_EQ(ResultDescription(5), "") << "the library has no export to describe it";
+}
+
+TEST(Loading, NothingIsFetchedThatCouldNotBeFreed)
+{
+    TarnOpen(nullptr, "Tarn test");
+    std::uint32_t value = 1;
+    EXPECT_FALSE(GetDeviceInt(1, 1, value));
+    EXPECT_EQ(value, 1u);
+    TarnFreeObject(&value);
+}
+
+TEST(Loading, ALongDescriptionIsCutAndTerminated)
+{
+    TarnOpen(nullptr, "Tarn test");
+    char text[10] = "unchanged";
+    EXPECT_EQ(TarnDescribeResult(ErrorExportMissing, text, 0), ErrorExportMissing);
+    EXPECT_STREQ(text, "unchanged");
+    TarnDescribeResult(ErrorExportMissing, text, 4);
+    EXPECT_EQ(std::string(text).size(), 3u);
+
+    ScriptedLibrary library;
+    library.descriptions[5] = std::string(3000, 'x');
+    EXPECT_EQ(ResultDescription(5), std::string(1999, 'x'));
+}
