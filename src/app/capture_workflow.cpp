@@ -1,6 +1,5 @@
 // The capture workflow: arming, the library's events, receiving, keeping and removing images.
 #include "app/main_dialog.h"
-
 #include "device/libraries.h"
 #include "device/parameters.h"
 #include "device/results.h"
@@ -12,13 +11,12 @@
 #include <algorithm>
 #include <utility>
 
-namespace
-{
+namespace {
 
 constexpr char CaptureUserId[] = "My ID"; // arms the sensor
 constexpr char AnyUserId[] = "";          // fetches and removes
 
-constexpr std::uint32_t FilterChain = 17; // library parameter
+constexpr std::uint32_t FilterChain = 17;   // library parameter
 constexpr std::uint32_t TestImageMode = 80; // parameters of device 0
 constexpr std::uint32_t RawFilesFolder = 81;
 constexpr std::uint32_t GainCheck = 82;
@@ -259,8 +257,7 @@ void CTarnTestDlg::ApplyCaptureOptions()
     SetLibraryText(FilterChain, eightBitRead ? filterChain : "");
 }
 
-namespace
-{
+namespace {
 
 // Copies the library's picture, once. A record without pixels gives an image without pixels; one
 // that claims deeper samples than its pixels hold is taken at what they hold.

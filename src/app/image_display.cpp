@@ -1,6 +1,5 @@
 // The current image on screen: range, display table, rendering, zoom, scrolling and painting.
 #include "app/main_dialog.h"
-
 #include "display/range.h"
 #include "display/view.h"
 #include "platform/paint.h"
@@ -8,33 +7,25 @@
 #include "resources/resource.h"
 #include "storage/header_fields.h"
 
-namespace
-{
-
-constexpr double ZoomStep = 1.5;
-constexpr std::uint32_t BackgroundGrey = 128;
-
-} // namespace
-
 void CTarnTestDlg::LayoutImageArea()
 {
     displayBitmapInfo = std::make_unique<BITMAPINFO256>();
 
     // Bitmap rows are padded to 4 bytes; an area as wide as its rows needs no padding.
     imageArea.GetClientRect(&imageAreaRect);
-    if (const LONG excess = imageAreaRect.right % 4; excess != 0) {
+    if (imageAreaRect.right % 4 != 0) {
         RECT window;
         imageArea.GetWindowRect(&window);
-        imageArea.SetWindowPos(0, 0, window.right - window.left - excess,
-                               window.bottom - window.top, SWP_NOMOVE | SWP_NOZORDER);
+        const int width = ImageAreaWidth(window.right - window.left, imageAreaRect.right);
+        imageArea.SetWindowPos(0, 0, width, window.bottom - window.top, SWP_NOMOVE | SWP_NOZORDER);
         imageArea.GetClientRect(&imageAreaRect);
     }
 
     const auto width = static_cast<std::uint32_t>(imageAreaRect.right);
     const auto height = static_cast<std::uint32_t>(imageAreaRect.bottom);
     displayImage = CLinkedPtr<CImage>(new CImage(width, height, 8, 0, 1));
-    displayImage->Fill(BackgroundGrey);
-    FillBitmapInfo(*displayBitmapInfo, imageAreaRect.right, imageAreaRect.bottom);
+    displayImage->Fill(DisplayBackground);
+    FillBitmapHeader(*displayBitmapInfo, imageAreaRect.right, imageAreaRect.bottom);
     ApplyScaleFields();
 }
 
@@ -43,14 +34,14 @@ void CTarnTestDlg::UpdateDisplay(bool recompute)
     if (!displayImage) {
         return;
     }
-    displayImage->Fill(BackgroundGrey);
+    displayImage->Fill(DisplayBackground);
     if (currentImage) {
         if (recompute) {
             FitRange();
             SetView(1.0);
         }
-        RenderToDisplay(*currentImage, displayLut.data(), zoom, viewCenterX, viewCenterY,
-                        *displayImage);
+        RenderToDisplay(currentImage.Get(), displayLut.data(), zoom, viewCenterX, viewCenterY,
+                        displayImage.Get());
         BuildTitle(currentImage->m_headerText);
     }
     Invalidate();
@@ -135,40 +126,36 @@ void CTarnTestDlg::SetZoom(double newZoom)
 
 void CTarnTestDlg::SetView(double newZoom)
 {
-    if (!ZoomFitsScrollBars(newZoom)) {
+    if (!IsZoomUsable(newZoom)) {
         return;
     }
-    zoom = newZoom > 1.0 ? newZoom : 1.0;
-    const int show = zoom > 1.0 ? SW_SHOW : SW_HIDE;
-    horizontalBar.ShowWindow(show);
-    verticalBar.ShowWindow(show);
+    const bool zoomed = newZoom > 1.0;
+    zoom = zoomed ? newZoom : 1.0;
+    horizontalBar.ShowWindow(zoomed ? SW_SHOW : SW_HIDE);
+    verticalBar.ShowWindow(zoomed ? SW_SHOW : SW_HIDE);
 
-    ScrollBarPositions positions;
-    if (currentImage) {
-        const std::uint32_t width = currentImage->m_width;
-        const std::uint32_t height = currentImage->m_height;
-        if (zoom <= 1.0) {
-            viewCenterX = width / 2;
-            viewCenterY = height / 2;
-        } else {
-            positions = ScrollBarPositionsFor(width, height, zoom, viewCenterX, viewCenterY);
-        }
+    const std::uint32_t width = currentImage ? currentImage->m_width : 0;
+    const std::uint32_t height = currentImage ? currentImage->m_height : 0;
+    if (!zoomed && currentImage) {
+        viewCenterX = width / 2;
+        viewCenterY = height / 2;
     }
-    const int range = ScrollBarRange(zoom);
-    horizontalBar.SetScrollRange(0, range, FALSE);
-    verticalBar.SetScrollRange(0, range, FALSE);
+    const ScrollPositions positions =
+        ScrollPositionsFor(zoom, width, height, viewCenterX, viewCenterY);
+    horizontalBar.SetScrollRange(0, positions.range, FALSE);
+    verticalBar.SetScrollRange(0, positions.range, FALSE);
     horizontalBar.SetScrollPos(positions.horizontal);
     verticalBar.SetScrollPos(positions.vertical);
 }
 
 void CTarnTestDlg::OnZoomIn()
 {
-    SetZoom(zoom * ZoomStep);
+    SetZoom(zoom * ZoomInFactor);
 }
 
 void CTarnTestDlg::OnZoomOut()
 {
-    SetZoom(zoom * 0.6666666666666666);
+    SetZoom(zoom * ZoomOutFactor);
 }
 
 void CTarnTestDlg::OnZoomNormal()
@@ -179,7 +166,7 @@ void CTarnTestDlg::OnZoomNormal()
 void CTarnTestDlg::OnHorizontalScroll(UINT code, std::uint32_t thumb)
 {
     if (currentImage &&
-        ScrollBy(code, thumb, horizontalBar, +1, currentImage->m_width, viewCenterX)) {
+        ScrollStep(code, thumb, horizontalBar, +1, currentImage->m_width, viewCenterX)) {
         UpdateDisplay(false);
     }
 }
@@ -187,7 +174,7 @@ void CTarnTestDlg::OnHorizontalScroll(UINT code, std::uint32_t thumb)
 void CTarnTestDlg::OnVerticalScroll(UINT code, std::uint32_t thumb)
 {
     if (currentImage &&
-        ScrollBy(code, thumb, verticalBar, -1, currentImage->m_height, viewCenterY)) {
+        ScrollStep(code, thumb, verticalBar, -1, currentImage->m_height, viewCenterY)) {
         UpdateDisplay(false);
     }
 }
@@ -198,7 +185,14 @@ bool CTarnTestDlg::ScrollStep(UINT code, std::uint32_t thumb, CScrollBar& bar, i
     int minimum = 0;
     int maximum = 0;
     bar.GetScrollRange(&minimum, &maximum);
-    return false;
+    const auto step = ::ScrollStep(code, static_cast<int>(thumb), bar.GetScrollPos(), minimum,
+                                   maximum, direction, extent, zoom);
+    if (!step) {
+        return false;
+    }
+    center = step->center;
+    bar.SetScrollPos(step->position);
+    return true;
 }
 
 void CTarnTestDlg::ApplyScaleFields()

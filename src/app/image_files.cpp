@@ -1,6 +1,5 @@
 // Opening and saving images.
 #include "app/main_dialog.h"
-
 #include "errors/exceptions.h"
 #include "platform/boxes.h"
 #include "storage/header_fields.h"

@@ -16,8 +16,7 @@
 std::int64_t perfFrequency = 0;
 std::uintptr_t previewHandle = 0;
 
-namespace
-{
+namespace {
 
 constexpr UINT_PTR StartUpTimer = 2;
 constexpr UINT StartUpDelay = 1000; // milliseconds

@@ -72,8 +72,8 @@ protected:
     CLinkedPtr<CImage> currentImage; // received or opened
     std::array<std::uint8_t, DisplayLutSize> displayLut{};
     std::uint32_t displayLutSize = DisplayLutSize;
-    std::uint32_t maxSampleValue = MaxSampleValue(12); // until the first image tells
-    RECT imageAreaRect{};                              // client rectangle of the image area
+    std::uint32_t maxSampleValue = InitialMaxSampleValue; // until an image tells
+    RECT imageAreaRect{};                                 // client rectangle of the image area
     double zoom = 1.0;
     std::uint32_t viewCenterX = 0; // source pixels
     std::uint32_t viewCenterY = 0;
@@ -87,7 +87,7 @@ protected:
     CButton abortButton;
     CButton enableButton;
     CStatic imageArea;
-    double paintTime = 0.0; // seconds of the last transfer to the screen
+    double paintTime = 0.0;           // seconds of the last transfer to the screen
     std::uint32_t scaleCenter = 3700; // sensor units
     std::uint32_t scaleWidth = 800;
     BOOL negative = FALSE;
@@ -141,7 +141,7 @@ private:
     void OnHorizontalScroll(UINT code, std::uint32_t thumb);
     void OnVerticalScroll(UINT code, std::uint32_t thumb);
     bool ScrollStep(UINT code, std::uint32_t thumb, CScrollBar& bar, int direction,
-                  std::uint32_t extent, std::uint32_t& center);
+                    std::uint32_t extent, std::uint32_t& center);
     void ApplyScaleFields();
     void ToggleNegative();
     void ApplyLutWindowWidth();
