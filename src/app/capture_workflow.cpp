@@ -24,6 +24,10 @@ constexpr std::uint32_t GainCheck = 82;
 // Passes in a row that may fetch nothing before the stored-image loop gives up.
 constexpr int MaxFruitlessPasses = 3;
 
+// Questions about images that may be open at once, each nested in the one before. An image that
+// arrives beyond that stays in the library's store.
+constexpr int MaxOpenQuestions = 8;
+
 CLinkedPtr<CImage> ImageFromRecord(const TarnImageRecord& record);
 
 } // namespace
@@ -72,6 +76,9 @@ LRESULT CTarnTestDlg::OnTarnEvent(WPARAM wParam, LPARAM lParam)
         {17, &CTarnTestDlg::OnExposureTone},
     };
 
+    if (librariesClosed) {
+        return 0;
+    }
     const auto number = static_cast<std::uint32_t>(wParam);
     const auto result = static_cast<std::uint32_t>(lParam);
     const std::uint32_t event = result & 0xFFFFFF;
@@ -89,7 +96,15 @@ void CTarnTestDlg::OnImageReady(std::uint32_t number)
     if (IsIconic()) {
         ShowWindow(SW_RESTORE);
     }
-    if (FetchImage(AnyUserId, number) == 0) {
+    if (openQuestions == MaxOpenQuestions) {
+        return;
+    }
+    std::uint32_t imageId = 0;
+    const std::uint32_t result = TryFetchImage(AnyUserId, number, imageId);
+    if (result != 0) {
+        ReportEventResult(result);
+    }
+    if (imageId == 0) {
         if (autoEnable) {
             EnableCapture();
         }
@@ -101,7 +116,7 @@ void CTarnTestDlg::OnImageReady(std::uint32_t number)
     const bool saved = autoSaveImages && TrySave(image);
     const bool unasked = saved || (autoEnable && !autoSaveImages);
     if ((unasked || AskToRemove()) && !librariesClosed) {
-        TarnRemoveImage(AnyUserId, image->m_imageId);
+        TarnRemoveImage(AnyUserId, imageId);
     }
     if (autoEnable) {
         EnableCapture();
@@ -111,23 +126,27 @@ void CTarnTestDlg::OnImageReady(std::uint32_t number)
 
 std::uint32_t CTarnTestDlg::FetchImage(const char* userId, std::uint32_t number)
 {
+    std::uint32_t imageId = 0;
+    ReportResult(TryFetchImage(userId, number, imageId), m_hWnd, appTitle);
+    return imageId;
+}
+
+std::uint32_t CTarnTestDlg::TryFetchImage(const char* userId, std::uint32_t number,
+                                          std::uint32_t& imageId)
+{
     currentImage.Release();
     TarnImageRecord* fetched = nullptr;
     const std::uint32_t result = TarnGetImage(userId, number, &fetched);
-    LibraryObject<TarnImageRecord> record(fetched);
+    const LibraryObject<TarnImageRecord> record(fetched);
     if (result != 0) {
-        ReportResult(result, m_hWnd, appTitle);
-        return 0;
+        return result;
     }
-    if (!record) {
-        UpdateDisplay(true);
-        return 0;
+    if (record) {
+        currentImage = ImageFromRecord(*record);
+        imageId = currentImage->m_imageId;
     }
-    currentImage = ImageFromRecord(*record);
-    record.reset();
-    const std::uint32_t imageId = currentImage->m_imageId;
     UpdateDisplay(true);
-    return imageId;
+    return 0;
 }
 
 bool CTarnTestDlg::TrySave(const CLinkedPtr<CImage>& image)
@@ -142,8 +161,11 @@ bool CTarnTestDlg::TrySave(const CLinkedPtr<CImage>& image)
 
 bool CTarnTestDlg::AskToRemove()
 {
-    return MessageBoxA(m_hWnd, "Image ready!\n\nRemove image?", appTitle.c_str(),
-                       MB_YESNO | MB_TOPMOST) == IDYES;
+    ++openQuestions;
+    const int answer = MessageBoxA(m_hWnd, "Image ready!\n\nRemove image?", appTitle.c_str(),
+                                   MB_YESNO | MB_TOPMOST);
+    --openQuestions;
+    return answer == IDYES;
 }
 
 void CTarnTestDlg::OnCaptureEnded(std::uint32_t)

@@ -125,6 +125,8 @@ private:
     void OnReadyToExpose(std::uint32_t number);
     void OnExposureTone(std::uint32_t number);
     void ReportEventResult(std::uint32_t result);
+    // Returns the library's result; imageId stays 0 when there was no image.
+    std::uint32_t TryFetchImage(const char* userId, std::uint32_t number, std::uint32_t& imageId);
     bool TrySave(const CLinkedPtr<CImage>& image);
     bool AskToRemove();
     void RestartSeries();
@@ -152,6 +154,7 @@ private:
 
     std::string openFolder; // where the last opened file stood
     bool librariesClosed = false;
+    int openQuestions = 0;         // about images that just arrived
     bool eventResultShown = false; // one box for event results at a time
     std::uint32_t waitingResult = 0;
     std::uint32_t waitingResults = 0;
