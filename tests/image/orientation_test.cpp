@@ -1,0 +1,54 @@
+// Turning the storage: what a viewer sees stays, and every turn is the one its table row says.
+#include "test_image.h"
+
+namespace {
+
+std::vector<Bytes> Seen(const CImage& image)
+{
+    std::vector<Bytes> rows;
+    for (std::uint32_t r = 0; r < image.ViewRowCount(); ++r)
+        rows.push_back(ViewRow(image, r));
+    return rows;
+}
+
+// One pixel, lines, odd sizes, squares, and blocks of several tiles with ragged edges.
+constexpr std::pair<std::uint32_t, std::uint32_t> sizes[] = {
+    {1, 1}, {1, 9}, {9, 1}, {5, 4}, {33, 33}, {64, 64}, {97, 161}, {150, 70}};
+
+TEST(Orientation, EveryChangeKeepsThePictureAndTurnsTheBlockAsTheLiteralDoes)
+{
+    for (const auto& [width, height] : sizes)
+        for (const std::uint32_t pixelBytes : reference::PixelSizes)
+            for (std::uint32_t from = 0; from < CImage::OrientationCount; ++from)
+                for (const auto& [turn, name, run] : reference::Turns) {
+                    SCOPED_TRACE(testing::Message()
+                                 << width << " x " << height << " of " << pixelBytes << ", code "
+                                 << from << ", " << name);
+                    CImage image(width, height, 8, pixelBytes, 1);
+                    reference::FillWithNoise(image);
+                    image.m_orientation = from;
+                    const std::vector<Bytes> seen = Seen(image);
+                    const std::uint8_t* block = image.m_data;
+                    const reference::Picture expected =
+                        reference::Turned({width, height, pixelBytes, from, Block(image)}, turn);
+                    const CLinkedPtr<CImage> asked = image.Clone();
+                    asked->SetOrientation(expected.orientation);
+                    (image.*run)();
+                    ASSERT_EQ(image.m_data, block);
+                    for (const CImage* turned : {&image, asked.Get()}) {
+                        ASSERT_EQ(turned->m_width, expected.width);
+                        ASSERT_EQ(turned->m_orientation, expected.orientation);
+                        ASSERT_TRUE(Block(*turned) == expected.block && Seen(*turned) == seen);
+                    }
+                }
+}
+
+TEST(Orientation, UnknownCodesAndEmptyImagesAreLeftAlone)
+{
+    CImage image(3, 2, 8, 0, 1), empty(0, 2, 8, 0, 1);
+    image.SetOrientation(8);
+    empty.SetOrientation(0);
+    EXPECT_TRUE(image.m_orientation == 5 && empty.m_orientation == 5 && empty.m_height == 2);
+}
+
+} // namespace
