@@ -23,7 +23,7 @@ constexpr std::uint32_t typeOfAlternative[] = {TarnTypeInteger, TarnTypeFlag, Ta
 
 std::string Formatted(const char* format, std::uint32_t number)
 {
-    char text[16];
+    char text[32];
     std::snprintf(text, sizeof text, format, number);
     return text;
 }
