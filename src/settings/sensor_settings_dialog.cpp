@@ -1,0 +1,152 @@
+// The sensor settings on their way from the library to the controls and back.
+#include "settings/sensor_settings_dialog.h"
+
+#include "device/parameters.h"
+#include "platform/boxes.h"
+#include "resources/settings_dialog_template.h"
+#include "settings/battery_status.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace {
+
+constexpr std::uint32_t sensor = 1; // the device whose settings these are
+constexpr std::uint32_t binningParameter = 10;
+constexpr std::uint32_t integrationTimeParameter = 11;
+constexpr std::uint32_t timeoutParameter = 12;
+constexpr std::uint32_t batteryParameter = 34;
+
+constexpr std::uint16_t sensorCodes[] = {12, 20};
+constexpr std::int32_t millisecondsPerMinute = 60000;
+
+constexpr UINT_PTR batteryTimer = 100;
+constexpr UINT batteryPeriod = 1000; // milliseconds
+
+} // namespace
+
+CSensorSettingsDlg::CSensorSettingsDlg(CWnd* parent) : CDialog(SettingsDialogTemplate, parent) {}
+
+std::span<const DispatchEntry> CSensorSettingsDlg::DispatchTable() const
+{
+    static constexpr DispatchEntry table[] = {
+        on::Command<&CSensorSettingsDlg::SelectLowResolution>(IdLowResolution),
+        on::Command<&CSensorSettingsDlg::SelectHighResolution>(IdHighResolution),
+        on::Notify<&CSensorSettingsDlg::OnDrawIntegrationTime>(NM_CUSTOMDRAW, IdIntegrationTime),
+        on::Notify<&CSensorSettingsDlg::OnDrawTimeout>(NM_CUSTOMDRAW, IdTimeout),
+        on::Timer<&CSensorSettingsDlg::OnTimer>(),
+        on::Command<&CSensorSettingsDlg::ShowAddedSensor>(IdAddSensor),
+    };
+    return table;
+}
+
+BOOL CSensorSettingsDlg::OnInitDialog()
+{
+    CDialog::OnInitDialog();
+
+    std::uint32_t binning = 1;
+    GetDeviceInt(sensor, binningParameter, binning);
+    m_binning = static_cast<std::int32_t>(binning);
+    CheckRadioButton(IdLowResolution, IdHighResolution,
+                     m_binning == 1 ? IdHighResolution : IdLowResolution);
+
+    std::uint32_t integrationTime = 0;
+    GetDeviceInt(sensor, integrationTimeParameter, integrationTime);
+    m_integrationTime = static_cast<std::int32_t>(
+        std::min<std::uint32_t>(integrationTime, std::numeric_limits<std::int32_t>::max()));
+    m_integrationTimeSlider.SetRange(0, 1000, FALSE);
+    m_integrationTimeSlider.SetTicFreq(100);
+    m_integrationTimeSlider.SetPos(m_integrationTime);
+
+    std::uint32_t timeout = 0;
+    GetDeviceInt(sensor, timeoutParameter, timeout);
+    m_timeoutMinutes = static_cast<std::int32_t>(timeout / millisecondsPerMinute);
+    m_timeoutSlider.SetRange(1, 10);
+    m_timeoutSlider.SetTicFreq(1);
+    m_timeoutSlider.SetPos(m_timeoutMinutes);
+
+    SetTimer(batteryTimer, batteryPeriod);
+    return TRUE;
+}
+
+void CSensorSettingsDlg::DoDataExchange(CDataExchange* dx)
+{
+    CDialog::DoDataExchange(dx);
+    DDX_Control(dx, IdTimeout, m_timeoutSlider);
+    DDX_Control(dx, IdIntegrationTimeValue, m_integrationTimeLabel);
+    DDX_Control(dx, IdIntegrationTime, m_integrationTimeSlider);
+    DDX_Control(dx, IdLowResolution, m_lowResolution);
+    DDX_Radio(dx, IdLowResolution, m_binning);
+    DDX_Slider(dx, IdIntegrationTime, m_integrationTime);
+    DDX_Slider(dx, IdTimeout, m_timeoutMinutes);
+}
+
+void CSensorSettingsDlg::SelectLowResolution()
+{
+    UpdateData(TRUE);
+    m_binning = 2;
+}
+
+void CSensorSettingsDlg::SelectHighResolution()
+{
+    UpdateData(TRUE);
+    m_binning = 1;
+}
+
+// A track bar asks with every drawing, so the number and the member follow the thumb.
+LRESULT CSensorSettingsDlg::OnDrawIntegrationTime()
+{
+    m_integrationTime = m_integrationTimeSlider.GetPos();
+    m_integrationTimeLabel.SetWindowText(std::to_string(m_integrationTime));
+    return 0;
+}
+
+LRESULT CSensorSettingsDlg::OnDrawTimeout()
+{
+    m_timeoutMinutes = m_timeoutSlider.GetPos();
+    SetDlgItemInt(IdTimeoutValue, m_timeoutMinutes);
+    return 0;
+}
+
+void CSensorSettingsDlg::OnTimer(UINT_PTR timer)
+{
+    if (timer == batteryTimer)
+        RefreshBattery();
+    Default();
+}
+
+void CSensorSettingsDlg::RefreshBattery()
+{
+    BatteryStatus status = UnknownBatteryStatus();
+    GetDeviceBlock(sensor, batteryParameter, status.data(), status.size());
+    for (const BatteryField& field : BatteryFields)
+        SetDlgItemInt(field.control, BatteryValue(status, field));
+}
+
+// The exchange of the framework's OK handling makes m_binning an index again, so it comes last.
+void CSensorSettingsDlg::OnOK()
+{
+    SetDeviceInt(sensor, integrationTimeParameter, static_cast<std::uint32_t>(m_integrationTime));
+    for (const std::uint16_t code : sensorCodes) {
+        const BinningRecord record = EncodeBinning(m_binning, code);
+        SetDeviceBlock(sensor, binningParameter, record.data(), record.size());
+    }
+    SetDeviceInt(sensor, timeoutParameter,
+                 static_cast<std::uint32_t>(m_timeoutMinutes * millisecondsPerMinute));
+    KillTimer(batteryTimer);
+    CDialog::OnOK();
+}
+
+void CSensorSettingsDlg::ShowAddedSensor()
+{
+    struct Reading
+    {
+        std::uint32_t device, parameter;
+    };
+    std::string text;
+    for (const auto [device, parameter] : {Reading{0, 4}, {1, 5}, {2, 5}}) {
+        text.clear();
+        GetDeviceText(device, parameter, text);
+    }
+    AfxMessageBox(text.c_str());
+}
