@@ -1,0 +1,332 @@
+// Display mapping: the scale range, the table and the resampler.
+#include "display/mapping.h"
+
+#include "display/range.h"
+#include "display/truncate.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstring>
+#include <limits>
+
+namespace {
+
+constexpr std::uint32_t GreyLevels = 256;
+constexpr std::uint32_t LutIndexMask = 0xFFF;
+
+// Source rows or columns lo, lo + step, ... below hi of one display row or column.
+struct Block
+{
+    std::uint32_t lo, hi;
+
+    bool IsEmpty() const { return lo >= hi; }
+};
+
+template <typename Sample>
+struct Source
+{
+    const Sample* samples;
+    std::uint32_t width, height, step;
+
+    const Sample* Row(std::uint32_t y) const { return samples + std::size_t{y} * width; }
+};
+
+// The display columns whose blocks are summed together.
+//
+//   source columns  first ........................ first + span
+//   columnSums      |sum of a block's rows, one each          | 0 |
+//   taps            column c adds columnSums at taps[c][0..3]; those it lacks stand on the 0
+struct Strip
+{
+    static constexpr std::uint32_t MaxColumns = 1024;
+    static constexpr std::uint32_t MaxSpan = 4096;
+    static constexpr std::uint32_t MaxTaps = 4;
+
+    std::uint32_t first = 0, span = 0, columns = 0;
+    std::uint16_t taps[MaxColumns][MaxTaps];
+    std::uint8_t tapCount[MaxColumns];
+};
+
+// With more rows to a block the reciprocal of its number of samples would not be exact.
+constexpr std::uint32_t MaxBlockRows = 64;
+
+template <typename Sample>
+std::uint32_t Resample(const Source<Sample>& source, const std::uint8_t* lut, std::uint32_t cx,
+                       std::uint32_t cy, double scaleX, double scaleY, CImage& display);
+
+double FirstSource(std::uint32_t center, std::uint32_t displayExtent, double scale,
+                   std::uint32_t extent);
+Block BlockAt(double start, double scale, std::uint32_t extent);
+
+double FillStrip(Strip& strip, double x, double scale, std::uint32_t columns,
+                 std::uint32_t sourceWidth, std::uint32_t step);
+template <typename Sample>
+void DrawStrip(const Strip& strip, const Source<Sample>& source, Block rows,
+               const std::uint8_t* lut, std::uint8_t* line);
+template <typename Sample>
+std::uint8_t DrawBlock(const Source<Sample>& source, Block rows, Block columns,
+                       const std::uint8_t* lut);
+void RepeatIntoEmptyBlocks(std::uint8_t* picture, std::uint32_t lineLength, std::uint32_t rows,
+                           std::uint32_t columns, std::uint32_t filledRows,
+                           std::uint32_t filledColumns, std::uint8_t grey);
+
+} // namespace
+
+std::optional<ScaleRange> FitScaleRange(const CImage& image, double lutWindowWidth)
+{
+    if (!image.m_data || (image.m_pixelBytes != 1 && image.m_pixelBytes != 2))
+        return std::nullopt;
+    const auto count = static_cast<std::int32_t>(std::min<std::uint64_t>(
+        std::uint64_t{image.m_width} * image.m_height, std::numeric_limits<std::int32_t>::max()));
+    const double cut = 1 - lutWindowWidth * 0.01;
+    double lo, hi;
+    if (image.m_pixelBytes == 1)
+        ComputeRange8(count, image.m_data, cut, 0.0, MMFitWindow, &lo, &hi);
+    else
+        ComputeRange16(count, reinterpret_cast<const std::uint16_t*>(image.m_data), cut, 0.0,
+                       MMFitWindow, &lo, &hi);
+    const std::uint32_t width = TruncateToUInt32(hi - lo);
+    return ScaleRange{TruncateToUInt32(width / 2 + lo), width};
+}
+
+// For every index i:
+//   x = i - (center - width / 2), or maxValue - x when negative
+//   lut[i] = trunc(255 pow(trunc(x 255 / width, held to 0..255) / 255, 1 / gamma))
+// The level trunc(...) never falls as i rises (never rises when negative), so the table is filled
+// in runs of one level: the end of a run is estimated, then stepped to by the formula itself.
+void BuildDisplayLut(std::uint8_t* lut, std::uint32_t size, std::uint32_t center,
+                     std::uint32_t width, double gamma, bool negative, std::uint32_t maxValue)
+{
+    const double g = gamma > 0 ? 1 / gamma : 1.0;
+    std::uint8_t grey[GreyLevels];
+    for (std::uint32_t level = 0; level < GreyLevels; ++level)
+        grey[level] = static_cast<std::uint8_t>(255 * std::pow(level * 0.00392156862745098, g));
+
+    const double start = center - width * 0.5;
+    const auto levelAt = [&](std::uint32_t i) {
+        double x = i - start;
+        if (negative)
+            x = maxValue - x;
+        if (width == 0)
+            return x > 0 ? 255u : 0u;
+        const double v = x * 255 / width;
+        return v >= 255 ? 255u : v < 0 ? 0u : static_cast<std::uint32_t>(v);
+    };
+
+    const std::uint32_t lastLevel = negative ? 0 : GreyLevels - 1;
+    for (std::uint32_t i = 0; i < size;) {
+        const std::uint32_t level = levelAt(i);
+        std::uint32_t end = size;
+        if (level != lastLevel) {
+            const double x = width * (negative ? level : level + 1.0) / 255;
+            end = std::clamp(TruncateToUInt32(start + (negative ? maxValue - x : x)), i + 1, size);
+        }
+        while (end < size && levelAt(end) == level)
+            ++end;
+        while (levelAt(end - 1) != level)
+            --end;
+        std::memset(lut + i, grey[level], end - i);
+        i = end;
+    }
+}
+
+void RenderToDisplay(const CImage* source, const std::uint8_t* lut, double zoom, std::uint32_t cx,
+                     std::uint32_t cy, CImage* display)
+{
+    if (!source || !source->m_data || !display || !display->m_data || !(zoom > 0))
+        return;
+    const std::uint32_t width = source->m_width, height = source->m_height;
+    const double scale = std::max(static_cast<double>(width) / display->m_width / zoom,
+                                  static_cast<double>(height) / display->m_height / zoom);
+    const std::uint32_t step = TruncateToUInt32(scale * 2 / 7 + 1.0);
+    if (source->m_pixelBytes == 1)
+        Resample8(source->m_data, width, height, lut, cx, cy, scale, scale, step, *display);
+    else if (source->m_pixelBytes == 2)
+        Resample16(reinterpret_cast<const std::uint16_t*>(source->m_data), width, height, lut, cx,
+                   cy, scale, scale, step, *display);
+}
+
+std::uint32_t Resample8(const std::uint8_t* samples, std::uint32_t width, std::uint32_t height,
+                        const std::uint8_t* lut, std::uint32_t cx, std::uint32_t cy, double scaleX,
+                        double scaleY, std::uint32_t step, CImage& display)
+{
+    return Resample(Source{samples, width, height, step}, lut, cx, cy, scaleX, scaleY, display);
+}
+
+std::uint32_t Resample16(const std::uint16_t* samples, std::uint32_t width, std::uint32_t height,
+                         const std::uint8_t* lut, std::uint32_t cx, std::uint32_t cy, double scaleX,
+                         double scaleY, std::uint32_t step, CImage& display)
+{
+    return Resample(Source{samples, width, height, step}, lut, cx, cy, scaleX, scaleY, display);
+}
+
+namespace {
+
+// For each display pixel, in storage order:
+//   average = sum / n of its block's samples; an empty block repeats the average before it (0 at
+//   the start), also across row ends
+//   pixel = lut[average mod 4096]
+// The blocks of a row are the same in every row, and empty blocks stand only at the ends of rows
+// and in the last rows. So the picture is drawn strip by strip, and empty blocks at the end.
+template <typename Sample>
+std::uint32_t Resample(const Source<Sample>& source, const std::uint8_t* lut, std::uint32_t cx,
+                       std::uint32_t cy, double scaleX, double scaleY, CImage& display)
+{
+    if (!display.m_data || !(scaleX > 0) || !(scaleY > 0) || source.step == 0)
+        return 0;
+    const std::uint32_t rows =
+        TruncateToUInt32(std::min(static_cast<double>(display.m_height), source.height / scaleY));
+    const std::uint32_t columns =
+        TruncateToUInt32(std::min(display.m_width - 1.0, source.width / scaleX));
+    if (rows == 0 || columns == 0)
+        return 0;
+    const std::uint32_t top = (display.m_height - rows) / 2;
+    std::uint8_t* const picture = display.m_data + std::size_t{display.m_width} * top;
+    const double yStart = FirstSource(cy, display.m_height, scaleY, source.height);
+    double x = std::trunc(FirstSource(cx, display.m_width, scaleX, source.width));
+
+    const bool fewRows = scaleY + 2 < static_cast<double>(MaxBlockRows) * source.step;
+    std::uint32_t column = 0, filledRows = 0;
+    while (column < columns) {
+        const Block block = BlockAt(x, scaleX, source.width);
+        if (block.IsEmpty())
+            break;
+        Strip strip;
+        if (fewRows)
+            x = FillStrip(strip, x, scaleX, columns - column, source.width, source.step);
+        std::uint8_t* line = picture + column;
+        double y = yStart;
+        Block former{0, 0};
+        for (filledRows = 0; filledRows < rows; ++filledRows) {
+            const Block blockRows = BlockAt(y, scaleY, source.height);
+            if (blockRows.IsEmpty())
+                break;
+            if (strip.columns == 0)
+                *line = DrawBlock(source, blockRows, block, lut);
+            else if (blockRows.lo == former.lo && blockRows.hi == former.hi)
+                std::memcpy(line, line - display.m_width, strip.columns);
+            else
+                DrawStrip(strip, source, blockRows, lut, line);
+            former = blockRows;
+            line += display.m_width;
+            y += scaleY;
+        }
+        if (strip.columns == 0)
+            x += scaleX;
+        column += std::max(strip.columns, 1u);
+    }
+    RepeatIntoEmptyBlocks(picture, display.m_width, rows, columns, filledRows, column, lut[0]);
+    return rows * columns;
+}
+
+// Where the picture starts in the source, so that the center stands in the middle of the display
+// as far as the source reaches.
+double FirstSource(std::uint32_t center, std::uint32_t displayExtent, double scale,
+                   std::uint32_t extent)
+{
+    const double start = center - displayExtent * scale / 2;
+    return std::min(start > 0 ? start : 0, extent - scale);
+}
+
+Block BlockAt(double start, double scale, std::uint32_t extent)
+{
+    const std::uint32_t lo = TruncateToUInt32(start);
+    std::uint32_t hi = TruncateToUInt32(start + scale + 0.5);
+    if (hi == lo)
+        hi += 1;
+    return {lo, std::min(hi, extent)};
+}
+
+// Takes as many of the columns as a strip holds: their blocks start at x, x + scale, ... and are
+// not empty. Returns where the next column starts. Takes none when the first block is too large.
+double FillStrip(Strip& strip, double x, double scale, std::uint32_t columns,
+                 std::uint32_t sourceWidth, std::uint32_t step)
+{
+    strip.first = BlockAt(x, scale, sourceWidth).lo;
+    Block blocks[Strip::MaxColumns];
+    for (; strip.columns < std::min(columns, Strip::MaxColumns); ++strip.columns) {
+        const Block block = BlockAt(x, scale, sourceWidth);
+        if (block.IsEmpty() || block.hi - strip.first > Strip::MaxSpan ||
+            (block.hi - block.lo - 1) / step >= Strip::MaxTaps)
+            break;
+        blocks[strip.columns] = block;
+        strip.span = block.hi - strip.first;
+        x += scale;
+    }
+    for (std::uint32_t c = 0; c < strip.columns; ++c) {
+        std::uint32_t count = 0;
+        for (std::uint32_t tap = 0; tap < Strip::MaxTaps; ++tap) {
+            const std::uint64_t position = blocks[c].lo + std::uint64_t{tap} * step;
+            const bool inside = position < blocks[c].hi;
+            strip.taps[c][tap] =
+                static_cast<std::uint16_t>(inside ? position - strip.first : strip.span);
+            count += inside;
+        }
+        strip.tapCount[c] = static_cast<std::uint8_t>(count);
+    }
+    return x;
+}
+
+// sum / n is formed as sum x ceil(2^32 / n) / 2^32: exact while n x sum < 2^32.
+template <typename Sample>
+void DrawStrip(const Strip& strip, const Source<Sample>& source, Block rows,
+               const std::uint8_t* lut, std::uint8_t* line)
+{
+    static_assert(std::uint64_t{MaxBlockRows * Strip::MaxTaps} * MaxBlockRows * Strip::MaxTaps *
+                      std::numeric_limits<Sample>::max() <
+                  (std::uint64_t{1} << 32));
+    std::uint32_t columnSums[Strip::MaxSpan + 1];
+    std::fill_n(columnSums, strip.span + 1, 0u);
+    std::uint32_t rowCount = 0;
+    for (std::uint64_t y = rows.lo; y < rows.hi; y += source.step) {
+        const Sample* samples = source.Row(static_cast<std::uint32_t>(y)) + strip.first;
+        for (std::uint32_t i = 0; i < strip.span; ++i)
+            columnSums[i] += samples[i];
+        ++rowCount;
+    }
+
+    std::array<std::uint64_t, Strip::MaxTaps + 1> reciprocals{};
+    for (std::uint32_t taps = 1; taps <= Strip::MaxTaps; ++taps)
+        reciprocals[taps] = ((std::uint64_t{1} << 32) - 1) / (taps * rowCount) + 1;
+
+    std::uint16_t averages[Strip::MaxColumns];
+    for (std::uint32_t c = 0; c < strip.columns; ++c) {
+        const std::uint16_t* tap = strip.taps[c];
+        const std::uint64_t sum =
+            columnSums[tap[0]] + columnSums[tap[1]] + columnSums[tap[2]] + columnSums[tap[3]];
+        averages[c] = static_cast<std::uint16_t>((sum * reciprocals[strip.tapCount[c]]) >> 32);
+    }
+    for (std::uint32_t c = 0; c < strip.columns; ++c)
+        line[c] = lut[averages[c] & LutIndexMask];
+}
+
+template <typename Sample>
+std::uint8_t DrawBlock(const Source<Sample>& source, Block rows, Block columns,
+                       const std::uint8_t* lut)
+{
+    std::uint64_t sum = 0, n = 0;
+    for (std::uint64_t y = rows.lo; y < rows.hi; y += source.step) {
+        for (std::uint64_t x = columns.lo; x < columns.hi; x += source.step) {
+            sum += source.Row(static_cast<std::uint32_t>(y))[x];
+            ++n;
+        }
+    }
+    return lut[sum / n & LutIndexMask];
+}
+
+// Empty blocks repeat the pixel before them; grey is what stands before the first one.
+void RepeatIntoEmptyBlocks(std::uint8_t* picture, std::uint32_t lineLength, std::uint32_t rows,
+                           std::uint32_t columns, std::uint32_t filledRows,
+                           std::uint32_t filledColumns, std::uint8_t grey)
+{
+    for (std::uint32_t row = 0; row < rows; ++row) {
+        std::uint8_t* line = picture + std::size_t{lineLength} * row;
+        const std::uint32_t filled = row < filledRows ? filledColumns : 0;
+        if (filled > 0)
+            grey = line[filled - 1];
+        std::memset(line + filled, grey, columns - filled);
+    }
+}
+
+} // namespace
