@@ -139,7 +139,7 @@ struct ScriptedExports
         });
         if (found == current->images.end())
             return ScriptedLibrary::NoSuchImage;
-        const auto holder = std::make_shared<Holder>(*found);
+        const auto holder = std::make_shared<Holder>(Holder{*found, {}});
         const ScriptedImage& image = holder->image;
         const bool texts = script.fault != Fault::NullTexts;
         const bool pixels = script.fault != Fault::NullEntries && !image.pixels.empty();
@@ -185,7 +185,7 @@ struct ScriptedExports
         const auto script = current->Begin(Export::GetDeviceList, {});
         if (script.fails || script.fault == Fault::NullObject)
             return script.result;
-        const auto holder = std::make_shared<Holder>(current->devices);
+        const auto holder = std::make_shared<Holder>(Holder{current->devices, {}, {}});
         const bool texts = script.fault != Fault::NullTexts;
         for (const auto& device : holder->devices)
             holder->entries.push_back({device.number, device.state,
@@ -312,7 +312,7 @@ std::uint32_t ScriptedLibrary::Read(const Script& script, std::uint32_t number,
         return script.result;
     if (!parameter)
         return NoSuchParameter;
-    const auto holder = std::make_shared<Holder>(*parameter);
+    const auto holder = std::make_shared<Holder>(Holder{*parameter, {}});
     TarnValue& value = holder->value;
     value.tag = number << 16 |
                 (script.fault == Fault::WrongType ? 99 : typeOfAlternative[parameter->index()]);
