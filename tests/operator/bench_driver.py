@@ -1,0 +1,220 @@
+"""Works the built program from outside: finds controls by the names that a screen reader speaks,
+sends real key and mouse events, takes pictures, and reads what the simulated library saw."""
+import os
+import pathlib
+import re
+import shutil
+import subprocess
+import time
+
+import pyatspi
+
+PROGRAM_FILES = ("TarnTest", "libplatform.so", "libTarn.so", "libQuillet.so")
+
+
+class Bench:
+    """One folder with a copy of the program, its simulator settings, its store and its log, so that
+    a run leaves nothing beside the built program."""
+
+    def __init__(self, build, scratch):
+        self.pictures = pathlib.Path(build) / "tour"
+        self.folder = pathlib.Path(scratch)
+        self.trace_file = self.folder / "trace.log"
+        self.settings = {"store_folder": self.folder / "store", "trace_file": self.trace_file}
+        self.process, self.station, self.read_lines = None, "start", 0
+        shutil.rmtree(self.pictures, ignore_errors=True)
+        self.pictures.mkdir(parents=True)
+        for name in PROGRAM_FILES:
+            shutil.copy2(pathlib.Path(build) / "bin" / name, self.folder)
+        pyatspi.Registry.getDesktop(0).set_cache_mask(0)  # nobody here serves change events
+
+    # -- The program and its library
+
+    def configure(self, **settings):
+        """Changes the simulator's settings; a running library reads them anew."""
+        self.settings |= settings
+        new = self.folder / "settings.new"
+        new.write_text("".join(f"{key} = {value}\n" for key, value in self.settings.items()))
+        new.rename(self.folder / "settings.ini")
+
+    def start(self):
+        environment = os.environ | {"TARN_SIMULATOR": str(self.folder / "settings.ini")}
+        self.process = subprocess.Popen([self.folder / "TarnTest"], env=environment)
+        self.find("TarnTest", "dialog", "frame", seconds=15)
+
+    def expect_end(self):
+        self.wait(lambda: self.process.poll() is not None, "the program to end")
+        assert self.process.returncode == 0, f"the program ended with {self.process.returncode}"
+        self.process = None
+
+    def calls(self):
+        """The log's lines since the last call of this, as "Name arguments"."""
+        lines = self.trace_file.read_text().splitlines() if self.trace_file.exists() else []
+        new, self.read_lines = lines[self.read_lines:], len(lines)
+        return [line.partition(" ")[2] for line in new]
+
+    def expect_calls(self, *patterns):
+        """The library saw calls that match these patterns, in this order, others between them."""
+        self.expect_order(self.calls(), *patterns)
+
+    def expect_order(self, calls, *patterns):
+        rest = iter(calls)
+        for number, pattern in enumerate(patterns, 1):
+            assert any(re.search(pattern, call) for call in rest), \
+                f"call {number}, {pattern}, is not in its turn among\n" + "\n".join(calls)
+
+    # -- What is on the screen
+
+    def find(self, name, *roles, seconds=5.0):
+        """The showing control of this name, waited for; a box is found by its caption."""
+        return self.wait(lambda: self.look(name, *roles), f"{' or '.join(roles)} '{name}'", seconds)
+
+    def look(self, name, *roles):
+        for node in self.everything():
+            if (name is None or node.name == name) and (not roles or role(node) in roles) and has(
+                    node, pyatspi.STATE_SHOWING):
+                return node
+        return None
+
+    def everything(self):
+        """All controls, the newest window first."""
+        for application in pyatspi.Registry.getDesktop(0):
+            if application and application.get_process_id() == self.process.pid:
+                for window in reversed(list(application)):
+                    yield from descendants(window)
+
+    def gone(self, name, *roles):
+        self.wait(lambda: not self.look(name, *roles), f"'{name}' to go")
+
+    def expect(self, title=None, on=(), off=(), fields=None, checked=None, seconds=5.0):
+        """The title; which buttons take input and which do not; texts of fields; boxes' ticks."""
+        if title is not None:
+            self.wait(lambda: re.fullmatch(title, self.main().name), f"title {title}", seconds)
+        for names, state in ((on, True), (off, False)):
+            for name in names:
+                button = self.find(name, "push button")
+                self.wait(lambda: has(button, pyatspi.STATE_SENSITIVE) == state,
+                          f"'{name}' {'enabled' if state else 'disabled'}", seconds)
+        for name, value in (fields or {}).items():
+            self.wait(lambda: self.text(name) == value,
+                      lambda: f"'{name}' to be {value}, is {self.text(name)}")
+        for name, state in (checked or {}).items():
+            node = self.find(name, "check box")
+            self.wait(lambda: has(node, pyatspi.STATE_CHECKED) == state, f"'{name}' checked {state}")
+
+    def main(self):
+        for application in pyatspi.Registry.getDesktop(0):
+            if application and application.get_process_id() == self.process.pid:
+                return next(iter(application))
+        return None
+
+    def text(self, name):
+        return self.find(name, "text").queryText().getText(0, -1)
+
+    def focus(self):
+        focused = [node.name for node in self.everything() if has(node, pyatspi.STATE_FOCUSED)]
+        return focused[0] if focused else None
+
+    def answer(self, text, button, caption="Tarn test", seconds=8.0):
+        """Waits for the box with this text (a pattern), pictures it and presses its button."""
+        box = self.find(caption, "alert", seconds=seconds)
+        said = "\n".join(node.name for node in descendants(box)
+                         if role(node) == "label" and node.name)
+        assert re.fullmatch(text, said), f"box says {said!r}, not {text!r}"
+        self.picture()
+        press = [node for node in descendants(box) if plain(node.name) == button]
+        assert press, f"box has no button {button}"
+        self.click(press[0])
+        self.wait(lambda: not has(box, pyatspi.STATE_SHOWING), f"box '{said}' to close")
+
+    def picture(self, suffix=""):
+        """Keeps the screen around the main window as <number>-<station>.png."""
+        x, y, width, height = place(self.main())
+        area = f"{max(x - 4, 0)},{max(y - 26, 0)},{width + 8},{height + 30}"
+        number = len(list(self.pictures.glob("*.png"))) + 1
+        target = self.pictures / f"{number:02}-{self.station}{suffix}.png"
+        time.sleep(0.15)
+        subprocess.run(["scrot", "--silent", "--overwrite", "-a", area, target], check=True)
+        return target
+
+    def shown(self, name="Image area"):
+        """The pixels over a control, to compare with earlier ones."""
+        area, target = ",".join(map(str, place(self.find(name)))), self.folder / "area.png"
+        target.unlink(missing_ok=True)
+        subprocess.run(["scrot", "--silent", "--overwrite", "-a", area, target], check=True)
+        return target.read_bytes()
+
+    def expect_other_picture(self, before):
+        """Waits until the image area looks different, then for it to settle; returns its pixels."""
+        self.wait(lambda: self.shown() != before, "the picture to change")
+        return self.wait(lambda: (now := self.shown()) == self.shown() and now, "a picture at rest")
+
+    # -- What the operator does
+
+    def click(self, target, *roles, at=(0.5, 0.5)):
+        """A click of the left button; at: where in the control, 0 to 1 from its left and top."""
+        node = self.find(target, *roles) if isinstance(target, str) else target
+        x, y, width, height = place(node)
+        xdotool("mousemove", int(x + width * at[0]), int(y + height * at[1]), "click", 1)
+
+    def key(self, *keys):
+        xdotool("key", "--delay", 20, *keys)
+
+    def type(self, field, value):
+        """Replaces a field's text and leaves the field."""
+        self.click(field, "text")
+        self.key("ctrl+a")
+        xdotool("type", "--delay", 10, value)
+        self.key("Tab")
+
+    def wait(self, condition, what, seconds=5.0):
+        end = time.monotonic() + seconds
+        while True:
+            try:
+                if result := condition():
+                    return result
+            except Exception as gone:  # a control that went while it was looked at
+                if "Atspi" not in repr(gone) and not isinstance(gone, (LookupError, AttributeError)):
+                    raise
+            if time.monotonic() > end:
+                raise AssertionError(f"waited {seconds} s for {what() if callable(what) else what}")
+            time.sleep(0.03)
+
+    def evidence(self):
+        """A picture, and what a screen reader would see, for the report of a failure."""
+        lines = [f"  {role(node)} '{node.name}' {place(node)}" for node in self.everything()]
+        subprocess.run(["scrot", "--silent", "--overwrite", self.pictures / "failed.png"], check=True)
+        return "\n".join([f"picture: {self.pictures}/failed.png", *lines])
+
+    def kill(self):
+        if self.process and self.process.poll() is None:
+            self.process.kill()
+            self.process.wait()
+
+
+def descendants(node):
+    yield node
+    for child in node:
+        if child:
+            yield from descendants(child)
+
+
+def role(node):
+    return node.getRoleName()
+
+
+def has(node, state):
+    return node.getState().contains(state)
+
+
+def place(node):
+    box = node.queryComponent().getExtents(pyatspi.DESKTOP_COORDS)
+    return box.x, box.y, box.width, box.height
+
+
+def plain(name):
+    return name.replace("&", "")
+
+
+def xdotool(*arguments):
+    subprocess.run(["xdotool", *map(str, arguments)], check=True)

@@ -1,0 +1,227 @@
+"""The operator's tour: every station that a person at the bench comes by, with a picture of each.
+Called by scripts/tour with the build folder, inside a display, a session bus and accessibility."""
+import sys
+import tempfile
+import time
+import traceback
+
+from bench_driver import Bench
+
+IDLE = {"on": ["Enable"], "off": ["Abort"]}
+ARMED = {"on": ["Abort"], "off": ["Enable"]}
+PREVIEW = "Preview: sensor armed; press Space to expose"
+OPTIONS = ("8 bit read", "Test image mode", "No gain check", "Save raw files", "Auto enable",
+           "Auto save images")
+TAB_ORDER = ["Enable", "Tolva Settings", *OPTIONS, "Scale center:", "Scale width:", "Gamma:",
+             "LUT wnd width:", "Negative", "Zoom -", "Zoom +", "Normal", "Open", "Info", "Exit"]
+IMAGE_TITLE = r"[\w ]+, [\d.]+ kV, [\d.]+ mA"
+QUESTION = r"Image ready!\n\nRemove image\?"
+STATIONS = []
+
+
+def station(visit):
+    STATIONS.append(visit)
+    return visit
+
+
+@station
+def first_start(bench):
+    bench.configure(seed=7, exposure_delay="never", arming_delay=0.5, readout_time=0.5)
+    bench.start()
+    bench.expect("TarnTest", off=["Enable", "Abort"], checked=dict.fromkeys(OPTIONS, False),
+                 fields={"Scale center:": "3700", "Scale width:": "800", "Gamma:": "1",
+                         "LUT wnd width:": "100"})
+    bench.expect(**IDLE)
+    bench.picture()
+    bench.expect_calls(r'TarnOpen .*"Tarn test"', r"TarnSetLibraryParam .*\b16\b",
+                       r"TarnGetDeviceParam .*\b81\b", r"TarnGetLibraryParam .*\b17\b",
+                       r"TarnGetDeviceParam .*\b80\b", r"TarnGetDeviceParam .*\b82\b",
+                       "TarnSetNotifyWindow", "TarnGetImageCount", "TarnGetDeviceList")
+
+
+@station
+def keyboard(bench):
+    reached = []
+    for _ in TAB_ORDER:
+        bench.key("Tab")
+        time.sleep(0.05)
+        reached.append(bench.focus())
+    begin = reached.index("Enable")
+    assert reached[begin:] + reached[:begin] == TAB_ORDER, f"Tab reaches {reached}"
+
+
+@station
+def armed(bench):
+    while bench.focus() != "Enable":
+        bench.key("Tab")
+    bench.key("space")
+    bench.find(PREVIEW, "push button")
+    bench.expect("Ready to take image", **ARMED)
+    assert bench.focus() == PREVIEW, f"the keyboard is at {bench.focus()}"
+    bench.picture()
+    bench.expect_calls('TarnEnableCapture .*"My ID"')
+
+
+@station
+def exit_refused(bench):
+    for ask in (lambda: bench.click("Exit"), lambda: bench.key("Escape"), lambda: bench.key("alt+F4")):
+        ask()
+        bench.answer("Can not close during capturing!", "OK")
+    bench.find(PREVIEW)
+    assert not [call for call in bench.calls() if call.startswith("TarnClose")]
+
+
+@station
+def abort(bench):
+    bench.click("Abort")
+    bench.gone(PREVIEW)
+    bench.expect("TarnTest", **IDLE)
+    bench.expect_calls(r"TarnDisableCapture .*\b1\b")
+
+
+@station
+def image_kept(bench):
+    arm(bench)
+    bench.key("space")
+    bench.answer(QUESTION, "No")
+    arm(bench)
+    bench.click(PREVIEW)
+    bench.answer(QUESTION, "No")
+    calls = bench.calls()
+    assert sum(call.startswith("TarnGetImage ") for call in calls) == 2, calls
+    assert not [call for call in calls if call.startswith("TarnRemoveImage")], calls
+    bench.expect(**IDLE)
+    bench.key("Escape")
+    bench.expect_end()
+    bench.expect_calls("TarnClearNotifyWindow", r"TarnClose")
+
+
+@station
+def stored_images(bench):
+    bench.start()
+    bench.answer(r"Found old images! Go to delete loop\?", "Yes")
+    for _ in range(2):
+        bench.answer(r"Found old image:\n  UserID: My ID\n  Date: \S.*\n\nRemove image\?", "OK")
+    bench.expect(**IDLE)
+    bench.expect_calls("TarnGetImageCount", *["TarnGetImage ", "TarnRemoveImage"] * 2,
+                       "TarnGetImageCount")
+
+
+@station
+def image_removed(bench):
+    arm(bench)
+    bench.click(PREVIEW)
+    bench.answer(QUESTION, "Yes")
+    bench.expect(**IDLE)
+    bench.expect_calls("TarnEnableCapture", "TarnGetImage ", "TarnRemoveImage")
+
+
+@station
+def window_and_level(bench):
+    before = bench.shown()
+    for field, value in (("Scale width:", "1500"), ("Scale center:", "2000"), ("Gamma:", "2")):
+        bench.type(field, value)
+        before = bench.expect_other_picture(before)
+    bench.expect(IMAGE_TITLE)
+    bench.click("Negative")
+    bench.expect(fields={"Scale center:": "2095"}, checked={"Negative": True})
+    bench.expect_other_picture(before)
+    bench.picture()
+    bench.click("Negative")
+    bench.expect(fields={"Scale center:": "2000"}, checked={"Negative": False})
+    bench.wait(lambda: bench.shown() == before, "the picture as before the negative")
+    bench.type("Gamma:", "1")
+    bench.type("LUT wnd width:", "90")
+    bench.wait(lambda: bench.text("Scale center:") != "2000", "a new range")
+
+
+@station
+def rejected_field(bench):
+    bench.type("Gamma:", "steep")
+    bench.answer(".*Gamma.*", "OK", caption=None)
+    assert bench.focus() == "Gamma:", f"the keyboard is at {bench.focus()}"
+    bench.type("Gamma:", "1")
+    assert not bench.look(None, "alert")
+
+
+@station
+def zoom_and_pan(bench):
+    whole = bench.shown()
+    bench.click("Zoom +")
+    before = bench.expect_other_picture(whole)
+    bench.click("Zoom +")
+    before = bench.expect_other_picture(before)
+    for bar, page in (("Pan horizontally", (0.9, 0.5)), ("Pan vertically", (0.5, 0.1))):
+        bench.click(bar, "scroll bar", at=page)
+        before = bench.expect_other_picture(before)
+    bench.picture()
+    bench.click("Normal")
+    bench.gone("Pan horizontally", "scroll bar")
+    bench.wait(lambda: bench.shown() == whole, "the whole picture")
+
+
+@station
+def error_box(bench):
+    bench.configure(TarnEnableCapture="next 1 error 5")
+    bench.click("Enable")
+    bench.answer(r"Error number: 5\n.+", "OK")
+    bench.configure(TarnEnableCapture="off")
+    bench.expect(**IDLE)
+    bench.expect_calls("TarnEnableCapture", r"TarnDisableCapture .*\b0\b", "TarnDescribeResult")
+
+
+@station
+def auto_enable(bench):
+    bench.configure(time_factor=20, exposure_delay=1)
+    bench.click("Auto enable")
+    bench.click("Enable")
+    taken = []
+    bench.wait(lambda: len(taken.extend(bench.calls()) or [
+        call for call in taken if call.startswith("TarnRemoveImage")]) >= 10, "ten images", 30)
+    bench.configure(exposure_delay="never", time_factor=1)
+    bench.find(PREVIEW)
+    bench.picture()
+    abort_all(bench)
+    bench.expect_order(taken, *["TarnGetImage ", "TarnRemoveImage", "TarnEnableCapture"] * 9)
+
+
+@station
+def leave(bench):
+    bench.click("Exit")
+    bench.expect_end()
+    bench.expect_calls("TarnClearNotifyWindow", "TarnClose")
+
+
+def arm(bench):
+    bench.expect(**IDLE)
+    bench.click("Enable")
+    bench.find(PREVIEW)
+    bench.expect("Ready to take image", **ARMED)
+
+
+def abort_all(bench):
+    """Ends a series: the sensor that the program armed anew stays armed, as nobody exposes."""
+    time.sleep(1)
+    bench.click("Abort")
+    bench.click("Auto enable")
+    bench.expect(**IDLE, checked={"Auto enable": False})
+
+
+def main(build):
+    with tempfile.TemporaryDirectory() as scratch:
+        bench = Bench(build, scratch)
+        for visit in STATIONS:
+            bench.station, begin = visit.__name__, time.monotonic()
+            try:
+                visit(bench)
+            except Exception:
+                traceback.print_exc()
+                print(f"tour: {visit.__name__} failed\n{bench.evidence()}", flush=True)
+                bench.kill()
+                return 1
+            print(f"tour: {visit.__name__} {time.monotonic() - begin:.1f} s", flush=True)
+    print(f"tour: {len(STATIONS)} stations passed; pictures in {bench.pictures}")
+    return 0
+
+
+sys.exit(main(sys.argv[1]))
