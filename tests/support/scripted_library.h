@@ -93,7 +93,7 @@ public:
 
     std::vector<ScriptedDevice> devices;
     std::vector<ScriptedImage> images; // the store; TarnRemoveImage takes images out
-    std::map<std::uint32_t, std::string> descriptions; // "Description of 0x..." where missing
+    std::map<std::uint32_t, std::string> descriptions; // "Result 0x..." where missing
     std::map<std::uint32_t, Parameter> libraryParams;
     std::map<std::pair<std::uint32_t, std::uint32_t>, Parameter> deviceParams; // {device, number}
 
@@ -117,7 +117,7 @@ public:
     std::vector<std::string> CallsOf(std::initializer_list<const char*> prefixes) const;
 
     std::size_t Outstanding() const { return m_objects.size(); } // handed out and not freed
-    unsigned wrongFrees = 0; // of null-free addresses that were not outstanding
+    unsigned wrongFrees = 0; // of addresses that were not outstanding
 
 private:
     friend struct ScriptedExports;
