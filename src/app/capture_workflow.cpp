@@ -24,9 +24,22 @@ constexpr std::uint32_t GainCheck = 82;
 // Passes in a row that may fetch nothing before the stored-image loop gives up.
 constexpr int MaxFruitlessPasses = 3;
 
-// Questions about images that may be open at once, each nested in the one before. An image that
+// Images that may wait for an answer at once, each in a box nested in the one before. An image that
 // arrives beyond that stays in the library's store.
-constexpr int MaxOpenQuestions = 8;
+constexpr int MaxImagesInQuestion = 8;
+
+// Counts for the life of the object.
+class Counted
+{
+public:
+    explicit Counted(int& count) : m_count(count) { ++m_count; }
+    ~Counted() { --m_count; }
+    Counted(const Counted&) = delete;
+    Counted& operator=(const Counted&) = delete;
+
+private:
+    int& m_count;
+};
 
 CLinkedPtr<CImage> ImageFromRecord(const TarnImageRecord& record);
 
@@ -96,9 +109,10 @@ void CTarnTestDlg::OnImageReady(std::uint32_t number)
     if (IsIconic()) {
         ShowWindow(SW_RESTORE);
     }
-    if (openQuestions == MaxOpenQuestions) {
+    if (imagesInQuestion == MaxImagesInQuestion) {
         return;
     }
+    const Counted inQuestion(imagesInQuestion);
     std::uint32_t imageId = 0;
     const std::uint32_t result = TryFetchImage(AnyUserId, number, imageId);
     if (result != 0) {
@@ -161,11 +175,8 @@ bool CTarnTestDlg::TrySave(const CLinkedPtr<CImage>& image)
 
 bool CTarnTestDlg::AskToRemove()
 {
-    ++openQuestions;
-    const int answer = MessageBoxA(m_hWnd, "Image ready!\n\nRemove image?", appTitle.c_str(),
-                                   MB_YESNO | MB_TOPMOST);
-    --openQuestions;
-    return answer == IDYES;
+    return MessageBoxA(m_hWnd, "Image ready!\n\nRemove image?", appTitle.c_str(),
+                       MB_YESNO | MB_TOPMOST) == IDYES;
 }
 
 void CTarnTestDlg::OnCaptureEnded(std::uint32_t)

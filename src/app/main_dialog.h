@@ -154,7 +154,7 @@ private:
 
     std::string openFolder; // where the last opened file stood
     bool librariesClosed = false;
-    int openQuestions = 0;         // about images that just arrived
+    int imagesInQuestion = 0;      // arrived and not yet answered for
     bool eventResultShown = false; // one box for event results at a time
     std::uint32_t waitingResult = 0;
     std::uint32_t waitingResults = 0;
