@@ -1,0 +1,57 @@
+// What a failing library does, as data: rules that say how often and what goes wrong.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace tarn {
+
+// One rule, read from a text such as "next 2 error 5", "every 3 null" or "always block 3".
+struct FaultRule
+{
+    enum class When
+    {
+        Never,
+        Next,  // the next count calls
+        Every, // every count-th call
+        Always
+    };
+
+    When when = When::Never;
+    std::uint32_t count = 0;
+    std::uint32_t result = 0; // returned instead of doing the work, when not 0
+    double blockSeconds = 0;  // the call takes this long, before anything else happens
+    double lateSeconds = 0;   // the event comes this much later
+    bool nullObject = false;  // result 0 and no object
+    bool wrongType = false;   // the value carries another type in its tag
+    bool nullTexts = false;   // every text pointer of the object is null
+    bool noHeader = false;    // the image's header text is null
+    bool noUser = false;      // the image's user id is null
+    bool emptyImage = false;  // the image has no width, no height and no pixels
+    bool never = false;       // the event does not come
+    bool twice = false;       // the event comes twice
+    bool missing = false;     // the event names an image that does not exist
+
+    bool operator==(const FaultRule&) const = default;
+};
+
+// Reads a rule; "off" is the rule that never applies. Throws std::invalid_argument with what a rule
+// may say.
+FaultRule ParseFaultRule(std::string_view text);
+
+// Whether the rule applies to a call. calls: how often the rule was asked before; counted up.
+bool Applies(const FaultRule& rule, std::uint32_t& calls);
+
+// A result code from "error 5", "warning 5", "information 5" or a number (0x400005) in the parts
+// of a text; the part that was read is taken away from text.
+std::uint32_t ParseResult(std::string_view& text);
+
+// Takes the first word away from text; empty at the end.
+std::string_view TakeWord(std::string_view& text);
+
+// Whole texts as numbers. Throw std::invalid_argument.
+std::uint32_t ParseInteger(std::string_view text); // decimal, or hexadecimal after 0x
+double ParseNumber(std::string_view text);         // finite, not negative
+
+} // namespace tarn

@@ -1,0 +1,609 @@
+// Runs the simulated sensors.
+#include "simulator/tarn/model.h"
+
+#include "simulator/tarn/header_text.h"
+#include "simulator/tarn/result_codes.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <ctime>
+#include <filesystem>
+#include <fstream>
+#include <random>
+#include <tuple>
+
+namespace tarn {
+namespace {
+
+constexpr double longestWait = 0.05;        // real seconds between two looks at the settings
+constexpr double targetIntegration = 300;   // ms, gives exposure level 1
+constexpr double chargeRate = 100.0 / 3600; // percent a simulated second
+constexpr std::uint32_t sensorWidth = 1300, sensorHeight = 1700;
+constexpr double pixelSize = 0.1; // mm
+
+std::string FormatTime(const char* format, std::uint64_t seed, std::uint32_t imageId);
+
+} // namespace
+
+Model::Model(SettingsFile& settings, EventSink sink)
+    : m_settingsFile(settings),
+      m_sink(std::move(sink)),
+      m_settings(settings.Current()),
+      m_store(ResolvePath(m_settings->storeFolder)),
+      m_runSeed(m_settings->seed != 0 ? m_settings->seed : std::random_device()())
+{
+    m_registers.testImageMode = m_settings->testImageMode;
+    m_registers.gainCheck = m_settings->gainCheck;
+    m_registers.rawFolder = m_settings->rawFolder;
+    m_registers.filterChain = m_settings->filterChain;
+    m_eventsSerial = m_settings->eventsSerial - (m_settings->events.empty() ? 0 : 1);
+    m_stormSerial = m_settings->stormSerial - 1;
+    ApplySettings(*m_settings);
+    m_program = NextProgram().first;
+    m_thread = std::thread(&Model::Run, this);
+}
+
+Model::~Model()
+{
+    {
+        const Lock lock(m_mutex);
+        m_stop = true;
+    }
+    m_wake.notify_all();
+    m_thread.join();
+}
+
+std::uint32_t Model::Enable(std::uint32_t device, const std::string& userId)
+{
+    const Lock lock(m_mutex);
+    Refresh();
+    const auto found = m_registers.devices.find(device);
+    if (found == m_registers.devices.end() || !found->second.present)
+        return NoSuchDevice;
+    if (m_registers.phase != Phase::Idle)
+        return AlreadyEnabled;
+    const DeviceState* sensor = UsableSensor(device);
+    if (sensor == nullptr)
+        return NoSensor;
+    if (sensor->charge <= 0 && !sensor->externalPower)
+        return BatteryEmpty;
+    if (!m_store.HasRoom(m_settings->storeLimit))
+        return StoreFull;
+    m_armedDevice = sensor->number;
+    m_userId = userId;
+    m_registers.phase = Phase::Arming;
+    m_deadline = m_time + m_settings->armingDelay;
+    m_wake.notify_all();
+    return 0;
+}
+
+std::uint32_t Model::Disable(std::uint32_t, bool abort)
+{
+    const Lock lock(m_mutex);
+    Refresh();
+    if (m_registers.phase == Phase::Reading && abort)
+        return ReadingOut;
+    if (m_registers.phase == Phase::Idle || !abort)
+        return 0;
+    m_registers.phase = Phase::Idle;
+    Post(0, EventDisabled);
+    return 0;
+}
+
+std::uint32_t Model::HandSwitch()
+{
+    const Lock lock(m_mutex);
+    Refresh();
+    if (m_registers.phase != Phase::Armed)
+        return NotArmed;
+    Expose();
+    m_wake.notify_all();
+    return 0;
+}
+
+Phase Model::CurrentPhase(double& secondsLeft)
+{
+    const Lock lock(m_mutex);
+    Refresh();
+    secondsLeft = SecondsLeft();
+    return m_registers.phase;
+}
+
+std::uint32_t Model::GetImage(const std::string& userId, std::uint32_t number, StoredImage& image)
+{
+    const std::vector<std::uint32_t> candidates =
+        number == 0 && !userId.empty() ? m_store.Ids() : std::vector{number};
+    for (const std::uint32_t candidate : candidates)
+        if (std::optional<StoredImage> found = m_store.Get(candidate);
+            found && (userId.empty() || userId == found->userId)) {
+            image = std::move(*found);
+            return 0;
+        }
+    return NoSuchImage;
+}
+
+std::uint32_t Model::RemoveImage(const std::string& userId, std::uint32_t imageId)
+{
+    if (!userId.empty()) {
+        const std::optional<StoredImage> image = m_store.Get(imageId);
+        if (imageId == 0 || !image || image->userId != userId)
+            return NoSuchImage;
+    }
+    return m_store.Remove(imageId) ? 0 : NoSuchImage;
+}
+
+std::uint32_t Model::GetImageCount()
+{
+    return m_store.Count();
+}
+
+std::vector<Device> Model::Devices()
+{
+    const Lock lock(m_mutex);
+    Refresh();
+    std::vector<Device> devices;
+    for (const auto& [number, state] : m_registers.devices) {
+        if (!state.present)
+            continue;
+        Device device;
+        device.number = number;
+        device.state = ListState(m_registers, state);
+        device.name = state.IsSensor() ? "Tolva sensor " + std::to_string(number) : "Base unit";
+        device.description = state.IsSensor()
+                                 ? "Simulated sensor, code " + std::to_string(state.SensorCode())
+                                 : "Simulated base unit";
+        if (!m_settings->texts.empty()) {
+            device.name = HostileText(m_settings->texts);
+            device.description = device.name;
+        }
+        devices.push_back(std::move(device));
+    }
+    return devices;
+}
+
+std::uint32_t Model::ReadLibrary(std::uint32_t parameter, Value& value)
+{
+    const Lock lock(m_mutex);
+    Refresh();
+    return ReadLibraryParameter(m_registers, parameter, value);
+}
+
+std::uint32_t Model::WriteLibrary(std::uint32_t parameter, const Value& value)
+{
+    const Lock lock(m_mutex);
+    Refresh();
+    return WriteLibraryParameter(m_registers, parameter, value);
+}
+
+std::uint32_t Model::ReadDevice(std::uint32_t device, std::uint32_t parameter, Value& value)
+{
+    const Lock lock(m_mutex);
+    Refresh();
+    return ReadDeviceParameter(m_registers, device, parameter, value);
+}
+
+std::uint32_t Model::WriteDevice(std::uint32_t device, std::uint32_t parameter, const Value& value)
+{
+    const Lock lock(m_mutex);
+    Refresh();
+    return WriteDeviceParameter(m_registers, device, parameter, value);
+}
+
+void Model::Refresh()
+{
+    const Clock::time_point now = Clock::now();
+    const double real = std::chrono::duration<double>(now - m_lastRefresh).count();
+    m_lastRefresh = now;
+    m_time += real * m_settings->timeFactor;
+    m_stormOwed += real * m_settings->storm;
+    m_settingsFile.Advance(m_time, m_imagesTaken);
+    m_settings = m_settingsFile.Current();
+    ApplyBattery(*m_settings, real * m_settings->timeFactor);
+    if (m_settings != m_applied)
+        ApplySettings(*m_settings);
+}
+
+void Model::ApplySettings(const Settings& settings)
+{
+    ApplyDevices(settings);
+    if (settings.nextImageId != 0 &&
+        (m_applied == nullptr || settings.nextImageId != m_applied->nextImageId))
+        m_store.SetNextId(settings.nextImageId);
+    if (settings.stormSerial != m_stormSerial) {
+        m_stormSerial = settings.stormSerial;
+        m_stormOwed = 0;
+        m_stormPosted = 0;
+    }
+    m_applied = m_settings;
+    if (settings.eventsSerial != m_eventsSerial) {
+        m_eventsSerial = settings.eventsSerial;
+        for (const std::uint32_t event : settings.events)
+            Post(0, event);
+    }
+}
+
+void Model::ApplyDevices(const Settings& settings)
+{
+    std::vector<std::uint32_t> present = settings.sensors;
+    if (settings.baseUnit)
+        present.push_back(0);
+    for (const std::uint32_t number : present)
+        m_registers.devices[number].number = number;
+    for (auto& [number, device] : m_registers.devices) {
+        device.present = std::ranges::find(present, number) != present.end();
+        device.externalPower = settings.externalPower;
+        if (m_applied == nullptr || m_applied->battery != settings.battery)
+            device.charge = settings.battery;
+        if (m_applied == nullptr || m_applied->inactivityTimeout != settings.inactivityTimeout)
+            device.inactivityTimeout =
+                static_cast<std::uint32_t>(std::lround(settings.inactivityTimeout * 1000));
+        const auto fault = std::ranges::find(settings.deviceFaults, number, &DeviceFault::device);
+        device.faultState = fault == settings.deviceFaults.end() ? 0 : fault->state;
+        device.faultResult = fault == settings.deviceFaults.end() ? 0 : fault->result;
+    }
+    if (m_registers.phase == Phase::Idle)
+        return;
+    const DeviceState& armed = m_registers.devices.at(m_armedDevice);
+    if (!armed.present || !settings.baseUnit)
+        StopCapture(m_registers.phase == Phase::Reading ? ReadOutLost : Unplugged);
+    else if (armed.faultState != 0)
+        StopCapture(armed.faultResult);
+}
+
+void Model::ApplyBattery(const Settings& settings, double seconds)
+{
+    if (settings.externalPower)
+        for (auto& [number, device] : m_registers.devices)
+            device.charge = std::min(device.charge + seconds * chargeRate, 100.0);
+}
+
+void Model::Run()
+{
+    Lock lock(m_mutex);
+    while (!m_stop) {
+        Step(lock);
+        if (m_stop)
+            break;
+        double wait = longestWait;
+        if (m_registers.phase != Phase::Idle)
+            wait = std::min(
+                wait,
+                (std::min(m_deadline, m_registers.phase == Phase::Armed ? m_timeout : m_deadline) -
+                 m_time) /
+                    m_settings->timeFactor);
+        for (const LateEvent& event : m_lateEvents)
+            wait = std::min(wait, (event.due - m_time) / m_settings->timeFactor);
+        if (m_settings->storm > 0)
+            wait = std::min(wait, 0.001);
+        m_wake.wait_for(lock, std::chrono::duration<double>(std::max(wait, 0.0002)));
+    }
+    if (m_registers.phase == Phase::Reading) {
+        ReadOut(lock);
+        Store(lock);
+    }
+}
+
+void Model::Step(Lock& lock)
+{
+    Refresh();
+    PostStorm();
+    std::erase_if(m_lateEvents, [&](const LateEvent& late) {
+        if (late.due > m_time)
+            return false;
+        Post(late.image, late.event);
+        return true;
+    });
+    switch (m_registers.phase) {
+    case Phase::Idle:
+        break;
+    case Phase::Arming:
+        if (m_time >= m_deadline)
+            Arm();
+        break;
+    case Phase::Armed:
+        if (m_time >= m_deadline)
+            Expose();
+        else if (m_time >= m_timeout)
+            StopCapture(TimedOut);
+        break;
+    case Phase::Reading:
+        if (!m_capture.rendered)
+            ReadOut(lock);
+        if (m_registers.phase == Phase::Reading && m_time >= m_deadline)
+            Store(lock);
+    }
+}
+
+void Model::PostStorm()
+{
+    const Settings& settings = *m_settings;
+    if (settings.storm <= 0 || settings.stormEvents.empty())
+        return;
+    for (; m_stormOwed >= 1; m_stormOwed -= 1) {
+        if (settings.stormCount != 0 && m_stormPosted >= settings.stormCount)
+            return;
+        const std::uint32_t event =
+            settings.stormEvents[m_stormPosted % settings.stormEvents.size()];
+        // Image numbers of a storm name images that do not exist.
+        Post(event == EventImageReady ? 4000000000u : 0, event);
+        ++m_stormPosted;
+    }
+}
+
+void Model::Arm()
+{
+    const std::string program = NextProgram().first;
+    if (program != m_program)
+        Post(0, EventNewSeries);
+    m_program = program;
+    m_registers.phase = Phase::Armed;
+    m_deadline = m_time + m_settings->exposureDelay;
+    const std::uint32_t timeout = m_registers.devices.at(m_armedDevice).inactivityTimeout;
+    m_timeout = timeout == 0 ? Settings::never : m_time + timeout / 1000.0;
+    Post(0, EventArmed);
+}
+
+void Model::Expose()
+{
+    DeviceState& device = m_registers.devices.at(m_armedDevice);
+    m_capture = {};
+    m_capture.device = device;
+    m_capture.userId = m_userId;
+    std::tie(m_capture.program, m_capture.programCode) = NextProgram();
+    m_capture.filterChain = m_registers.filterChain;
+    m_capture.rawFolder = m_registers.rawFolder;
+    m_capture.testImage = m_registers.testImageMode;
+    m_capture.gainCheck = m_registers.gainCheck;
+    const bool wasHigh = device.charge >= LowBattery;
+    if (!device.externalPower)
+        device.charge = std::max(device.charge - m_settings->batteryPerExposure, 0.0);
+    if (wasHigh && device.charge < LowBattery)
+        m_capture.warnings.push_back(BatteryLow);
+    ++device.exposures;
+    m_registers.phase = Phase::Reading;
+    m_deadline = m_time + m_settings->exposureTime + m_settings->readoutTime;
+    Post(0, EventExposure);
+    Post(0, EventPreviewEnds);
+}
+
+// Makes the image without the lock, so that calls are served meanwhile.
+void Model::ReadOut(Lock& lock)
+{
+    Capture capture = m_capture;
+    const std::shared_ptr<const Settings> settings = m_settings;
+    lock.unlock();
+    std::uint32_t failure = 0;
+    try {
+        capture.imageId = m_store.TakeId();
+        Render(capture, *settings);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "Tarn simulator: %s\n", error.what());
+        failure = NotStored;
+    }
+    lock.lock();
+    Refresh();
+    if (m_registers.phase != Phase::Reading)
+        return;
+    m_capture = std::move(capture);
+    m_capture.rendered = true;
+    if (failure != 0)
+        StopCapture(failure);
+}
+
+void Model::Store(Lock& lock)
+{
+    if (m_registers.phase != Phase::Reading)
+        return;
+    const StoredImage image = std::move(m_capture.image);
+    lock.unlock();
+    std::uint32_t failure = 0;
+    try {
+        m_store.Add(image);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "Tarn simulator: %s\n", error.what());
+        failure = NotStored;
+    }
+    lock.lock();
+    // A plug pulled in these last moments comes too late: the image is there.
+    m_registers.phase = Phase::Idle;
+    if (failure == 0) {
+        ++m_imagesTaken;
+        PostImageReady(image.imageId);
+    }
+    Post(0, EventCaptureDone);
+    for (const std::uint32_t warning : m_capture.warnings)
+        Post(0, warning);
+    if (failure != 0)
+        Post(0, failure);
+    Refresh();
+}
+
+void Model::StopCapture(std::uint32_t result)
+{
+    if (m_registers.phase != Phase::Reading)
+        Post(0, EventPreviewEnds);
+    m_registers.phase = Phase::Idle;
+    Post(0, EventDisabled);
+    Post(0, result);
+}
+
+void Model::Render(Capture& capture, const Settings& settings)
+{
+    const Frame frame = MakeFrame(capture, settings);
+    if (!capture.rawFolder.empty())
+        SaveRaw(capture, frame);
+    const bool eightBit = !capture.filterChain.empty();
+    const Frame& delivered = eightBit ? ScaleToEightBits(frame) : frame;
+    StoredImage& image = capture.image;
+    image.width = delivered.width;
+    image.height = delivered.height;
+    image.bitsPerSample = delivered.bitsPerSample;
+    image.pixelBytes = delivered.bitsPerSample > 8 ? 2 : 1;
+    image.pixels = PackSamples(delivered);
+    image.imageId = capture.imageId;
+    image.tag = capture.device.number << 16 | capture.device.SensorCode();
+    image.headerText = HeaderText(capture, settings);
+    image.userId = capture.userId;
+}
+
+Frame Model::MakeFrame(Capture& capture, const Settings& settings)
+{
+    const std::uint32_t binning = std::max(capture.device.binning, 1u);
+    const std::uint32_t width =
+        settings.imageWidth != 0 ? settings.imageWidth : sensorWidth / binning;
+    const std::uint32_t height =
+        settings.imageHeight != 0 ? settings.imageHeight : sensorHeight / binning;
+    if (capture.testImage)
+        return TestPattern(width, height);
+    if (!settings.imageFolder.empty()) {
+        const std::string folder = ResolvePath(settings.imageFolder);
+        try {
+            const std::vector<std::string> paths = GreyMaps(folder);
+            if (paths.empty())
+                throw std::runtime_error("the folder " + folder + " holds no .pgm pictures");
+            return ReadGreyMap(paths[m_pictures++ % paths.size()]);
+        } catch (const std::runtime_error& failure) {
+            std::fprintf(stderr, "Tarn simulator: %s\n", failure.what());
+            capture.warnings.push_back(PictureUnusable);
+        }
+    }
+    Exposure exposure;
+    exposure.width = width;
+    exposure.height = height;
+    exposure.leftHand = capture.device.SensorCode() == 12;
+    exposure.level = capture.device.integrationTime / targetIntegration;
+    exposure.photons *= binning * binning;
+    exposure.noiseSeed = m_runSeed << 32 ^ capture.imageId;
+    exposure.patternSeed = capture.device.number;
+    exposure.fixedPattern = !capture.gainCheck;
+    return m_phantom.Expose(exposure);
+}
+
+void Model::SaveRaw(Capture& capture, const Frame& frame) const
+{
+    const std::string folder = ResolvePath(capture.rawFolder);
+    char name[64];
+    std::snprintf(name, sizeof name, "/raw%010u_%ux%u.raw", static_cast<unsigned>(capture.imageId),
+                  static_cast<unsigned>(frame.width), static_cast<unsigned>(frame.height));
+    std::error_code error;
+    std::filesystem::create_directories(folder, error);
+    std::ofstream file(folder + name, std::ios::binary);
+    const std::vector<std::uint8_t> bytes = PackSamples(frame);
+    file.write(reinterpret_cast<const char*>(bytes.data()), std::streamsize(bytes.size()));
+    if (!file.flush()) {
+        std::fprintf(stderr, "Tarn simulator: cannot write the raw file %s%s\n", folder.c_str(),
+                     name);
+        capture.warnings.push_back(RawFileNotWritten);
+    }
+}
+
+std::string Model::HeaderText(const Capture& capture, const Settings& settings) const
+{
+    ExposureFacts facts;
+    facts.programName = settings.texts.empty() ? capture.program : HostileText(settings.texts);
+    facts.programCode = capture.programCode;
+    facts.imageId = capture.imageId;
+    facts.date = FormatTime("%Y-%m-%d", settings.seed, capture.imageId);
+    facts.time = FormatTime("%H:%M:%S", settings.seed, capture.imageId);
+    facts.exposureTime = static_cast<std::uint32_t>(std::lround(settings.exposureTime * 1000));
+    facts.integrationTime = capture.device.integrationTime;
+    facts.sensorCode = capture.device.SensorCode();
+    facts.hardwareId = capture.device.HardwareId();
+    facts.binning = capture.device.binning;
+    facts.pixelSize = pixelSize * capture.device.binning;
+    facts.testImage = capture.testImage;
+    facts.eightBit = !capture.filterChain.empty();
+    facts.level = capture.device.integrationTime / targetIntegration;
+    return BuildHeaderText(facts);
+}
+
+// Texts that a careless program would interpret, cut or choke on.
+std::string Model::HostileText(const std::string& kind) const
+{
+    if (kind == "long")
+        return std::string(1 << 20, 'L');
+    if (kind == "utf8")
+        return "bad \xC3\x28 \xFF\xFE utf8";
+    if (kind == "control")
+        return "control \x01\x07\x1B[31m\x7F text";
+    if (kind == "markup")
+        return "<b>bold</b> &amp; <img src=x> <a href=\"file:///\">link</a>";
+    if (kind == "bidi")
+        return "right\xE2\x80\xAEto left\xE2\x80\xAC";
+    if (kind == "format")
+        return "%1% %s %n %d {0} \\n";
+    if (kind == "path")
+        return "../../outside";
+    return kind;
+}
+
+void Model::PostImageReady(std::uint32_t imageId)
+{
+    FaultRule rule;
+    m_settingsFile.TakeRule("event_2", rule);
+    if (rule.never)
+        return;
+    const std::uint32_t image = rule.missing ? imageId + 1000 : imageId;
+    for (int times = rule.twice ? 2 : 1; times > 0; --times)
+        if (rule.lateSeconds > 0)
+            m_lateEvents.push_back({m_time + rule.lateSeconds, image, EventImageReady});
+        else
+            Post(image, EventImageReady);
+}
+
+void Model::Post(std::uint32_t image, std::uint32_t event)
+{
+    m_sink(image, event);
+}
+
+DeviceState* Model::UsableSensor(std::uint32_t device)
+{
+    for (auto& [number, state] : m_registers.devices)
+        if (state.IsSensor() && state.present && state.faultState == 0 &&
+            (device == 0 || device == number))
+            return &state;
+    return nullptr;
+}
+
+std::pair<std::string, std::uint32_t> Model::NextProgram() const
+{
+    const auto index = static_cast<std::uint32_t>(m_imagesTaken / m_settings->seriesLength %
+                                                  m_settings->programs.size());
+    return {m_settings->programs[index], index + 1};
+}
+
+double Model::SecondsLeft() const
+{
+    const double ends =
+        m_registers.phase == Phase::Armed ? std::min(m_deadline, m_timeout) : m_deadline;
+    if (m_registers.phase == Phase::Idle || std::isinf(ends))
+        return -1;
+    return std::max(ends - m_time, 0.0) / m_settings->timeFactor;
+}
+
+std::string ResolvePath(const std::string& path)
+{
+    return (std::filesystem::path(SettingsFile::LibraryFolder()) / path).string();
+}
+
+namespace {
+
+// With a seed the calendar is simulated as well, so that the run is the same every time.
+std::string FormatTime(const char* format, std::uint64_t seed, std::uint32_t imageId)
+{
+    constexpr std::time_t firstMorning = 1709280000; // 2024-03-01 08:00:00 UTC
+    const std::time_t now =
+        seed != 0 ? firstMorning + std::time_t{90} * imageId : std::time(nullptr);
+    std::tm parts{};
+    if (seed != 0)
+        gmtime_r(&now, &parts);
+    else
+        localtime_r(&now, &parts);
+    char text[32];
+    std::strftime(text, sizeof text, format, &parts);
+    return text;
+}
+
+} // namespace
+} // namespace tarn

@@ -1,0 +1,151 @@
+// The simulated sensors: arming, exposure, read-out and store, on a thread of their own.
+#pragma once
+
+#include "simulator/tarn/parameters.h"
+#include "simulator/tarn/picture.h"
+#include "simulator/tarn/settings.h"
+#include "simulator/tarn/store.h"
+
+#include <chrono>
+#include <condition_variable>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace tarn {
+
+// Event codes besides results.
+inline constexpr std::uint32_t EventImageReady = 2; // with the image's number
+inline constexpr std::uint32_t EventDisabled = 3;
+inline constexpr std::uint32_t EventCaptureDone = 4;
+inline constexpr std::uint32_t EventNewSeries = 6;
+inline constexpr std::uint32_t EventPreviewEnds = 7;
+inline constexpr std::uint32_t EventArmed = 15;
+inline constexpr std::uint32_t EventExposure = 17;
+
+// One capture runs like this; abort, the inactivity timeout and a pulled plug lead back to idle:
+//
+//   Idle -Enable-> Arming -15-> Armed -hand switch or delay: 17, 7-> Reading -2, 4-> Idle
+//
+// Any thread may call; operations return results.
+class Model
+{
+public:
+    // Called in the order of the events, with the model's lock held: it must not call the model.
+    using EventSink = std::function<void(std::uint32_t image, std::uint32_t event)>;
+
+    // settings must outlive the model. Opens the store and starts the thread; throws
+    // std::runtime_error when the store cannot be used.
+    Model(SettingsFile& settings, EventSink sink);
+    // Ends the thread. An exposed image is stored first.
+    ~Model();
+    Model(const Model&) = delete;
+    Model& operator=(const Model&) = delete;
+
+    // device: 0 for whichever sensor there is.
+    std::uint32_t Enable(std::uint32_t device, const std::string& userId);
+    // abort false takes a failed Enable back, which has left nothing: a running capture goes on.
+    std::uint32_t Disable(std::uint32_t device, bool abort);
+    std::uint32_t HandSwitch();
+    // secondsLeft: see TarnSimulatorArmedState.
+    Phase CurrentPhase(double& secondsLeft);
+
+    // The image of that number, or the first of the store for number 0; an empty user id is any.
+    std::uint32_t GetImage(const std::string& userId, std::uint32_t number, StoredImage& image);
+    std::uint32_t RemoveImage(const std::string& userId, std::uint32_t imageId);
+    std::uint32_t GetImageCount();
+
+    std::vector<Device> Devices();
+    std::uint32_t ReadLibrary(std::uint32_t parameter, Value& value);
+    std::uint32_t WriteLibrary(std::uint32_t parameter, const Value& value);
+    std::uint32_t ReadDevice(std::uint32_t device, std::uint32_t parameter, Value& value);
+    std::uint32_t WriteDevice(std::uint32_t device, std::uint32_t parameter, const Value& value);
+
+private:
+    using Clock = std::chrono::steady_clock;
+    using Lock = std::unique_lock<std::mutex>;
+
+    // What an exposure was made with; parameters may change during its read-out.
+    struct Capture
+    {
+        std::uint32_t imageId = 0;
+        DeviceState device;
+        std::string userId;
+        std::string program;
+        std::uint32_t programCode = 0;
+        std::string filterChain, rawFolder;
+        bool testImage = false, gainCheck = true;
+        bool rendered = false;
+        StoredImage image;
+        std::vector<std::uint32_t> warnings;
+    };
+    struct LateEvent
+    {
+        double due;
+        std::uint32_t image, event;
+    };
+
+    // Brings the simulated time, the settings and everything that follows from them up to date.
+    void Refresh();
+    void ApplySettings(const Settings& settings);
+    void ApplyDevices(const Settings& settings);
+    void ApplyBattery(const Settings& settings, double seconds);
+
+    void Run();
+    void Step(Lock& lock);
+    void PostStorm();
+    void Arm();
+    void Expose();
+    void ReadOut(Lock& lock);
+    void Store(Lock& lock);
+    void StopCapture(std::uint32_t result);
+
+    void Render(Capture& capture, const Settings& settings);
+    Frame MakeFrame(Capture& capture, const Settings& settings);
+    void SaveRaw(Capture& capture, const Frame& frame) const;
+    std::string HeaderText(const Capture& capture, const Settings& settings) const;
+    std::string HostileText(const std::string& kind) const;
+
+    void PostImageReady(std::uint32_t imageId);
+    void Post(std::uint32_t image, std::uint32_t event);
+    // The sensor that would take the image, null when there is none.
+    DeviceState* UsableSensor(std::uint32_t device);
+    std::pair<std::string, std::uint32_t> NextProgram() const;
+    double SecondsLeft() const;
+
+    SettingsFile& m_settingsFile;
+    const EventSink m_sink;
+    std::shared_ptr<const Settings> m_settings, m_applied;
+    ImageStore m_store;
+
+    std::mutex m_mutex;
+    std::condition_variable m_wake;
+    bool m_stop = false;
+    Registers m_registers;
+    Clock::time_point m_lastRefresh = Clock::now();
+    double m_time = 0;     // simulated seconds since the start
+    double m_deadline = 0; // simulated time at which the phase ends by itself
+    double m_timeout = 0;  // simulated time of the inactivity timeout
+    std::uint32_t m_armedDevice = 0;
+    std::string m_userId;
+    std::string m_program; // of the image before
+    std::uint64_t m_imagesTaken = 0;
+    std::uint64_t m_runSeed;
+    Capture m_capture;
+    std::vector<LateEvent> m_lateEvents;
+    std::uint32_t m_eventsSerial = 0, m_stormSerial = 0;
+    double m_stormOwed = 0;
+    std::uint64_t m_stormPosted = 0;
+
+    Phantom m_phantom;            // the thread's
+    std::uint64_t m_pictures = 0; // files of the image folder shown, the thread's
+    std::thread m_thread;
+};
+
+// A path of the settings or of a parameter, relative ones in the library's folder.
+std::string ResolvePath(const std::string& path);
+
+} // namespace tarn

@@ -1,0 +1,71 @@
+// The objects that the library hands out, counted until they are freed.
+#pragma once
+
+#include "device/tarn_abi.h"
+#include "simulator/tarn/store.h"
+
+#include <memory>
+#include <mutex>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace tarn {
+
+// The value of a parameter, whatever its type.
+struct Value
+{
+    std::uint32_t type = TarnTypeInteger;
+    std::uint32_t number = 0; // integer, flag
+    std::string bytes;        // text, block
+};
+
+struct Device
+{
+    std::uint32_t number = 0;
+    std::uint32_t state = 0;
+    std::string name;
+    std::string description;
+};
+
+// Parts that an object is to lack.
+struct Omissions
+{
+    bool wrongType = false;
+    bool nullTexts = false;
+    bool noHeader = false;
+    bool noUser = false;
+    bool emptyImage = false;
+};
+
+// Owns every object from Give until Free. Any thread may call.
+class ObjectLedger
+{
+public:
+    TarnValue* Give(std::uint32_t parameter, Value value, const Omissions& omissions);
+    TarnImageRecord* Give(StoredImage image, const Omissions& omissions);
+    DeviceList* Give(std::vector<Device> devices, const Omissions& omissions);
+
+    // False when the ledger never gave the object, or it is freed already. Null is freed.
+    bool Free(void* object);
+
+    std::size_t Given() const;
+    std::size_t Outstanding() const;
+
+private:
+    struct Holder
+    {
+        virtual ~Holder() = default;
+    };
+    struct ValueHolder;
+    struct ImageHolder;
+    struct ListHolder;
+
+    void Keep(void* object, std::unique_ptr<Holder> holder);
+
+    mutable std::mutex m_mutex;
+    std::unordered_map<void*, std::unique_ptr<Holder>> m_holders;
+    std::size_t m_given = 0;
+};
+
+} // namespace tarn

@@ -1,0 +1,68 @@
+// What the simulated sensors see: a radiograph of a hand, a test pattern, or files of a folder.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace tarn {
+
+// Samples row after row, top row first, each of bitsPerSample bits; more exposure gives a lower
+// value, as on film.
+struct Frame
+{
+    std::uint32_t width = 0;
+    std::uint32_t height = 0;
+    std::uint32_t bitsPerSample = 12;
+    std::vector<std::uint16_t> samples;
+};
+
+// One exposure of the phantom.
+struct Exposure
+{
+    std::uint32_t width = 0;
+    std::uint32_t height = 0;
+    bool leftHand = true;          // the other hand is the mirror image, with the other letter
+    double level = 1;              // of the unattenuated beam; 1 is the sensor's target
+    double photons = 20000;        // of the unattenuated beam, a pixel, at level 1
+    std::uint64_t noiseSeed = 0;   // the same seed gives the same noise
+    std::uint64_t patternSeed = 0; // the sensor's fixed pattern
+    bool fixedPattern = false;     // uncorrected gain, offsets and dead pixels
+};
+
+class Phantom
+{
+public:
+    Frame Expose(const Exposure& exposure);
+
+private:
+    // Share of the beam that passes, 0 to 65535, for the last size and hand.
+    const std::vector<std::uint16_t>& Transmission(const Exposure& exposure);
+
+    std::uint32_t m_width = 0, m_height = 0;
+    bool m_leftHand = false;
+    std::vector<std::uint16_t> m_transmission;
+};
+
+// Ramps from 0 to 4095, a grid, a checkerboard of single pixels, and a corner mark of each own
+// value, without noise: 4095 top left, 3000 top right, 2000 bottom left, 1000 bottom right.
+Frame TestPattern(std::uint32_t width, std::uint32_t height);
+
+// Reads a binary grey map (P5) of 8 or 16 bits. Throws std::runtime_error with the file and what is
+// wrong with it.
+Frame ReadGreyMap(const std::string& path);
+
+// The grey maps of a folder, by name. Empty when the folder cannot be read.
+std::vector<std::string> GreyMaps(const std::string& folder);
+
+// The sample of which 1 in 1000 is lower, and the one of which 1 in 1000 is higher.
+std::pair<std::uint16_t, std::uint16_t> SampleRange(const Frame& frame);
+
+// The frame with its sample range spread over 8 bits.
+Frame ScaleToEightBits(const Frame& frame);
+
+// The samples as bytes: 1 a sample up to 8 bits, else 2, little-endian.
+std::vector<std::uint8_t> PackSamples(const Frame& frame);
+
+} // namespace tarn

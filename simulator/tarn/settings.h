@@ -1,0 +1,155 @@
+// The simulator's knobs: an INI file, read anew whenever it changes, and the script in it.
+#pragma once
+
+#include "simulator/tarn/faults.h"
+
+#include <cstdint>
+#include <ctime>
+#include <limits>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+namespace tarn {
+
+// A change that the script makes: key = value, once images more are taken and seconds have passed
+// since the step before.
+struct ScriptStep
+{
+    std::uint64_t images = 0;
+    double seconds = 0;
+    std::string key;
+    std::string value;
+};
+
+// A device in a fault state, from "1 100 error 7".
+struct DeviceFault
+{
+    std::uint32_t device = 0;
+    std::uint32_t state = 0;
+    std::uint32_t result = 0;
+};
+
+// Every knob with its default. Durations are in simulated seconds: a time factor of 100 makes them
+// pass a hundred times faster. Folders are absolute, or relative to the library's folder.
+struct Settings
+{
+    static constexpr double never = std::numeric_limits<double>::infinity();
+
+    double timeFactor = 1;
+    std::uint32_t seed = 0; // 0: another run every time, at the date of today
+    double armingDelay = 0.6;
+    double exposureDelay = 4;
+    double exposureTime = 0.2;
+    double readoutTime = 0.8;
+
+    bool baseUnit = true;
+    std::vector<std::uint32_t> sensors = {1, 2};
+    double inactivityTimeout = 300;
+    double battery = 90; // percent
+    double batteryPerExposure = 0.5;
+    bool externalPower = false;
+
+    std::string imageFolder;
+    std::string storeFolder = "TarnStore";
+    std::uint32_t storeLimit = 1000000;
+    std::uint32_t nextImageId = 0; // 0: the one after the last
+    std::uint32_t imageWidth = 0;  // 0: the sensor's
+    std::uint32_t imageHeight = 0;
+    std::vector<std::string> programs = {"Hand PA", "Hand oblique", "Hand lateral"};
+    std::uint32_t seriesLength = 5;
+
+    bool testImageMode = false;
+    bool gainCheck = true;
+    std::string rawFolder;
+    std::string filterChain;
+
+    std::string traceFile;
+    bool strict = false;
+
+    bool faults = true;                                  // off: every fault and the script rest
+    std::map<std::string, FaultRule, std::less<>> rules; // by export name, or "event_2"
+    std::vector<DeviceFault> deviceFaults;
+    std::vector<std::uint32_t> events; // to post once
+    std::uint32_t eventsSerial = 0;    // another number whenever events was set
+    double storm = 0;                  // events a real second
+    std::uint32_t stormCount = 0;      // events in all, 0: without end
+    std::uint32_t stormSerial = 0;     // another number whenever a storm was set
+    std::vector<std::uint32_t> stormEvents = {0x300384, 0x100384, 0x200384, 99, 2, 17};
+    std::string texts; // kind of hostile texts
+    std::vector<ScriptStep> script;
+};
+
+// A place for one knob in the settings.
+using Place =
+    std::variant<double Settings::*, std::uint32_t Settings::*, bool Settings::*,
+                 std::string Settings::*, std::vector<std::string> Settings::*,
+                 std::vector<std::uint32_t> Settings::*, std::vector<DeviceFault> Settings::*>;
+
+struct Knob
+{
+    std::string_view key;
+    Place place;
+    double low = 0; // range of a number
+    double high = 4294967295.0;
+};
+
+// Every knob but the rules and the script, in the order of Settings.
+const std::vector<Knob>& Knobs();
+
+// The names that rules go by: the library's operations and "event_2".
+const std::vector<std::string_view>& RuleNames();
+
+// The settings file of one library. Any thread may call.
+class SettingsFile
+{
+public:
+    // A file that does not exist gives the defaults, until it does.
+    explicit SettingsFile(std::string path);
+
+    // Another path is read at the next call of Current.
+    void SetPath(const std::string& path);
+
+    // Reads the file anew if it changed since, and returns what holds now. What the file says
+    // wrongly is reported on stderr once and leaves the value that held before.
+    std::shared_ptr<const Settings> Current();
+
+    // Takes the steps of the script that are due. Both arguments only grow.
+    void Advance(double simulatedSeconds, std::uint64_t imagesTaken);
+
+    // Whether the rule of that name applies to this call, which is counted; *rule is then set.
+    bool TakeRule(std::string_view name, FaultRule& rule);
+
+    // The folder in which relative paths of the settings begin.
+    static std::string LibraryFolder();
+
+private:
+    struct Stamp
+    {
+        bool exists = false;
+        std::int64_t seconds = 0, nanoseconds = 0, size = 0;
+        std::uint64_t inode = 0;
+        bool operator==(const Stamp&) const = default;
+    };
+
+    Stamp ReadStamp() const;
+    void Read();
+    void Set(Settings& settings, const std::string& key, std::string_view value);
+    void Report(const std::string& where, const std::string& what) const;
+
+    std::mutex m_mutex;
+    std::string m_path;
+    Stamp m_stamp;
+    bool m_read = false;
+    std::shared_ptr<const Settings> m_settings;
+    std::map<std::string, std::uint32_t, std::less<>> m_calls; // of each rule
+    std::size_t m_step = 0;                                    // next step of the script
+    double m_stepSeconds = 0, m_seconds = 0; // simulated time of the last step, and now
+    std::uint64_t m_stepImages = 0, m_images = 0;
+};
+
+} // namespace tarn

@@ -1,0 +1,234 @@
+// Keeps images as files that appear and disappear as a whole.
+#include "simulator/tarn/store.h"
+
+#include <cerrno>
+#include <charconv>
+#include <cstdio>
+#include <cstring>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <stdexcept>
+#include <unistd.h>
+
+namespace tarn {
+namespace {
+
+// A file of the store, little-endian, followed by the pixels, the header text and the user id.
+struct FileHeader
+{
+    char magic[8];             // "TarnImg1"
+    std::uint32_t width;       // pixels
+    std::uint32_t height;      // pixels
+    std::uint32_t pixelBytes;  // 1 or 2
+    std::uint32_t bits;        // of a sample
+    std::uint32_t imageId;     // as in the file's name
+    std::uint32_t tag;         // sensor code and device
+    std::uint32_t headerBytes; // length of the header text
+    std::uint32_t userBytes;   // length of the user id
+};
+static_assert(sizeof(FileHeader) == 40);
+static_assert(offsetof(FileHeader, userBytes) == 36);
+
+constexpr char magic[8] = {'T', 'a', 'r', 'n', 'I', 'm', 'g', '1'};
+constexpr const char* suffix = ".tarn";
+constexpr const char* unfinished = ".tmp";
+constexpr const char* lastIdFile = "last-id";
+constexpr std::uint64_t largestPixelBlock = std::uint64_t{1} << 30;
+constexpr std::uint32_t largestText = 16 << 20;
+
+std::uint32_t IdOfName(const std::filesystem::path& path);
+std::uint32_t ReadLastId(const std::string& folder);
+void WriteWhole(const std::string& path, const std::vector<std::string_view>& parts, bool sync);
+std::string_view Bytes(const void* start, std::size_t size);
+
+} // namespace
+
+ImageStore::ImageStore(std::string folder) : m_folder(std::move(folder))
+{
+    std::error_code error;
+    std::filesystem::create_directories(m_folder, error);
+    if (error)
+        throw std::runtime_error("cannot make the image store " + m_folder + ": " +
+                                 error.message());
+    for (const auto& entry : std::filesystem::directory_iterator(m_folder)) {
+        if (entry.path().extension() == unfinished)
+            std::filesystem::remove(entry.path(), error);
+        else if (const std::uint32_t id = IdOfName(entry.path()))
+            m_ids.insert(id);
+    }
+    std::uint32_t last = ReadLastId(m_folder);
+    if (last == 0 && !m_ids.empty())
+        last = *m_ids.rbegin();
+    SetNextId(last + 1);
+}
+
+std::uint32_t ImageStore::Count() const
+{
+    const std::lock_guard lock(m_mutex);
+    return static_cast<std::uint32_t>(m_ids.size());
+}
+
+std::vector<std::uint32_t> ImageStore::Ids() const
+{
+    const std::lock_guard lock(m_mutex);
+    return {m_ids.begin(), m_ids.end()};
+}
+
+bool ImageStore::HasRoom(std::uint32_t limit) const
+{
+    return Count() < limit;
+}
+
+std::uint32_t ImageStore::TakeId()
+{
+    const std::lock_guard lock(m_mutex);
+    while (m_nextId == 0 || m_ids.contains(m_nextId))
+        ++m_nextId;
+    const std::string digits = std::to_string(m_nextId);
+    WriteWhole(m_folder + "/" + lastIdFile, {digits}, false);
+    return m_nextId++;
+}
+
+void ImageStore::SetNextId(std::uint32_t id)
+{
+    const std::lock_guard lock(m_mutex);
+    m_nextId = id;
+}
+
+void ImageStore::Add(const StoredImage& image)
+{
+    FileHeader header{};
+    std::memcpy(header.magic, magic, sizeof magic);
+    header.width = image.width;
+    header.height = image.height;
+    header.pixelBytes = image.pixelBytes;
+    header.bits = image.bitsPerSample;
+    header.imageId = image.imageId;
+    header.tag = image.tag;
+    header.headerBytes = static_cast<std::uint32_t>(image.headerText.size());
+    header.userBytes = static_cast<std::uint32_t>(image.userId.size());
+    WriteWhole(Path(image.imageId),
+               {Bytes(&header, sizeof header), Bytes(image.pixels.data(), image.pixels.size()),
+                image.headerText, image.userId},
+               true);
+    const std::lock_guard lock(m_mutex);
+    m_ids.insert(image.imageId);
+}
+
+std::optional<StoredImage> ImageStore::Get(std::uint32_t number) const
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        if (m_ids.empty() || (number != 0 && !m_ids.contains(number)))
+            return std::nullopt;
+        if (number == 0)
+            number = *m_ids.begin();
+    }
+    std::ifstream file(Path(number), std::ios::binary);
+    FileHeader header{};
+    file.read(reinterpret_cast<char*>(&header), sizeof header);
+    const std::uint64_t pixelBytes =
+        std::uint64_t{header.width} * header.height * header.pixelBytes;
+    if (!file || std::memcmp(header.magic, magic, sizeof magic) != 0 || header.imageId != number ||
+        header.width > 65535 || header.height > 65535 || header.pixelBytes > 2 ||
+        pixelBytes > largestPixelBlock || header.headerBytes > largestText ||
+        header.userBytes > largestText) {
+        std::fprintf(stderr, "Tarn simulator: %s is no image of the store\n", Path(number).c_str());
+        return std::nullopt;
+    }
+    StoredImage image;
+    image.width = header.width;
+    image.height = header.height;
+    image.pixelBytes = header.pixelBytes;
+    image.bitsPerSample = header.bits;
+    image.imageId = header.imageId;
+    image.tag = header.tag;
+    image.pixels.resize(pixelBytes);
+    image.headerText.resize(header.headerBytes);
+    image.userId.resize(header.userBytes);
+    file.read(reinterpret_cast<char*>(image.pixels.data()), std::streamsize(pixelBytes));
+    file.read(image.headerText.data(), header.headerBytes);
+    file.read(image.userId.data(), header.userBytes);
+    if (!file) {
+        std::fprintf(stderr, "Tarn simulator: %s is cut short\n", Path(number).c_str());
+        return std::nullopt;
+    }
+    return image;
+}
+
+bool ImageStore::Remove(std::uint32_t imageId)
+{
+    const std::lock_guard lock(m_mutex);
+    if (!m_ids.contains(imageId))
+        return false;
+    if (unlink(Path(imageId).c_str()) != 0 && errno != ENOENT)
+        return false;
+    m_ids.erase(imageId);
+    return true;
+}
+
+std::string ImageStore::Path(std::uint32_t id) const
+{
+    char name[32];
+    std::snprintf(name, sizeof name, "/%010u%s", static_cast<unsigned>(id), suffix);
+    return m_folder + name;
+}
+
+namespace {
+
+// 0 for a name that is none of the store's.
+std::uint32_t IdOfName(const std::filesystem::path& path)
+{
+    const std::string digits = path.stem().string();
+    std::uint32_t id = 0;
+    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), id);
+    const bool whole = error == std::errc() && end == digits.data() + digits.size();
+    return whole && digits.size() == 10 && path.extension() == suffix ? id : 0;
+}
+
+std::uint32_t ReadLastId(const std::string& folder)
+{
+    std::uint32_t id = 0;
+    std::ifstream(folder + "/" + lastIdFile) >> id;
+    return id;
+}
+
+// The file gets its name only when it is complete; with sync also on the disk.
+void WriteWhole(const std::string& path, const std::vector<std::string_view>& parts, bool sync)
+{
+    const std::string temporary = path + unfinished;
+    const auto fail = [&]() {
+        const std::string reason = std::strerror(errno);
+        unlink(temporary.c_str());
+        throw std::runtime_error("cannot write " + path + ": " + reason);
+    };
+    const int file = open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    if (file < 0)
+        fail();
+    bool good = true;
+    for (std::string_view part : parts)
+        while (good && !part.empty()) {
+            const ssize_t written = write(file, part.data(), part.size());
+            good = written >= 0 || errno == EINTR;
+            part.remove_prefix(written > 0 ? static_cast<std::size_t>(written) : 0);
+        }
+    good = good && (!sync || fsync(file) == 0);
+    const int failure = errno;
+    good = close(file) == 0 && good;
+    if (!good) {
+        errno = failure;
+        fail();
+    }
+    if (rename(temporary.c_str(), path.c_str()) != 0)
+        fail();
+}
+
+std::string_view Bytes(const void* start, std::size_t size)
+{
+    return {static_cast<const char*>(start), size};
+}
+
+} // namespace
+} // namespace tarn

@@ -1,0 +1,60 @@
+// The image store: a folder with one file an image, which outlives the process.
+#pragma once
+
+#include <cstdint>
+#include <mutex>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace tarn {
+
+struct StoredImage
+{
+    std::uint32_t width = 0;
+    std::uint32_t height = 0;
+    std::uint32_t pixelBytes = 0;
+    std::uint32_t bitsPerSample = 0;
+    std::uint32_t imageId = 0;
+    std::uint32_t tag = 0;
+    std::vector<std::uint8_t> pixels; // width x height pixels, row after row, little-endian
+    std::string headerText;
+    std::string userId;
+};
+
+// An image is in the store from the moment its file has its name, and no longer once the file is
+// unlinked: a process that is killed leaves whole images. Any thread may call.
+class ImageStore
+{
+public:
+    // Makes the folder, takes over the images in it and removes what was half written. Throws
+    // std::runtime_error.
+    explicit ImageStore(std::string folder);
+
+    std::uint32_t Count() const;
+    std::vector<std::uint32_t> Ids() const; // ascending
+    // Whether a next image would find room.
+    bool HasRoom(std::uint32_t limit) const;
+    // The id that the next image gets; ids are not used again, also not after a restart.
+    std::uint32_t TakeId();
+    void SetNextId(std::uint32_t id);
+
+    // Throws std::runtime_error with the file and the reason; nothing is stored then.
+    void Add(const StoredImage& image);
+    // The image of that number, or the one of the lowest number for 0. Files that are no images of
+    // the store are reported on stderr and give none.
+    std::optional<StoredImage> Get(std::uint32_t number) const;
+    // False when there is none, or it cannot be removed.
+    bool Remove(std::uint32_t imageId);
+
+private:
+    std::string Path(std::uint32_t id) const;
+
+    const std::string m_folder;
+    mutable std::mutex m_mutex;
+    std::set<std::uint32_t> m_ids;
+    std::uint32_t m_nextId = 1; // never 0
+};
+
+} // namespace tarn
