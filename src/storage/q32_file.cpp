@@ -3,6 +3,7 @@
 
 #include "platform/files.h"
 #include "storage/file_access.h"
+#include "storage/row_bands.h"
 
 #include <algorithm>
 #include <bit>
@@ -34,7 +35,7 @@ constexpr std::uint32_t MinBits = 8;
 constexpr std::uint32_t MaxBits = 32;
 constexpr std::uint32_t AssumedBits = 12;
 constexpr std::size_t TextPiece = 998;
-constexpr std::size_t BandBytes = std::size_t{256} << 10; // rows are gathered and written in bands
+constexpr std::size_t BandBytes = std::size_t{512} << 10; // rows are gathered and written in bands
 
 using HeaderBytes = std::array<std::uint8_t, sizeof(Q32FileHeader)>;
 using HeaderWords = std::array<std::uint32_t, sizeof(Q32FileHeader) / sizeof(std::uint32_t)>;
@@ -259,23 +260,20 @@ void WritePixels(const CImage& image, const Q32FileHeader& header, std::FILE* st
     }
 }
 
-// File row k is view row rows - 1 - k.
 void WriteRows(const CImage& image, const Q32FileHeader& header, std::FILE* stream,
                const char* path)
 {
     const std::size_t rowBytes = std::size_t{header.rowLength} * image.m_pixelBytes;
-    const std::size_t bandRows = std::clamp<std::size_t>(BandBytes / rowBytes, 1, header.rows);
+    const auto bandRows =
+        static_cast<std::uint32_t>(std::clamp<std::size_t>(BandBytes / rowBytes, 1, header.rows));
     std::vector<std::uint8_t> band(bandRows * rowBytes);
-    std::size_t filled = 0;
-    for (std::uint32_t row = header.rows; row-- > 0;) {
-        image.GetRow(row, &band[filled], rowBytes);
-        filled += rowBytes;
-        if (filled == band.size() || row == 0) {
-            SwapToLittleEndian(band.data(), filled, image.m_pixelBytes / image.m_samples);
-            RequireDone(std::fwrite(band.data(), 1, filled, stream) == filled, DataFailedText,
-                        path);
-            filled = 0;
-        }
+    for (std::uint32_t first = 0; first < header.rows;) {
+        const std::uint32_t count = std::min(bandRows, header.rows - first);
+        const std::size_t size = count * rowBytes;
+        GatherFileRows(image, first, count, band.data());
+        SwapToLittleEndian(band.data(), size, image.m_pixelBytes / image.m_samples);
+        RequireDone(std::fwrite(band.data(), 1, size, stream) == size, DataFailedText, path);
+        first += count;
     }
 }
 
