@@ -7,6 +7,8 @@
 
 #include <string>
 
+class CDataExchange;
+
 class CWnd : public CCmdTarget
 {
 public:
@@ -40,21 +42,27 @@ public:
 
 protected:
     friend class CDialog;
-    friend class CDataExchange;
+    friend void DDX_Control(CDataExchange* dx, int id, CWnd& control);
     HWND m_hWnd = nullptr;
 };
 
 class CStatic : public CWnd
 {
+public:
+    using CWnd::CWnd;
 };
 
 class CEdit : public CWnd
 {
+public:
+    using CWnd::CWnd;
 };
 
 class CButton : public CWnd
 {
 public:
+    using CWnd::CWnd;
+
     int GetCheck() const; // 0 or 1
     void SetCheck(int check);
 };
@@ -62,6 +70,8 @@ public:
 class CScrollBar : public CWnd
 {
 public:
+    using CWnd::CWnd;
+
     void GetScrollRange(int* minimum, int* maximum) const;
     void SetScrollRange(int minimum, int maximum, BOOL redraw = TRUE);
     int GetScrollPos() const;
@@ -71,6 +81,8 @@ public:
 class CSliderCtrl : public CWnd
 {
 public:
+    using CWnd::CWnd;
+
     void SetRange(int minimum, int maximum, BOOL redraw = FALSE); // moves the thumb into the range
     void SetTicFreq(int frequency);
     int GetPos() const;

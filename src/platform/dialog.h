@@ -25,6 +25,7 @@ public:
     CDialog* m_pDlg;
     BOOL m_bSaveAndValidate; // TRUE: controls -> members, FALSE: members -> controls
     bool m_rejected = false;
+    bool m_leavingField = false; // the pass serves an edit field's loss of the focus
 };
 
 // Each binds the control of this id of the pass's dialog to the member. An id that the template
@@ -46,7 +47,7 @@ class CDialog : public CWnd
 public:
     // The template must outlive the dialog. parent: the owner window, null for none.
     CDialog(const DialogTemplate& dialogTemplate, CWnd* parent);
-    ~CDialog() override; // destroys the window if it still exists
+    ~CDialog() override;
     CDialog(const CDialog&) = delete;
     CDialog& operator=(const CDialog&) = delete;
 
@@ -57,7 +58,8 @@ public:
     void EndDialog(int result);
 
     // Every event of the dialog comes through here: the handler that the dispatch table names, or
-    // the default processing. Send(WM_COMMAND, id) is a click on the control of that id.
+    // the default processing. Send(WM_COMMAND, id) is a click on the control of that id, with a
+    // check box or radio button as the click has left it.
     // An exception of a handler ends here, in a box with its text.
     LRESULT Send(UINT message, WPARAM wParam = 0, LPARAM lParam = 0);
 
@@ -86,8 +88,6 @@ protected:
     LRESULT Default();
 
 private:
-    friend void DDX_Control(CDataExchange* dx, int id, CWnd& control);
-
     LRESULT Dispatch(UINT message, WPARAM wParam, LPARAM lParam);
 
     struct MessageInService

@@ -92,6 +92,7 @@ inline constexpr int IDOK = 1;
 inline constexpr int IDCANCEL = 2;
 inline constexpr int IDYES = 6;
 inline constexpr int IDNO = 7;
+inline constexpr int ID_HELP = 0xE146; // F1, a command of the application object
 
 constexpr WPARAM MAKEWPARAM(UINT low, UINT high)
 {

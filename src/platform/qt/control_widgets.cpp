@@ -1,0 +1,294 @@
+// The widgets behind the controls.
+#include "platform/qt/control_widgets.h"
+
+#include "platform/qt/paint_request.h"
+#include "platform/qt/text.h"
+
+#include <QCheckBox>
+#include <QFocusEvent>
+#include <QGroupBox>
+#include <QLabel>
+#include <QPainter>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QSignalBlocker>
+#include <QWheelEvent>
+
+#include <algorithm>
+
+namespace {
+
+constexpr int WheelNotch = 120; // eighths of a degree
+constexpr QColor RejectedColour(192, 0, 0);
+
+template <typename Button>
+Button* MakeButton(DialogWindow& dialog, const ControlTemplate& control)
+{
+    auto* const button = new Button(ShownText(control.text), &dialog);
+    QObject::connect(button, &QAbstractButton::clicked, button,
+                     [&dialog, id = control.id] { dialog.NotifyCommand(id, BN_CLICKED); });
+    return button;
+}
+
+QPushButton* MakePushButton(DialogWindow& dialog, const ControlTemplate& control);
+QLabel* MakeLabel(DialogWindow& dialog, const ControlTemplate& control);
+
+} // namespace
+
+QWidget* MakeControl(DialogWindow& dialog, const ControlTemplate& control)
+{
+    switch (control.kind) {
+    case ControlKind::PushButton:
+    case ControlKind::DefaultButton:
+        return MakePushButton(dialog, control);
+    case ControlKind::CheckBox:
+        return MakeButton<QCheckBox>(dialog, control);
+    case ControlKind::RadioButton:
+        return MakeButton<QRadioButton>(dialog, control);
+    case ControlKind::Label:
+        return MakeLabel(dialog, control);
+    case ControlKind::Edit:
+        return new EditControl(dialog, control.id);
+    case ControlKind::GroupBox:
+        return new QGroupBox(ShownText(control.text), &dialog);
+    case ControlKind::Frame:
+        return new FrameControl(dialog);
+    case ControlKind::HorizontalScrollBar:
+        return new ScrollBarControl(dialog, Qt::Horizontal);
+    case ControlKind::VerticalScrollBar:
+        return new ScrollBarControl(dialog, Qt::Vertical);
+    case ControlKind::TrackBar:
+        return new TrackBarControl(dialog, control.id);
+    }
+    qFatal("A dialog template holds a control of an unknown kind.");
+}
+
+EditControl::EditControl(DialogWindow& dialog, int id)
+    : QLineEdit(&dialog), m_dialog(dialog), m_id(id)
+{
+    connect(this, &QLineEdit::textChanged, this, [this] { Accept(); });
+}
+
+bool EditControl::Reject(const QString& reason)
+{
+    if (m_rejected)
+        return false;
+    m_rejected = true;
+    setToolTip(reason);
+    setAccessibleDescription(reason);
+    update();
+    return true;
+}
+
+void EditControl::Write(const QString& text)
+{
+    if (text != this->text())
+        setText(text);
+    Accept();
+}
+
+void EditControl::Accept()
+{
+    if (!m_rejected)
+        return;
+    m_rejected = false;
+    setToolTip({});
+    setAccessibleDescription({});
+    update();
+}
+
+// A menu of the field itself takes the focus only for the time it is open.
+void EditControl::focusOutEvent(QFocusEvent* event)
+{
+    QLineEdit::focusOutEvent(event);
+    const Qt::FocusReason reason = event->reason();
+    const bool ofMenu = reason == Qt::PopupFocusReason || reason == Qt::MenuBarFocusReason;
+    const bool ofBox = reason == Qt::ActiveWindowFocusReason && m_dialog.m_showsRejection;
+    if (!ofMenu && !ofBox)
+        m_dialog.NotifyCommand(m_id, EN_KILLFOCUS);
+}
+
+void EditControl::paintEvent(QPaintEvent* event)
+{
+    QLineEdit::paintEvent(event);
+    if (!m_rejected)
+        return;
+    QPainter painter(this);
+    painter.setPen(QPen(RejectedColour, 2));
+    painter.drawRect(rect().adjusted(1, 1, -1, -1));
+}
+
+ScrollBarControl::ScrollBarControl(DialogWindow& dialog, Qt::Orientation orientation)
+    : QScrollBar(orientation, &dialog), m_dialog(dialog)
+{
+    setFocusPolicy(Qt::StrongFocus);
+    setContextMenuPolicy(Qt::NoContextMenu);
+    setTracking(false);
+    connect(this, &QScrollBar::actionTriggered, this, [this](int action) { OnAction(action); });
+    connect(this, &QScrollBar::sliderMoved, this,
+            [this](int position) { Report(SB_THUMBTRACK, position); });
+    connect(this, &QScrollBar::sliderReleased, this, [this] { OnReleased(); });
+    connect(this, &QScrollBar::valueChanged, this,
+            [this](int position) { OnMovedFromOutside(position); });
+}
+
+void ScrollBarControl::SetRange(int minimum, int maximum)
+{
+    const QSignalBlocker blocker(this);
+    setRange(minimum, std::max(minimum, maximum));
+    m_position = value();
+}
+
+void ScrollBarControl::SetPosition(int position)
+{
+    const QSignalBlocker blocker(this);
+    setValue(position);
+    m_position = value();
+}
+
+// One turn of the wheel's notch is one line; a fraction waits for the rest of its notch.
+void ScrollBarControl::wheelEvent(QWheelEvent* event)
+{
+    event->setAccepted(hasFocus());
+    if (!hasFocus())
+        return;
+    const QPoint turn = event->angleDelta();
+    m_wheel += turn.y() != 0 ? turn.y() : turn.x();
+    for (; m_wheel >= WheelNotch; m_wheel -= WheelNotch)
+        triggerAction(SliderSingleStepSub);
+    for (; m_wheel <= -WheelNotch; m_wheel += WheelNotch)
+        triggerAction(SliderSingleStepAdd);
+}
+
+// The toolkit has moved the thumb already but not the value; the thumb goes back, and the dialog's
+// handler has the word.
+void ScrollBarControl::OnAction(int action)
+{
+    static constexpr struct
+    {
+        int action;
+        UINT code;
+    } codes[] = {
+        {SliderSingleStepSub, SB_LINEUP}, {SliderSingleStepAdd, SB_LINEDOWN},
+        {SliderPageStepSub, SB_PAGEUP},   {SliderPageStepAdd, SB_PAGEDOWN},
+        {SliderToMinimum, SB_TOP},        {SliderToMaximum, SB_BOTTOM},
+    };
+    setSliderPosition(value());
+    for (const auto& row : codes)
+        if (row.action == action)
+            Report(row.code);
+}
+
+void ScrollBarControl::OnReleased()
+{
+    const int position = sliderPosition();
+    setSliderPosition(value());
+    Report(SB_THUMBPOSITION, position);
+    Report(SB_ENDSCROLL);
+}
+
+// An accessibility tool has set the position; the operator means a thumb let go there.
+void ScrollBarControl::OnMovedFromOutside(int position)
+{
+    SetPosition(m_position);
+    Report(SB_THUMBPOSITION, position);
+}
+
+void ScrollBarControl::Report(UINT code, int position)
+{
+    m_dialog.Notify(orientation() == Qt::Horizontal ? WM_HSCROLL : WM_VSCROLL,
+                    MAKEWPARAM(code, static_cast<UINT>(position)),
+                    reinterpret_cast<LPARAM>(m_handle));
+}
+
+TrackBarControl::TrackBarControl(DialogWindow& dialog, int id)
+    : QSlider(Qt::Horizontal, &dialog), m_dialog(dialog), m_id(id)
+{
+    setTickPosition(TicksAbove);
+    SetRange(0, 100);
+    connect(this, &QSlider::valueChanged, this, [this] { Report(NM_CUSTOMDRAW); });
+    connect(this, &QSlider::sliderReleased, this, [this] { Report(NM_RELEASEDCAPTURE); });
+}
+
+// What the program sets is reported by the drawing that follows, as every drawing is, and not
+// before: the handler would take the new range's nearest position for the operator's.
+void TrackBarControl::SetRange(int minimum, int maximum)
+{
+    const QSignalBlocker blocker(this);
+    setRange(minimum, std::max(minimum, maximum));
+    setPageStep(std::max(1, (this->maximum() - minimum) / 5));
+    update();
+}
+
+void TrackBarControl::SetPosition(int position)
+{
+    const QSignalBlocker blocker(this);
+    setValue(position);
+    update();
+}
+
+void TrackBarControl::paintEvent(QPaintEvent* event)
+{
+    const PaintRequest request(m_handle, this, nullptr, {}, {}, event->region());
+    Report(NM_CUSTOMDRAW);
+    QSlider::paintEvent(event);
+}
+
+void TrackBarControl::wheelEvent(QWheelEvent* event)
+{
+    event->setAccepted(hasFocus());
+    if (hasFocus())
+        QSlider::wheelEvent(event);
+}
+
+void TrackBarControl::Report(UINT code)
+{
+    const NMHDR header{m_handle, static_cast<UINT_PTR>(m_id), code};
+    m_dialog.Notify(WM_NOTIFY, static_cast<WPARAM>(m_id), reinterpret_cast<LPARAM>(&header));
+}
+
+FrameControl::FrameControl(DialogWindow& dialog) : QFrame(&dialog), m_dialog(dialog)
+{
+    setFrameStyle(QFrame::Panel | QFrame::Sunken);
+    setAttribute(Qt::WA_OpaquePaintEvent);
+}
+
+// The handler covers what it wants; only the rest gets the background, so that no pixel is drawn
+// twice.
+void FrameControl::paintEvent(QPaintEvent* event)
+{
+    QPoint redirection;
+    QPaintDevice* const device = redirected(&redirection);
+    const QPoint client = contentsRect().topLeft();
+    const QRegion inside = event->region() & contentsRect();
+    PaintRequest request(m_handle, this, device, client - redirection, client,
+                         inside.translated(-client));
+    m_dialog.Notify(WM_PAINT);
+
+    QPainter painter(this);
+    for (const QRect& rest : (request.m_region - request.m_drawn).translated(client))
+        painter.fillRect(rest, palette().window());
+    drawFrame(&painter);
+}
+
+namespace {
+
+// Enter presses the button that has the focus, as it does on every button of the platform.
+QPushButton* MakePushButton(DialogWindow& dialog, const ControlTemplate& control)
+{
+    QPushButton* const button = MakeButton<QPushButton>(dialog, control);
+    button->setAutoDefault(true);
+    button->setDefault(control.kind == ControlKind::DefaultButton);
+    return button;
+}
+
+QLabel* MakeLabel(DialogWindow& dialog, const ControlTemplate& control)
+{
+    auto* const label = new QLabel(&dialog);
+    label->setTextFormat(Qt::PlainText);
+    label->setAlignment(Qt::AlignLeft | Qt::AlignTop);
+    label->setText(ShownText(control.text));
+    return label;
+}
+
+} // namespace

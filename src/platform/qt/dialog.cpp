@@ -1,0 +1,435 @@
+// Dialogs: their windows and the way of a message to its handler.
+#include "platform/dialog.h"
+
+#include "platform/boxes.h"
+#include "platform/qt/control_widgets.h"
+#include "platform/qt/dialog_window.h"
+#include "platform/qt/messages.h"
+#include "platform/qt/paint_request.h"
+#include "platform/qt/text.h"
+#include "platform/qt/window_table.h"
+
+#include <QAbstractButton>
+#include <QButtonGroup>
+#include <QCloseEvent>
+#include <QFile>
+#include <QGroupBox>
+#include <QLabel>
+#include <QMimeData>
+#include <QTimer>
+
+#include <algorithm>
+#include <exception>
+
+namespace {
+
+// The character cell of the 8-point sans serif that the templates are designed in. It is fixed
+// here, so that a dialog has the same pixels with every font.
+constexpr int BaseUnitX = 6;
+constexpr int BaseUnitY = 13;
+constexpr UINT ShortestPeriod = 10; // milliseconds
+
+bool Fits(const DispatchEntry& entry, UINT message, WPARAM wParam, LPARAM lParam);
+void ReportException(HWND owner, const std::string& text);
+QWidget* OwnerFrom(const CWnd* parent);
+QRect Pixels(const DialogUnits& place);
+int PixelsX(int units);
+int PixelsY(int units);
+
+} // namespace
+
+CDialog::CDialog(const DialogTemplate& dialogTemplate, CWnd* parent)
+    : m_template(dialogTemplate), m_parent(parent)
+{
+}
+
+CDialog::~CDialog() = default;
+
+int CDialog::DoModal()
+{
+    if (ModalLoop::IsEnding())
+        return IDCANCEL;
+
+    // The handle dies with the window, also when the initialisation throws.
+    struct Handle
+    {
+        HWND& window;
+        ~Handle() { window = nullptr; }
+    } const handle{m_hWnd};
+    DialogWindow window(*this, OwnerFrom(m_parent));
+    m_hWnd = window.Handle();
+
+    const BOOL defaultFocus = OnInitDialog();
+    window.Open();
+    if (defaultFocus)
+        window.FocusFirst();
+    const int result = window.Serve();
+    if (QWidget* const owner = WidgetOf(m_parent != nullptr ? m_parent->GetSafeHwnd() : nullptr))
+        owner->activateWindow();
+    return result;
+}
+
+void CDialog::EndDialog(int result)
+{
+    if (DialogWindow* const window = DialogOf(m_hWnd))
+        window->End(result);
+}
+
+LRESULT CDialog::Send(UINT message, WPARAM wParam, LPARAM lParam)
+{
+    const MessageInService outer = m_current;
+    m_current = {message, wParam, lParam};
+    LRESULT result = 0;
+    try {
+        result = Dispatch(message, wParam, lParam);
+    } catch (const std::exception& e) {
+        ReportException(m_hWnd, e.what());
+    } catch (...) {
+        ReportException(m_hWnd, "Unknown error");
+    }
+    m_current = outer;
+    return result;
+}
+
+LRESULT CDialog::Dispatch(UINT message, WPARAM wParam, LPARAM lParam)
+{
+    for (const DispatchEntry& entry : DispatchTable())
+        if (Fits(entry, message, wParam, lParam))
+            return entry.call(*this, wParam, lParam);
+    return Default();
+}
+
+LRESULT CDialog::Default()
+{
+    switch (m_current.message) {
+    case WM_CLOSE:
+    case WM_QUERYENDSESSION:
+        EndDialog(IDCANCEL);
+        break;
+    case WM_COMMAND:
+        if (m_current.wParam == MAKEWPARAM(IDOK, BN_CLICKED))
+            OnOK();
+        else if (m_current.wParam == MAKEWPARAM(IDCANCEL, BN_CLICKED))
+            OnCancel();
+        break;
+    }
+    return 0;
+}
+
+BOOL CDialog::OnInitDialog()
+{
+    UpdateData(FALSE);
+    return TRUE;
+}
+
+void CDialog::DoDataExchange(CDataExchange*) {}
+
+void CDialog::OnOK()
+{
+    if (UpdateData(TRUE))
+        EndDialog(IDOK);
+}
+
+void CDialog::OnCancel()
+{
+    EndDialog(IDCANCEL);
+}
+
+BOOL CDialog::UpdateData(BOOL saveAndValidate)
+{
+    CDataExchange dx(this, saveAndValidate);
+    dx.m_leavingField = m_current.message == WM_COMMAND && (m_current.wParam >> 16) == EN_KILLFOCUS;
+    DoDataExchange(&dx);
+    return !dx.m_rejected;
+}
+
+CWnd CDialog::GetDlgItem(int id) const
+{
+    const DialogWindow* const window = DialogOf(m_hWnd);
+    return CWnd(window != nullptr ? window->Control(id) : nullptr);
+}
+
+void CDialog::SetDlgItemText(int id, const std::string& text)
+{
+    GetDlgItem(id).SetWindowText(text);
+}
+
+void CDialog::SetDlgItemInt(int id, std::int32_t value)
+{
+    SetDlgItemText(id, std::to_string(value));
+}
+
+void CDialog::CheckRadioButton(int first, int last, int check)
+{
+    for (int id = first; id <= last; ++id)
+        if (auto* const button =
+                qobject_cast<QAbstractButton*>(WidgetOf(GetDlgItem(id).GetSafeHwnd())))
+            button->setChecked(id == check);
+}
+
+DialogWindow::DialogWindow(CDialog& dialog, QWidget* owner)
+    : QDialog(owner),
+      m_dialog(dialog),
+      m_handle(AddWindow({this, this})),
+      m_loop([this] { End(IDCANCEL); }, &dialog)
+{
+    const DialogTemplate& form = dialog.Template();
+    Qt::WindowFlags flags = owner != nullptr ? Qt::Dialog : Qt::Window;
+    flags |= Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowSystemMenuHint |
+             Qt::WindowCloseButtonHint;
+    if (form.minimizable)
+        flags |= Qt::WindowMinimizeButtonHint;
+    setWindowFlags(flags);
+    if (owner != nullptr)
+        setWindowModality(Qt::WindowModal);
+    setWindowTitle(ShownTitle(form.title));
+    setFixedSize(PixelsX(form.width), PixelsY(form.height));
+    setAcceptDrops(TakesDrops());
+    CreateControls();
+    OpenQueue(m_handle);
+}
+
+DialogWindow::~DialogWindow()
+{
+    m_ended = true;
+    CloseQueue(m_handle);
+    RemoveWindow(m_handle);
+    for (const auto& [id, control] : m_controls)
+        RemoveWindow(control);
+    for (const HWND control : m_unnamedControls)
+        RemoveWindow(control);
+}
+
+void DialogWindow::CreateControls()
+{
+    QLabel* lastLabel = nullptr;
+    QButtonGroup* group = nullptr;
+    for (const ControlTemplate& control : m_dialog.Template().controls) {
+        QWidget* const widget = MakeControl(*this, control);
+        widget->setGeometry(Pixels(control.place));
+        widget->setEnabled((control.flags & ControlDisabled) == 0);
+        widget->setVisible((control.flags & ControlHidden) == 0);
+        if (control.accessibleName != nullptr)
+            widget->setAccessibleName(control.accessibleName);
+
+        const HWND handle = AddWindow({widget, this});
+        if (control.id == 0)
+            m_unnamedControls.push_back(handle);
+        else
+            m_controls.emplace(control.id, handle);
+        if (auto* const bar = dynamic_cast<ScrollBarControl*>(widget))
+            bar->SetHandle(handle);
+        if (auto* const bar = dynamic_cast<TrackBarControl*>(widget))
+            bar->SetHandle(handle);
+        if (auto* const frame = dynamic_cast<FrameControl*>(widget))
+            frame->SetHandle(handle);
+
+        if (control.kind == ControlKind::Edit && lastLabel != nullptr) {
+            lastLabel->setBuddy(widget);
+            if (control.accessibleName == nullptr)
+                widget->setAccessibleName(lastLabel->text().remove('&'));
+        }
+        lastLabel = qobject_cast<QLabel*>(widget);
+
+        if (control.kind == ControlKind::RadioButton) {
+            if (group == nullptr || (control.flags & GroupStart) != 0)
+                group = new QButtonGroup(this);
+            group->addButton(static_cast<QAbstractButton*>(widget));
+        }
+        // The frame around controls must not lie over them.
+        if (control.kind == ControlKind::GroupBox)
+            widget->lower();
+        if (!m_tabOrder.empty())
+            setTabOrder(m_tabOrder.back(), widget);
+        m_tabOrder.push_back(widget);
+    }
+}
+
+HWND DialogWindow::Control(int id) const
+{
+    const auto found = m_controls.find(id);
+    return found != m_controls.end() ? found->second : nullptr;
+}
+
+void DialogWindow::Open()
+{
+    if (m_ended)
+        return;
+    show();
+    activateWindow();
+}
+
+void DialogWindow::FocusFirst()
+{
+    for (QWidget* const widget : m_tabOrder)
+        if ((widget->focusPolicy() & Qt::TabFocus) != 0 && widget->isVisibleTo(this) &&
+            widget->isEnabled()) {
+            widget->setFocus(Qt::TabFocusReason);
+            return;
+        }
+}
+
+int DialogWindow::Serve()
+{
+    m_loop.Run();
+    return m_result;
+}
+
+void DialogWindow::End(int result)
+{
+    if (m_ended)
+        return;
+    m_ended = true;
+    m_result = result;
+    m_timers.clear();
+    hide();
+    m_loop.Quit();
+}
+
+LRESULT DialogWindow::Notify(UINT message, WPARAM wParam, LPARAM lParam)
+{
+    return m_ended ? 0 : m_dialog.Send(message, wParam, lParam);
+}
+
+void DialogWindow::StartTimer(UINT_PTR id, UINT period)
+{
+    if (!m_ended)
+        m_timers[id].start(static_cast<int>(std::clamp(period, ShortestPeriod, 0x7FFF'FFFFu)),
+                           Qt::PreciseTimer, this);
+}
+
+void DialogWindow::StopTimer(UINT_PTR id)
+{
+    m_timers.erase(id);
+}
+
+void DialogWindow::reject()
+{
+    NotifyCommand(IDCANCEL, BN_CLICKED);
+}
+
+void DialogWindow::closeEvent(QCloseEvent* event)
+{
+    event->ignore();
+    Notify(WM_CLOSE);
+}
+
+void DialogWindow::keyPressEvent(QKeyEvent* event)
+{
+    if (event->key() != Qt::Key_F1 || AfxGetApp() == nullptr)
+        return QDialog::keyPressEvent(event);
+    try {
+        for (const DispatchEntry& entry : AfxGetApp()->DispatchTable())
+            if (Fits(entry, WM_COMMAND, MAKEWPARAM(ID_HELP, BN_CLICKED), 0))
+                entry.call(*AfxGetApp(), MAKEWPARAM(ID_HELP, BN_CLICKED), 0);
+    } catch (const std::exception& e) {
+        ReportException(m_handle, e.what());
+    }
+}
+
+void DialogWindow::timerEvent(QTimerEvent* event)
+{
+    const auto timer = std::find_if(m_timers.begin(), m_timers.end(), [event](const auto& entry) {
+        return entry.second.timerId() == event->timerId();
+    });
+    if (timer != m_timers.end())
+        Notify(WM_TIMER, timer->first);
+    else
+        QDialog::timerEvent(event);
+}
+
+// Only a minimised window paints on itself; otherwise its frame controls are what is painted.
+void DialogWindow::paintEvent(QPaintEvent* event)
+{
+    QDialog::paintEvent(event);
+    if (!isMinimized())
+        return;
+    QPoint offset;
+    QPaintDevice* const device = redirected(&offset);
+    const PaintRequest request(m_handle, this, device, -offset, {}, event->region());
+    Notify(WM_PAINT);
+}
+
+void DialogWindow::dragEnterEvent(QDragEnterEvent* event)
+{
+    const QList<QUrl> urls = event->mimeData()->urls();
+    if (ModalLoop::IsInnermost(&m_dialog) && urls.size() == 1 && urls.front().isLocalFile())
+        event->acceptProposedAction();
+}
+
+// The handler may open a box; the program that the file comes from must not wait for its answer.
+void DialogWindow::dropEvent(QDropEvent* event)
+{
+    const QByteArray path = QFile::encodeName(event->mimeData()->urls().front().toLocalFile());
+    event->acceptProposedAction();
+    QTimer::singleShot(0, this, [this, path] {
+        Notify(WM_DROPFILES, 0, reinterpret_cast<LPARAM>(path.constData()));
+    });
+}
+
+bool DialogWindow::TakesDrops() const
+{
+    const std::span<const DispatchEntry> table = m_dialog.DispatchTable();
+    return std::any_of(table.begin(), table.end(),
+                       [](const DispatchEntry& entry) { return entry.message == WM_DROPFILES; });
+}
+
+namespace {
+
+bool Fits(const DispatchEntry& entry, UINT message, WPARAM wParam, LPARAM lParam)
+{
+    if (entry.message != message)
+        return false;
+    if (message == WM_COMMAND)
+        return wParam == MAKEWPARAM(static_cast<UINT>(entry.id), entry.code);
+    if (message == WM_NOTIFY)
+        return wParam == static_cast<WPARAM>(entry.id) && lParam != 0 &&
+               reinterpret_cast<const NMHDR*>(lParam)->code == entry.code;
+    return true;
+}
+
+// A box that opened inside a paint event would have the toolkit paint inside its painting; it waits
+// for the end of it, and so that every further painting does not bring one more, it stands alone.
+void ReportException(HWND owner, const std::string& text)
+{
+    constexpr UINT style = MB_OK | MB_ICONSTOP | MB_TOPMOST;
+    const std::string caption = AfxGetApp() != nullptr ? AfxGetApp()->Name() : "";
+    if (!PaintRequest::IsAnyServed()) {
+        MessageBoxA(owner, text.c_str(), caption.c_str(), style);
+        return;
+    }
+    static bool waiting = false;
+    if (waiting)
+        return;
+    waiting = true;
+    QTimer::singleShot(0, [owner, text, caption] {
+        MessageBoxA(owner, text.c_str(), caption.c_str(), style);
+        waiting = false;
+    });
+}
+
+QWidget* OwnerFrom(const CWnd* parent)
+{
+    QWidget* const widget = WidgetOf(parent != nullptr ? parent->GetSafeHwnd() : nullptr);
+    return widget != nullptr ? widget->window() : nullptr;
+}
+
+// Edges are rounded, not sizes, so that what touches in the template touches on the screen.
+QRect Pixels(const DialogUnits& place)
+{
+    const QPoint topLeft(PixelsX(place.x), PixelsY(place.y));
+    const QPoint end(PixelsX(place.x + place.width), PixelsY(place.y + place.height));
+    return {topLeft, QSize(end.x() - topLeft.x(), end.y() - topLeft.y())};
+}
+
+int PixelsX(int units)
+{
+    return (units * BaseUnitX + 2) / 4;
+}
+
+int PixelsY(int units)
+{
+    return (units * BaseUnitY + 4) / 8;
+}
+
+} // namespace

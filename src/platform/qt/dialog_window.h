@@ -1,0 +1,64 @@
+// The widget behind a dialog: turns what the toolkit reports into messages of the dialog.
+#pragma once
+
+#include "platform/dialog.h"
+#include "platform/qt/modal_loop.h"
+
+#include <QBasicTimer>
+#include <QDialog>
+
+#include <map>
+
+class EditControl;
+
+class DialogWindow : public QDialog
+{
+public:
+    // Creates the window and the controls of the dialog's template, not shown yet. owner may be
+    // null.
+    DialogWindow(CDialog& dialog, QWidget* owner);
+    ~DialogWindow() override; // every handle of the dialog is dead from here on
+
+    CDialog& Dialog() const { return m_dialog; }
+    HWND Handle() const { return m_handle; }
+    HWND Control(int id) const; // null when the template does not hold it
+
+    void Open();          // shows the window
+    void FocusFirst();    // the first control in the template's order that takes the focus
+    int Serve();          // serves messages until End; returns its result
+    void End(int result); // hides the window; nothing of it is reported any more
+
+    // Sends the dialog a message of one of its controls or of the window itself.
+    LRESULT Notify(UINT message, WPARAM wParam = 0, LPARAM lParam = 0);
+    // The notification code of the control of this id.
+    void NotifyCommand(int id, UINT code) { Notify(WM_COMMAND, MAKEWPARAM(UINT(id), code)); }
+
+    void StartTimer(UINT_PTR id, UINT period);
+    void StopTimer(UINT_PTR id);
+
+    // While the box about a rejected field is open, the fields lose the focus for its sake only.
+    bool m_showsRejection = false;
+
+protected:
+    void reject() override;
+    void closeEvent(QCloseEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void timerEvent(QTimerEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
+
+private:
+    void CreateControls();
+    bool TakesDrops() const;
+
+    CDialog& m_dialog;
+    HWND m_handle;
+    std::map<int, HWND> m_controls;
+    std::vector<HWND> m_unnamedControls;
+    std::vector<QWidget*> m_tabOrder;
+    std::map<UINT_PTR, QBasicTimer> m_timers;
+    ModalLoop m_loop;
+    int m_result = IDCANCEL;
+    bool m_ended = false;
+};

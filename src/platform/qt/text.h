@@ -1,0 +1,16 @@
+// Text on its way to the screen: any bytes may come, none of them may act.
+#pragma once
+
+#include <QString>
+
+#include <string_view>
+
+// UTF-8 to text; bytes that are not UTF-8 become U+FFFD.
+QString FromBytes(std::string_view bytes);
+
+// The same for texts that are only shown: control characters stand as their pictures and marks
+// that would turn the direction of writing as U+FFFD. Line ends and tabs stay.
+QString ShownText(std::string_view bytes);
+
+// The same for a title: one line, with the middle left out when it is over long.
+QString ShownTitle(std::string_view bytes);

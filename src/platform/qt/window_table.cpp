@@ -1,0 +1,40 @@
+// The live windows and controls by handle.
+#include "platform/qt/window_table.h"
+
+#include <unordered_map>
+
+namespace {
+
+std::unordered_map<HWND, WindowRecord> liveWindows;
+std::uintptr_t lastHandle = 0x10000;
+
+WindowRecord Find(HWND window)
+{
+    const auto found = liveWindows.find(window);
+    return found != liveWindows.end() ? found->second : WindowRecord{};
+}
+
+} // namespace
+
+QWidget* WidgetOf(HWND window)
+{
+    return Find(window).widget;
+}
+
+DialogWindow* DialogOf(HWND window)
+{
+    return Find(window).dialog;
+}
+
+HWND AddWindow(const WindowRecord& record)
+{
+    lastHandle += 4;
+    const HWND window = reinterpret_cast<HWND>(lastHandle);
+    liveWindows.emplace(window, record);
+    return window;
+}
+
+void RemoveWindow(HWND window)
+{
+    liveWindows.erase(window);
+}
