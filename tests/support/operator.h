@@ -1,0 +1,74 @@
+// An operator for tests: works a real dialog and the boxes it opens, from inside its message loop.
+#pragma once
+
+#include "platform/dialog.h"
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+// A message box as it stood on the screen.
+struct ShownBox
+{
+    std::string text, caption;
+    UINT style; // MB_... of the buttons, the icon and topmost
+};
+
+// One at a time. Boxes are answered as WhenBox has said; one that nobody expected fails the test
+// and is left by Escape. All controls are those of the innermost open dialog.
+class Operator
+{
+public:
+    Operator();
+    ~Operator();
+    Operator(const Operator&) = delete;
+    Operator& operator=(const Operator&) = delete;
+
+    // Runs the dialog and, once it is shown, the script; ends the dialog after it when the script
+    // has not. Returns what DoModal returned. Expectations of boxes that never came fail the test.
+    int Run(CDialog& dialog, const std::function<void()>& script);
+
+    // The next box whose text holds this part (in the order of the calls where several fit) gets
+    // this answer: IDOK, IDYES, ...; 0 presses Escape. meanwhile runs while the box is open.
+    void WhenBox(std::string part, int answer, std::function<void()> meanwhile = {});
+    const std::vector<ShownBox>& Boxes() const; // all so far, in the order they came
+
+    // Runs the script in the loop of the next dialog with this title, as Run does.
+    void WhenDialog(std::string title, std::function<void()> script);
+    // The next open-file dialog chooses this file; it is cancelled when the path is empty.
+    void WhenFileDialog(std::string path);
+
+    // Serves messages until the condition holds; false when it did not within the time.
+    bool Wait(const std::function<bool()>& condition, int milliseconds = 5000);
+    void Serve(int milliseconds); // serves messages for that long
+    void Later(int milliseconds, std::function<void()> action);
+
+    // A button, check or radio button, as the mouse does: it takes the focus first. A control that
+    // is disabled or hidden does nothing.
+    void Click(int id);
+    void Type(int id, const std::string& text); // replaces the field's text, key by key
+    void Focus(int id);                         // as Tab does
+    void PressEnter();
+    void PressEscape();
+    void PressHelp();
+    void Press(int id, int scrollCode); // an arrow, page or end of a scroll bar
+    void Drag(int id, int position);    // a thumb, and lets it go there
+    void CloseWindow();                 // the close button
+    void Minimise(bool minimised = true);
+    void Drop(const std::string& path); // a file onto the window
+
+    std::string Title() const;
+    std::string Text(int id) const;
+    bool IsEnabled(int id) const;
+    bool IsVisible(int id) const;
+    bool IsChecked(int id) const;
+    bool HasFocus(int id) const;
+    int Position(int id) const; // of a scroll bar or track bar
+    // What stands on the screen at x, y of the control's client area, 0xRRGGBB.
+    unsigned Pixel(int id, int x, int y) const;
+
+private:
+    struct Desk;
+    std::unique_ptr<Desk> m_desk;
+};
