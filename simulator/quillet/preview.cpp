@@ -226,7 +226,7 @@ void DrawLines(QPainter& painter, QSize size)
 
 void DrawCrosshair(QPainter& painter, QSize size)
 {
-    const QPointF centre(size.width() / 2, size.height() / 2);
+    const QPointF centre = QPoint(size.width() / 2, size.height() / 2);
     painter.setPen(QPen(Mark, 1.5));
     painter.setBrush(Qt::NoBrush);
     for (const double radius : {GridStep * 1.0, RingRadius}) {
@@ -268,7 +268,7 @@ void DrawSweep(QPainter& painter, QSize size, double position, bool rightwards)
 void DrawCountdown(QPainter& painter, QSize size, QColor colour, double share)
 {
     QRectF ring(0, 0, 2 * RingRadius, 2 * RingRadius);
-    ring.moveCenter(QPointF(size.width() / 2, size.height() / 2));
+    ring.moveCenter(QPoint(size.width() / 2, size.height() / 2));
     painter.setPen(QPen(colour, 5, Qt::SolidLine, Qt::FlatCap));
     painter.setBrush(Qt::NoBrush);
     painter.drawArc(ring, 90 * 16, static_cast<int>(share * 360 * 16));
