@@ -1,0 +1,397 @@
+// An operator for tests, over the real widgets.
+#include "support/operator.h"
+
+#include "platform/boxes.h"
+#include "platform/qt/control_widgets.h"
+#include "platform/qt/dialog_window.h"
+#include "platform/qt/window_table.h"
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QFileDialog>
+#include <QKeyEvent>
+#include <QMessageBox>
+#include <QMimeData>
+#include <QPlainTextEdit>
+#include <QPointer>
+#include <QScreen>
+#include <QTimer>
+
+#include <algorithm>
+#include <gtest/gtest.h>
+
+namespace {
+
+// Runs one dialog as a program would, or none, for the set-up alone.
+class DialogProgram : public CWinApp
+{
+public:
+    explicit DialogProgram(CDialog* dialog) : CWinApp("Tarn test"), m_dialog(dialog) {}
+    BOOL InitInstance() override
+    {
+        m_result = m_dialog != nullptr ? m_dialog->DoModal() : 0;
+        return FALSE;
+    }
+    int RunDialog()
+    {
+        static char name[] = "test";
+        char* arguments[] = {name, nullptr};
+        Run(1, arguments);
+        return m_result;
+    }
+
+private:
+    CDialog* m_dialog;
+    int m_result = 0;
+};
+
+void SetUpToolkitOnce()
+{
+    static char name[] = "test";
+    static char* arguments[] = {name, nullptr};
+    static int count = 1;
+    if (qApp != nullptr)
+        return;
+    new QApplication(count, arguments); // for all tests of the process
+    DialogProgram(nullptr).RunDialog();
+}
+
+UINT StyleOf(const QMessageBox& box)
+{
+    const auto buttons = box.standardButtons();
+    const UINT offered = (buttons & QMessageBox::Yes) != 0      ? MB_YESNO
+                         : (buttons & QMessageBox::Cancel) != 0 ? MB_OKCANCEL
+                                                                : MB_OK;
+    constexpr UINT icons[] = {0, MB_ICONASTERISK, MB_ICONEXCLAMATION, MB_ICONHAND};
+    const UINT topmost = (box.windowFlags() & Qt::WindowStaysOnTopHint) != 0 ? MB_TOPMOST : 0;
+    return offered | icons[box.icon()] | topmost;
+}
+
+void PressKey(QWidget* window, int key, const QString& text = {})
+{
+    for (const QEvent::Type type : {QEvent::KeyPress, QEvent::KeyRelease}) {
+        QWidget* const target = window->focusWidget() != nullptr ? window->focusWidget() : window;
+        QKeyEvent event(type, key, Qt::NoModifier, text);
+        QCoreApplication::sendEvent(target, &event);
+    }
+}
+
+} // namespace
+
+struct Operator::Desk : QObject
+{
+    struct Expectation
+    {
+        std::string part;
+        int answer;
+        std::function<void()> meanwhile;
+    };
+
+    bool eventFilter(QObject* object, QEvent* event) override;
+    void Answer(QMessageBox& box);
+    void Choose(QFileDialog& dialog);
+    void Work(DialogWindow& dialog);
+
+    DialogWindow& Window() const { return *dialogs.back(); }
+    template <typename Widget = QWidget>
+    Widget* Find(int id) const
+    {
+        auto* const widget = dynamic_cast<Widget*>(WidgetOf(Window().Control(id)));
+        if (widget == nullptr)
+            ADD_FAILURE() << "The dialog has no such control " << id;
+        return widget;
+    }
+
+    std::vector<DialogWindow*> dialogs; // open ones, innermost last
+    std::vector<Expectation> boxes;
+    std::vector<std::pair<std::string, std::function<void()>>> scripts;
+    std::vector<std::string> files;
+    std::vector<ShownBox> shown;
+};
+
+Operator::Operator()
+{
+    SetUpToolkitOnce();
+    m_desk = std::make_unique<Desk>();
+    qApp->installEventFilter(m_desk.get());
+}
+
+Operator::~Operator() = default;
+
+int Operator::Run(CDialog& dialog, const std::function<void()>& script)
+{
+    m_desk->scripts.insert(m_desk->scripts.begin(), {dialog.Template().title, script});
+    const int result =
+        AfxGetApp() != nullptr ? dialog.DoModal() : DialogProgram(&dialog).RunDialog();
+    for (const Desk::Expectation& expected : m_desk->boxes)
+        ADD_FAILURE() << "No box came with the text: " << expected.part;
+    m_desk->boxes.clear();
+    m_desk->scripts.clear();
+    return result;
+}
+
+// The box or dialog is worked once its own loop runs.
+bool Operator::Desk::eventFilter(QObject* object, QEvent* event)
+{
+    if (event->type() != QEvent::Show || object->property("seen").toBool())
+        return false;
+    auto* const box = qobject_cast<QMessageBox*>(object);
+    auto* const chooser = qobject_cast<QFileDialog*>(object);
+    auto* const dialog = dynamic_cast<DialogWindow*>(object);
+    if (box != nullptr)
+        QTimer::singleShot(0, box, [this, box] { Answer(*box); });
+    else if (chooser != nullptr)
+        QTimer::singleShot(0, chooser, [this, chooser] { Choose(*chooser); });
+    else if (dialog != nullptr) {
+        dialogs.push_back(dialog);
+        connect(dialog, &QObject::destroyed, this, [this, dialog] { std::erase(dialogs, dialog); });
+        QTimer::singleShot(0, dialog, [this, dialog] { Work(*dialog); });
+    }
+    object->setProperty("seen", box != nullptr || chooser != nullptr || dialog != nullptr);
+    return false;
+}
+
+void Operator::Desk::Answer(QMessageBox& box)
+{
+    const auto* const view = box.findChild<QPlainTextEdit*>();
+    const std::string text = (view != nullptr ? view->toPlainText() : box.text()).toStdString();
+    shown.push_back({text, box.windowTitle().toStdString(), StyleOf(box)});
+
+    const auto expected = std::find_if(boxes.begin(), boxes.end(), [&](const Expectation& e) {
+        return text.find(e.part) != std::string::npos;
+    });
+    if (expected == boxes.end())
+        ADD_FAILURE() << "An unexpected box came: " << text;
+    const Expectation expectation = expected != boxes.end() ? *expected : Expectation{};
+    if (expected != boxes.end())
+        boxes.erase(expected);
+
+    const QPointer<QMessageBox> open = &box;
+    if (expectation.meanwhile)
+        expectation.meanwhile();
+    if (!open)
+        return;
+    constexpr std::pair<int, QMessageBox::StandardButton> buttons[] = {
+        {IDOK, QMessageBox::Ok},
+        {IDCANCEL, QMessageBox::Cancel},
+        {IDYES, QMessageBox::Yes},
+        {IDNO, QMessageBox::No}};
+    for (const auto& [answer, standard] : buttons)
+        if (answer == expectation.answer && open->button(standard) != nullptr)
+            return open->button(standard)->click();
+    if (expectation.answer != 0)
+        ADD_FAILURE() << "The box does not offer the answer " << expectation.answer << ": " << text;
+    PressKey(open, Qt::Key_Escape);
+}
+
+void Operator::Desk::Choose(QFileDialog& dialog)
+{
+    if (files.empty())
+        ADD_FAILURE() << "An unexpected open-file dialog came";
+    const std::string path = files.empty() ? "" : files.front();
+    if (!files.empty())
+        files.erase(files.begin());
+    if (path.empty())
+        return dialog.reject();
+    dialog.selectFile(QString::fromStdString(path));
+    QMetaObject::invokeMethod(&dialog, "accept");
+}
+
+void Operator::Desk::Work(DialogWindow& dialog)
+{
+    const std::string title = dialog.Dialog().Template().title;
+    const auto found = std::find_if(scripts.begin(), scripts.end(),
+                                    [&](const auto& script) { return script.first == title; });
+    const QPointer<DialogWindow> open = &dialog;
+    if (found == scripts.end())
+        ADD_FAILURE() << "An unexpected dialog came: " << title;
+    else {
+        const std::function<void()> script = found->second;
+        scripts.erase(found);
+        script();
+    }
+    if (open)
+        open->End(IDCANCEL);
+}
+
+void Operator::WhenBox(std::string part, int answer, std::function<void()> meanwhile)
+{
+    m_desk->boxes.push_back({std::move(part), answer, std::move(meanwhile)});
+}
+
+const std::vector<ShownBox>& Operator::Boxes() const
+{
+    return m_desk->shown;
+}
+
+void Operator::WhenDialog(std::string title, std::function<void()> script)
+{
+    m_desk->scripts.emplace_back(std::move(title), std::move(script));
+}
+
+void Operator::WhenFileDialog(std::string path)
+{
+    m_desk->files.push_back(std::move(path));
+}
+
+bool Operator::Wait(const std::function<bool()>& condition, int milliseconds)
+{
+    QTimer poll; // wakes the loop, so that the condition is asked again
+    poll.start(1);
+    QElapsedTimer passed;
+    passed.start();
+    while (!condition()) {
+        if (passed.elapsed() > milliseconds)
+            return false;
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    }
+    return true;
+}
+
+void Operator::Serve(int milliseconds)
+{
+    Wait([] { return false; }, milliseconds);
+}
+
+void Operator::Later(int milliseconds, std::function<void()> action)
+{
+    QTimer::singleShot(milliseconds, m_desk.get(), std::move(action));
+}
+
+// The press moves the focus; when a rejected field takes it back, the click is lost.
+void Operator::Click(int id)
+{
+    auto* const button = m_desk->Find<QAbstractButton>(id);
+    if (button == nullptr || !button->isEnabled() || button->isHidden())
+        return;
+    button->setFocus(Qt::MouseFocusReason);
+    if (button->window()->focusWidget() == button)
+        button->click();
+}
+
+void Operator::Type(int id, const std::string& text)
+{
+    auto* const edit = m_desk->Find<EditControl>(id);
+    if (edit == nullptr)
+        return;
+    edit->setFocus(Qt::MouseFocusReason);
+    edit->selectAll();
+    PressKey(edit->window(), Qt::Key_Delete);
+    for (const QChar character : QString::fromStdString(text))
+        PressKey(edit->window(), 0, character);
+}
+
+void Operator::Focus(int id)
+{
+    if (auto* const widget = m_desk->Find(id))
+        widget->setFocus(Qt::TabFocusReason);
+}
+
+void Operator::PressEnter()
+{
+    PressKey(&m_desk->Window(), Qt::Key_Return, "\r");
+}
+
+void Operator::PressEscape()
+{
+    PressKey(&m_desk->Window(), Qt::Key_Escape);
+}
+
+void Operator::PressHelp()
+{
+    PressKey(&m_desk->Window(), Qt::Key_F1);
+}
+
+void Operator::Press(int id, int scrollCode)
+{
+    using Slider = QAbstractSlider;
+    static constexpr std::pair<UINT, Slider::SliderAction> actions[] = {
+        {SB_LINEUP, Slider::SliderSingleStepSub}, {SB_LINEDOWN, Slider::SliderSingleStepAdd},
+        {SB_PAGEUP, Slider::SliderPageStepSub},   {SB_PAGEDOWN, Slider::SliderPageStepAdd},
+        {SB_TOP, Slider::SliderToMinimum},        {SB_BOTTOM, Slider::SliderToMaximum}};
+    if (auto* const bar = m_desk->Find<Slider>(id))
+        for (const auto& [code, action] : actions)
+            if (code == static_cast<UINT>(scrollCode))
+                bar->triggerAction(action);
+}
+
+void Operator::Drag(int id, int position)
+{
+    if (auto* const bar = m_desk->Find<QAbstractSlider>(id)) {
+        bar->setSliderDown(true);
+        bar->setSliderPosition(position);
+        bar->setSliderDown(false);
+    }
+}
+
+void Operator::CloseWindow()
+{
+    m_desk->Window().close();
+}
+
+void Operator::Minimise(bool minimised)
+{
+    minimised ? m_desk->Window().showMinimized() : m_desk->Window().showNormal();
+}
+
+void Operator::Drop(const std::string& path)
+{
+    QMimeData data;
+    data.setUrls({QUrl::fromLocalFile(QString::fromStdString(path))});
+    QDragEnterEvent enter({}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+    enter.setAccepted(false);
+    QCoreApplication::sendEvent(&m_desk->Window(), &enter);
+    QDropEvent drop({}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+    if (enter.isAccepted())
+        QCoreApplication::sendEvent(&m_desk->Window(), &drop);
+}
+
+std::string Operator::Title() const
+{
+    return m_desk->Window().Dialog().GetWindowText();
+}
+
+std::string Operator::Text(int id) const
+{
+    return m_desk->Window().Dialog().GetDlgItem(id).GetWindowText();
+}
+
+bool Operator::IsEnabled(int id) const
+{
+    return m_desk->Window().Dialog().GetDlgItem(id).IsWindowEnabled();
+}
+
+bool Operator::IsVisible(int id) const
+{
+    return m_desk->Window().Dialog().GetDlgItem(id).IsWindowVisible();
+}
+
+bool Operator::IsChecked(int id) const
+{
+    const auto* const button = m_desk->Find<QAbstractButton>(id);
+    return button != nullptr && button->isChecked();
+}
+
+bool Operator::HasFocus(int id) const
+{
+    return m_desk->Window().focusWidget() == m_desk->Find(id);
+}
+
+int Operator::Position(int id) const
+{
+    const auto* const bar = m_desk->Find<QAbstractSlider>(id);
+    return bar != nullptr ? bar->value() : 0;
+}
+
+unsigned Operator::Pixel(int id, int x, int y) const
+{
+    const QWidget* const widget = m_desk->Find(id);
+    if (widget == nullptr)
+        return 0;
+    QCoreApplication::processEvents();
+    const QPoint at =
+        widget->mapTo(widget->window(), widget->contentsRect().topLeft() + QPoint(x, y));
+    const QPixmap window = widget->screen()->grabWindow(widget->window()->winId());
+    return window.toImage().pixel(at) & 0xFFFFFF;
+}
