@@ -1,0 +1,72 @@
+// Messages with placeholders and the exceptions that carry them.
+#include "errors/exceptions.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+TEST(MsgWithArgs, ReplacesPlaceholdersByTheirArgument)
+{
+    struct Case
+    {
+        const char* text;
+        const char* argument;
+        const char* formatted;
+    };
+    constexpr Case cases[] = {
+        {"File %1% not found.", "a.q32", "File a.q32 not found."},
+        {"", "x", ""},
+        {"no placeholder", "x", "no placeholder"},
+        {"%1%%1%", "x", "xx"},
+        {"%1%%1%", "", ""},
+        {"%1%", "%1%", "%1%"},     // an argument is not expanded again
+        {"%1%%1%", "x%", "x%%1%"}, // and its last "%" keeps the next from opening
+        {"%01% %a% %2%", "x", "%01% %a% %2%"},
+        {"%2%%1%", "x", "%2%%1%"},
+        {"100% of %1%", "x", "100% of %1%"}, // the lone "%" takes the next for its end
+        {"%% %1%", "x", "%% x"},
+        {"%1", "x", "%1"},
+        {"%1%%", "x", "x%"},
+        {"a%%%1%", "x", "a%%%1%"},
+    };
+    for (const Case& row : cases) {
+        EXPECT_EQ(MsgWithArgs(row.text, row.argument).Format(), row.formatted) << row.text;
+    }
+    EXPECT_EQ(MsgWithArgs("File %1%").Format(), "File %1%");
+}
+
+constexpr ModuleDesc TestModule = {7, "Test"};
+
+TEST(Exceptions, AHandlerForAnyBaseCatchesThem)
+{
+    const auto raise = [] { throw eQ32FileExcpt(OutOfMemoryFailure, TestModule, "File %1%", "a"); };
+    try {
+        raise();
+    } catch (const std::exception& error) {
+        EXPECT_STREQ(error.what(), "File a");
+    }
+    try {
+        raise();
+    } catch (const eExcptAnyWithMDesc& error) {
+        EXPECT_EQ(error.GetCode(), 2162686);
+        EXPECT_EQ(error.GetModuleDesc().id, 7u);
+        EXPECT_STREQ(error.GetModuleDesc().name, "Test");
+    }
+    EXPECT_THROW(raise(), eExcptAny);
+    EXPECT_THROW(throw eFileAccessExcpt(OrdinaryFailure, TestModule, "", ""),
+                 eExcptAnyWithDescStack);
+}
+
+TEST(Exceptions, CopiesBeforeAndAfterTheFirstWhatSayTheSame)
+{
+    const eFileAccessExcpt error(OrdinaryFailure, TestModule, "File %1%", "a");
+    const eFileAccessExcpt before = error;
+    EXPECT_EQ(error.what(), error.what()) << "composed once";
+    const eExcptAny after = error; // a base alone has only the composed text
+    EXPECT_STREQ(before.what(), "File a");
+    EXPECT_STREQ(after.what(), "File a");
+    EXPECT_STREQ(eExcptAny().what(), "");
+    EXPECT_STREQ(eExcptAnyWithMDesc(3, TestModule).what(), "");
+}
+
+} // namespace

@@ -1,0 +1,150 @@
+// Names and folders in both styles of paths, on every platform.
+#include "storage/paths.h"
+#include "test_files.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+constexpr PathStyle B = PathStyle::Backslash;
+constexpr PathStyle S = PathStyle::Slash;
+
+TEST(Paths, SanitizeReplacesWhatFileNamesShouldNotHave)
+{
+    EXPECT_EQ(SanitizeFileName("A (B)=1;2"), "A__B__1_2");
+    EXPECT_EQ(SanitizeFileName(" ,;:()=?%&@"), "___________");
+    EXPECT_EQ(SanitizeFileName("a/b\\c*d"), "a/b\\c*d");
+    EXPECT_EQ(SanitizeFileName(""), "");
+}
+
+TEST(Paths, JoinAndRoot)
+{
+    struct Case
+    {
+        PathStyle style;
+        const char *base, *relative, *joined;
+    };
+    constexpr Case cases[] = {
+        {B, "C:\\prog\\", "TmpImages", "C:\\prog\\TmpImages"},
+        {B, "C:\\prog", "TmpImages", "C:\\prog\\TmpImages"},
+        {B, "C:\\prog\\", "D:\\x", "D:\\x"},
+        {B, "C:\\prog\\", "\\\\srv\\x", "\\\\srv\\x"},
+        {B, "C:\\prog\\", "\\data", "C:\\data"},
+        {B, "C:\\prog", "D:", "C:\\prog\\D:"},
+        {B, "\\\\srv\\share\\prog", "\\data", "\\\\srv\\share\\data"},
+        {B, "\\\\srv\\share", "\\data", "\\\\srv\\share\\data"},
+        {B, "", "TmpImages", "TmpImages"},
+        {B, "a/b", "c", "a/b\\c"},
+        {S, "/opt/prog/", "TmpImages", "/opt/prog/TmpImages"},
+        {S, "/opt/prog", "TmpImages", "/opt/prog/TmpImages"},
+        {S, "/opt/x", "/data", "/data"},
+        {S, "/opt/x", "a:b", "/opt/x/a:b"},
+        {S, "/opt/x", "\\\\a", "/opt/x/\\\\a"},
+        {S, "", "TmpImages", "TmpImages"},
+    };
+    for (const Case& row : cases) {
+        EXPECT_EQ(JoinPath(row.base, row.relative, row.style), row.joined);
+    }
+    constexpr const char* roots[][2] = {{"C:\\a\\b", "C:"},
+                                        {"\\\\srv\\share\\a", "\\\\srv\\share"},
+                                        {"\\\\srv\\share", ""},
+                                        {"\\\\srv", ""},
+                                        {"ab", ""},
+                                        {"C:", ""}};
+    for (const auto& [path, root] : roots) {
+        EXPECT_EQ(PathRoot(path, B), root);
+        EXPECT_EQ(PathRoot(path, S), "");
+    }
+    EXPECT_EQ(PathRoot("/a/b", S), "");
+}
+
+TEST(Paths, FoldersAreCreatedUpToTheLastSeparator)
+{
+    struct Case
+    {
+        PathStyle style;
+        const char* path; // below the test's folder
+        const char* last; // the deepest folder that exists afterwards
+        const char* absent;
+    };
+    constexpr Case cases[] = {
+        {S, "a/b/", "a/b", "a/b/c"},    {S, "c/d", "c", "c/d"},
+        {S, "e//f//", "e/f", "e/f/g"},  {B, "\\x\\y\\", "\\x\\y", "x"},
+        {B, "\\z\\w", "\\z", "\\z\\w"},
+    };
+    for (const Case& row : cases) {
+        // In the backslash style the whole test folder is the component before the first one.
+        const TestFolder folder;
+        EXPECT_TRUE(CreateFolderPath(folder / row.path, row.style)) << row.path;
+        EXPECT_TRUE(std::filesystem::is_directory(folder / row.last)) << row.path;
+        EXPECT_FALSE(std::filesystem::exists(folder / row.absent)) << row.path;
+    }
+    const TestFolder folder;
+    WriteBytes(folder / "file", "");
+    EXPECT_TRUE(CreateFolderPath(folder / "file/", S)) << "a file counts as present";
+    EXPECT_FALSE(CreateFolderPath(folder / "file/below/", S));
+    EXPECT_TRUE(CreateFolderPath("TmpImages\\", B) && CreateFolderPath("TmpImages/", S));
+    EXPECT_FALSE(std::filesystem::exists("TmpImages"));
+    for (const char* path : {"", "name", "/", "///", "a\\b"}) {
+        EXPECT_FALSE(CreateFolderPath(path, S)) << path;
+    }
+    for (const char* path : {"", "name", "\\", "\\\\", "\\\\\\", "\\\\srv", "\\\\srv\\",
+                             "\\\\srv\\share", "\\\\srv\\share\\", "\\\\srv\\share\\\\"}) {
+        EXPECT_FALSE(CreateFolderPath(path, B)) << path;
+    }
+}
+
+TEST(Paths, TheProgramsFolderHoldsTheImages)
+{
+    const std::string program = std::filesystem::read_symlink("/proc/self/exe");
+    EXPECT_EQ(ModuleFileName(nullptr), program);
+    EXPECT_EQ(ProgramFolder(nullptr), program.substr(0, program.rfind('/') + 1));
+    EXPECT_EQ(AutoSaveFolder("C:\\prog\\", B), "C:\\prog\\TmpImages\\");
+    EXPECT_EQ(AutoSaveFolder("/opt/prog/", S), "/opt/prog/TmpImages/");
+    EXPECT_EQ(AutoSaveFolder("", S), "TmpImages/");
+    EXPECT_EQ(AutoSavePath("f/", "Prog A:1", 3, 12), "f/Prog_A_1_3_12.Q32");
+    EXPECT_EQ(AutoSavePath("f/", "", 1, 1), "f/_1_1.Q32");
+    EXPECT_EQ(AutoSavePath("f/", "", 0x80000000, 0xFFFFFFFF), "f/_-2147483648_-1.Q32");
+}
+
+TEST(Paths, NoProgramNameLeadsOutOfTheFolder)
+{
+    const TestFolder test;
+    const std::string folder = test / "TmpImages/";
+    std::filesystem::create_directories(folder + "sub");
+    std::filesystem::create_directory_symlink("..", folder + "up");
+    std::filesystem::create_symlink("../elsewhere.Q32", folder + "link_1_1.Q32");
+    struct Case
+    {
+        std::string programName;
+        bool isInside[2]; // backslash, slash
+    };
+    const Case cases[] = {
+        {"", {true, true}},
+        {"..", {true, true}}, // the file "..._1_1.Q32"
+        {"...", {true, true}},
+        {"a.", {true, true}},
+        {std::string(300, 'a'), {true, true}},
+        {"/etc/a", {true, true}}, // below the folder all the same
+        {"sub/a", {true, true}},
+        {"sub/../a", {true, true}},
+        {"../../x", {false, false}},
+        {"sub/../../x", {false, false}},
+        {"..\\x", {false, true}},
+        {std::string("a\0", 2), {false, false}},
+        {"up/x", {true, false}}, // links are the native style's
+        {"link", {true, false}},
+    };
+    for (const Case& row : cases) {
+        for (const PathStyle style : {B, S}) {
+            const std::string path = AutoSavePath(folder, row.programName, 1, 1);
+            const std::string failure = FailureOf([&] { RequireInside(folder, path, style); });
+            const bool isInside = row.isInside[static_cast<int>(style)];
+            EXPECT_EQ(failure, isInside ? "" : "Invalid path on " + path + ".") << path;
+        }
+    }
+    std::filesystem::create_directory_symlink(folder, test / "linked");
+    RequireInside(test / "linked/", test / "linked/a_1_1.Q32");
+}
+
+} // namespace

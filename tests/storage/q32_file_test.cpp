@@ -1,0 +1,183 @@
+// The layout of Q32 files, their round trip, and files that are not what they claim.
+#include "storage/q32_file.h"
+#include "storage/row_bands.h"
+#include "test_files.h"
+
+#include <cstring>
+#include <gtest/gtest.h>
+#include <vector>
+
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+
+CImage* NoiseImage(std::uint32_t width, std::uint32_t height, std::uint32_t bits,
+                   std::uint32_t divisor = 1, std::uint32_t colorType = 1)
+{
+    auto* image = new CImage(width, height, bits, 0, divisor, colorType);
+    for (std::uint32_t i = 0; i < image->m_dataSize; ++i) {
+        image->m_data[i] = static_cast<std::uint8_t>(i * 2654435761u >> 13);
+    }
+    return image;
+}
+
+Bytes ViewRow(const CImage& image, std::uint32_t r)
+{
+    Bytes row(std::size_t{image.ViewRowLength()} * image.m_pixelBytes);
+    image.GetRow(r, row.data(), row.size());
+    return row;
+}
+
+std::string Header(const Q32FileHeader& header)
+{
+    const auto bytes = EncodeQ32Header(header);
+    return {bytes.begin(), bytes.end()};
+}
+
+TEST(Q32File, IsLaidOutByteForByte)
+{
+    const TestFolder folder;
+    CImage image(2, 2, 12, 0, 3, 1);
+    constexpr std::uint16_t pixels[] = {0x0102, 0x0304, 0x0506, 0x0708};
+    image.PutPixels(pixels, 4, 0);
+    image.m_orientation = 3; // file row 0 is the last column, top-down
+    image.m_widthDivisor = 1;
+    image.m_imageId = 0xA1B2C3D4;
+    image.m_headerText = "kV=60;";
+    image.m_userId = "My ID";
+    EXPECT_TRUE(WriteQ32File((folder / "a.Q32").c_str(), image));
+    constexpr char expected[] = "Wq\x00\x01\x2C\0\0\0"
+                                "\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0"
+                                "\xD4\xC3\xB2\xA1\x01\0\0\0"
+                                "\x02\0\0\0\x02\0\0\0\x0C\0\0\0"
+                                "\x04\x03\x08\x07\x02\x01\x06\x05"
+                                "\x06\0\0\0kV=60;\x05\0\0\0My ID";
+    EXPECT_EQ(ReadBytes(folder / "a.Q32"), std::string(expected, sizeof expected - 1));
+}
+
+TEST(Q32File, BandsHoldTheRowsThatGetRowDelivers)
+{
+    struct Format
+    {
+        std::uint32_t bits, colorType;
+    };
+    constexpr Format formats[] = {{8, 1}, {12, 1}, {8, 2}, {32, 1}, {16, 2}, {40, 1}};
+    for (const auto& [bits, colorType] : formats) {
+        for (const std::uint32_t divisor : {1u, 2u, 200u}) {
+            const CLinkedPtr<CImage> image(NoiseImage(131, 70, bits, divisor, colorType));
+            for (std::uint32_t code = 0; code < CImage::OrientationCount; ++code) {
+                image->m_orientation = code;
+                const std::uint32_t rows = (code & 4) != 0 ? image->m_height : image->m_width;
+                const std::uint32_t first = 1, count = rows - 2;
+                const std::size_t rowBytes = ViewRow(*image, 0).size();
+                Bytes band(count * rowBytes), expected;
+                GatherFileRows(*image, first, count, band.data());
+                for (std::uint32_t k = first; k < first + count; ++k) {
+                    const Bytes row = ViewRow(*image, rows - 1 - k);
+                    expected.insert(expected.end(), row.begin(), row.end());
+                }
+                ASSERT_EQ(band, expected) << bits << " bits, code " << code << ", " << divisor;
+            }
+        }
+    }
+}
+
+TEST(Q32File, ReadsBackThePictureThatWasWritten)
+{
+    const TestFolder folder;
+    const std::string path = folder / "a.q32";
+    constexpr std::uint32_t sizes[][2] = {{1, 1}, {5, 3}, {67, 129}, {900, 701}};
+    for (const auto& [width, height] : sizes) {
+        for (const std::uint32_t bits : {8u, 12u, 16u, 24u, 32u}) {
+            const CLinkedPtr<CImage> image(NoiseImage(width, height, bits));
+            image->m_imageId = 77;
+            image->m_headerText = std::string(3000, 'h');
+            image->m_userId = "user";
+            for (std::uint32_t code = 0; code < CImage::OrientationCount; ++code) {
+                SCOPED_TRACE(testing::Message() << width << ", " << bits << ", code " << code);
+                image->m_orientation = code;
+                ASSERT_TRUE(WriteQ32File(path.c_str(), *image));
+                EXPECT_EQ(std::filesystem::file_size(path), 44 + image->m_dataSize + 8 + 3004);
+                const CLinkedPtr<CImage> read = ReadQ32File(path.c_str());
+                ASSERT_EQ(read->ViewRowCount(), image->ViewRowCount());
+                for (std::uint32_t r = 0; r < read->ViewRowCount(); ++r) {
+                    ASSERT_EQ(ViewRow(*read, r), ViewRow(*image, r));
+                }
+                EXPECT_EQ(read->m_orientation, 5u);
+                EXPECT_TRUE(read->m_imageId == 77 && read->m_bitsPerSample == bits);
+                EXPECT_EQ(read->m_headerText, image->m_headerText);
+                EXPECT_EQ(read->m_userId, "user");
+            }
+        }
+    }
+}
+
+TEST(Q32File, RefusesWhatIsNoImage)
+{
+    constexpr std::uint32_t most = 0xFFFFFFFF, half = 1u << 15;
+    const Q32FileHeader small = {Q32Magic, 44, {}, 1, 1, 2, 2, 12};
+    const std::string refused[] = {
+        "",
+        Header(small).substr(0, 43),
+        "wq" + Header(small).substr(2),
+        Header({Q32Magic, 44, {}, 1, 1, 2, 2, 33}),
+        Header({Q32Magic, 44, {}, 1, 1, 2, 2, most}),
+        Header({Q32Magic, 44, {}, 1, 1, most, most, 32}),
+        Header({Q32Magic, 44, {}, 1, 1, half + 1, half / 2, 8}), // 512 MiB is the most
+        Header({Q32Magic, 44, {}, 1, 1, half, half, 12}),
+    };
+    const TestFolder folder;
+    const std::string path = folder / "a.q32";
+    for (const std::string& bytes : refused) {
+        WriteBytes(path, bytes);
+        const std::string failure = FailureOf([&] { ReadQ32File(path.c_str()); });
+        EXPECT_EQ(failure, "File " + path + " is not q32 format");
+    }
+}
+
+TEST(Q32File, TakesDamagedFilesForWhatTheyHold)
+{
+    struct Case
+    {
+        const char* name;
+        Q32FileHeader header;
+        std::string rest;
+        std::uint32_t bits, divisor;
+        std::string pixels, headerText, userId;
+    };
+    const auto plain = [](std::uint32_t offset, std::uint32_t bits, std::uint32_t divisor = 1) {
+        return Q32FileHeader{Q32Magic, offset, {9, 9, 9, 9}, 5, divisor, 1, 2, bits};
+    };
+    const std::string none(4, '\0'), one("\1\0\0\0", 4), huge("\xFF\xFF\xFF\xFF", 4);
+    const std::string thousand("\xE8\3\0\0", 4), zeroInside = "ab" + std::string(996, '\0');
+    const Case cases[] = {
+        {"offset 0", plain(0, 16), "abcd" + none + none, 16, 1, "abcd", "", ""},
+        {"offset 44", plain(44, 16), "abcd" + one + "h" + one + "u", 16, 1, "abcd", "h", "u"},
+        {"offset 47", plain(47, 8), "---ab" + one + "h", 8, 1, "ab", "h", ""},
+        {"few bits, no divisor", plain(44, 7, 0), "abcd", 12, 1, "abcd", "", ""},
+        {"divisor", plain(44, 0, 9), "abcd", 12, 9, "abcd", "", ""},
+        {"cut pixels", plain(44, 16), "abc", 16, 1, std::string("abc\0", 4), "", ""},
+        {"offset beyond the end", plain(0xFFFFFFFF, 8), "ab", 8, 1, std::string(2, '\0'), "", ""},
+        {"cut length", plain(44, 8), "ab\2\0", 8, 1, "ab", "", ""},
+        {"length beyond the end", plain(44, 8), "ab" + huge + "text", 8, 1, "ab", "text", ""},
+        {"zero in a piece", plain(44, 8), "ab" + thousand + zeroInside + "cd" + one + "u", 8, 1,
+         "ab", "abcd", "u"},
+        {"no rows", {Q32Magic, 44, {}, 5, 1, 0, 7, 8}, one + "h", 8, 1, "", "h", ""},
+        {"no width", {Q32Magic, 44, {}, 5, 1, 0xFFFFFFFF, 0, 8}, one + "h", 8, 1, "", "h", ""},
+    };
+    const TestFolder folder;
+    const std::string path = folder / "a.q32";
+    for (const Case& row : cases) {
+        SCOPED_TRACE(row.name);
+        WriteBytes(path, Header(row.header) + row.rest);
+        const CLinkedPtr<CImage> image = ReadQ32File(path.c_str());
+        const std::string pixels(image->m_data, image->m_data + image->m_dataSize);
+        EXPECT_EQ(pixels, row.pixels);
+        EXPECT_EQ(image->m_bitsPerSample, row.bits);
+        EXPECT_TRUE(image->m_widthDivisor == row.divisor && image->m_imageId == 5);
+        EXPECT_EQ(image->m_headerText, row.headerText);
+        EXPECT_EQ(image->m_userId, row.userId);
+    }
+}
+
+} // namespace
