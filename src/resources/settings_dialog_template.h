@@ -31,7 +31,7 @@ inline constexpr int IdTimeout = 1061;
 inline constexpr int IdTimeoutValue = 1062;
 inline constexpr int IdTimeoutUnit = 1063;
 
-//   6                        150 156                                 394
+//   6                        150 156                                 402
 //   +- Resolution ------------+  +- IntegrateTime -------------------+
 //   | low, high               |  | slider               value  unit  |
 //   +-------------------------+  +-----------------------------------+
@@ -42,53 +42,56 @@ inline constexpr int IdTimeoutUnit = 1063;
 //   | slider                                           value  unit   |
 //   +----------------------------------------------------------------+
 //   OK                         Add sensor                      Cancel
+//
+// A group's frame may begin as low as 12 units below its top, under its title. The columns have
+// room for the longest number in a font a fifth larger.
 inline constexpr ControlTemplate SettingsDialogControls[] = {
-    {0, ControlKind::GroupBox, "Resolution (both sensors)", {6, 4, 144, 46}},
-    {IdLowResolution, ControlKind::RadioButton, "&low (2x2)", {14, 16, 128, 12}, GroupStart},
-    {IdHighResolution, ControlKind::RadioButton, "&high (1x1)", {14, 32, 128, 12}},
+    {0, ControlKind::GroupBox, "Resolution (both sensors)", {6, 4, 144, 54}},
+    {IdLowResolution, ControlKind::RadioButton, "&low (2x2)", {14, 20, 128, 15}, GroupStart},
+    {IdHighResolution, ControlKind::RadioButton, "&high (1x1)", {14, 38, 128, 15}},
 
-    {IdIntegrationTimeGroup, ControlKind::GroupBox, "IntegrateTime", {156, 4, 238, 46}},
-    {IdIntegrationTime, ControlKind::TrackBar, "", {162, 18, 134, 22}, 0, "Integration time"},
-    {IdIntegrationTimeValue, ControlKind::Label, "", {300, 24, 28, 10}},
-    {IdIntegrationTimeUnit, ControlKind::Label, "milliseconds", {330, 24, 60, 10}},
+    {IdIntegrationTimeGroup, ControlKind::GroupBox, "IntegrateTime", {156, 4, 246, 54}},
+    {IdIntegrationTime, ControlKind::TrackBar, "", {164, 22, 136, 24}, 0, "Integration time"},
+    {IdIntegrationTimeValue, ControlKind::Label, "", {304, 31, 30, 11}},
+    {IdIntegrationTimeUnit, ControlKind::Label, "milliseconds", {336, 31, 62, 11}},
 
-    {IdBatteryGroup, ControlKind::GroupBox, "Tolva Battery", {6, 54, 388, 76}},
-    {0, ControlKind::Label, "Battery OK", {14, 66, 60, 10}},
-    {IdBatteryOk, ControlKind::Label, "0", {76, 66, 60, 10}},
-    {0, ControlKind::Label, "Battery (%)", {14, 82, 60, 10}},
-    {IdBatteryPercent, ControlKind::Label, "0", {76, 82, 60, 10}},
-    {0, ControlKind::Label, "Charge (mA)", {14, 98, 60, 10}},
-    {IdCharge, ControlKind::Label, "0", {76, 98, 60, 10}},
-    {0, ControlKind::Label, "CapacityLeft", {14, 114, 60, 10}},
-    {IdCapacityLeft, ControlKind::Label, "0", {76, 114, 60, 10}},
+    {IdBatteryGroup, ControlKind::GroupBox, "Tolva Battery", {6, 62, 396, 82}},
+    {0, ControlKind::Label, "Battery OK", {14, 79, 65, 11}},
+    {IdBatteryOk, ControlKind::Label, "0", {80, 79, 60, 11}},
+    {0, ControlKind::Label, "Battery (%)", {14, 95, 65, 11}},
+    {IdBatteryPercent, ControlKind::Label, "0", {80, 95, 60, 11}},
+    {0, ControlKind::Label, "Charge (mA)", {14, 111, 65, 11}},
+    {IdCharge, ControlKind::Label, "0", {80, 111, 60, 11}},
+    {0, ControlKind::Label, "CapacityLeft", {14, 127, 65, 11}},
+    {IdCapacityLeft, ControlKind::Label, "0", {80, 127, 60, 11}},
 
-    {0, ControlKind::Label, "State", {142, 66, 60, 10}},
-    {IdState, ControlKind::Label, "0", {204, 66, 60, 10}},
-    {0, ControlKind::Label, "Voltage", {142, 82, 60, 10}},
-    {IdVoltage, ControlKind::Label, "0", {204, 82, 60, 10}},
-    {0, ControlKind::Label, "Temperature", {142, 98, 60, 10}},
-    {IdTemperature, ControlKind::Label, "0", {204, 98, 60, 10}},
-    {0, ControlKind::Label, "TotalWear", {142, 114, 60, 10}},
-    {IdTotalWear, ControlKind::Label, "0", {204, 114, 60, 10}},
+    {0, ControlKind::Label, "State", {144, 79, 65, 11}},
+    {IdState, ControlKind::Label, "0", {210, 79, 60, 11}},
+    {0, ControlKind::Label, "Voltage", {144, 95, 65, 11}},
+    {IdVoltage, ControlKind::Label, "0", {210, 95, 60, 11}},
+    {0, ControlKind::Label, "Temperature", {144, 111, 65, 11}},
+    {IdTemperature, ControlKind::Label, "0", {210, 111, 60, 11}},
+    {0, ControlKind::Label, "TotalWear", {144, 127, 65, 11}},
+    {IdTotalWear, ControlKind::Label, "0", {210, 127, 60, 11}},
 
-    {0, ControlKind::Label, "ExternalPower", {270, 66, 60, 10}},
-    {IdExternalPower, ControlKind::Label, "0", {332, 66, 60, 10}},
-    {0, ControlKind::Label, "NeedChange", {270, 82, 60, 10}},
-    {IdNeedChange, ControlKind::Label, "0", {332, 82, 60, 10}},
-    {0, ControlKind::Label, "RefreshWear", {270, 98, 60, 10}},
-    {IdRefreshWear, ControlKind::Label, "0", {332, 98, 60, 10}},
-    {0, ControlKind::Label, "NeedRefresh", {270, 114, 60, 10}},
-    {IdNeedRefresh, ControlKind::Label, "0", {332, 114, 60, 10}},
+    {0, ControlKind::Label, "ExternalPower", {274, 79, 65, 11}},
+    {IdExternalPower, ControlKind::Label, "0", {340, 79, 60, 11}},
+    {0, ControlKind::Label, "NeedChange", {274, 95, 65, 11}},
+    {IdNeedChange, ControlKind::Label, "0", {340, 95, 60, 11}},
+    {0, ControlKind::Label, "RefreshWear", {274, 111, 65, 11}},
+    {IdRefreshWear, ControlKind::Label, "0", {340, 111, 60, 11}},
+    {0, ControlKind::Label, "NeedRefresh", {274, 127, 65, 11}},
+    {IdNeedRefresh, ControlKind::Label, "0", {340, 127, 60, 11}},
 
-    {IdTimeoutGroup, ControlKind::GroupBox, "Timeout", {6, 134, 388, 36}},
-    {IdTimeout, ControlKind::TrackBar, "", {14, 144, 282, 22}, 0, "Timeout"},
-    {IdTimeoutValue, ControlKind::Label, "Static", {300, 150, 28, 10}},
-    {IdTimeoutUnit, ControlKind::Label, "minutes", {330, 150, 60, 10}},
+    {IdTimeoutGroup, ControlKind::GroupBox, "Timeout", {6, 148, 396, 45}},
+    {IdTimeout, ControlKind::TrackBar, "", {14, 163, 286, 24}, 0, "Timeout"},
+    {IdTimeoutValue, ControlKind::Label, "Static", {304, 172, 30, 11}},
+    {IdTimeoutUnit, ControlKind::Label, "minutes", {336, 172, 62, 11}},
 
-    {IDOK, ControlKind::DefaultButton, "&OK", {6, 176, 62, 15}},
-    {IdAddSensor, ControlKind::PushButton, "&Add sensor", {169, 176, 62, 15}, ControlHidden},
-    {IDCANCEL, ControlKind::PushButton, "&Cancel", {332, 176, 62, 15}},
+    {IDOK, ControlKind::DefaultButton, "&OK", {6, 200, 64, 16}},
+    {IdAddSensor, ControlKind::PushButton, "&Add sensor", {172, 200, 64, 16}, ControlHidden},
+    {IDCANCEL, ControlKind::PushButton, "&Cancel", {338, 200, 64, 16}},
 };
 
 inline constexpr DialogTemplate SettingsDialogTemplate{
-    IdSettingsDialog, "Tolva Settings", 400, 197, "MS Sans Serif", 8, SettingsDialogControls};
+    IdSettingsDialog, "Tolva Settings", 408, 222, "MS Sans Serif", 8, SettingsDialogControls};
