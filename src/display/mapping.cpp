@@ -151,14 +151,16 @@ std::uint32_t Resample8(const std::uint8_t* samples, std::uint32_t width, std::u
                         const std::uint8_t* lut, std::uint32_t cx, std::uint32_t cy, double scaleX,
                         double scaleY, std::uint32_t step, CImage& display)
 {
-    return Resample(Source{samples, width, height, step}, lut, cx, cy, scaleX, scaleY, display);
+    return Resample(Source<std::uint8_t>{samples, width, height, step}, lut, cx, cy, scaleX, scaleY,
+                    display);
 }
 
 std::uint32_t Resample16(const std::uint16_t* samples, std::uint32_t width, std::uint32_t height,
                          const std::uint8_t* lut, std::uint32_t cx, std::uint32_t cy, double scaleX,
                          double scaleY, std::uint32_t step, CImage& display)
 {
-    return Resample(Source{samples, width, height, step}, lut, cx, cy, scaleX, scaleY, display);
+    return Resample(Source<std::uint16_t>{samples, width, height, step}, lut, cx, cy, scaleX,
+                    scaleY, display);
 }
 
 namespace {

@@ -1,0 +1,172 @@
+// The display mapping: borders worked out by hand, and random images against the literal formulas.
+#include "bench/reference_display.h"
+#include "display/mapping.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <gtest/gtest.h>
+#include <numeric>
+#include <random>
+#include <vector>
+
+namespace {
+
+using Lut = std::vector<std::uint8_t>;
+
+Lut MakeIdentity()
+{
+    Lut lut(DisplayLutSize);
+    std::iota(lut.begin(), lut.end(), std::uint8_t{0});
+    return lut;
+}
+
+void Draw(CImage& display, const CImage* source, double zoom, std::uint32_t cx, std::uint32_t cy)
+{
+    display.Fill(DisplayBackground);
+    RenderToDisplay(source, MakeIdentity().data(), zoom, cx, cy, &display);
+}
+
+// expected(row, column) of every display pixel
+void ExpectPixels(const CImage& display, auto expected)
+{
+    for (std::uint32_t i = 0; i < display.m_dataSize; ++i)
+        EXPECT_EQ(display.m_data[i], expected(i / display.m_width, i % display.m_width)) << i;
+}
+
+TEST(DisplayLut, HoldsTheValuesWorkedOutByHand)
+{
+    const struct
+    {
+        std::uint32_t center, width;
+        double gamma;
+        bool negative;
+        std::uint32_t index, grey;
+    } cases[] = {
+        {3700, 800, 1, false, 3300, 0},       {3700, 800, 1, false, 3700, 127},
+        {3700, 800, 1, false, 4099, 254},     {3700, 800, 1, false, 4100, 255},
+        {3700, 800, 2, false, 3700, 179},     {3700, 800, 0, false, 3700, 127},
+        {395, 800, 1, true, 4090 - 800, 255}, {395, 800, 1, true, 4091 - 800, 254},
+        {395, 800, 1, true, 4090, 0},         {395, 800, 1, true, 65535, 0},
+        {700, 0, 1, false, 700, 0},           {700, 0, 1, false, 701, 255},
+        {700, 0, 1, true, 4794, 255},         {700, 0, 1, true, 4795, 0},
+        {0, 0xFFFFFFFF, 1, false, 0, 127},    {0xFFFFFFFF, 1, 1, false, 65535, 0},
+    };
+    for (const auto& c : cases) {
+        Lut lut(DisplayLutSize);
+        BuildDisplayLut(lut.data(), DisplayLutSize, c.center, c.width, c.gamma, c.negative, 4095);
+        EXPECT_EQ(lut[c.index], c.grey) << &c - cases;
+    }
+}
+
+TEST(DisplayLut, EqualsTheLiteralFormulaBitForBit)
+{
+    std::mt19937 random(2);
+    const double gammas[] = {1, 2, 0.45, 2.2, 0, -1, 1e-300, 1e300, NAN};
+    const std::uint32_t size = 9000;
+    for (int round = 0; round < 200; ++round) {
+        const auto center = static_cast<std::uint32_t>(round % 5 ? random() % 70000 : random());
+        const auto width = static_cast<std::uint32_t>(random() >> (random() % 32));
+        const double gamma = gammas[random() % 9];
+        const bool negative = random() % 2;
+        const std::uint32_t maxValue = MaxSampleValue(8 * (1 + round % 4));
+        Lut fast(size), literal(size);
+        BuildDisplayLut(fast.data(), size, center, width, gamma, negative, maxValue);
+        reference::BuildDisplayLut(literal.data(), size, center, width, gamma, negative, maxValue);
+        ASSERT_EQ(fast, literal) << center << " " << width << " " << gamma << " " << negative;
+    }
+}
+
+TEST(FitScaleRange, NeedsGreyPixelsOfOneOrTwoBytes)
+{
+    CImage image(3, 1, 12, 0, 1);
+    const std::uint16_t samples[] = {100, 103, 1101};
+    image.PutPixels(samples, 3, 0);
+    EXPECT_EQ(FitScaleRange(image, 100)->width, 1001u);
+    EXPECT_EQ(FitScaleRange(image, 100)->center, 600u);
+    EXPECT_EQ(FitScaleRange(image, 1e300)->width, MaxSampleValue(33));
+    EXPECT_FALSE(FitScaleRange(CImage(3, 1, 32, 0, 1), 100));
+    EXPECT_FALSE(FitScaleRange(CImage(0, 0, 12, 0, 1), 100));
+}
+
+TEST(Render, LeavesTheDisplayAloneWithoutAPicture)
+{
+    CImage display(8, 8, 8, 0, 1), none(0, 0, 12, 0, 1), colour(8, 8, 8, 0, 2);
+    for (const CImage* source : {static_cast<CImage*>(nullptr), &none, &colour}) {
+        Draw(display, source, 1, 4, 4);
+        ExpectPixels(display, [](auto...) { return DisplayBackground; });
+    }
+    Draw(display, &display, NAN, 4, 4);
+    ExpectPixels(display, [](auto...) { return DisplayBackground; });
+    RenderToDisplay(&display, nullptr, 1, 4, 4, &none);
+}
+
+TEST(Render, CentresVerticallyAndStartsAtTheLeft)
+{
+    CImage source(4, 2, 16, 0, 1), display(8, 8, 8, 0, 1);
+    const std::uint16_t samples[] = {1, 2, 3, 4096, 5, 6, 7, 4104};
+    source.PutPixels(samples, 8, 0);
+    Draw(display, &source, 1, 2, 1);
+    ExpectPixels(display, [&](std::uint32_t row, std::uint32_t column) {
+        const bool inside = row >= 2 && row < 6 && column < 7;
+        return inside ? samples[(row - 2) / 2 * 4 + column / 2] % 4096u : DisplayBackground;
+    });
+}
+
+// Beyond the source's border the last picture pixel is repeated, also into the rows that follow.
+TEST(Render, RepeatsTheLastPixelIntoEmptyBlocks)
+{
+    CImage source(8, 8, 8, 0, 1), display(8, 8, 8, 0, 1);
+    for (std::uint32_t i = 0; i < 64; ++i)
+        source.m_data[i] = static_cast<std::uint8_t>(i);
+    Draw(display, &source, 2, 8, 8);
+    ExpectPixels(display, [](std::uint32_t row, std::uint32_t column) {
+        const std::uint32_t y = 6 + row / 2, x = std::min(6 + column / 2, 7u);
+        return column == 7 ? DisplayBackground : y < 8 ? y * 8 + x : 63;
+    });
+}
+
+TEST(Resample, TakesBlocksWiderThanAStripAndAnyStep)
+{
+    std::vector<std::uint8_t> samples(20000);
+    for (std::size_t i = 0; i < samples.size(); ++i)
+        samples[i] = static_cast<std::uint8_t>(i / 5000);
+    for (const std::uint32_t step : {1u, 999u, 0xFFFFFFFFu}) {
+        CImage display(5, 1, 8, 0, 1);
+        display.Fill(4);
+        Resample8(samples.data(), 20000, 1, MakeIdentity().data(), 10000, 0, 5000, 1, step,
+                  display);
+        ExpectPixels(display, [](std::uint32_t, std::uint32_t column) { return column; });
+    }
+}
+
+TEST(Render, EqualsTheLiteralAlgorithmBitForBit)
+{
+    std::mt19937 random(3);
+    const auto within = [&](std::uint32_t lo, std::uint32_t hi) {
+        return lo + static_cast<std::uint32_t>(random()) % (hi - lo + 1);
+    };
+    const auto randomByte = [&] { return static_cast<std::uint8_t>(random()); };
+    const double zooms[] = {1, 1, 1.5, 2.25, 5, 7.59375, 37.5, 1e6, 1e16};
+    Lut lut(DisplayLutSize);
+    std::generate(lut.begin(), lut.end(), randomByte);
+    for (int round = 0; round < 250; ++round) {
+        const bool large = round % 10 == 0;
+        CImage source(within(1, large ? 6000 : 300), within(1, large ? 100 : 300),
+                      round % 2 ? 8 : 16, 0, 1);
+        std::generate_n(source.m_data, source.m_dataSize, randomByte);
+        const std::uint32_t width = within(1, large ? 2600 : 400), height = within(1, 300);
+        CImage fast(width, height, 8, 0, 1), literal(width, height, 8, 0, 1);
+        fast.Fill(DisplayBackground);
+        literal.Fill(DisplayBackground);
+        const double zoom = zooms[random() % 9];
+        const std::uint32_t cx = within(0, source.m_width), cy = within(0, source.m_height + 2);
+        RenderToDisplay(&source, lut.data(), zoom, cx, cy, &fast);
+        reference::RenderToDisplay(&source, lut.data(), zoom, cx, cy, &literal);
+        ASSERT_EQ(std::memcmp(fast.m_data, literal.m_data, fast.m_dataSize), 0)
+            << source.m_width << "x" << source.m_height << " into " << width << "x" << height
+            << " zoom " << zoom << " around " << cx << ", " << cy;
+    }
+}
+
+} // namespace
