@@ -1,0 +1,195 @@
+// The sensor settings dialog, worked by an operator over a scripted library.
+#include "resources/settings_dialog_template.h"
+#include "settings/battery_status.h"
+#include "settings/sensor_settings_dialog.h"
+#include "support/operator.h"
+#include "support/scripted_library.h"
+
+#include <algorithm>
+#include <gtest/gtest.h>
+#include <optional>
+
+namespace {
+
+using Strings = std::vector<std::string>;
+
+class Settings : public testing::Test
+{
+protected:
+    ~Settings() override { EXPECT_EQ(library.Outstanding(), 0u); }
+
+    bool WaitForText(int id, const std::string& text)
+    {
+        return hand.Wait([&] { return hand.Text(id) == text; }, 3000);
+    }
+
+    Strings Writes() const { return library.CallsOf({"TarnSet"}); }
+
+    ScriptedLibrary library;
+    Operator hand;
+    CSensorSettingsDlg dialog{nullptr};
+};
+
+struct Reading
+{
+    int control;
+    const char* label;
+    std::uint32_t unknown, pattern, ones; // the last two: bytes 80 81 82 ..., all bytes FF
+};
+
+constexpr Reading readings[] = {
+    {IdRefreshWear, "RefreshWear", 0, 0x83828180, ~0u},
+    {IdTotalWear, "TotalWear", 0, 0x87868584, ~0u},
+    {IdVoltage, "Voltage", 1200, 0x8988, 0xFFFF},
+    {IdBatteryPercent, "Battery (%)", 0, 0x8B8A, 0xFFFF},
+    {IdBatteryOk, "Battery OK", 0, 0x8F8E8D8C, ~0u},
+    {IdNeedRefresh, "NeedRefresh", 0, 0x93929190, ~0u},
+    {IdNeedChange, "NeedChange", 0, 0x97969594, ~0u},
+    {IdTemperature, "Temperature", 35, 0x9998, 0xFFFF},
+    {IdCharge, "Charge (mA)", 0, 0xFFFF9B9A, ~0u},
+    {IdState, "State", 128, 0x9C, 0xFF},
+    {IdExternalPower, "ExternalPower", 0, 0x9D, 0xFF},
+    {IdCapacityLeft, "CapacityLeft", 0, 0xA3A2A1A0, ~0u},
+};
+
+} // namespace
+
+TEST_F(Settings, WhatIsReadIsShownHeldToTheRangesAndWrittenBack)
+{
+    const struct
+    {
+        std::optional<std::uint32_t> read[3]; // binning, integration time, timeout
+        bool high;
+        std::string shownTime, shownMinutes, writtenBinning, writtenTimeout;
+    } cases[] = {
+        {{1, 250, 180000}, true, "250", "3", "01 00", "180000"},
+        {{2, 0, 60000}, false, "0", "1", "02 00", "60000"},
+        {{4, 1000, 600000}, false, "1000", "10", "04 00", "600000"},
+        {{0, 1001, 90000}, false, "1000", "1", "00 00", "60000"},
+        {{0x10001, 0xFFFFFFFF, 900000}, false, "1000", "10", "01 00", "600000"},
+        {{0xFFFF1234, 999, 0xFFFFFFFF}, false, "999", "10", "34 12", "600000"},
+        {{1, 1, 30000}, true, "1", "1", "01 00", "60000"},
+        {{{}, {}, {}}, true, "0", "1", "01 00", "60000"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.writtenBinning + " " + c.shownTime);
+        library.deviceParams.clear();
+        for (std::uint32_t i = 0; i < 3; ++i)
+            if (c.read[i])
+                library.SetDeviceInt(1, 10 + i, *c.read[i]);
+        library.calls.clear();
+        library.Fail(Export::SetDeviceParam, 0x200001, 4);
+        CSensorSettingsDlg opened(nullptr);
+        EXPECT_EQ(hand.Run(opened,
+                           [&] {
+                               EXPECT_TRUE(WaitForText(IdIntegrationTimeValue, c.shownTime));
+                               EXPECT_TRUE(WaitForText(IdTimeoutValue, c.shownMinutes));
+                               EXPECT_EQ(hand.IsChecked(IdHighResolution), c.high);
+                               EXPECT_EQ(hand.IsChecked(IdLowResolution), !c.high);
+                               hand.Click(IDOK);
+                           }),
+                  IDOK);
+        EXPECT_EQ(Writes(), (Strings{"TarnSetDeviceParam 1 11 int " + c.shownTime,
+                                     "TarnSetDeviceParam 1 10 block " + c.writtenBinning + " 0C 00",
+                                     "TarnSetDeviceParam 1 10 block " + c.writtenBinning + " 14 00",
+                                     "TarnSetDeviceParam 1 12 int " + c.writtenTimeout}));
+    }
+}
+
+TEST_F(Settings, WhatTheOperatorChangesIsWritten)
+{
+    library.SetDeviceInt(1, 10, 4);
+    hand.Run(dialog, [&] {
+        hand.Drag(IdIntegrationTime, 730);
+        EXPECT_TRUE(WaitForText(IdIntegrationTimeValue, "730"));
+        hand.Click(IdHighResolution);
+        hand.Click(IdLowResolution);
+        hand.Drag(IdTimeout, 7);
+        EXPECT_TRUE(WaitForText(IdTimeoutValue, "7"));
+        hand.PressEnter();
+    });
+    EXPECT_EQ(Writes(), (Strings{"TarnSetDeviceParam 1 11 int 730",
+                                 "TarnSetDeviceParam 1 10 block 02 00 0C 00",
+                                 "TarnSetDeviceParam 1 10 block 02 00 14 00",
+                                 "TarnSetDeviceParam 1 12 int 420000"}));
+}
+
+TEST_F(Settings, CancelWritesNothing)
+{
+    EXPECT_EQ(hand.Run(dialog, [&] { hand.Click(IdHighResolution), hand.PressEscape(); }),
+              IDCANCEL);
+    EXPECT_EQ(Writes(), Strings{});
+}
+
+TEST_F(Settings, TheReadOutsFollowTheBatteryEverySecond)
+{
+    ScriptedLibrary::Block pattern(36);
+    for (std::size_t i = 0; i < pattern.size(); ++i)
+        pattern[i] = static_cast<std::uint8_t>(0x80 + i);
+    const auto expect = [&](std::uint32_t Reading::*column) {
+        for (const Reading& reading : readings)
+            EXPECT_EQ(hand.Text(reading.control),
+                      std::to_string(static_cast<std::int32_t>(reading.*column)))
+                << reading.label;
+    };
+    hand.Run(dialog, [&] {
+        EXPECT_EQ(hand.Text(IdVoltage), "0");
+        EXPECT_TRUE(WaitForText(IdVoltage, "1200"));
+        expect(&Reading::unknown);
+
+        library.deviceParams[{1, 34}] = pattern;
+        EXPECT_TRUE(WaitForText(IdVoltage, "35208"));
+        expect(&Reading::pattern);
+
+        library.deviceParams[{1, 34}] = ScriptedLibrary::Block(36, 0xFF);
+        dialog.Send(WM_TIMER, 99);
+        expect(&Reading::pattern);
+        dialog.Send(WM_TIMER, 100);
+        expect(&Reading::ones);
+
+        library.Break(Export::GetDeviceParam, Fault::None, 1, 0x100001);
+        dialog.Send(WM_TIMER, 100);
+        expect(&Reading::unknown);
+    });
+}
+
+TEST_F(Settings, TheAddedSensorIsTheThirdText)
+{
+    library.deviceParams[{0, 4}] = "first";
+    library.deviceParams[{1, 5}] = "second";
+    hand.Run(dialog, [&] {
+        EXPECT_FALSE(hand.IsVisible(IdAddSensor));
+        for (const char* text : {"", "third"}) {
+            hand.WhenBox(text, IDOK);
+            dialog.Send(WM_COMMAND, IdAddSensor);
+            EXPECT_EQ(hand.Boxes().back().text, text);
+            library.deviceParams[{2, 5}] = "third";
+        }
+    });
+    EXPECT_EQ(library.CallsOf({"TarnGetDeviceParam 0 4", "TarnGetDeviceParam 2 5"}).size(), 4u);
+}
+
+TEST_F(Settings, TheTemplateHoldsEveryControlWithItsLabelAndNoneOverAnother)
+{
+    const std::span<const ControlTemplate> controls = SettingsDialogTemplate.controls;
+    const auto find = [&](int id) { return std::ranges::find(controls, id, &ControlTemplate::id); };
+    for (const DispatchEntry& entry : dialog.DispatchTable())
+        EXPECT_TRUE(entry.id == DispatchEntry::AnyId || find(entry.id) != controls.end())
+            << entry.id;
+    for (const Reading& reading : readings)
+        EXPECT_STREQ(std::prev(find(reading.control))->text, reading.label);
+
+    for (auto one = controls.begin(); one != controls.end(); ++one) {
+        const DialogUnits& a = one->place;
+        EXPECT_LE(a.x + a.width, SettingsDialogTemplate.width) << one->text;
+        EXPECT_LE(a.y + a.height, SettingsDialogTemplate.height) << one->text;
+        for (auto other = std::next(one); other != controls.end(); ++other) {
+            const DialogUnits& b = other->place;
+            const bool apart = a.x + a.width <= b.x || b.x + b.width <= a.x ||
+                               a.y + a.height <= b.y || b.y + b.height <= a.y;
+            const bool frame = one->kind == ControlKind::GroupBox;
+            const bool around = frame != (other->kind == ControlKind::GroupBox);
+            EXPECT_TRUE(apart || around) << one->text << " and " << other->text;
+        }
+    }
+}
