@@ -94,9 +94,12 @@ struct Operator::Desk : QObject
     void Work(DialogWindow& dialog);
 
     DialogWindow& Window() const { return *dialogs.back(); }
+    // A control of the window; waits until the window takes input, as it does after a box is gone.
     template <typename Widget = QWidget>
     Widget* Find(int id) const
     {
+        for (int i = 0; i < 20 && !Window().isActiveWindow(); ++i)
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
         auto* const widget = dynamic_cast<Widget*>(WidgetOf(Window().Control(id)));
         if (widget == nullptr)
             ADD_FAILURE() << "The dialog has no such control " << id;
@@ -170,7 +173,7 @@ void Operator::Desk::Answer(QMessageBox& box)
     const QPointer<QMessageBox> open = &box;
     if (expectation.meanwhile)
         expectation.meanwhile();
-    if (!open)
+    if (!open || !open->isVisible())
         return;
     constexpr std::pair<int, QMessageBox::StandardButton> buttons[] = {
         {IDOK, QMessageBox::Ok},

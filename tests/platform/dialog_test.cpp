@@ -1,0 +1,259 @@
+// Dialogs, fields, boxes and painting, worked as an operator does.
+#include "platform/bench_dialog.h"
+#include "support/operator.h"
+
+#include <algorithm>
+#include <csignal>
+#include <gtest/gtest.h>
+
+namespace {
+
+std::size_t Count(const BenchDialog& dialog, UINT message)
+{
+    return static_cast<std::size_t>(std::count_if(dialog.m_seen.begin(), dialog.m_seen.end(),
+                                                  [&](auto& e) { return e.first == message; }));
+}
+
+TEST(Dialog, EveryEventReachesItsHandler)
+{
+    Operator op;
+    BenchDialog dialog;
+    int gone = 0;
+    dialog.m_go = [&] { ++gone; };
+    const int result = op.Run(dialog, [&] {
+        op.Click(Go);
+        dialog.Send(WM_COMMAND, Go);
+        op.Focus(Go);
+        op.PressEnter();
+        EXPECT_EQ(gone, 3);
+        EXPECT_EQ(dialog.Send(WM_USER, 5), 7);
+        op.Drop("/some where/an image.q32");
+        EXPECT_TRUE(op.Wait([&] { return !dialog.m_dropped.empty(); }));
+        EXPECT_EQ(dialog.m_dropped, "/some where/an image.q32");
+        op.WhenBox("<b>thrown</b>", IDOK);
+        op.Click(Throw);
+        EXPECT_EQ(op.Boxes().back().style, MB_OK | MB_ICONSTOP | MB_TOPMOST);
+        op.Click(Flag);
+        op.Click(Second);
+        EXPECT_TRUE(dialog.UpdateData());
+        EXPECT_TRUE(dialog.m_flag);
+        EXPECT_EQ(dialog.m_radio, 1);
+        op.Focus(Whole);
+        op.PressEnter();
+    });
+    EXPECT_EQ(result, IDOK);
+    EXPECT_EQ(dialog.GetSafeHwnd(), nullptr);
+    EXPECT_EQ(dialog.Send(WM_USER, 6), 7) << "a dialog without a window still has its handlers";
+}
+
+TEST(Dialog, FieldsTakeNumbersOfTheirTypeOnly)
+{
+    const struct
+    {
+        int id;
+        const char* text;
+        bool accepted;
+    } cases[] = {
+        {Whole, "0", true},           {Whole, "4294967295", true}, {Whole, " 12 ", true},
+        {Whole, "4294967296", false}, {Whole, "-1", false},        {Whole, "+1", false},
+        {Whole, "", false},           {Whole, "1.0", false},       {Whole, "0x10", false},
+        {Whole, "12a", false},        {Real, "1e-3", true},        {Real, "-.5", true},
+        {Real, "+2.5", true},         {Real, "1,5", false},        {Real, "nan", false},
+        {Real, "inf", false},         {Real, "1e999", false},      {Real, "", false},
+        {Real, "+-1", false},         {Real, "1.5 mm", false},
+    };
+    Operator op;
+    BenchDialog dialog;
+    op.Run(dialog, [&] {
+        EXPECT_EQ(op.Text(Real), "0.5");
+        for (const auto& c : cases) {
+            dialog.UpdateData(FALSE);
+            dialog.SetDlgItemText(c.id, c.text);
+            if (!c.accepted)
+                op.WhenBox(c.id == Whole
+                               ? "Scale center: takes a whole number from 0 to 4294967295."
+                               : "Gamma: takes a number",
+                           IDOK);
+            dialog.m_whole = 3700;
+            dialog.m_real = 0.5;
+            EXPECT_EQ(dialog.UpdateData(), c.accepted) << c.text;
+            EXPECT_EQ(dialog.m_whole == 3700 && dialog.m_real == 0.5, !c.accepted) << c.text;
+            EXPECT_EQ(op.HasFocus(c.id) || c.accepted, true) << c.text;
+        }
+        dialog.UpdateData(FALSE);
+    });
+}
+
+TEST(Dialog, OneEditBringsOneBox)
+{
+    Operator op;
+    BenchDialog dialog;
+    op.Run(dialog, [&] {
+        op.WhenBox("Scale center", IDOK);
+        op.Type(Whole, "x");
+        op.Click(Go);
+        EXPECT_TRUE(op.HasFocus(Whole));
+        op.Focus(Go);
+        EXPECT_FALSE(op.HasFocus(Whole)) << "told once, the operator may leave the field";
+        op.Click(IDOK);
+        op.PressEnter();
+        EXPECT_EQ(op.Boxes().size(), 1u);
+        op.WhenBox("Scale center", IDOK);
+        op.Type(Whole, "y");
+        op.Focus(Go);
+        EXPECT_EQ(op.Boxes().size(), 2u);
+        op.Type(Whole, "10");
+        op.Focus(Go);
+        EXPECT_EQ(dialog.m_whole, 10u);
+    });
+}
+
+TEST(Dialog, ScrollBarsMoveOnlyByTheHandler)
+{
+    Operator op;
+    BenchDialog dialog;
+    op.Run(dialog, [&] {
+        dialog.m_across.SetScrollRange(0, 20);
+        dialog.m_across.SetScrollPos(5);
+        for (const UINT code : {SB_LINEUP, SB_PAGEUP, SB_PAGEDOWN, SB_TOP, SB_BOTTOM}) {
+            op.Press(Across, static_cast<int>(code));
+            EXPECT_EQ(dialog.m_seen.back(), std::pair(code, WPARAM{0}));
+            EXPECT_EQ(op.Position(Across), 5);
+        }
+        op.Press(Across, SB_LINEDOWN);
+        EXPECT_EQ(op.Position(Across), 6);
+        dialog.m_seen.clear();
+        op.Drag(Across, 15);
+        const std::vector<std::pair<UINT, WPARAM>> expected = {
+            {SB_THUMBTRACK, 15}, {SB_THUMBPOSITION, 15}, {SB_ENDSCROLL, 0}};
+        EXPECT_EQ(dialog.m_seen, expected);
+        EXPECT_EQ(op.Position(Across), 6);
+        dialog.m_across.SetScrollPos(99);
+        EXPECT_EQ(op.Position(Across), 20);
+    });
+}
+
+TEST(Dialog, TrackBarReportsTheOperatorAtOnceAndTheProgramByDrawing)
+{
+    Operator op;
+    BenchDialog dialog;
+    op.Run(dialog, [&] {
+        op.Serve(20);
+        dialog.m_seen.clear();
+        dialog.m_track.SetRange(1, 10);
+        dialog.m_track.SetPos(4);
+        EXPECT_EQ(Count(dialog, WM_NOTIFY), 0u);
+        EXPECT_TRUE(op.Wait([&] { return Count(dialog, WM_NOTIFY) > 0; }));
+        EXPECT_EQ(dialog.m_seen.back().second, 4u);
+        op.Drag(Track, 7);
+        EXPECT_EQ(dialog.m_seen.back(), std::pair(WM_NOTIFY, WPARAM{7}));
+    });
+}
+
+TEST(Dialog, PictureStandsRightSideUpAndClipped)
+{
+    constexpr int Width = 8, Height = 4;
+    std::vector<BYTE> bits(Width * Height);
+    for (std::size_t i = 0; i < bits.size(); ++i)
+        bits[i] = static_cast<BYTE>(i + 1);
+    BITMAPINFO256 info{{40, Width, Height, 1, 8, BI_RGB, 0, 0, 0, 256, 256}, {}};
+    for (int i = 0; i < 256; ++i)
+        info.bmiColors[i] = {static_cast<BYTE>(i), 0, 200, 0};
+
+    Operator op;
+    BenchDialog dialog;
+    int lines = 0, second = -1;
+    dialog.m_paint = [&] {
+        CWnd frame = dialog.GetDlgItem(Picture);
+        CPaintDC paint(&frame), again(&frame);
+        lines = SetDIBitsToDevice(&paint, 2, 1, Width, Height, 0, 0, 0, Height, bits.data(), &info,
+                                  DIB_RGB_COLORS);
+        SetDIBitsToDevice(&paint, 146, 90, Width, Height, 0, 0, 0, Height, bits.data(), &info,
+                          DIB_RGB_COLORS);
+        SetDIBitsToDevice(&paint, 20, 1, 2, 2, 3, 1, 2, 2, bits.data() + 2 * Width, &info,
+                          DIB_RGB_COLORS);
+        second = SetDIBitsToDevice(&again, 0, 0, Width, Height, 0, 0, 0, Height, bits.data(), &info,
+                                   DIB_RGB_COLORS);
+    };
+    op.Run(dialog, [&] {
+        const unsigned background = op.Pixel(Picture, 60, 60);
+        const struct
+        {
+            int x, y;
+            unsigned colour; // blue is the sample
+        } cases[] = {{2, 1, 0xC80019},    {9, 1, 0xC80020},    {2, 4, 0xC80001},
+                     {9, 4, 0xC80008},    {1, 1, background},  {2, 5, background},
+                     {10, 1, background}, {147, 93, 0xC80002}, {20, 1, 0xC80014},
+                     {21, 1, 0xC80015},   {20, 2, background}};
+        for (const auto& c : cases)
+            EXPECT_EQ(op.Pixel(Picture, c.x, c.y), c.colour) << c.x << ", " << c.y;
+        EXPECT_EQ(lines, Height);
+        EXPECT_EQ(second, 0) << "a request is painted once";
+        CWnd frame = dialog.GetDlgItem(Picture);
+        CPaintDC outside(&frame);
+        EXPECT_EQ(SetDIBitsToDevice(&outside, 0, 0, Width, Height, 0, 0, 0, Height, bits.data(),
+                                    &info, DIB_RGB_COLORS),
+                  0);
+    });
+}
+
+TEST(Box, ShowsAnyTextAndAnswersAsAsked)
+{
+    const struct
+    {
+        UINT style;
+        int pressed, answer;
+    } cases[] = {
+        {MB_OK | MB_ICONHAND, IDOK, IDOK},
+        {MB_OK | MB_TOPMOST, 0, IDOK},
+        {MB_OKCANCEL, IDOK, IDOK},
+        {MB_OKCANCEL | MB_ICONASTERISK, 0, IDCANCEL},
+        {MB_YESNO | MB_TOPMOST, IDYES, IDYES},
+        {MB_YESNO | MB_ICONEXCLAMATION, 0, IDNO},
+    };
+    Operator op;
+    BenchDialog dialog;
+    op.Run(dialog, [&] {
+        for (const auto& c : cases) {
+            op.WhenBox("100 %", c.pressed);
+            EXPECT_EQ(MessageBoxA(dialog.GetSafeHwnd(), "100 %1% <i>&x</i>", "Tarn", c.style),
+                      c.answer);
+            EXPECT_EQ(op.Boxes().back().style, c.style);
+            EXPECT_EQ(op.Boxes().back().text, "100 %1% <i>&x</i>");
+        }
+        const std::string megabyte(1 << 20, '\xFF');
+        op.WhenBox("\xEF\xBF\xBD", IDOK);
+        MessageBoxA(dialog.GetSafeHwnd(), megabyte.c_str(), megabyte.c_str(), MB_OK);
+        EXPECT_LT(op.Boxes().back().caption.size(), 1000u);
+        op.WhenBox("", IDOK);
+        MessageBoxA(reinterpret_cast<HWND>(1), "", "", MB_OK);
+    });
+}
+
+TEST(Program, EndsInOrderWhenASignalAsksForIt)
+{
+    Operator op;
+    BenchDialog dialog;
+    int answer = 0;
+    dialog.m_go = [&] {
+        op.WhenDialog("Bench", [&] {
+            op.WhenBox("Sure?", IDYES, [&] {
+                std::raise(SIGTERM);
+                op.Serve(50);
+            });
+            answer = MessageBoxA(dialog.GetSafeHwnd(), "Sure?", "", MB_YESNO);
+            answer += MessageBoxA(dialog.GetSafeHwnd(), "Not shown", "", MB_YESNO);
+        });
+        dialog.Send(WM_COMMAND, Nested);
+    };
+    EXPECT_EQ(op.Run(dialog,
+                     [&] {
+                         op.Click(Go);
+                         EXPECT_TRUE(op.Wait([&] { return !dialog.IsWindowVisible(); }, 200));
+                     }),
+              IDCANCEL);
+    EXPECT_EQ(answer, 2 * IDNO);
+    EXPECT_EQ(op.Boxes().size(), 1u);
+}
+
+} // namespace
