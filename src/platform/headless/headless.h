@@ -1,0 +1,100 @@
+// The windows of the platform contract without a screen: windows and controls are plain records,
+// the clock stands until it is told to go, and what an operator would do is a function.
+//
+// Everything here belongs to the one thread that runs the dialogs; other threads may only call
+// PostMessageA. A dialog's modal loop runs the operator's script for that dialog: it serves
+// messages while the script says Pump or RunFor, and when the script returns with the dialog still
+// open, the dialog is asked to end as at the program's end.
+#pragma once
+
+#include "platform/dialog.h"
+#include "platform/types.h"
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace headless {
+
+struct Box
+{
+    HWND owner;
+    std::string text;
+    std::string caption;
+    UINT style;
+};
+
+// What is done at the screen. Each may pump messages and use other dialogs meanwhile.
+struct Operator
+{
+    std::function<void(CDialog& dialog)> useDialog; // missing: leaves every dialog at once
+    std::function<int(const Box& box)> answerBox;   // missing: the Escape key
+    std::function<std::string()> chooseFile;        // missing or an empty path: Cancel
+};
+void SetOperator(Operator newOperator);
+
+// Forgets what is posted, shown and counted, and sets the clock to 0. With no dialog open.
+void Reset();
+
+// The size in pixels of the average character, which scales every dialog opened from now on.
+void SetBaseUnits(int width, int height);
+inline constexpr int StandardBaseWidth = 6;
+inline constexpr int StandardBaseHeight = 13;
+
+// Serves what is posted at the time of the call, each timer that is due once, and paint requests;
+// returns how many messages it served.
+std::size_t Pump();
+
+// Moves the clock on by so many milliseconds; timers fire on the way at their times.
+void RunFor(std::uint32_t milliseconds);
+std::uint64_t Now(); // milliseconds since the last Reset
+
+// Waits in real time until a message is posted; false when none came.
+bool WaitForPost(std::chrono::milliseconds limit);
+
+// Asks the program to end: open boxes answer as to the Escape key, dialogs end with IDCANCEL, and
+// the outermost one gets WM_QUERYENDSESSION when the loops inside it have returned. No dialog and
+// no box opens from now on.
+void EndSession();
+
+// Open and not on its way to its end, and whether it takes input.
+bool IsOpen(const CDialog& dialog);
+bool TakesInput(const CDialog& dialog);
+CDialog* TopDialog(); // the one opened last, null when there is none
+
+// What an operator does to a dialog; false when it takes no input or the control is not there,
+// hidden or disabled. An edit field that loses the focus by it tells its dialog.
+bool Click(CDialog& dialog, int id); // toggles check boxes, chooses radio buttons
+bool Type(CDialog& dialog, int id, const std::string& text);
+bool Focus(CDialog& dialog, int id);
+bool Drag(CDialog& dialog, int id, int position); // of a track bar's thumb, let go at the end
+bool Scroll(CDialog& dialog, int id, UINT code, std::uint32_t thumb = 0);
+bool DropFile(CDialog& dialog, const std::string& path);
+bool Escape(CDialog& dialog);
+bool CloseButton(CDialog& dialog);
+bool Minimise(CDialog& dialog);
+
+std::string Text(const CDialog& dialog, int id); // of a control; id 0: the dialog's title
+bool IsChecked(const CDialog& dialog, int id);
+bool IsEnabled(const CDialog& dialog, int id);
+bool IsVisible(const CDialog& dialog, int id);
+int Position(const CDialog& dialog, int id); // of a scroll or track bar
+
+// The picture last transferred, topmost row first.
+struct Picture
+{
+    int width = 0;
+    int height = 0;
+    std::vector<std::uint8_t> greys;
+};
+const Picture& LastPicture();
+
+std::size_t LiveWindows(); // dialogs and controls
+std::size_t LiveTimers();
+std::size_t OpenBoxes();
+std::size_t BoxesShown(); // since the last Reset
+std::size_t Beeps();      // since the last Reset
+
+} // namespace headless

@@ -1,0 +1,166 @@
+// The message queue, timers on a clock that only RunFor moves, and paint requests.
+#include "platform/headless/desktop.h"
+#include "platform/system.h"
+
+#include <algorithm>
+#include <optional>
+
+using namespace headless;
+
+namespace {
+
+std::optional<Message> NextPosted();
+std::size_t ServeTimers();
+std::size_t ServePaintRequests();
+std::size_t ServeSliders();
+std::vector<HWND> OpenDialogs();
+
+} // namespace
+
+int PostMessageA(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
+{
+    MessageQueue& queue = desktop.queue;
+    const std::lock_guard lock(queue.mutex);
+    if (!queue.windows.contains(window) || queue.messages.size() >= MessageQueue::Capacity)
+        return 0;
+    queue.messages.push_back({window, message, wParam, lParam});
+    queue.posted.notify_one();
+    return 1;
+}
+
+BOOL Beep(DWORD, DWORD)
+{
+    ++desktop.beeps;
+    return TRUE;
+}
+
+namespace headless {
+
+std::size_t Pump()
+{
+    std::size_t waiting = 0;
+    {
+        const std::lock_guard lock(desktop.queue.mutex);
+        waiting = desktop.queue.messages.size();
+    }
+    std::size_t served = 0;
+    for (; served < waiting; ++served) {
+        const auto message = NextPosted();
+        if (!message) // a nested loop has served the rest
+            break;
+        if (const Window* const window = Find(message->window))
+            window->dialog->Send(message->number, message->wParam, message->lParam);
+    }
+    served += ServeTimers();
+    served += ServePaintRequests();
+    served += ServeSliders();
+    AskOutermostToEnd();
+    return served;
+}
+
+void RunFor(std::uint32_t milliseconds)
+{
+    const std::uint64_t end = desktop.now + milliseconds;
+    for (;;) {
+        Pump();
+        const auto next = std::ranges::min_element(desktop.timers, {}, &Timer::due);
+        if (next == desktop.timers.end() || next->due > end)
+            break;
+        desktop.now = std::max(desktop.now, next->due);
+    }
+    desktop.now = std::max(desktop.now, end);
+}
+
+std::uint64_t Now()
+{
+    return desktop.now;
+}
+
+bool WaitForPost(std::chrono::milliseconds limit)
+{
+    std::unique_lock lock(desktop.queue.mutex);
+    return desktop.queue.posted.wait_for(lock, limit,
+                                         [] { return !desktop.queue.messages.empty(); });
+}
+
+} // namespace headless
+
+namespace {
+
+std::optional<Message> NextPosted()
+{
+    const std::lock_guard lock(desktop.queue.mutex);
+    auto& messages = desktop.queue.messages;
+    if (messages.empty())
+        return std::nullopt;
+    const Message message = messages.front();
+    messages.pop_front();
+    return message;
+}
+
+// A handler may start and kill timers and run nested loops, so each look at the list is a new one.
+std::size_t ServeTimers()
+{
+    std::size_t served = 0;
+    for (std::size_t turns = desktop.timers.size(); turns > 0; --turns) {
+        const auto due = std::ranges::find_if(desktop.timers,
+                                              [](const Timer& t) { return t.due <= desktop.now; });
+        if (due == desktop.timers.end())
+            break;
+        due->due = desktop.now + std::max<std::uint32_t>(due->period, 1);
+        if (const Window* const window = Find(due->window)) {
+            window->dialog->Send(WM_TIMER, due->id);
+            ++served;
+        }
+    }
+    return served;
+}
+
+std::size_t ServePaintRequests()
+{
+    std::size_t served = 0;
+    for (const HWND handle : OpenDialogs()) {
+        Window* const window = Find(handle);
+        if (!window || !window->visible || !std::exchange(window->invalid, false))
+            continue;
+        const HWND outer = std::exchange(desktop.painted, handle);
+        desktop.paintBegun.clear();
+        window->dialog->Send(WM_PAINT);
+        desktop.painted = outer;
+        ++served;
+    }
+    return served;
+}
+
+// A track bar that changed tells its dialog while it is drawn.
+std::size_t ServeSliders()
+{
+    std::size_t served = 0;
+    for (const HWND handle : OpenDialogs()) {
+        const CDialog* const dialog = Find(handle) ? Find(handle)->dialog : nullptr;
+        if (!dialog)
+            continue;
+        for (const ControlTemplate& line : dialog->Template().controls) {
+            Window* const slider = line.kind == ControlKind::TrackBar
+                                       ? headless::FindControl(*dialog, line.id)
+                                       : nullptr;
+            if (!slider || !std::exchange(slider->invalid, false))
+                continue;
+            const NMHDR header{slider->handle, static_cast<UINT_PTR>(line.id), NM_CUSTOMDRAW};
+            slider->dialog->Send(WM_NOTIFY, header.idFrom, reinterpret_cast<LPARAM>(&header));
+            ++served;
+        }
+    }
+    return served;
+}
+
+std::vector<HWND> OpenDialogs()
+{
+    std::vector<HWND> open;
+    for (const ModalLoop* loop : desktop.loops)
+        if (loop->Dialog() && !loop->IsOver())
+            open.push_back(loop->Dialog()->GetSafeHwnd());
+    return open;
+}
+
+} // namespace

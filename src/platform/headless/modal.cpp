@@ -1,0 +1,263 @@
+// Dialogs, boxes and the application: the modal loops, in which the operator's functions run.
+#include "platform/boxes.h"
+#include "platform/dialog.h"
+#include "platform/dialog_hooks.h"
+#include "platform/field_text.h"
+#include "platform/headless/desktop.h"
+
+#include <algorithm>
+#include <utility>
+
+using namespace headless;
+
+namespace {
+
+HWND CreateWindows(CDialog& dialog); // returns the dialog's own
+void DestroyWindows(HWND dialog);
+int EscapeAnswer(UINT style);
+bool OffersAnswer(UINT style, int answer);
+
+} // namespace
+
+namespace headless {
+
+ModalLoop::ModalLoop(HWND owner, CDialog* dialog)
+    : m_owner(owner), m_formerFocus(desktop.focus), m_dialog(dialog)
+{
+    if (Window* const window = Find(owner))
+        ++window->blockers;
+    MoveFocus(nullptr);
+    desktop.loops.push_back(this);
+}
+
+ModalLoop::~ModalLoop()
+{
+    std::erase(desktop.loops, this);
+    if (Window* const window = Find(m_owner))
+        --window->blockers;
+    desktop.focus = Find(m_formerFocus) ? m_formerFocus : nullptr;
+    if (desktop.loops.empty())
+        desktop.sessionEnded = false;
+}
+
+void ModalLoop::Quit()
+{
+    if (std::exchange(m_over, true))
+        return;
+    const auto self = std::ranges::find(desktop.loops, this);
+    const std::vector<ModalLoop*> inside(self + 1, desktop.loops.end());
+    for (auto loop = inside.rbegin(); loop != inside.rend(); ++loop)
+        (*loop)->Dialog() ? (*loop)->Dialog()->EndDialog(IDCANCEL) : (*loop)->Quit();
+}
+
+ModalLoop* LoopOf(const CDialog& dialog)
+{
+    const auto found = std::ranges::find(desktop.loops, &dialog, &ModalLoop::Dialog);
+    return found == desktop.loops.end() ? nullptr : *found;
+}
+
+void AskOutermostToEnd()
+{
+    if (!desktop.sessionEnded || desktop.loops.size() != 1 || desktop.loops[0]->IsOver())
+        return;
+    if (CDialog* const dialog = desktop.loops[0]->Dialog())
+        dialog->Send(WM_QUERYENDSESSION);
+}
+
+} // namespace headless
+
+CDialog::CDialog(const DialogTemplate& dialogTemplate, CWnd* parent)
+    : m_template(dialogTemplate), m_parent(parent)
+{
+}
+
+CDialog::~CDialog()
+{
+    DestroyWindows(m_hWnd);
+}
+
+int CDialog::DoModal()
+{
+    if (desktop.sessionEnded)
+        return IDCANCEL;
+    struct OwnWindows
+    {
+        HWND& window;
+        ~OwnWindows() { DestroyWindows(std::exchange(window, nullptr)); }
+    };
+    m_result = IDCANCEL;
+    ModalLoop loop(m_parent ? m_parent->GetSafeHwnd() : nullptr, this);
+    const OwnWindows windows{m_hWnd = CreateWindows(*this)};
+
+    OnInitDialog();
+    if (!loop.IsOver()) {
+        ShowWindow(SW_SHOW);
+        const auto atTheScreen = desktop.atTheScreen;
+        if (atTheScreen->useDialog)
+            atTheScreen->useDialog(*this);
+    }
+    if (!loop.IsOver())
+        Send(WM_QUERYENDSESSION);
+    return m_result;
+}
+
+void CDialog::EndDialog(int result)
+{
+    ModalLoop* const loop = LoopOf(*this);
+    if (!loop || loop->IsOver())
+        return;
+    m_result = result;
+    std::erase_if(desktop.timers, [this](const Timer& timer) { return timer.window == m_hWnd; });
+    ShowWindow(SW_HIDE);
+    loop->Quit();
+}
+
+CWnd CDialog::GetDlgItem(int id) const
+{
+    const auto controls = m_template.controls;
+    const auto line = std::ranges::find(controls, id, &ControlTemplate::id);
+    if (!m_hWnd || line == controls.end())
+        return CWnd();
+    // A dialog's controls follow it in the order of its template.
+    const auto index = static_cast<std::uintptr_t>(line - controls.begin());
+    return CWnd(reinterpret_cast<HWND>(reinterpret_cast<std::uintptr_t>(m_hWnd) + 1 + index));
+}
+
+void CDialog::SetIcon(HICON, BOOL) {}
+
+void ReportException(HWND dialog, const std::string& text)
+{
+    const CWinApp* const application = AfxGetApp();
+    MessageBoxA(dialog, text.c_str(), application ? application->Name().c_str() : "",
+                MB_OK | MB_ICONSTOP | MB_TOPMOST);
+}
+
+int CWinApp::Run(int, char**)
+{
+    InitInstance();
+    return 0;
+}
+
+int MessageBoxA(HWND owner, const char* text, const char* caption, UINT style)
+{
+    const int escape = EscapeAnswer(style);
+    if (desktop.sessionEnded)
+        return escape;
+    ++desktop.boxesShown;
+    const ModalLoop loop(owner);
+    const auto atTheScreen = desktop.atTheScreen;
+    const int answer =
+        atTheScreen->answerBox ? atTheScreen->answerBox({owner, text, caption, style}) : escape;
+    return loop.IsOver() || !OffersAnswer(style, answer) ? escape : answer;
+}
+
+int AfxMessageBox(const char* text, UINT style)
+{
+    const CWinApp* const application = AfxGetApp();
+    const CDialog* const active = TopDialog();
+    return MessageBoxA(active ? active->GetSafeHwnd() : nullptr, text,
+                       application ? application->Name().c_str() : "", style);
+}
+
+CFileDialog::CFileDialog(BOOL, const char* defaultExtension, const char* fileName, DWORD flags,
+                         const char* filter, CWnd* parent)
+    : m_defaultExtension(defaultExtension ? defaultExtension : ""),
+      m_fileName(fileName ? fileName : ""),
+      m_filter(filter ? filter : ""),
+      m_flags(flags),
+      m_parent(parent)
+{
+}
+
+int CFileDialog::DoModal()
+{
+    if (desktop.sessionEnded)
+        return IDCANCEL;
+    const ModalLoop loop(m_parent ? m_parent->GetSafeHwnd() : nullptr);
+    const auto atTheScreen = desktop.atTheScreen;
+    m_path = atTheScreen->chooseFile ? atTheScreen->chooseFile() : "";
+    return loop.IsOver() || m_path.empty() ? IDCANCEL : IDOK;
+}
+
+CWaitCursor::CWaitCursor() = default;
+
+CWaitCursor::~CWaitCursor() = default;
+
+void CWaitCursor::Restore()
+{
+    m_shown = false;
+}
+
+namespace {
+
+HWND CreateWindows(CDialog& dialog)
+{
+    const DialogTemplate& dialogTemplate = dialog.Template();
+    const auto add = [&](const ControlTemplate* control, const DialogUnits& place) -> Window& {
+        const auto handle = reinterpret_cast<HWND>(++desktop.lastHandle);
+        Window& window = desktop.windows[handle];
+        window.handle = handle;
+        window.dialog = &dialog;
+        window.control = control;
+        window.place = UnitsToPixels(place, desktop.baseWidth, desktop.baseHeight);
+        return window;
+    };
+    Window& own = add(nullptr, {0, 0, dialogTemplate.width, dialogTemplate.height});
+    own.text = dialogTemplate.title;
+    const HWND handle = own.handle;
+    for (const ControlTemplate& line : dialogTemplate.controls) {
+        Window& control = add(&line, line.place);
+        control.text = line.text;
+        control.visible = !(line.flags & ControlHidden);
+        control.enabled = !(line.flags & ControlDisabled);
+    }
+    const std::lock_guard lock(desktop.queue.mutex);
+    desktop.queue.windows.insert(handle);
+    return handle;
+}
+
+void DestroyWindows(HWND dialog)
+{
+    const Window* const own = Find(dialog);
+    if (!own)
+        return;
+    {
+        const std::lock_guard lock(desktop.queue.mutex);
+        desktop.queue.windows.erase(dialog);
+        std::erase_if(desktop.queue.messages,
+                      [dialog](const Message& message) { return message.window == dialog; });
+    }
+    const CDialog* const object = own->dialog;
+    std::erase_if(desktop.timers, [object](const Timer& timer) {
+        const Window* const window = Find(timer.window);
+        return !window || window->dialog == object;
+    });
+    std::erase_if(desktop.windows,
+                  [object](const auto& entry) { return entry.second.dialog == object; });
+}
+
+int EscapeAnswer(UINT style)
+{
+    switch (style & 0xF) {
+    case MB_OKCANCEL:
+        return IDCANCEL;
+    case MB_YESNO:
+        return IDNO;
+    default:
+        return IDOK;
+    }
+}
+
+bool OffersAnswer(UINT style, int answer)
+{
+    switch (style & 0xF) {
+    case MB_OKCANCEL:
+        return answer == IDOK || answer == IDCANCEL;
+    case MB_YESNO:
+        return answer == IDYES || answer == IDNO;
+    default:
+        return answer == IDOK;
+    }
+}
+
+} // namespace

@@ -1,0 +1,221 @@
+// Windows and controls as records.
+#include "platform/boxes.h"
+#include "platform/controls.h"
+#include "platform/dialog_hooks.h"
+#include "platform/headless/desktop.h"
+
+#include <algorithm>
+
+namespace headless {
+
+Desktop desktop;
+
+Window* Find(HWND handle)
+{
+    const auto found = desktop.windows.find(handle);
+    return found == desktop.windows.end() ? nullptr : &found->second;
+}
+
+Window* FindControl(const CDialog& dialog, int id)
+{
+    return Find(id == 0 ? dialog.GetSafeHwnd() : dialog.GetDlgItem(id).GetSafeHwnd());
+}
+
+void MoveFocus(HWND target)
+{
+    const HWND former = std::exchange(desktop.focus, target);
+    const Window* const left = former == target ? nullptr : Find(former);
+    if (left && left->control && left->control->kind == ControlKind::Edit)
+        left->dialog->Send(WM_COMMAND,
+                           MAKEWPARAM(static_cast<UINT>(left->control->id), EN_KILLFOCUS));
+}
+
+} // namespace headless
+
+using namespace headless;
+
+void CWnd::SetWindowText(const std::string& text)
+{
+    if (Window* const window = Find(m_hWnd)) {
+        window->text = text;
+        window->rejected = false;
+    }
+}
+
+std::string CWnd::GetWindowText() const
+{
+    const Window* const window = Find(m_hWnd);
+    return window ? window->text : std::string();
+}
+
+void CWnd::EnableWindow(BOOL enable)
+{
+    if (Window* const window = Find(m_hWnd))
+        window->enabled = enable != FALSE;
+}
+
+BOOL CWnd::IsWindowEnabled() const
+{
+    const Window* const window = Find(m_hWnd);
+    return window && window->enabled && window->blockers == 0;
+}
+
+void CWnd::ShowWindow(int command)
+{
+    Window* const window = Find(m_hWnd);
+    if (!window)
+        return;
+    window->visible = command != SW_HIDE;
+    window->iconic = command == SW_MINIMIZE;
+    window->invalid |= command != SW_HIDE;
+}
+
+BOOL CWnd::IsWindowVisible() const
+{
+    const Window* const window = Find(m_hWnd);
+    return window && window->visible;
+}
+
+BOOL CWnd::IsIconic() const
+{
+    const Window* const window = Find(m_hWnd);
+    return window && window->iconic;
+}
+
+void CWnd::SetFocus()
+{
+    if (Find(m_hWnd))
+        MoveFocus(m_hWnd);
+}
+
+void CWnd::GetWindowRect(RECT* rect) const
+{
+    const Window* const window = Find(m_hWnd);
+    *rect = window ? window->place : RECT{};
+}
+
+void CWnd::GetClientRect(RECT* rect) const
+{
+    RECT window;
+    GetWindowRect(&window);
+    *rect = {0, 0, window.right - window.left, window.bottom - window.top};
+}
+
+void CWnd::SetWindowPos(int x, int y, int width, int height, UINT flags)
+{
+    Window* const window = Find(m_hWnd);
+    if (!window)
+        return;
+    RECT& place = window->place;
+    if (flags & SWP_NOMOVE) {
+        x = place.left;
+        y = place.top;
+    }
+    if (flags & SWP_NOSIZE) {
+        width = place.right - place.left;
+        height = place.bottom - place.top;
+    }
+    place = {x, y, x + width, y + height};
+}
+
+void CWnd::Invalidate(BOOL)
+{
+    if (Window* const window = Find(m_hWnd))
+        window->invalid = true;
+}
+
+void CWnd::SetTimer(UINT_PTR id, UINT period)
+{
+    KillTimer(id);
+    if (Find(m_hWnd))
+        desktop.timers.push_back({m_hWnd, id, period, desktop.now + period});
+}
+
+void CWnd::KillTimer(UINT_PTR id)
+{
+    std::erase_if(desktop.timers,
+                  [&](const Timer& timer) { return timer.window == m_hWnd && timer.id == id; });
+}
+
+int CButton::GetCheck() const
+{
+    const Window* const window = Find(m_hWnd);
+    return window ? window->checked : 0;
+}
+
+void CButton::SetCheck(int check)
+{
+    if (Window* const window = Find(m_hWnd))
+        window->checked = check != 0;
+}
+
+void CScrollBar::GetScrollRange(int* minimum, int* maximum) const
+{
+    const Window* const window = Find(m_hWnd);
+    *minimum = window ? window->minimum : 0;
+    *maximum = window ? window->maximum : 0;
+}
+
+void CScrollBar::SetScrollRange(int minimum, int maximum, BOOL)
+{
+    if (Window* const window = Find(m_hWnd)) {
+        window->minimum = minimum;
+        window->maximum = std::max(minimum, maximum);
+        SetScrollPos(window->position);
+    }
+}
+
+int CScrollBar::GetScrollPos() const
+{
+    const Window* const window = Find(m_hWnd);
+    return window ? window->position : 0;
+}
+
+void CScrollBar::SetScrollPos(int position, BOOL)
+{
+    if (Window* const window = Find(m_hWnd))
+        window->position = std::clamp(position, window->minimum, window->maximum);
+}
+
+void CSliderCtrl::SetRange(int minimum, int maximum, BOOL)
+{
+    if (Window* const window = Find(m_hWnd)) {
+        window->minimum = minimum;
+        window->maximum = std::max(minimum, maximum);
+        SetPos(window->position);
+    }
+}
+
+void CSliderCtrl::SetTicFreq(int) {}
+
+int CSliderCtrl::GetPos() const
+{
+    const Window* const window = Find(m_hWnd);
+    return window ? window->position : 0;
+}
+
+void CSliderCtrl::SetPos(int position)
+{
+    if (Window* const window = Find(m_hWnd)) {
+        window->position = std::clamp(position, window->minimum, window->maximum);
+        window->invalid = true;
+    }
+}
+
+void RejectEdit(const CDataExchange& dx, HWND field, const std::string& reason)
+{
+    Window* const edit = Find(field);
+    if (!edit)
+        return;
+    const bool isNew = !std::exchange(edit->rejected, true);
+    // Told once, the operator may leave the field as it is, but not act on it.
+    if (!isNew && dx.m_leavingField)
+        return;
+    if (isNew) {
+        const CWinApp* const application = AfxGetApp();
+        MessageBoxA(dx.m_pDlg->GetSafeHwnd(), reason.c_str(),
+                    application ? application->Name().c_str() : "",
+                    MB_OK | MB_ICONEXCLAMATION | MB_TOPMOST);
+    }
+    CWnd(field).SetFocus();
+}
