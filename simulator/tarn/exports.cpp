@@ -26,6 +26,8 @@ using namespace tarn;
 class Library
 {
 public:
+    ~Library() { ClearWindow(m_window); }
+
     std::uint32_t Open();
     std::uint32_t Close();
     void SetWindow(HWND window, UINT message);
@@ -43,11 +45,11 @@ public:
 private:
     static std::string SettingsPath();
 
-    std::mutex m_mutex;
-    std::shared_ptr<Model> m_model;
     std::mutex m_windowMutex;
     HWND m_window = nullptr;
     UINT m_message = 0;
+    std::mutex m_mutex;
+    std::shared_ptr<Model> m_model; // its thread posts, so it goes first
 };
 
 Library& TheLibrary();
@@ -252,31 +254,31 @@ std::uint32_t Tarn_32(std::uint32_t device, std::uint32_t parameter, const TarnV
 
 std::uint32_t Tarn_98(std::uint32_t result, char* text, std::uint32_t capacity)
 {
-    std::uint32_t answer = result;
     const std::uint32_t fault =
         Call("TarnDescribeResult", Number(result) + " " + Number(capacity),
-             [&](Library&, const FaultRule& rule) {
+             [&](Library& library, const FaultRule& rule) {
                  if (text == nullptr || capacity == 0)
                      return 0u;
-                 const std::string description = rule.nullTexts ? "" : DescriptionOf(result);
+                 const std::string& texts = library.settings.Current()->texts;
+                 std::string description =
+                     texts.empty() ? DescriptionOf(result) : HostileText(texts);
+                 if (rule.nullTexts)
+                     description.clear();
                  const std::size_t length = std::min<std::size_t>(description.size(), capacity - 1);
                  std::memcpy(text, description.data(), length);
                  text[length] = 0;
                  return 0u;
              });
-    if (fault != 0)
-        answer = fault;
-    return answer;
+    return fault != 0 ? fault : result;
 }
 
 void Tarn_99(void* object)
 {
-    Call("TarnFreeObject", Address(object), [&](Library& library, const FaultRule&) {
-        if (!library.ledger.Free(object))
-            library.Misuse("TarnFreeObject was given what the library did not hand out, or what is "
-                           "freed already");
-        return 0u;
-    });
+    Call("TarnFreeObject", Address(object), [](Library&, const FaultRule&) { return 0u; });
+    Library& library = TheLibrary();
+    if (!library.ledger.Free(object))
+        library.Misuse("TarnFreeObject was given what the library did not hand out, or what is "
+                       "freed already");
 }
 
 std::uint32_t TarnSimulatorHandSwitch()

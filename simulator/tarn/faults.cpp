@@ -33,6 +33,20 @@ constexpr SecondsWord secondsWords[] = {
     {"late", &FaultRule::lateSeconds},
 };
 
+struct TextKind
+{
+    std::string_view kind;
+    std::string_view text;
+};
+constexpr TextKind textKinds[] = {
+    {"utf8", "bad \xC3\x28 \xFF\xFE utf8"},
+    {"control", "control \x01\x07\x1B[31m\x7F text"},
+    {"markup", "<b>bold</b> &amp; <img src=x> <a href=\"file:///\">link</a>"},
+    {"bidi", "right\xE2\x80\xAEto left\xE2\x80\xAC"},
+    {"format", "%1% %s %n %d {0} \\n"},
+    {"path", "../../outside"},
+};
+
 struct CategoryWord
 {
     std::string_view word;
@@ -121,6 +135,16 @@ bool ParseEffect(FaultRule& rule, std::string_view& text)
 }
 
 } // namespace
+
+std::string HostileText(std::string_view kind)
+{
+    if (kind == "long")
+        return std::string(1 << 20, 'L');
+    for (const TextKind& candidate : textKinds)
+        if (kind == candidate.kind)
+            return std::string(candidate.text);
+    return {};
+}
 
 std::uint32_t ParseResult(std::string_view& text)
 {

@@ -43,6 +43,10 @@ FaultRule ParseFaultRule(std::string_view text);
 // Whether the rule applies to a call. calls: how often the rule was asked before; counted up.
 bool Applies(const FaultRule& rule, std::uint32_t& calls);
 
+// A text that a careless program would interpret, cut or choke on: long (1 MB), utf8 (broken),
+// control, markup, bidi, format, path. An empty text for another kind.
+std::string HostileText(std::string_view kind);
+
 // A result code from "error 5", "warning 5", "information 5" or a number (0x400005) in the parts
 // of a text; the part that was read is taken away from text.
 std::uint32_t ParseResult(std::string_view& text);

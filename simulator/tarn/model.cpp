@@ -16,7 +16,7 @@
 namespace tarn {
 namespace {
 
-constexpr double longestWait = 0.05;        // real seconds between two looks at the settings
+constexpr double longestWait = 0.02;        // real seconds between two looks at the settings
 constexpr double targetIntegration = 300;   // ms, gives exposure level 1
 constexpr double chargeRate = 100.0 / 3600; // percent a simulated second
 constexpr std::uint32_t sensorWidth = 1300, sensorHeight = 1700;
@@ -37,7 +37,7 @@ Model::Model(SettingsFile& settings, EventSink sink)
     m_registers.gainCheck = m_settings->gainCheck;
     m_registers.rawFolder = m_settings->rawFolder;
     m_registers.filterChain = m_settings->filterChain;
-    m_eventsSerial = m_settings->eventsSerial - (m_settings->events.empty() ? 0 : 1);
+    m_eventsSerial = m_settings->eventsSerial;
     m_stormSerial = m_settings->stormSerial - 1;
     ApplySettings(*m_settings);
     m_program = NextProgram().first;
@@ -78,10 +78,12 @@ std::uint32_t Model::Enable(std::uint32_t device, const std::string& userId)
     return 0;
 }
 
-std::uint32_t Model::Disable(std::uint32_t, bool abort)
+std::uint32_t Model::Disable(std::uint32_t device, bool abort)
 {
     const Lock lock(m_mutex);
     Refresh();
+    if (!m_registers.devices.contains(device))
+        return NoSuchDevice;
     if (m_registers.phase == Phase::Reading && abort)
         return ReadingOut;
     if (m_registers.phase == Phase::Idle || !abort)
@@ -107,6 +109,8 @@ Phase Model::CurrentPhase(double& secondsLeft)
     const Lock lock(m_mutex);
     Refresh();
     secondsLeft = SecondsLeft();
+    if (m_registers.phase == Phase::Idle || std::isinf(secondsLeft))
+        secondsLeft = -1;
     return m_registers.phase;
 }
 
@@ -196,7 +200,7 @@ void Model::Refresh()
     const double real = std::chrono::duration<double>(now - m_lastRefresh).count();
     m_lastRefresh = now;
     m_time += real * m_settings->timeFactor;
-    m_stormOwed += real * m_settings->storm;
+    m_stormOwed += std::min(real, 0.1) * m_settings->storm;
     m_settingsFile.Advance(m_time, m_imagesTaken);
     m_settings = m_settingsFile.Current();
     ApplyBattery(*m_settings, real * m_settings->timeFactor);
@@ -242,7 +246,7 @@ void Model::ApplyDevices(const Settings& settings)
         device.faultState = fault == settings.deviceFaults.end() ? 0 : fault->state;
         device.faultResult = fault == settings.deviceFaults.end() ? 0 : fault->result;
     }
-    if (m_registers.phase == Phase::Idle)
+    if (m_registers.phase == Phase::Idle || m_storing)
         return;
     const DeviceState& armed = m_registers.devices.at(m_armedDevice);
     if (!armed.present || !settings.baseUnit)
@@ -267,21 +271,17 @@ void Model::Run()
             break;
         double wait = longestWait;
         if (m_registers.phase != Phase::Idle)
-            wait = std::min(
-                wait,
-                (std::min(m_deadline, m_registers.phase == Phase::Armed ? m_timeout : m_deadline) -
-                 m_time) /
-                    m_settings->timeFactor);
+            wait = std::min(wait, SecondsLeft());
         for (const LateEvent& event : m_lateEvents)
             wait = std::min(wait, (event.due - m_time) / m_settings->timeFactor);
         if (m_settings->storm > 0)
             wait = std::min(wait, 0.001);
         m_wake.wait_for(lock, std::chrono::duration<double>(std::max(wait, 0.0002)));
     }
-    if (m_registers.phase == Phase::Reading) {
+    if (m_registers.phase == Phase::Reading && !m_capture.rendered)
         ReadOut(lock);
+    if (m_registers.phase == Phase::Reading)
         Store(lock);
-    }
 }
 
 void Model::Step(Lock& lock)
@@ -393,9 +393,8 @@ void Model::ReadOut(Lock& lock)
 
 void Model::Store(Lock& lock)
 {
-    if (m_registers.phase != Phase::Reading)
-        return;
     const StoredImage image = std::move(m_capture.image);
+    m_storing = true;
     lock.unlock();
     std::uint32_t failure = 0;
     try {
@@ -405,7 +404,7 @@ void Model::Store(Lock& lock)
         failure = NotStored;
     }
     lock.lock();
-    // A plug pulled in these last moments comes too late: the image is there.
+    m_storing = false;
     m_registers.phase = Phase::Idle;
     if (failure == 0) {
         ++m_imagesTaken;
@@ -518,26 +517,6 @@ std::string Model::HeaderText(const Capture& capture, const Settings& settings) 
     return BuildHeaderText(facts);
 }
 
-// Texts that a careless program would interpret, cut or choke on.
-std::string Model::HostileText(const std::string& kind) const
-{
-    if (kind == "long")
-        return std::string(1 << 20, 'L');
-    if (kind == "utf8")
-        return "bad \xC3\x28 \xFF\xFE utf8";
-    if (kind == "control")
-        return "control \x01\x07\x1B[31m\x7F text";
-    if (kind == "markup")
-        return "<b>bold</b> &amp; <img src=x> <a href=\"file:///\">link</a>";
-    if (kind == "bidi")
-        return "right\xE2\x80\xAEto left\xE2\x80\xAC";
-    if (kind == "format")
-        return "%1% %s %n %d {0} \\n";
-    if (kind == "path")
-        return "../../outside";
-    return kind;
-}
-
 void Model::PostImageReady(std::uint32_t imageId)
 {
     FaultRule rule;
@@ -557,9 +536,9 @@ void Model::Post(std::uint32_t image, std::uint32_t event)
     m_sink(image, event);
 }
 
-DeviceState* Model::UsableSensor(std::uint32_t device)
+const DeviceState* Model::UsableSensor(std::uint32_t device) const
 {
-    for (auto& [number, state] : m_registers.devices)
+    for (const auto& [number, state] : m_registers.devices)
         if (state.IsSensor() && state.present && state.faultState == 0 &&
             (device == 0 || device == number))
             return &state;
@@ -577,8 +556,6 @@ double Model::SecondsLeft() const
 {
     const double ends =
         m_registers.phase == Phase::Armed ? std::min(m_deadline, m_timeout) : m_deadline;
-    if (m_registers.phase == Phase::Idle || std::isinf(ends))
-        return -1;
     return std::max(ends - m_time, 0.0) / m_settings->timeFactor;
 }
 

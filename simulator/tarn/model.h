@@ -107,13 +107,14 @@ private:
     Frame MakeFrame(Capture& capture, const Settings& settings);
     void SaveRaw(Capture& capture, const Frame& frame) const;
     std::string HeaderText(const Capture& capture, const Settings& settings) const;
-    std::string HostileText(const std::string& kind) const;
 
     void PostImageReady(std::uint32_t imageId);
     void Post(std::uint32_t image, std::uint32_t event);
     // The sensor that would take the image, null when there is none.
-    DeviceState* UsableSensor(std::uint32_t device);
+    const DeviceState* UsableSensor(std::uint32_t device) const;
     std::pair<std::string, std::uint32_t> NextProgram() const;
+    // Real seconds until the phase ends by itself; infinite when it does not, and while idle of no
+    // meaning.
     double SecondsLeft() const;
 
     SettingsFile& m_settingsFile;
@@ -133,6 +134,7 @@ private:
     std::string m_userId;
     std::string m_program; // of the image before
     std::uint64_t m_imagesTaken = 0;
+    bool m_storing = false; // the image is on its way into the store and can no longer be lost
     std::uint64_t m_runSeed;
     Capture m_capture;
     std::vector<LateEvent> m_lateEvents;

@@ -181,7 +181,7 @@ Frame Phantom::Expose(const Exposure& exposure)
             const std::uint64_t column = Hash(exposure.patternSeed + i % exposure.width);
             signal *= 1 + 0.03f * gauss[pixel & 0xFFFF] + 0.015f * gauss[column & 0xFFFF];
             offset = 12 * gauss[pixel >> 16 & 0xFFFF];
-            if (pixel >> 32 & 1 && (pixel >> 33) % 4000 == 0)
+            if ((pixel >> 32) % 8000 == 0)
                 signal = pixel >> 63 ? 2.f : 0.f;
         }
         signal += std::sqrt(std::max(signal, 0.f) * quantum) * shot;

@@ -340,8 +340,12 @@ void Assign(bool& to, std::string_view text, const Knob&)
     to = text == "on";
 }
 
-void Assign(std::string& to, std::string_view text, const Knob&)
+void Assign(std::string& to, std::string_view text, const Knob& knob)
 {
+    if (knob.key == "texts" && text == "off")
+        text = {};
+    if (knob.key == "texts" && !text.empty() && HostileText(text).empty())
+        throw std::invalid_argument("takes off, long, utf8, control, markup, bidi, format or path");
     to = text;
 }
 
