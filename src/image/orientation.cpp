@@ -1,5 +1,6 @@
 // Rearranges the stored block so that the same picture is read under another orientation code.
 #include "image/image.h"
+#include "image/pixels.h"
 
 #include <algorithm>
 #include <cstring>
@@ -85,28 +86,31 @@ static_assert(TransformsAreComplete());
 struct PixelRoutines
 {
     std::uint32_t pixelBytes;
-    // Reverses the order of count pixels in place.
     void (*reverse)(std::uint8_t* first, std::size_t count);
-    // Writes the transposed block, its rows and their order reversed as `inverts` tells.
+    void (*transposeSquare)(std::uint8_t* block, std::size_t side);
     void (*transpose)(const std::uint8_t* source, std::size_t width, std::size_t height,
-                      std::uint32_t inverts, std::uint8_t* destination);
+                      std::uint8_t* destination);
 };
 
 template <std::size_t B>
-void ReversePixels(std::uint8_t* first, std::size_t count);
+void TransposeSquareBlock(std::uint8_t* block, std::size_t side);
 template <std::size_t B>
-void TransposePixels(const std::uint8_t* source, std::size_t width, std::size_t height,
-                     std::uint32_t inverts, std::uint8_t* destination);
+void TransposeBlock(const std::uint8_t* source, std::size_t width, std::size_t height,
+                    std::uint8_t* destination);
 
 constexpr PixelRoutines pixelRoutines[] = {
-    {1, ReversePixels<1>, TransposePixels<1>}, {2, ReversePixels<2>, TransposePixels<2>},
-    {3, ReversePixels<3>, TransposePixels<3>}, {4, ReversePixels<4>, TransposePixels<4>},
-    {6, ReversePixels<6>, TransposePixels<6>},
+    {1, ReversePixels<1>, TransposeSquareBlock<1>, TransposeBlock<1>},
+    {2, ReversePixels<2>, TransposeSquareBlock<2>, TransposeBlock<2>},
+    {3, ReversePixels<3>, TransposeSquareBlock<3>, TransposeBlock<3>},
+    {4, ReversePixels<4>, TransposeSquareBlock<4>, TransposeBlock<4>},
+    {6, ReversePixels<6>, TransposeSquareBlock<6>, TransposeBlock<6>},
 };
 
 void Rearrange(CImage& image, Transform transform);
-bool TransposeBlock(CImage& image, const PixelRoutines& routines, std::uint32_t inverts);
-void ReverseRowOrder(std::uint8_t* block, std::size_t rowBytes, std::size_t rows);
+bool TransposeStorage(CImage& image, const PixelRoutines& routines);
+void FlipStorage(CImage& image);
+void CopyRows(const std::uint8_t* source, std::size_t sourceStep, std::uint8_t* destination,
+              std::size_t destinationStep, std::size_t rowBytes, std::size_t rows);
 
 } // namespace
 
@@ -149,6 +153,7 @@ void CImage::Rotate180()
 
 namespace {
 
+// Transposing comes first, the storage is then mirrored, flipped or turned in place.
 void Rearrange(CImage& image, Transform transform)
 {
     const auto* routines =
@@ -156,68 +161,93 @@ void Rearrange(CImage& image, Transform transform)
     if (!image.m_data || routines == std::end(pixelRoutines))
         return;
     const Rule& rule = rules[transform];
+    if (rule.transposes && !TransposeStorage(image, *routines))
+        return;
     const std::size_t rowBytes = std::size_t{image.m_width} * image.m_pixelBytes;
-    if (rule.transposes) {
-        if (!TransposeBlock(image, *routines, rule.inverts))
-            return;
-    } else if (rule.inverts == invertB0) {
+    if (rule.inverts == (invertB1 | invertB0))
+        routines->reverse(image.m_data, std::size_t{image.m_width} * image.m_height);
+    else if (rule.inverts == invertB1)
+        FlipStorage(image);
+    else if (rule.inverts == invertB0)
         for (std::size_t y = 0; y < image.m_height; ++y)
             routines->reverse(image.m_data + y * rowBytes, image.m_width);
-    } else if (rule.inverts == invertB1) {
-        ReverseRowOrder(image.m_data, rowBytes, image.m_height);
-    } else {
-        routines->reverse(image.m_data, std::size_t{image.m_width} * image.m_height);
-    }
     image.m_orientation = CodeAfter(rule, image.m_orientation);
 }
 
-// False, and nothing done, when there is no memory for the scratch block.
-bool TransposeBlock(CImage& image, const PixelRoutines& routines, std::uint32_t inverts)
+// False, and nothing done, when there is no memory for a scratch block. A square needs none, which
+// spares large blocks a second set of fresh pages.
+bool TransposeStorage(CImage& image, const PixelRoutines& routines)
 {
+    if (image.m_width == image.m_height) {
+        routines.transposeSquare(image.m_data, image.m_width);
+        return true;
+    }
     const CLinkedBuffer scratch(new (std::nothrow) std::uint8_t[image.m_dataSize]);
     if (scratch.IsEmpty())
         return false;
-    routines.transpose(image.m_data, image.m_width, image.m_height, inverts, scratch.Get());
+    routines.transpose(image.m_data, image.m_width, image.m_height, scratch.Get());
     std::memcpy(image.m_data, scratch.Get(), image.m_dataSize);
     std::swap(image.m_width, image.m_height);
     return true;
 }
 
-void ReverseRowOrder(std::uint8_t* block, std::size_t rowBytes, std::size_t rows)
+void FlipStorage(CImage& image)
 {
-    for (std::size_t y = 0; y < rows / 2; ++y)
-        std::swap_ranges(block + y * rowBytes, block + (y + 1) * rowBytes,
-                         block + (rows - 1 - y) * rowBytes);
+    const std::size_t rowBytes = std::size_t{image.m_width} * image.m_pixelBytes;
+    std::uint8_t* low = image.m_data;
+    std::uint8_t* high = image.m_data + (image.m_height - 1) * rowBytes;
+    for (; low < high; low += rowBytes, high -= rowBytes)
+        std::swap_ranges(low, low + rowBytes, high);
+}
+
+// Runs of 256 bytes a row, and not less, keep the number of pages touched small.
+template <std::size_t B>
+constexpr std::size_t tileSide = B == 3   ? 128
+                                 : B == 6 ? 64
+                                          : 256 / B;
+
+// Every tile changes places with the tile on the other side of the diagonal.
+template <std::size_t B>
+void TransposeSquareBlock(std::uint8_t* block, std::size_t side)
+{
+    constexpr std::size_t tile = tileSide<B>;
+    const std::size_t step = side * B;
+    std::uint8_t upper[tile * tile * B], lower[tile * tile * B];
+    for (std::size_t y = 0; y < side; y += tile)
+        for (std::size_t x = y; x < side; x += tile) {
+            const std::size_t rows = std::min(tile, side - y);
+            const std::size_t columns = std::min(tile, side - x);
+            std::uint8_t* above = block + y * step + x * B;
+            std::uint8_t* below = block + x * step + y * B;
+            TransposeTile<B>(above, step, rows, columns, upper, tile * B);
+            TransposeTile<B>(below, step, columns, rows, lower, tile * B);
+            CopyRows(upper, tile * B, below, step, rows * B, columns);
+            CopyRows(lower, tile * B, above, step, columns * B, rows);
+        }
 }
 
 template <std::size_t B>
-void ReversePixels(std::uint8_t* first, std::size_t count)
+void TransposeBlock(const std::uint8_t* source, std::size_t width, std::size_t height,
+                    std::uint8_t* destination)
 {
-    for (std::size_t i = 0; i < count / 2; ++i) {
-        std::uint8_t* low = first + i * B;
-        std::uint8_t* high = first + (count - 1 - i) * B;
-        std::uint8_t held[B];
-        std::memcpy(held, low, B);
-        std::memcpy(low, high, B);
-        std::memcpy(high, held, B);
-    }
+    constexpr std::size_t tile = tileSide<B>;
+    std::uint8_t turned[tile * tile * B];
+    for (std::size_t x = 0; x < width; x += tile)
+        for (std::size_t y = 0; y < height; y += tile) {
+            const std::size_t columns = std::min(tile, width - x);
+            const std::size_t rows = std::min(tile, height - y);
+            TransposeTile<B>(source + (y * width + x) * B, width * B, rows, columns, turned,
+                             tile * B);
+            CopyRows(turned, tile * B, destination + (x * height + y) * B, height * B, rows * B,
+                     columns);
+        }
 }
 
-template <std::size_t B>
-void TransposePixels(const std::uint8_t* source, std::size_t width, std::size_t height,
-                     std::uint32_t inverts, std::uint8_t* destination)
+void CopyRows(const std::uint8_t* source, std::size_t sourceStep, std::uint8_t* destination,
+              std::size_t destinationStep, std::size_t rowBytes, std::size_t rows)
 {
-    // A tile's source and destination rows stay in the first cache together.
-    constexpr std::size_t tile = 32;
-    for (std::size_t tileY = 0; tileY < height; tileY += tile)
-        for (std::size_t tileX = 0; tileX < width; tileX += tile)
-            for (std::size_t x = tileX; x < std::min(tileX + tile, width); ++x)
-                for (std::size_t y = tileY; y < std::min(tileY + tile, height); ++y) {
-                    const std::size_t row = inverts & invertB1 ? width - 1 - x : x;
-                    const std::size_t column = inverts & invertB0 ? height - 1 - y : y;
-                    std::memcpy(destination + (row * height + column) * B,
-                                source + (y * width + x) * B, B);
-                }
+    for (; rows != 0; --rows, source += sourceStep, destination += destinationStep)
+        std::memcpy(destination, source, rowBytes);
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 // The picture row by row in viewing order, whatever the orientation of the storage.
 #include "image/image.h"
+#include "image/pixels.h"
 
 #include <algorithm>
 #include <cstring>
@@ -13,14 +14,14 @@ using Gather = void (*)(const std::uint8_t* source, std::size_t step, std::uint3
 struct GatherRow
 {
     std::uint32_t pixelBytes;
-    Gather reverseCopy;    // contiguous pixels, last to first
-    Gather columnForward;  // a stored column, first to last
-    Gather columnReversed; // a stored column, last to first
+    Gather contiguousReversed; // contiguous pixels, last to first
+    Gather columnForward;      // a stored column, first to last
+    Gather columnReversed;     // a stored column, last to first
 };
 
 template <std::size_t B>
-void ReverseCopy(const std::uint8_t* source, std::size_t step, std::uint32_t count,
-                 std::uint8_t* destination);
+void ContiguousReversed(const std::uint8_t* source, std::size_t step, std::uint32_t count,
+                        std::uint8_t* destination);
 template <std::size_t B>
 void ColumnForward(const std::uint8_t* source, std::size_t step, std::uint32_t count,
                    std::uint8_t* destination);
@@ -30,11 +31,11 @@ void ColumnReversed(const std::uint8_t* source, std::size_t step, std::uint32_t 
 
 // Copies of 3- and 6-byte pixels become a word and a byte, two words: never a byte past the pixel.
 constexpr GatherRow gatherFamily[] = {
-    {1, ReverseCopy<1>, ColumnForward<1>, ColumnReversed<1>},
-    {2, ReverseCopy<2>, ColumnForward<2>, ColumnReversed<2>},
-    {3, ReverseCopy<3>, ColumnForward<3>, ColumnReversed<3>},
-    {4, ReverseCopy<4>, ColumnForward<4>, ColumnReversed<4>},
-    {6, ReverseCopy<6>, ColumnForward<6>, ColumnReversed<6>},
+    {1, ContiguousReversed<1>, ColumnForward<1>, ColumnReversed<1>},
+    {2, ContiguousReversed<2>, ColumnForward<2>, ColumnReversed<2>},
+    {3, ContiguousReversed<3>, ColumnForward<3>, ColumnReversed<3>},
+    {4, ContiguousReversed<4>, ColumnForward<4>, ColumnReversed<4>},
+    {6, ContiguousReversed<6>, ColumnForward<6>, ColumnReversed<6>},
 };
 
 constexpr bool RowsAreRows(std::uint32_t code)
@@ -68,7 +69,7 @@ std::uint32_t CImage::GetRow(std::uint32_t r, void* destination, std::size_t siz
     const auto* family = std::ranges::find(gatherFamily, m_pixelBytes, &GatherRow::pixelBytes);
     if (family == std::end(gatherFamily))
         return count;
-    const Gather gather = RowsAreRows(m_orientation)      ? family->reverseCopy
+    const Gather gather = RowsAreRows(m_orientation)      ? family->contiguousReversed
                           : RowsRunForward(m_orientation) ? family->columnForward
                                                           : family->columnReversed;
     gather(source, std::size_t{m_width} * m_pixelBytes, count, pixels);
@@ -101,11 +102,10 @@ std::uint32_t CImage::ViewRowLength() const
 namespace {
 
 template <std::size_t B>
-void ReverseCopy(const std::uint8_t* source, std::size_t, std::uint32_t count,
-                 std::uint8_t* destination)
+void ContiguousReversed(const std::uint8_t* source, std::size_t, std::uint32_t count,
+                        std::uint8_t* destination)
 {
-    for (std::size_t k = 0; k < count; ++k)
-        std::memcpy(destination + k * B, source + (count - 1 - k) * B, B);
+    ReverseCopy<B>(source, count, destination);
 }
 
 template <std::size_t B>

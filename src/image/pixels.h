@@ -1,0 +1,215 @@
+// Moving pixels of B bytes, 1, 2, 3, 4 or 6: reversed, and transposed a tile at a time. Compilers
+// with vector types move 16 bytes at once; the plain loops give the same and serve any other.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <utility>
+
+// destination[k] = source[count - 1 - k]; the two must not overlap.
+template <std::size_t B>
+void ReverseCopy(const std::uint8_t* source, std::size_t count, std::uint8_t* destination);
+
+// Exchanges pixel k with pixel count - 1 - k.
+template <std::size_t B>
+void ReversePixels(std::uint8_t* first, std::size_t count);
+
+// to(x, y) = from(y, x) for the rows and columns of `from`; steps are the bytes from row to row.
+template <std::size_t B>
+void TransposeTile(const std::uint8_t* from, std::size_t fromStep, std::size_t rows,
+                   std::size_t columns, std::uint8_t* to, std::size_t toStep);
+
+namespace pixels {
+
+#if defined(__has_builtin)
+#if __has_builtin(__builtin_shufflevector)
+#define TARNTEST_VECTORS
+#endif
+#endif
+
+#ifdef TARNTEST_VECTORS
+
+using Vector = std::uint8_t __attribute__((vector_size(16)));
+inline constexpr auto VectorBytes = std::make_index_sequence<16>();
+
+inline Vector Load(const std::uint8_t* from)
+{
+    Vector vector;
+    std::memcpy(&vector, from, sizeof vector);
+    return vector;
+}
+
+inline void Store(std::uint8_t* to, Vector vector)
+{
+    std::memcpy(to, &vector, sizeof vector);
+}
+
+// Any order of bytes is one instruction on all but the oldest x86 processors: asked at run time.
+#if (defined(__x86_64__) || defined(__i386__)) && !defined(__SSSE3__)
+#define TARNTEST_SHUFFLES [[gnu::target("ssse3")]]
+inline bool ShufflesAreFast()
+{
+    return __builtin_cpu_supports("ssse3");
+}
+#else
+#define TARNTEST_SHUFFLES
+inline bool ShufflesAreFast()
+{
+    return true;
+}
+#endif
+
+// The whole pixels at the end of `high`, last to first, then what `low` has there.
+template <std::size_t B, std::size_t... i>
+TARNTEST_SHUFFLES Vector ReversedToLow(Vector high, Vector low, std::index_sequence<i...>)
+{
+    return __builtin_shufflevector(high, low,
+                                   (i < 16 / B * B ? 16 - (i / B + 1) * B + i % B : 16 + i)...);
+}
+
+// What `high` has before the whole pixels at its end, then the pixels of `low`, last to first.
+template <std::size_t B, std::size_t... i>
+TARNTEST_SHUFFLES Vector ReversedToHigh(Vector low, Vector high, std::index_sequence<i...>)
+{
+    return __builtin_shufflevector(
+        low, high, (i >= 16 % B ? ((15 - i) / B + 1) * B - 1 - (15 - i) % B : 16 + i)...);
+}
+
+// Both return how many pixels were placed: the first ones, or as many at either end.
+template <std::size_t B>
+TARNTEST_SHUFFLES std::size_t ReverseCopyVectors(const std::uint8_t* source, std::size_t count,
+                                                 std::uint8_t* destination)
+{
+    std::size_t k = 0;
+    for (; (count - k) * B >= 16; k += 16 / B) {
+        const Vector last = Load(source + (count - k) * B - 16);
+        Store(destination + k * B, ReversedToLow<B>(last, last, VectorBytes));
+    }
+    return k;
+}
+
+// Windows of 3- and 6-byte pixels overlap by a byte or four: the next are loaded before these are
+// stored, because a load that has to wait for part of a store waits long.
+template <std::size_t B>
+TARNTEST_SHUFFLES std::size_t ReverseVectors(std::uint8_t* first, std::size_t count)
+{
+    if (count * B < 32)
+        return 0;
+    constexpr std::size_t step = 16 / B * B;
+    std::uint8_t* lowEnd = first;
+    std::uint8_t* highEnd = first + count * B - 16;
+    Vector low = Load(lowEnd);
+    Vector high = Load(highEnd);
+    while (lowEnd + 16 <= highEnd) {
+        const Vector nextLow = Load(lowEnd + step);
+        const Vector nextHigh = Load(highEnd - step);
+        Store(lowEnd, ReversedToLow<B>(high, low, VectorBytes));
+        Store(highEnd, ReversedToHigh<B>(low, high, VectorBytes));
+        low = nextLow;
+        high = nextHigh;
+        lowEnd += step;
+        highEnd -= step;
+    }
+    return static_cast<std::size_t>(lowEnd - first) / B;
+}
+
+// Pixels of a and b by turns, from their low halves (half 0) or their high halves (half 1).
+template <std::size_t B, std::size_t half, std::size_t... i>
+Vector Interleave(Vector a, Vector b, std::index_sequence<i...>)
+{
+    return __builtin_shufflevector(
+        a, b, (half * 8 + i / (2 * B) * B + i % B + (i / B % 2 == 0 ? 0 : 16))...);
+}
+
+#else
+
+inline bool ShufflesAreFast()
+{
+    return false;
+}
+
+#endif
+
+// Transposes a square of n x n pixels.
+template <std::size_t B>
+inline constexpr std::size_t SquareSide = 16 % B == 0 ? 16 / B : 8;
+
+template <std::size_t B>
+void TransposeSquare(const std::uint8_t* from, std::size_t fromStep, std::uint8_t* to,
+                     std::size_t toStep)
+{
+    constexpr std::size_t n = SquareSide<B>;
+#ifdef TARNTEST_VECTORS
+    if constexpr (16 % B == 0) {
+        // A row fills a vector. Interleaving row i with row i + n/2 halves the distance of pixels
+        // that belong together; log2(n) rounds make columns of rows.
+        Vector rows[n], mixed[n];
+        for (std::size_t i = 0; i < n; ++i)
+            rows[i] = Load(from + i * fromStep);
+        for (std::size_t round = 1; round < n; round *= 2) {
+            for (std::size_t i = 0; i < n / 2; ++i) {
+                mixed[2 * i] = Interleave<B, 0>(rows[i], rows[i + n / 2], VectorBytes);
+                mixed[2 * i + 1] = Interleave<B, 1>(rows[i], rows[i + n / 2], VectorBytes);
+            }
+            std::copy_n(mixed, n, rows);
+        }
+        for (std::size_t i = 0; i < n; ++i)
+            Store(to + i * toStep, rows[i]);
+        return;
+    }
+#endif
+    for (std::size_t y = 0; y < n; ++y)
+        for (std::size_t x = 0; x < n; ++x)
+            std::memcpy(to + x * toStep + y * B, from + y * fromStep + x * B, B);
+}
+
+} // namespace pixels
+
+template <std::size_t B>
+void ReverseCopy(const std::uint8_t* source, std::size_t count, std::uint8_t* destination)
+{
+    std::size_t k = 0;
+#ifdef TARNTEST_VECTORS
+    if (pixels::ShufflesAreFast())
+        k = pixels::ReverseCopyVectors<B>(source, count, destination);
+#endif
+    for (; k < count; ++k)
+        std::memcpy(destination + k * B, source + (count - 1 - k) * B, B);
+}
+
+template <std::size_t B>
+void ReversePixels(std::uint8_t* first, std::size_t count)
+{
+    std::size_t k = 0;
+#ifdef TARNTEST_VECTORS
+    if (pixels::ShufflesAreFast())
+        k = pixels::ReverseVectors<B>(first, count);
+#endif
+    for (; k < count / 2; ++k) {
+        std::uint8_t held[B];
+        std::memcpy(held, first + k * B, B);
+        std::memcpy(first + k * B, first + (count - 1 - k) * B, B);
+        std::memcpy(first + (count - 1 - k) * B, held, B);
+    }
+}
+
+template <std::size_t B>
+void TransposeTile(const std::uint8_t* from, std::size_t fromStep, std::size_t rows,
+                   std::size_t columns, std::uint8_t* to, std::size_t toStep)
+{
+    constexpr std::size_t n = pixels::SquareSide<B>;
+    const std::size_t squareRows = rows / n * n;
+    const std::size_t squareColumns = columns / n * n;
+    for (std::size_t y = 0; y < squareRows; y += n)
+        for (std::size_t x = 0; x < squareColumns; x += n)
+            pixels::TransposeSquare<B>(from + y * fromStep + x * B, fromStep,
+                                       to + x * toStep + y * B, toStep);
+    for (std::size_t y = 0; y < rows; ++y)
+        for (std::size_t x = y < squareRows ? squareColumns : 0; x < columns; ++x)
+            std::memcpy(to + x * toStep + y * B, from + y * fromStep + x * B, B);
+}
+
+#undef TARNTEST_SHUFFLES
+#undef TARNTEST_VECTORS
