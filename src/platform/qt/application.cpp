@@ -21,8 +21,6 @@ namespace {
 constexpr int FontPixels = 11; // fits the fixed base units of the dialogs
 constexpr const char* SpeakerDevice = "/dev/input/by-path/platform-pcspkr-event-spkr";
 
-CWinApp* application = nullptr;
-
 void SetUpToolkit();
 bool SendTone(int speaker, DWORD frequency);
 
@@ -44,21 +42,6 @@ private:
 
 } // namespace
 
-CWinApp::CWinApp(const char* name) : m_name(name)
-{
-    application = this;
-}
-
-CWinApp::~CWinApp()
-{
-    application = nullptr;
-}
-
-CWinApp* AfxGetApp()
-{
-    return application;
-}
-
 // A test may have set the toolkit up for several runs.
 int CWinApp::Run(int argc, char** argv)
 {
@@ -77,12 +60,6 @@ int CWinApp::Run(int argc, char** argv)
         AfxMessageBox(e.what(), MB_OK | MB_ICONSTOP | MB_TOPMOST);
         return 1;
     }
-}
-
-void CWinApp::OnHelp()
-{
-    const std::string text = m_version.empty() ? m_name : m_name + " " + m_version;
-    AfxMessageBox(text.c_str(), MB_OK | MB_ICONASTERISK | MB_TOPMOST);
 }
 
 // The computer's speaker where it is accessible, else the bell of the windowing system.

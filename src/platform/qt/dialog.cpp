@@ -1,7 +1,9 @@
-// Dialogs: their windows and the way of a message to its handler.
+// Dialogs as windows of the toolkit.
 #include "platform/dialog.h"
 
 #include "platform/boxes.h"
+#include "platform/dialog_hooks.h"
+#include "platform/field_text.h"
 #include "platform/qt/control_widgets.h"
 #include "platform/qt/dialog_window.h"
 #include "platform/qt/messages.h"
@@ -29,12 +31,8 @@ constexpr int BaseUnitX = 6;
 constexpr int BaseUnitY = 13;
 constexpr UINT ShortestPeriod = 10; // milliseconds
 
-bool Fits(const DispatchEntry& entry, UINT message, WPARAM wParam, LPARAM lParam);
-void ReportException(HWND owner, const std::string& text);
 QWidget* OwnerFrom(const CWnd* parent);
 QRect Pixels(const DialogUnits& place);
-int PixelsX(int units);
-int PixelsY(int units);
 
 } // namespace
 
@@ -75,96 +73,10 @@ void CDialog::EndDialog(int result)
         window->End(result);
 }
 
-LRESULT CDialog::Send(UINT message, WPARAM wParam, LPARAM lParam)
-{
-    const MessageInService outer = m_current;
-    m_current = {message, wParam, lParam};
-    LRESULT result = 0;
-    try {
-        result = Dispatch(message, wParam, lParam);
-    } catch (const std::exception& e) {
-        ReportException(m_hWnd, e.what());
-    } catch (...) {
-        ReportException(m_hWnd, "Unknown error");
-    }
-    m_current = outer;
-    return result;
-}
-
-LRESULT CDialog::Dispatch(UINT message, WPARAM wParam, LPARAM lParam)
-{
-    for (const DispatchEntry& entry : DispatchTable())
-        if (Fits(entry, message, wParam, lParam))
-            return entry.call(*this, wParam, lParam);
-    return Default();
-}
-
-LRESULT CDialog::Default()
-{
-    switch (m_current.message) {
-    case WM_CLOSE:
-    case WM_QUERYENDSESSION:
-        EndDialog(IDCANCEL);
-        break;
-    case WM_COMMAND:
-        if (m_current.wParam == MAKEWPARAM(IDOK, BN_CLICKED))
-            OnOK();
-        else if (m_current.wParam == MAKEWPARAM(IDCANCEL, BN_CLICKED))
-            OnCancel();
-        break;
-    }
-    return 0;
-}
-
-BOOL CDialog::OnInitDialog()
-{
-    UpdateData(FALSE);
-    return TRUE;
-}
-
-void CDialog::DoDataExchange(CDataExchange*) {}
-
-void CDialog::OnOK()
-{
-    if (UpdateData(TRUE))
-        EndDialog(IDOK);
-}
-
-void CDialog::OnCancel()
-{
-    EndDialog(IDCANCEL);
-}
-
-BOOL CDialog::UpdateData(BOOL saveAndValidate)
-{
-    CDataExchange dx(this, saveAndValidate);
-    dx.m_leavingField = m_current.message == WM_COMMAND && (m_current.wParam >> 16) == EN_KILLFOCUS;
-    DoDataExchange(&dx);
-    return !dx.m_rejected;
-}
-
 CWnd CDialog::GetDlgItem(int id) const
 {
     const DialogWindow* const window = DialogOf(m_hWnd);
     return CWnd(window != nullptr ? window->Control(id) : nullptr);
-}
-
-void CDialog::SetDlgItemText(int id, const std::string& text)
-{
-    GetDlgItem(id).SetWindowText(text);
-}
-
-void CDialog::SetDlgItemInt(int id, std::int32_t value)
-{
-    SetDlgItemText(id, std::to_string(value));
-}
-
-void CDialog::CheckRadioButton(int first, int last, int check)
-{
-    for (int id = first; id <= last; ++id)
-        if (auto* const button =
-                qobject_cast<QAbstractButton*>(WidgetOf(GetDlgItem(id).GetSafeHwnd())))
-            button->setChecked(id == check);
 }
 
 DialogWindow::DialogWindow(CDialog& dialog, QWidget* owner)
@@ -183,7 +95,7 @@ DialogWindow::DialogWindow(CDialog& dialog, QWidget* owner)
     if (owner != nullptr)
         setWindowModality(Qt::WindowModal);
     setWindowTitle(ShownTitle(form.title));
-    setFixedSize(PixelsX(form.width), PixelsY(form.height));
+    setFixedSize(Pixels({0, 0, form.width, form.height}).size());
     setAcceptDrops(TakesDrops());
     CreateControls();
     OpenQueue(m_handle);
@@ -320,7 +232,7 @@ void DialogWindow::keyPressEvent(QKeyEvent* event)
         return QDialog::keyPressEvent(event);
     try {
         for (const DispatchEntry& entry : AfxGetApp()->DispatchTable())
-            if (Fits(entry, WM_COMMAND, MAKEWPARAM(ID_HELP, BN_CLICKED), 0))
+            if (entry.message == WM_COMMAND && entry.id == ID_HELP)
                 entry.call(*AfxGetApp(), MAKEWPARAM(ID_HELP, BN_CLICKED), 0);
     } catch (const std::exception& e) {
         ReportException(m_handle, e.what());
@@ -374,20 +286,6 @@ bool DialogWindow::TakesDrops() const
                        [](const DispatchEntry& entry) { return entry.message == WM_DROPFILES; });
 }
 
-namespace {
-
-bool Fits(const DispatchEntry& entry, UINT message, WPARAM wParam, LPARAM lParam)
-{
-    if (entry.message != message)
-        return false;
-    if (message == WM_COMMAND)
-        return wParam == MAKEWPARAM(static_cast<UINT>(entry.id), entry.code);
-    if (message == WM_NOTIFY)
-        return wParam == static_cast<WPARAM>(entry.id) && lParam != 0 &&
-               reinterpret_cast<const NMHDR*>(lParam)->code == entry.code;
-    return true;
-}
-
 // A box that opened inside a paint event would have the toolkit paint inside its painting; it waits
 // for the end of it, and so that every further painting does not bring one more, it stands alone.
 void ReportException(HWND owner, const std::string& text)
@@ -408,28 +306,37 @@ void ReportException(HWND owner, const std::string& text)
     });
 }
 
+void RejectEdit(const CDataExchange& dx, HWND field, const std::string& reason)
+{
+    auto* const edit = dynamic_cast<EditControl*>(WidgetOf(field));
+    const bool isNew = edit->Reject(FromBytes(reason));
+
+    // Told once, the operator may leave the field as it is, but not act on it.
+    if (!isNew && dx.m_leavingField)
+        return;
+    if (isNew) {
+        DialogWindow* const window = DialogOf(field);
+        window->m_showsRejection = true;
+        MessageBoxA(window->Handle(), reason.c_str(), AfxGetApp()->Name().c_str(),
+                    MB_OK | MB_ICONEXCLAMATION | MB_TOPMOST);
+        window->m_showsRejection = false;
+    }
+    edit->setFocus(Qt::OtherFocusReason);
+    edit->selectAll();
+}
+
+namespace {
+
 QWidget* OwnerFrom(const CWnd* parent)
 {
     QWidget* const widget = WidgetOf(parent != nullptr ? parent->GetSafeHwnd() : nullptr);
     return widget != nullptr ? widget->window() : nullptr;
 }
 
-// Edges are rounded, not sizes, so that what touches in the template touches on the screen.
 QRect Pixels(const DialogUnits& place)
 {
-    const QPoint topLeft(PixelsX(place.x), PixelsY(place.y));
-    const QPoint end(PixelsX(place.x + place.width), PixelsY(place.y + place.height));
-    return {topLeft, QSize(end.x() - topLeft.x(), end.y() - topLeft.y())};
-}
-
-int PixelsX(int units)
-{
-    return (units * BaseUnitX + 2) / 4;
-}
-
-int PixelsY(int units)
-{
-    return (units * BaseUnitY + 4) / 8;
+    const RECT pixels = UnitsToPixels(place, BaseUnitX, BaseUnitY);
+    return {QPoint(pixels.left, pixels.top), QPoint(pixels.right - 1, pixels.bottom - 1)};
 }
 
 } // namespace
