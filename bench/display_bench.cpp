@@ -1,0 +1,187 @@
+// Times range, table and render, literal and fast, and one plain read pass over the same pixels.
+#include "bench/reference_display.h"
+#include "display/mapping.h"
+#include "display/range.h"
+
+#include <benchmark/benchmark.h>
+#include <cmath>
+#include <cstring>
+#include <functional>
+#include <memory>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr std::uint32_t DisplayWidth = 740, DisplayHeight = 480;
+constexpr std::int32_t Bins = 65536;
+
+// One picture and what is made of it.
+struct Bench
+{
+    std::string name;
+    std::unique_ptr<CImage> image;
+    std::vector<std::uint32_t> histogram = std::vector<std::uint32_t>(Bins);
+    CImage display{DisplayWidth, DisplayHeight, 8, 0, 1};
+    std::vector<std::uint8_t> lut = std::vector<std::uint8_t>(DisplayLutSize);
+};
+
+// The literal functions and the fast ones under one set of names.
+struct Algorithms
+{
+    const char* name;
+    std::function<ScaleRange(const CImage&, double)> fitScaleRange;
+    RangeFunction fitWindow;
+    decltype(&BuildDisplayLut) buildDisplayLut;
+    decltype(&RenderToDisplay) renderToDisplay;
+};
+
+const Algorithms AlgorithmSets[] = {
+    {"literal", reference::FitScaleRange, reference::MMFitWindow, reference::BuildDisplayLut,
+     reference::RenderToDisplay},
+    {"fast", [](const CImage& image, double share) { return *FitScaleRange(image, share); },
+     MMFitWindow, BuildDisplayLut, RenderToDisplay},
+};
+
+std::unique_ptr<Bench> MakeBench(const std::string& name, std::uint32_t width, std::uint32_t height,
+                                 std::uint32_t bits);
+void Register(Bench& bench);
+
+void ReadPass(benchmark::State& state, const Bench& bench);
+void NewImage(benchmark::State& state, const Algorithms& algorithms, Bench& bench);
+void Range(benchmark::State& state, const Algorithms& algorithms, Bench& bench, double share);
+void FitWindow(benchmark::State& state, const Algorithms& algorithms, Bench& bench);
+void Table(benchmark::State& state, const Algorithms& algorithms, Bench& bench);
+void Render(benchmark::State& state, const Algorithms& algorithms, Bench& bench, double zoom);
+
+// A radiograph's shape: a bright field, an absorbing body that fades to its edges, noise.
+std::unique_ptr<Bench> MakeBench(const std::string& name, std::uint32_t width, std::uint32_t height,
+                                 std::uint32_t bits)
+{
+    auto bench = std::make_unique<Bench>();
+    bench->name = name;
+    bench->image = std::make_unique<CImage>(width, height, bits, 2, 1);
+    std::mt19937 random(bits);
+    const double white = MaxSampleValue(bits);
+    std::vector<std::uint16_t> row(width);
+    for (std::uint32_t y = 0; y < height; ++y) {
+        for (std::uint32_t x = 0; x < width; ++x) {
+            const double u = 2.0 * x / width - 1, v = 2.0 * y / height - 1;
+            const double body = std::max(0.0, 1 - u * u * 1.6 - v * v * 1.1);
+            const double signal = white * std::exp(-2.6 * body - 0.05) * (0.95 + 0.05 * u);
+            const double noise = (static_cast<double>(random() % 2001) - 1000) / 1000;
+            const double value = signal + noise * std::sqrt(signal * white) * 0.03;
+            row[x] = static_cast<std::uint16_t>(std::clamp(value, 0.0, white));
+            ++bench->histogram[row[x]];
+        }
+        bench->image->PutPixels(row.data(), width, y * width);
+    }
+    const std::uint16_t ends[] = {0, static_cast<std::uint16_t>(white)};
+    bench->image->PutPixels(ends, 2, 0);
+    ++bench->histogram[ends[0]];
+    ++bench->histogram[ends[1]];
+    const ScaleRange range = *FitScaleRange(*bench->image, 100);
+    BuildDisplayLut(bench->lut.data(), DisplayLutSize, range.center, range.width, 1.0, false, 4095);
+    return bench;
+}
+
+void Register(Bench& bench)
+{
+    const auto add = [&](const std::string& name, auto function, auto... arguments) {
+        return benchmark::RegisterBenchmark((name + "/" + bench.name).c_str(), function,
+                                            arguments...);
+    };
+    add("read", ReadPass, std::cref(bench));
+    for (const Algorithms& algorithms : AlgorithmSets) {
+        const std::string set = algorithms.name;
+        const auto set1 = std::cref(algorithms);
+        const auto on = std::ref(bench);
+        add(set + "/new image", NewImage, set1, on);
+        add(set + "/range 100", Range, set1, on, 100.0);
+        add(set + "/range 50", Range, set1, on, 50.0);
+        add(set + "/fit window", FitWindow, set1, on);
+        add(set + "/table", Table, set1, on);
+        add(set + "/render 1", Render, set1, on, 1.0);
+        add(set + "/render 1.5", Render, set1, on, 1.5);
+        add(set + "/render 5", Render, set1, on, 5.0);
+    }
+}
+
+void ReadPass(benchmark::State& state, const Bench& bench)
+{
+    const auto* words = reinterpret_cast<const std::uint64_t*>(bench.image->m_data);
+    const std::size_t count = bench.image->m_dataSize / sizeof(std::uint64_t);
+    for (auto _ : state) {
+        std::uint64_t sum = 0;
+        for (std::size_t i = 0; i < count; ++i)
+            sum += words[i];
+        benchmark::DoNotOptimize(sum);
+    }
+    state.SetBytesProcessed(state.iterations() * bench.image->m_dataSize);
+}
+
+void NewImage(benchmark::State& state, const Algorithms& algorithms, Bench& bench)
+{
+    const CImage& image = *bench.image;
+    for (auto _ : state) {
+        const ScaleRange range = algorithms.fitScaleRange(image, 100);
+        algorithms.buildDisplayLut(bench.lut.data(), DisplayLutSize, range.center, range.width, 1.0,
+                                   false, 4095);
+        algorithms.renderToDisplay(&image, bench.lut.data(), 1.0, image.m_width / 2,
+                                   image.m_height / 2, &bench.display);
+        benchmark::ClobberMemory();
+    }
+}
+
+void Range(benchmark::State& state, const Algorithms& algorithms, Bench& bench, double share)
+{
+    for (auto _ : state)
+        benchmark::DoNotOptimize(algorithms.fitScaleRange(*bench.image, share));
+}
+
+void FitWindow(benchmark::State& state, const Algorithms& algorithms, Bench& bench)
+{
+    for (auto _ : state) {
+        double lo, hi;
+        algorithms.fitWindow(Bins, bench.histogram.data(), 0.5, 0.0, &lo, &hi);
+        benchmark::DoNotOptimize(hi);
+    }
+}
+
+void Table(benchmark::State& state, const Algorithms& algorithms, Bench& bench)
+{
+    const ScaleRange range = *FitScaleRange(*bench.image, 100);
+    std::vector<std::uint8_t> lut(DisplayLutSize);
+    for (auto _ : state) {
+        algorithms.buildDisplayLut(lut.data(), DisplayLutSize, range.center, range.width, 1.0,
+                                   false, 4095);
+        benchmark::ClobberMemory();
+    }
+}
+
+void Render(benchmark::State& state, const Algorithms& algorithms, Bench& bench, double zoom)
+{
+    const CImage& image = *bench.image;
+    for (auto _ : state) {
+        algorithms.renderToDisplay(&image, bench.lut.data(), zoom, image.m_width / 2,
+                                   image.m_height / 2, &bench.display);
+        benchmark::ClobberMemory();
+    }
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    const std::unique_ptr<Bench> benches[] = {
+        MakeBench("1500x2000", 1500, 2000, 12),
+        MakeBench("2048x2048", 2048, 2048, 12),
+        MakeBench("4096x4096", 4096, 4096, 12),
+        MakeBench("16 bit", 2048, 2048, 16),
+    };
+    for (const auto& bench : benches)
+        Register(*bench);
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+}
