@@ -3,6 +3,7 @@
 
 #include "simulator/tarn/hand_switch.h"
 
+#include <QFontInfo>
 #include <QLinearGradient>
 #include <QPainter>
 #include <QPushButton>
@@ -48,8 +49,8 @@ constexpr PhaseLook PhaseLooks[] = {
     {TarnPhaseIdle, Grey, "SENSOR IDLE", "", "", "Preview: sensor idle"},
     {TarnPhaseArming, Amber, "ARMING", "The sensor is getting ready", "ready in %1 s",
      "Preview: sensor arming"},
-    {TarnPhaseArmed, Green, "SENSOR ARMED", "Click here or press Space to expose",
-     "exposure in %1 s", "Preview: sensor armed; press Space to expose"},
+    {TarnPhaseArmed, Green, "SENSOR ARMED", "Click here or press Space to expose", "%1 s left",
+     "Preview: sensor armed; press Space to expose"},
     {TarnPhaseReading, Red, "READING OUT", "The image is on its way", "image in %1 s",
      "Preview: reading out"},
 };
@@ -321,7 +322,7 @@ void DrawPrompt(QPainter& painter, QSize size, const QString& prompt, const QStr
 
 QFont Scaled(QFont font, double factor, bool bold)
 {
-    font.setPointSizeF(font.pointSizeF() * factor);
+    font.setPixelSize(static_cast<int>(std::lround(QFontInfo(font).pixelSize() * factor)));
     font.setBold(bold);
     return font;
 }

@@ -19,7 +19,7 @@ class Bench:
     def __init__(self, build, scratch):
         self.pictures = pathlib.Path(build) / "tour"
         self.folder = pathlib.Path(scratch)
-        self.trace_file = self.folder / "trace.log"
+        self.trace_file, self.said = self.folder / "trace.log", self.folder / "stderr.log"
         self.settings = {"store_folder": self.folder / "store", "trace_file": self.trace_file}
         self.process, self.station, self.read_lines = None, "start", 0
         shutil.rmtree(self.pictures, ignore_errors=True)
@@ -39,7 +39,8 @@ class Bench:
 
     def start(self):
         environment = os.environ | {"TARN_SIMULATOR": str(self.folder / "settings.ini")}
-        self.process = subprocess.Popen([self.folder / "TarnTest"], env=environment)
+        self.process = subprocess.Popen([self.folder / "TarnTest"], env=environment,
+                                        stderr=self.said.open("a"))
         self.find("TarnTest", "dialog", "frame", seconds=15)
 
     def expect_end(self):
@@ -130,7 +131,7 @@ class Bench:
     def picture(self, suffix=""):
         """Keeps the screen around the main window as <number>-<station>.png."""
         x, y, width, height = place(self.main())
-        area = f"{max(x - 4, 0)},{max(y - 26, 0)},{width + 8},{height + 30}"
+        area = f"{max(x - 1, 0)},{max(y - 21, 0)},{width + 2},{height + 26}"
         number = len(list(self.pictures.glob("*.png"))) + 1
         target = self.pictures / f"{number:02}-{self.station}{suffix}.png"
         time.sleep(0.15)
@@ -161,11 +162,16 @@ class Bench:
         xdotool("key", "--delay", 20, *keys)
 
     def type(self, field, value):
-        """Replaces a field's text and leaves the field."""
+        """Replaces a field's text and leaves the field, away from "LUT wnd width:", which computes
+        a new range whenever it is left."""
         self.click(field, "text")
         self.key("ctrl+a")
         xdotool("type", "--delay", 10, value)
-        self.key("Tab")
+        self.key("shift+Tab")
+
+    def close_button(self):
+        x, y, width, _ = place(self.main())
+        xdotool("mousemove", x + width - 9, y - 11, "click", 1)
 
     def wait(self, condition, what, seconds=5.0):
         end = time.monotonic() + seconds
@@ -184,7 +190,8 @@ class Bench:
         """A picture, and what a screen reader would see, for the report of a failure."""
         lines = [f"  {role(node)} '{node.name}' {place(node)}" for node in self.everything()]
         subprocess.run(["scrot", "--silent", "--overwrite", self.pictures / "failed.png"], check=True)
-        return "\n".join([f"picture: {self.pictures}/failed.png", *lines])
+        said = [line for line in self.said.read_text().splitlines() if "AtSpi" not in line]
+        return "\n".join([f"picture: {self.pictures}/failed.png", *lines, *said[-20:]])
 
     def kill(self):
         if self.process and self.process.poll() is None:

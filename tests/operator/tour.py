@@ -64,7 +64,7 @@ def armed(bench):
 
 @station
 def exit_refused(bench):
-    for ask in (lambda: bench.click("Exit"), lambda: bench.key("Escape"), lambda: bench.key("alt+F4")):
+    for ask in (lambda: bench.click("Exit"), lambda: bench.key("Escape"), bench.close_button):
         ask()
         bench.answer("Can not close during capturing!", "OK")
     bench.find(PREVIEW)
@@ -202,7 +202,9 @@ def arm(bench):
 def abort_all(bench):
     """Ends a series: the sensor that the program armed anew stays armed, as nobody exposes."""
     time.sleep(1)
+    bench.expect(**ARMED)
     bench.click("Abort")
+    bench.gone(PREVIEW)
     bench.click("Auto enable")
     bench.expect(**IDLE, checked={"Auto enable": False})
 
