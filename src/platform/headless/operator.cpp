@@ -86,7 +86,7 @@ bool Click(CDialog& dialog, int id)
 bool Type(CDialog& dialog, int id, const std::string& text)
 {
     Window* const field = Reach(dialog, id);
-    if (!field)
+    if (!field || field->control->kind != ControlKind::Edit)
         return false;
     field->text = text;
     field->rejected = false;
@@ -101,7 +101,7 @@ bool Focus(CDialog& dialog, int id)
 bool Drag(CDialog& dialog, int id, int position)
 {
     Window* const slider = Reach(dialog, id);
-    if (!slider)
+    if (!slider || slider->control->kind != ControlKind::TrackBar)
         return false;
     slider->position = std::clamp(position, slider->minimum, slider->maximum);
     for (const UINT code : {NM_CUSTOMDRAW, NM_RELEASEDCAPTURE}) {
@@ -114,11 +114,10 @@ bool Drag(CDialog& dialog, int id, int position)
 bool Scroll(CDialog& dialog, int id, UINT code, std::uint32_t thumb)
 {
     const Window* const bar = Reach(dialog, id);
-    if (!bar)
+    const bool horizontal = bar && bar->control->kind == ControlKind::HorizontalScrollBar;
+    if (!horizontal && !(bar && bar->control->kind == ControlKind::VerticalScrollBar))
         return false;
-    const UINT message =
-        bar->control->kind == ControlKind::HorizontalScrollBar ? WM_HSCROLL : WM_VSCROLL;
-    dialog.Send(message, static_cast<WPARAM>(thumb) << 16 | code,
+    dialog.Send(horizontal ? WM_HSCROLL : WM_VSCROLL, static_cast<WPARAM>(thumb) << 16 | code,
                 reinterpret_cast<LPARAM>(bar->handle));
     return true;
 }

@@ -1,0 +1,18 @@
+// The real main window over the windows without a screen, with its state open to tests.
+#pragma once
+
+#include "app/main_dialog.h"
+#include "platform/headless/headless.h"
+#include "resources/resource.h"
+
+// A picture so small that a life of the program takes a millisecond.
+inline constexpr int SmallBaseWidth = 1;
+inline constexpr int SmallBaseHeight = 1;
+
+struct HeadlessBench : CTarnTestDlg
+{
+    using CTarnTestDlg::autoEnable;
+    using CTarnTestDlg::autoSaveImages;
+    using CTarnTestDlg::currentImage;
+    using CTarnTestDlg::imageNumber;
+};
