@@ -305,6 +305,8 @@ std::uint32_t Library::Open()
     if (m_model != nullptr)
         return LibraryOpen;
     settings.SetPath(SettingsPath());
+    const std::string traceFile = settings.Current()->traceFile;
+    trace.Reopen(traceFile.empty() ? "" : ResolvePath(traceFile));
     try {
         m_model = std::make_shared<Model>(
             settings, [this](std::uint32_t image, std::uint32_t event) { Post(image, event); });

@@ -407,8 +407,11 @@ void Model::Store(Lock& lock)
     m_storing = false;
     m_registers.phase = Phase::Idle;
     if (failure == 0) {
-        ++m_imagesTaken;
-        PostImageReady(image.imageId);
+        FaultRule rule;
+        m_settingsFile.TakeRule("event_2", rule);
+        // The script comes first: who has seen the event finds its step done.
+        m_settingsFile.Advance(m_time, ++m_imagesTaken);
+        PostImageReady(image.imageId, rule);
     }
     Post(0, EventCaptureDone);
     for (const std::uint32_t warning : m_capture.warnings)
@@ -517,10 +520,8 @@ std::string Model::HeaderText(const Capture& capture, const Settings& settings) 
     return BuildHeaderText(facts);
 }
 
-void Model::PostImageReady(std::uint32_t imageId)
+void Model::PostImageReady(std::uint32_t imageId, const FaultRule& rule)
 {
-    FaultRule rule;
-    m_settingsFile.TakeRule("event_2", rule);
     if (rule.never)
         return;
     const std::uint32_t image = rule.missing ? imageId + 1000 : imageId;

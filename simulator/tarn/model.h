@@ -108,7 +108,7 @@ private:
     void SaveRaw(Capture& capture, const Frame& frame) const;
     std::string HeaderText(const Capture& capture, const Settings& settings) const;
 
-    void PostImageReady(std::uint32_t imageId);
+    void PostImageReady(std::uint32_t imageId, const FaultRule& rule);
     void Post(std::uint32_t image, std::uint32_t event);
     // The sensor that would take the image, null when there is none.
     const DeviceState* UsableSensor(std::uint32_t device) const;

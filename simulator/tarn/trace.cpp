@@ -21,6 +21,12 @@ void Trace::SetFile(const std::string& path)
         std::fprintf(stderr, "Tarn simulator: cannot write the trace file %s\n", path.c_str());
 }
 
+void Trace::Reopen(const std::string& path)
+{
+    SetFile({});
+    SetFile(path);
+}
+
 bool Trace::IsOn()
 {
     const std::lock_guard lock(m_mutex);

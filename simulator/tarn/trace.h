@@ -14,6 +14,8 @@ class Trace
 public:
     // An empty path writes nothing. The same path again goes on in the open file.
     void SetFile(const std::string& path);
+    // The same for a path that may have been open, and whose file may be gone since.
+    void Reopen(const std::string& path);
     bool IsOn();
 
     // Writes "<seconds> <name> <text>" and flushes. seconds: real, since the log began.

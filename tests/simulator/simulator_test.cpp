@@ -1,0 +1,328 @@
+// Works the simulated capture library through its exports, with a recorder as the window.
+#include "device/tarn_abi.h"
+#include "platform/system.h"
+#include "simulator/tarn/hand_switch.h"
+#include "simulator/tarn/settings.h"
+
+#include <condition_variable>
+#include <cstring>
+#include <dlfcn.h>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <sstream>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+std::mutex eventMutex;
+std::condition_variable eventArrived;
+std::vector<std::pair<std::uint32_t, std::uint32_t>> events; // event, image
+
+template <class Function>
+Function* Symbol(const char* name)
+{
+    static void* const library = dlopen(TARN_LIBRARY, RTLD_NOW);
+    return reinterpret_cast<Function*>(library == nullptr ? nullptr : dlsym(library, name));
+}
+
+const auto tarnOpen = Symbol<decltype(Tarn_1)>("Tarn_1");
+const auto tarnClose = Symbol<decltype(Tarn_2)>("Tarn_2");
+const auto setNotifyWindow = Symbol<decltype(Tarn_3)>("Tarn_3");
+const auto enable = Symbol<decltype(Tarn_5)>("Tarn_5");
+const auto disable = Symbol<decltype(Tarn_6)>("Tarn_6");
+const auto setLibraryParam = Symbol<decltype(Tarn_8)>("Tarn_8");
+const auto getImage = Symbol<decltype(Tarn_20)>("Tarn_20");
+const auto removeImage = Symbol<decltype(Tarn_21)>("Tarn_21");
+const auto getImageCount = Symbol<decltype(Tarn_22)>("Tarn_22");
+const auto getDeviceParam = Symbol<decltype(Tarn_31)>("Tarn_31");
+const auto setDeviceParam = Symbol<decltype(Tarn_32)>("Tarn_32");
+const auto freeObject = Symbol<decltype(Tarn_99)>("Tarn_99");
+const auto handSwitch = Symbol<decltype(TarnSimulatorHandSwitch)>("TarnSimulatorHandSwitch");
+
+struct Image
+{
+    std::uint32_t width = 0, height = 0, bits = 0;
+    std::string pixels, header, userId;
+    bool operator==(const Image&) const = default;
+};
+
+std::string ReadFile(const std::filesystem::path& path)
+{
+    std::ostringstream text;
+    text << std::ifstream(path).rdbuf();
+    return text.str();
+}
+
+class Simulator : public testing::Test
+{
+protected:
+    Simulator()
+    {
+        std::filesystem::create_directories(folder);
+        setenv("TARN_SIMULATOR", (folder / "s.ini").c_str(), 1);
+        Configure("");
+        Open();
+    }
+    ~Simulator() override
+    {
+        tarnClose();
+        std::filesystem::remove_all(folder);
+    }
+
+    void Open()
+    {
+        events.clear();
+        ASSERT_EQ(tarnOpen(nullptr, "test"), 0u);
+        setNotifyWindow(reinterpret_cast<HWND>(1), WM_TARN_EVENT);
+    }
+
+    // The file is replaced as a whole, because it is read at any moment.
+    void Configure(const std::string& lines)
+    {
+        std::ofstream(folder / "new")
+            << "time_factor = 100\nseed = 5\nexposure_delay = never\nimage_width = 130\n"
+            << "image_height = 170\nstore_folder = " << (folder / "store").string()
+            << "\ntrace_file = " << (folder / "trace").string() << "\n"
+            << lines << "\n";
+        std::filesystem::rename(folder / "new", folder / "s.ini");
+    }
+
+    // Waits for an event and takes it away with those before it: "17 7 2:1 " and so on.
+    std::string Until(std::uint32_t code)
+    {
+        std::unique_lock lock(eventMutex);
+        std::string taken;
+        for (std::uint32_t last = code + 1; last != code; events.erase(events.begin())) {
+            if (!eventArrived.wait_for(lock, std::chrono::seconds(20),
+                                       [] { return !events.empty(); }))
+                return taken + "timeout";
+            last = events.front().first;
+            lastImage = events.front().second;
+            taken.append(std::to_string(last));
+            if (lastImage != 0)
+                taken.append(1, ':').append(std::to_string(lastImage));
+            taken.append(1, ' ');
+        }
+        return taken;
+    }
+
+    std::uint32_t Expose()
+    {
+        EXPECT_EQ(enable(0, "My ID", 0), 0u);
+        Until(15);
+        EXPECT_EQ(handSwitch(), 0u);
+        Until(2);
+        const std::uint32_t number = lastImage;
+        Until(4);
+        return number;
+    }
+
+    Image Fetch(std::uint32_t number, std::uint32_t expected = 0)
+    {
+        TarnImageRecord* record = nullptr;
+        EXPECT_EQ(getImage("", number, &record), expected);
+        if (record == nullptr)
+            return {};
+        const std::size_t size = std::size_t{record->width} * record->height * record->pixelBytes;
+        const auto* bytes = reinterpret_cast<const char*>(record->pixels);
+        const auto text = [](const char* start) { return start == nullptr ? "null" : start; };
+        const Image image = {record->width,
+                             record->height,
+                             record->bitsPerSample,
+                             std::string(bytes, size),
+                             text(record->headerText),
+                             text(record->userId)};
+        freeObject(record);
+        return image;
+    }
+
+    std::string Parameter(std::uint32_t device, std::uint32_t parameter)
+    {
+        TarnValue* value = nullptr;
+        if (getDeviceParam(device, parameter, &value) != 0)
+            return "-";
+        const bool block = (value->tag & 0xFFFF) == TarnTypeBlock;
+        const std::string text =
+            block ? std::string(static_cast<const char*>(value->pointer), value->value)
+                  : std::to_string(value->value);
+        freeObject(value);
+        return text;
+    }
+
+    // Parameters 14 and 15 of the devices 0, 1 and 2.
+    std::string Buttons()
+    {
+        std::string codes;
+        for (std::uint32_t device = 0; device < 3; ++device)
+            codes.append(Parameter(device, 14)).append(Parameter(device, 15)).append(1, ' ');
+        return codes;
+    }
+
+    std::uint32_t lastImage = 0;
+    const std::filesystem::path folder =
+        std::filesystem::temp_directory_path() / ("tarn-test-" + std::to_string(getpid()));
+};
+
+TEST_F(Simulator, ExposesInOrderAndSetsTheButtons)
+{
+    Configure("series_length = 1\nreadout_time = 50\narming_delay = 20");
+    EXPECT_EQ(Buttons(), "11 01 01 ");
+    EXPECT_NE(handSwitch(), 0u);
+    ASSERT_EQ(enable(0, "My ID", 0), 0u);
+    EXPECT_EQ(Buttons(), "11 10 10 ");
+    EXPECT_EQ(Until(15), "15 ");
+    EXPECT_EQ(handSwitch(), 0u);
+    EXPECT_EQ(Buttons(), "22 22 22 ");
+    EXPECT_NE(disable(0, 1), 0u);
+    EXPECT_EQ(Until(4), "17 7 2:1 4 ");
+    ASSERT_EQ(enable(0, "My ID", 0), 0u);
+    EXPECT_EQ(Until(15), "6 15 ");
+    EXPECT_EQ(disable(0, 1), 0u);
+    EXPECT_EQ(Until(3), "3 ");
+    EXPECT_EQ(Buttons(), "11 01 01 ");
+}
+
+TEST_F(Simulator, DisarmsByTimeoutPulledPlugAndFault)
+{
+    struct Case
+    {
+        const char* before;
+        const char* change;
+        std::uint32_t result;
+        const char* events;
+    };
+    const Case cases[] = {
+        {"inactivity_timeout = 2", "inactivity_timeout = 2", 0x300028, "7 3 3145768 "},
+        {"", "sensors = 2", 0x10001E, "7 3 1048606 "},
+        {"", "device_fault = 1 101 error 7", 0x200007, "7 3 2097159 "},
+    };
+    for (const Case& row : cases) {
+        Configure(row.before);
+        ASSERT_EQ(enable(0, "", 0), 0u);
+        Until(15);
+        Configure(row.change);
+        EXPECT_EQ(Until(row.result), row.events);
+    }
+    Configure("sensors = none");
+    EXPECT_NE(enable(0, "", 0), 0u);
+    EXPECT_EQ(Buttons(), "11 -- -- ");
+    Configure("");
+    EXPECT_EQ(Fetch(Expose()).userId, "My ID");
+}
+
+TEST_F(Simulator, SameSeedGivesTheSameImageAndTheStoreSurvives)
+{
+    const Image first = Fetch(Expose()), second = Fetch(Expose());
+    EXPECT_NE(first.pixels, second.pixels);
+    tarnClose();
+    std::ofstream(folder / "store" / "0000000009.tarn.tmp") << "half";
+    Open();
+    EXPECT_EQ(Fetch(0), first);
+    EXPECT_EQ(removeImage("other user", 1), 0x20000Cu);
+    EXPECT_EQ(removeImage("", 1), 0u);
+    EXPECT_EQ(Fetch(0), second);
+    EXPECT_EQ(removeImage("", 2), 0u);
+    Fetch(0, 0x20000C);
+    tarnClose();
+    Open();
+    EXPECT_EQ(Expose(), 3u) << "ids are not used again";
+    tarnClose();
+    std::filesystem::remove_all(folder / "store");
+    Open();
+    EXPECT_EQ(Fetch(Expose()), first);
+}
+
+TEST_F(Simulator, ParametersChangeTheImageAndExposuresTheBattery)
+{
+    const std::string ini = "image_width = 0\nimage_height = 0\nbattery_per_exposure = 44\n";
+    Configure(ini);
+    const Image plain = Fetch(Expose());
+    EXPECT_EQ(plain.width * 10000 + plain.height, 13001700u);
+    EXPECT_NE(plain.header.find(";ProgramName=Hand PA;"), std::string::npos);
+    EXPECT_LT(plain.header.find("Time="), plain.header.find("ExposureTime="));
+    EXPECT_EQ(Parameter(1, 34).substr(32), std::string("\xCC\1\0\0", 4)) << "460 mAh";
+
+    const std::uint8_t binning[] = {2, 0, 12, 0};
+    const TarnValue block{10 << 16 | TarnTypeBlock, 0, sizeof binning, binning, {}};
+    const TarnValue time{11 << 16 | TarnTypeInteger, 0, 30, nullptr, {}};
+    EXPECT_EQ(setDeviceParam(1, 10, &block), 0u);
+    EXPECT_EQ(setDeviceParam(1, 11, &time), 0u);
+    EXPECT_EQ(setDeviceParam(1, 10, &time), 0x200005u);
+    EXPECT_EQ(Parameter(1, 10) + Parameter(2, 10), "21");
+    const Image dark = Fetch(Expose());
+    EXPECT_EQ(dark.width * 10000 + dark.height, 6500850u);
+    EXPECT_GT(dark.pixels[1], plain.pixels[1] + 5) << "less exposure is brighter";
+
+    const char* const chain = "MinMaxScaleTo8Bit";
+    const TarnValue filter{17 << 16 | 9, 0, reinterpret_cast<std::uintptr_t>(chain), nullptr, {}};
+    EXPECT_EQ(setLibraryParam(17, &filter), 0u);
+    EXPECT_EQ(Fetch(Expose()).pixels.size(), 650u * 850u);
+    EXPECT_EQ(enable(0, "", 0), 0x20000Fu) << "the battery is empty";
+    Configure(ini + "external_power = on");
+    EXPECT_EQ(Fetch(Expose()).bits, 8u);
+}
+
+TEST_F(Simulator, RulesAndScriptsFailTheCallsTheyName)
+{
+    Configure("TarnGetImageCount = next 1 error 5\nTarnGetImage = no-header, no-user\n"
+              "next_image_id = 4294967295\nevent_2 = next 1 twice");
+    std::uint32_t count = 7;
+    EXPECT_EQ(getImageCount(&count), 0x200005u);
+    EXPECT_EQ(getImageCount(&count) + count, 0u);
+    EXPECT_EQ(Expose(), 4294967295u);
+    EXPECT_EQ(Fetch(0).header + Fetch(0).userId, "nullnull");
+    Configure("TarnGetImage = always null\nTarnRemoveImage = every 2 0x400009\nstore_limit = 1\n"
+              "events = error 3, 99");
+    EXPECT_EQ(Fetch(0).width, 0u);
+    EXPECT_EQ(removeImage("", 1), 0x20000Cu);
+    EXPECT_EQ(removeImage("", 4294967295u), 0x400009u);
+    EXPECT_EQ(enable(0, "", 0), 0x20000Bu);
+    EXPECT_EQ(Until(99), "2097155 99 ");
+    Configure("TarnGetImage = always null\nfaults = off");
+    EXPECT_EQ(Fetch(0).width, 130u);
+    Configure("[script]\nafter 1 image: TarnGetImage = next 1 error 8\nafter 1 s: events = 78");
+    Fetch(Expose(), 0x200008);
+    EXPECT_EQ(Until(78), "78 ");
+}
+
+TEST_F(Simulator, ReportsWrongLinesAndUnfreedObjects)
+{
+    testing::internal::CaptureStderr();
+    Configure("image_width = 77");
+    Fetch(Expose());
+    Configure("image_width = wide\nno_such_key = 1\nTarnGetImage = sometimes");
+    EXPECT_EQ(Fetch(Expose()).width, 77u);
+    TarnValue* value = nullptr;
+    getDeviceParam(1, 2, &value);
+    tarnClose();
+    freeObject(value);
+    freeObject(value);
+    const std::string report = testing::internal::GetCapturedStderr();
+    for (const char* part : {":8: image_width takes a whole number, not 'wide'",
+                             ":9: there is no setting 'no_such_key'", ":10: TarnGetImage takes",
+                             " objects handed out, 1 not freed", "is freed already"})
+        EXPECT_NE(report.find(part), std::string::npos) << part << " in " << report;
+    EXPECT_NE(ReadFile(folder / "trace").find(" TarnGetDeviceParam 1 2 -> 0\n"), std::string::npos);
+    Open();
+}
+
+TEST(SimulatorManual, NamesEveryKnob)
+{
+    const std::string manual = ReadFile(SIMULATOR_MANUAL);
+    for (const tarn::Knob& knob : tarn::Knobs())
+        EXPECT_NE(manual.find(std::string(1, '`').append(knob.key).append(1, '`')),
+                  std::string::npos)
+            << knob.key;
+}
+
+} // namespace
+
+extern "C" int PostMessageA(HWND, UINT, WPARAM image, LPARAM event)
+{
+    const std::lock_guard lock(eventMutex);
+    events.emplace_back(event, image);
+    eventArrived.notify_all();
+    return 1;
+}
