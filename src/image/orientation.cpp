@@ -87,6 +87,7 @@ struct PixelRoutines
 {
     std::uint32_t pixelBytes;
     void (*reverse)(std::uint8_t* first, std::size_t count);
+    void (*reverseCopy)(const std::uint8_t* source, std::size_t count, std::uint8_t* destination);
     void (*transposeSquare)(std::uint8_t* block, std::size_t side);
     void (*transpose)(const std::uint8_t* source, std::size_t width, std::size_t height,
                       std::uint8_t* destination);
@@ -99,15 +100,16 @@ void TransposeBlock(const std::uint8_t* source, std::size_t width, std::size_t h
                     std::uint8_t* destination);
 
 constexpr PixelRoutines pixelRoutines[] = {
-    {1, ReversePixels<1>, TransposeSquareBlock<1>, TransposeBlock<1>},
-    {2, ReversePixels<2>, TransposeSquareBlock<2>, TransposeBlock<2>},
-    {3, ReversePixels<3>, TransposeSquareBlock<3>, TransposeBlock<3>},
-    {4, ReversePixels<4>, TransposeSquareBlock<4>, TransposeBlock<4>},
-    {6, ReversePixels<6>, TransposeSquareBlock<6>, TransposeBlock<6>},
+    {1, ReversePixels<1>, ReverseCopy<1>, TransposeSquareBlock<1>, TransposeBlock<1>},
+    {2, ReversePixels<2>, ReverseCopy<2>, TransposeSquareBlock<2>, TransposeBlock<2>},
+    {3, ReversePixels<3>, ReverseCopy<3>, TransposeSquareBlock<3>, TransposeBlock<3>},
+    {4, ReversePixels<4>, ReverseCopy<4>, TransposeSquareBlock<4>, TransposeBlock<4>},
+    {6, ReversePixels<6>, ReverseCopy<6>, TransposeSquareBlock<6>, TransposeBlock<6>},
 };
 
 void Rearrange(CImage& image, Transform transform);
-bool TransposeStorage(CImage& image, const PixelRoutines& routines);
+bool TransposeStorage(CImage& image, const PixelRoutines& routines, std::uint32_t inverts);
+void InvertStorage(CImage& image, const PixelRoutines& routines, std::uint32_t inverts);
 void FlipStorage(CImage& image);
 void CopyRows(const std::uint8_t* source, std::size_t sourceStep, std::uint8_t* destination,
               std::size_t destinationStep, std::size_t rowBytes, std::size_t rows);
@@ -153,7 +155,6 @@ void CImage::Rotate180()
 
 namespace {
 
-// Transposing comes first, the storage is then mirrored, flipped or turned in place.
 void Rearrange(CImage& image, Transform transform)
 {
     const auto* routines =
@@ -161,34 +162,49 @@ void Rearrange(CImage& image, Transform transform)
     if (!image.m_data || routines == std::end(pixelRoutines))
         return;
     const Rule& rule = rules[transform];
-    if (rule.transposes && !TransposeStorage(image, *routines))
+    if (!rule.transposes)
+        InvertStorage(image, *routines, rule.inverts);
+    else if (!TransposeStorage(image, *routines, rule.inverts))
         return;
-    const std::size_t rowBytes = std::size_t{image.m_width} * image.m_pixelBytes;
-    if (rule.inverts == (invertB1 | invertB0))
-        routines->reverse(image.m_data, std::size_t{image.m_width} * image.m_height);
-    else if (rule.inverts == invertB1)
-        FlipStorage(image);
-    else if (rule.inverts == invertB0)
-        for (std::size_t y = 0; y < image.m_height; ++y)
-            routines->reverse(image.m_data + y * rowBytes, image.m_width);
     image.m_orientation = CodeAfter(rule, image.m_orientation);
 }
 
 // False, and nothing done, when there is no memory for a scratch block. A square needs none, which
 // spares large blocks a second set of fresh pages.
-bool TransposeStorage(CImage& image, const PixelRoutines& routines)
+bool TransposeStorage(CImage& image, const PixelRoutines& routines, std::uint32_t inverts)
 {
     if (image.m_width == image.m_height) {
         routines.transposeSquare(image.m_data, image.m_width);
+        InvertStorage(image, routines, inverts);
         return true;
     }
     const CLinkedBuffer scratch(new (std::nothrow) std::uint8_t[image.m_dataSize]);
     if (scratch.IsEmpty())
         return false;
     routines.transpose(image.m_data, image.m_width, image.m_height, scratch.Get());
-    std::memcpy(image.m_data, scratch.Get(), image.m_dataSize);
     std::swap(image.m_width, image.m_height);
+    const std::size_t rowBytes = std::size_t{image.m_width} * image.m_pixelBytes;
+    for (std::size_t y = 0; y < image.m_height; ++y) {
+        const std::size_t row = inverts & invertB1 ? image.m_height - 1 - y : y;
+        if (inverts & invertB0)
+            routines.reverseCopy(scratch.Get() + y * rowBytes, image.m_width,
+                                 image.m_data + row * rowBytes);
+        else
+            std::memcpy(image.m_data + row * rowBytes, scratch.Get() + y * rowBytes, rowBytes);
+    }
     return true;
+}
+
+void InvertStorage(CImage& image, const PixelRoutines& routines, std::uint32_t inverts)
+{
+    const std::size_t rowBytes = std::size_t{image.m_width} * image.m_pixelBytes;
+    if (inverts == (invertB1 | invertB0))
+        routines.reverse(image.m_data, std::size_t{image.m_width} * image.m_height);
+    else if (inverts == invertB1)
+        FlipStorage(image);
+    else if (inverts == invertB0)
+        for (std::size_t y = 0; y < image.m_height; ++y)
+            routines.reverse(image.m_data + y * rowBytes, image.m_width);
 }
 
 void FlipStorage(CImage& image)
