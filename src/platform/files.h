@@ -45,6 +45,11 @@ std::FILE* OpenStream(const char* path, const char* mode);
 // Brings what was written to the stream onto the disk; false when any of it failed.
 bool SyncStream(std::FILE* stream);
 
+// Brings the file's entry in its folder onto the disk, so that a new file keeps its name through a
+// power cut. Where the folder may not be read or its file system knows nothing of it, nothing is
+// done: the file itself is there.
+void SyncFolderOf(const char* path);
+
 struct WIN32_FIND_DATAA
 {
     char cFileName[260]; // truncated, always terminated

@@ -35,7 +35,7 @@ constexpr std::uint32_t MinBits = 8;
 constexpr std::uint32_t MaxBits = 32;
 constexpr std::uint32_t AssumedBits = 12;
 constexpr std::size_t TextPiece = 998;
-constexpr std::size_t BandBytes = std::size_t{512} << 10; // rows are gathered and written in bands
+constexpr std::size_t BandBytes = std::size_t{1} << 20; // rows are gathered and written in bands
 
 using HeaderBytes = std::array<std::uint8_t, sizeof(Q32FileHeader)>;
 using HeaderWords = std::array<std::uint32_t, sizeof(Q32FileHeader) / sizeof(std::uint32_t)>;
@@ -88,6 +88,7 @@ bool WriteQ32File(const char* path, const CImage& image)
         // before the disk has it. A text that was cut short shows here as well.
         RequireDone(SyncStream(stream), DataFailedText, path);
         RequireDone(file.Close(), DataFailedText, path);
+        SyncFolderOf(path);
         return true;
     });
 }

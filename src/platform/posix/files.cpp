@@ -74,6 +74,17 @@ bool SyncStream(std::FILE* stream)
     return Fail(errno, "");
 }
 
+void SyncFolderOf(const char* path)
+{
+    const std::filesystem::path folder = std::filesystem::path(path).parent_path();
+    const int entry =
+        open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (entry < 0)
+        return;
+    fsync(entry);
+    close(entry);
+}
+
 HANDLE FindFirstFileA(const char* path, WIN32_FIND_DATAA* found)
 {
     struct stat entry
