@@ -9,9 +9,8 @@
 
 inline void Require(bool isTrue)
 {
-    if (!isTrue) {
+    if (!isTrue)
         std::abort();
-    }
 }
 
 // A file of this process that holds the bytes; the same file at every call.

@@ -13,9 +13,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::copy_n(data, std::min(size, bytes.size()), bytes.begin());
     const Q32FileHeader header = DecodeQ32Header(bytes);
     const std::uint64_t pixels = std::uint64_t{header.rows} * header.rowLength;
-    if (pixels > slow && pixels <= Q32MaxPixelBytes) {
+    if (pixels > slow && pixels <= Q32MaxPixelBytes)
         return 0;
-    }
     const std::string& path = FuzzFile(data, size);
     try {
         const CLinkedPtr<CImage> image = ReadQ32File(path.c_str());

@@ -28,8 +28,7 @@ int main(int, char** arguments)
                                       std::string("\4\0\0\0kV=6\2\0\0\0id", 14));
         }
     }
-    for (int format = 0; format < 64; ++format) {
+    for (int format = 0; format < 64; ++format)
         seed("round_trip_fuzz", std::string{'\5', '\3', static_cast<char>(format), '\6'} + header);
-    }
     return 0;
 }

@@ -42,9 +42,8 @@ TEST(Paths, JoinAndRoot)
         {S, "/opt/x", "\\\\a", "/opt/x/\\\\a"},
         {S, "", "TmpImages", "TmpImages"},
     };
-    for (const Case& row : cases) {
+    for (const Case& row : cases)
         EXPECT_EQ(JoinPath(row.base, row.relative, row.style), row.joined);
-    }
     constexpr const char* roots[][2] = {{"C:\\a\\b", "C:"},
                                         {"\\\\srv\\share\\a", "\\\\srv\\share"},
                                         {"\\\\srv\\share", ""},
@@ -60,38 +59,32 @@ TEST(Paths, JoinAndRoot)
 
 TEST(Paths, FoldersAreCreatedUpToTheLastSeparator)
 {
-    struct Case
+    // Below the test's folder, which is the first component of a backslash path.
+    constexpr struct
     {
         PathStyle style;
-        const char* path; // below the test's folder
-        const char* last; // the deepest folder that exists afterwards
-        const char* absent;
-    };
-    constexpr Case cases[] = {
+        const char *path, *deepest, *absent;
+    } cases[] = {
         {S, "a/b/", "a/b", "a/b/c"},    {S, "c/d", "c", "c/d"},
         {S, "e//f//", "e/f", "e/f/g"},  {B, "\\x\\y\\", "\\x\\y", "x"},
         {B, "\\z\\w", "\\z", "\\z\\w"},
     };
-    for (const Case& row : cases) {
-        // In the backslash style the whole test folder is the component before the first one.
-        const TestFolder folder;
+    const TestFolder folder;
+    for (const auto& row : cases) {
         EXPECT_TRUE(CreateFolderPath(folder / row.path, row.style)) << row.path;
-        EXPECT_TRUE(std::filesystem::is_directory(folder / row.last)) << row.path;
+        EXPECT_TRUE(std::filesystem::is_directory(folder / row.deepest)) << row.path;
         EXPECT_FALSE(std::filesystem::exists(folder / row.absent)) << row.path;
     }
-    const TestFolder folder;
     WriteBytes(folder / "file", "");
     EXPECT_TRUE(CreateFolderPath(folder / "file/", S)) << "a file counts as present";
     EXPECT_FALSE(CreateFolderPath(folder / "file/below/", S));
     EXPECT_TRUE(CreateFolderPath("TmpImages\\", B) && CreateFolderPath("TmpImages/", S));
     EXPECT_FALSE(std::filesystem::exists("TmpImages"));
-    for (const char* path : {"", "name", "/", "///", "a\\b"}) {
+    for (const char* path : {"", "name", "/", "///", "a\\b"})
         EXPECT_FALSE(CreateFolderPath(path, S)) << path;
-    }
-    for (const char* path : {"", "name", "\\", "\\\\", "\\\\\\", "\\\\srv", "\\\\srv\\",
-                             "\\\\srv\\share", "\\\\srv\\share\\", "\\\\srv\\share\\\\"}) {
+    for (const char* path :
+         {"", "\\", "\\\\\\", "\\\\srv", "\\\\srv\\", "\\\\srv\\share", "\\\\srv\\share\\\\"})
         EXPECT_FALSE(CreateFolderPath(path, B)) << path;
-    }
 }
 
 TEST(Paths, TheProgramsFolderHoldsTheImages)
@@ -114,35 +107,22 @@ TEST(Paths, NoProgramNameLeadsOutOfTheFolder)
     std::filesystem::create_directories(folder + "sub");
     std::filesystem::create_directory_symlink("..", folder + "up");
     std::filesystem::create_symlink("../elsewhere.Q32", folder + "link_1_1.Q32");
-    struct Case
-    {
-        std::string programName;
-        bool isInside[2]; // backslash, slash
+    const std::string zero("a\0", 2),
+        inside[] = {"", "..", "a.", std::string(300, 'a'), "/etc/a", "sub/a", "sub/../a", "..\\x"};
+    const auto failure = [&](const std::string& programName, PathStyle style) {
+        const std::string path = AutoSavePath(folder, programName, 1, 1);
+        const std::string text = FailureOf([&] { RequireInside(folder, path, style); });
+        EXPECT_TRUE(text.empty() || text == "Invalid path on " + path + ".") << text;
+        return !text.empty();
     };
-    const Case cases[] = {
-        {"", {true, true}},
-        {"..", {true, true}}, // the file "..._1_1.Q32"
-        {"...", {true, true}},
-        {"a.", {true, true}},
-        {std::string(300, 'a'), {true, true}},
-        {"/etc/a", {true, true}}, // below the folder all the same
-        {"sub/a", {true, true}},
-        {"sub/../a", {true, true}},
-        {"../../x", {false, false}},
-        {"sub/../../x", {false, false}},
-        {"..\\x", {false, true}},
-        {std::string("a\0", 2), {false, false}},
-        {"up/x", {true, false}}, // links are the native style's
-        {"link", {true, false}},
-    };
-    for (const Case& row : cases) {
-        for (const PathStyle style : {B, S}) {
-            const std::string path = AutoSavePath(folder, row.programName, 1, 1);
-            const std::string failure = FailureOf([&] { RequireInside(folder, path, style); });
-            const bool isInside = row.isInside[static_cast<int>(style)];
-            EXPECT_EQ(failure, isInside ? "" : "Invalid path on " + path + ".") << path;
-        }
+    for (const std::string& name : inside)
+        EXPECT_FALSE(failure(name, S)) << name;
+    for (const std::string& name : {std::string("../../x"), std::string("sub/../../x"), zero}) {
+        EXPECT_TRUE(failure(name, S)) << name;
+        EXPECT_TRUE(failure(name, B)) << name;
     }
+    EXPECT_TRUE(failure("..\\x", B) && failure("a\\..\\..\\x", B) && !failure("a\\..\\x", B));
+    EXPECT_TRUE(failure("up/x", S) && failure("link", S)) << "symbolic links";
     std::filesystem::create_directory_symlink(folder, test / "linked");
     RequireInside(test / "linked/", test / "linked/a_1_1.Q32");
 }
