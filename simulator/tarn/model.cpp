@@ -17,6 +17,7 @@ namespace tarn {
 namespace {
 
 constexpr double longestWait = 0.02;        // real seconds between two looks at the settings
+constexpr int stormBatch = 256;             // events of a storm between which calls get their turn
 constexpr double targetIntegration = 300;   // ms, gives exposure level 1
 constexpr double chargeRate = 100.0 / 3600; // percent a simulated second
 constexpr std::uint32_t sensorWidth = 1300, sensorHeight = 1700;
@@ -275,7 +276,7 @@ void Model::Run()
         for (const LateEvent& event : m_lateEvents)
             wait = std::min(wait, (event.due - m_time) / m_settings->timeFactor);
         if (m_settings->storm > 0)
-            wait = std::min(wait, 0.001);
+            wait = std::min(wait, 0.0002);
         m_wake.wait_for(lock, std::chrono::duration<double>(std::max(wait, 0.0002)));
     }
     if (m_registers.phase == Phase::Reading && !m_capture.rendered)
@@ -320,7 +321,7 @@ void Model::PostStorm()
     const Settings& settings = *m_settings;
     if (settings.storm <= 0 || settings.stormEvents.empty())
         return;
-    for (; m_stormOwed >= 1; m_stormOwed -= 1) {
+    for (int batch = stormBatch; m_stormOwed >= 1 && batch > 0; m_stormOwed -= 1, --batch) {
         if (settings.stormCount != 0 && m_stormPosted >= settings.stormCount)
             return;
         const std::uint32_t event =
