@@ -9,6 +9,7 @@ import time
 
 import pyatspi
 
+PATIENCE = 15.0  # seconds, for a machine that builds meanwhile
 PROGRAM_FILES = ("TarnTest", "libplatform.so", "libTarn.so", "libQuillet.so")
 
 
@@ -41,7 +42,7 @@ class Bench:
         environment = os.environ | {"TARN_SIMULATOR": str(self.folder / "settings.ini")}
         self.process = subprocess.Popen([self.folder / "TarnTest"], env=environment,
                                         stderr=self.said.open("a"))
-        self.find("TarnTest", "dialog", "frame", seconds=15)
+        self.find("TarnTest", "dialog", "frame")
 
     def expect_end(self):
         self.wait(lambda: self.process.poll() is not None, "the program to end")
@@ -53,6 +54,22 @@ class Bench:
         lines = self.trace_file.read_text().splitlines() if self.trace_file.exists() else []
         new, self.read_lines = lines[self.read_lines:], len(lines)
         return [line.partition(" ")[2] for line in new]
+
+    def calls_until(self, name, count):
+        """The calls from now until that one came so often."""
+        calls = []
+        self.wait(lambda: calls.extend(self.calls()) or sum(
+            call.startswith(name) for call in calls) >= count, f"{count} calls of {name}", 40)
+        return calls
+
+    def limit_disk(self):
+        """Puts a disk of 64 KiB under the folder of saved images; False where that is not allowed."""
+        target = self.folder / "TmpImages"
+        return subprocess.run(["mount", "-t", "tmpfs", "-o", "size=64k", "tmpfs", target],
+                              capture_output=True).returncode == 0
+
+    def free_disk(self):
+        subprocess.run(["umount", "-q", "-l", self.folder / "TmpImages"], capture_output=True)
 
     def expect_calls(self, *patterns):
         """The library saw calls that match these patterns, in this order, others between them."""
@@ -66,7 +83,7 @@ class Bench:
 
     # -- What is on the screen
 
-    def find(self, name, *roles, seconds=5.0):
+    def find(self, name, *roles, seconds=PATIENCE):
         """The showing control of this name, waited for; a box is found by its caption."""
         return self.wait(lambda: self.look(name, *roles), f"{' or '.join(roles)} '{name}'", seconds)
 
@@ -87,7 +104,7 @@ class Bench:
     def gone(self, name, *roles):
         self.wait(lambda: not self.look(name, *roles), f"'{name}' to go")
 
-    def expect(self, title=None, on=(), off=(), fields=None, checked=None, seconds=5.0):
+    def expect(self, title=None, on=(), off=(), fields=None, checked=None, seconds=PATIENCE):
         """The title; which buttons take input and which do not; texts of fields; boxes' ticks."""
         if title is not None:
             self.wait(lambda: re.fullmatch(title, self.main().name), f"title {title}", seconds)
@@ -112,15 +129,18 @@ class Bench:
     def text(self, name):
         return self.find(name, "text").queryText().getText(0, -1)
 
+    def labels(self):
+        return [node.name for node in self.everything() if role(node) == "label"]
+
     def focus(self):
         focused = [node.name for node in self.everything() if has(node, pyatspi.STATE_FOCUSED)]
         return focused[0] if focused else None
 
-    def answer(self, text, button, caption="Tarn test", seconds=8.0):
+    def answer(self, text, button, caption="Tarn test", seconds=PATIENCE):
         """Waits for the box with this text (a pattern), pictures it and presses its button."""
         box = self.find(caption, "alert", seconds=seconds)
-        said = "\n".join(node.name for node in descendants(box)
-                         if role(node) == "label" and node.name)
+        said = "".join(node.queryText().getText(0, -1) if role(node) == "text" else node.name
+                       for node in descendants(box) if role(node) in ("label", "text"))
         assert re.fullmatch(text, said), f"box says {said!r}, not {text!r}"
         self.picture()
         press = [node for node in descendants(box) if plain(node.name) == button]
@@ -169,11 +189,19 @@ class Bench:
         xdotool("type", "--delay", 10, value)
         self.key("shift+Tab")
 
+    def open_file(self, path, before_return=lambda: None):
+        self.click("Open", "push button")
+        self.wait(lambda: self.look("File name:", "text") or self.look(None, "file chooser"), "a file dialog")
+        self.key("ctrl+a")
+        xdotool("type", "--delay", 5, path)
+        before_return()
+        self.key("Return")
+
     def close_button(self):
         x, y, width, _ = place(self.main())
         xdotool("mousemove", x + width - 9, y - 11, "click", 1)
 
-    def wait(self, condition, what, seconds=5.0):
+    def wait(self, condition, what, seconds=PATIENCE):
         end = time.monotonic() + seconds
         while True:
             try:
@@ -194,6 +222,7 @@ class Bench:
         return "\n".join([f"picture: {self.pictures}/failed.png", *lines, *said[-20:]])
 
     def kill(self):
+        self.free_disk()
         if self.process and self.process.poll() is None:
             self.process.kill()
             self.process.wait()
