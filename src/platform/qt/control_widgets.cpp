@@ -12,6 +12,7 @@
 #include <QPushButton>
 #include <QRadioButton>
 #include <QSignalBlocker>
+#include <QStyle>
 #include <QWheelEvent>
 
 #include <algorithm>
@@ -29,6 +30,16 @@ Button* MakeButton(DialogWindow& dialog, const ControlTemplate& control)
                      [&dialog, id = control.id] { dialog.NotifyCommand(id, BN_CLICKED); });
     return button;
 }
+
+// A group box whose title stands in the line of its frame: the templates leave no room above it.
+class GroupBoxControl : public QGroupBox
+{
+public:
+    using QGroupBox::QGroupBox;
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+};
 
 QPushButton* MakePushButton(DialogWindow& dialog, const ControlTemplate& control);
 QLabel* MakeLabel(DialogWindow& dialog, const ControlTemplate& control);
@@ -50,7 +61,7 @@ QWidget* MakeControl(DialogWindow& dialog, const ControlTemplate& control)
     case ControlKind::Edit:
         return new EditControl(dialog, control.id);
     case ControlKind::GroupBox:
-        return new QGroupBox(ShownText(control.text), &dialog);
+        return new GroupBoxControl(ShownText(control.text), &dialog);
     case ControlKind::Frame:
         return new FrameControl(dialog);
     case ControlKind::HorizontalScrollBar:
@@ -272,6 +283,20 @@ void FrameControl::paintEvent(QPaintEvent* event)
 }
 
 namespace {
+
+void GroupBoxControl::paintEvent(QPaintEvent*)
+{
+    constexpr int Indent = 8;
+    QPainter painter(this);
+    painter.setPen(palette().color(QPalette::Mid));
+    painter.drawRect(rect().adjusted(0, fontMetrics().height() / 2, -1, -1));
+
+    QRect text = fontMetrics().boundingRect(rect(), Qt::TextShowMnemonic, title());
+    text.moveTopLeft(QPoint(Indent, 0));
+    painter.fillRect(text.adjusted(-2, 0, 2, 0), palette().window());
+    style()->drawItemText(&painter, text, Qt::TextShowMnemonic, palette(), isEnabled(), title(),
+                          QPalette::WindowText);
+}
 
 // Enter presses the button that has the focus, as it does on every button of the platform.
 QPushButton* MakePushButton(DialogWindow& dialog, const ControlTemplate& control)

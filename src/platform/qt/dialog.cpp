@@ -320,6 +320,12 @@ void RejectEdit(const CDataExchange& dx, HWND field, const std::string& reason)
         MessageBoxA(window->Handle(), reason.c_str(), AfxGetApp()->Name().c_str(),
                     MB_OK | MB_ICONEXCLAMATION | MB_TOPMOST);
         window->m_showsRejection = false;
+        // A mouse press that took the focus away reaches its button only now, and its release went
+        // to the box: the click is lost, the button must not stay down.
+        QTimer::singleShot(0, window, [window] {
+            for (QAbstractButton* const button : window->findChildren<QAbstractButton*>())
+                button->setDown(false);
+        });
     }
     edit->setFocus(Qt::OtherFocusReason);
     edit->selectAll();
