@@ -47,11 +47,16 @@ class Bench:
     def expect_end(self):
         self.wait(lambda: self.process.poll() is not None, "the program to end")
         assert self.process.returncode == 0, f"the program ended with {self.process.returncode}"
-        self.process = None
+        complaints = [line for line in self.complaints() if not line.endswith(" 0 not freed")]
+        assert not complaints, complaints
+
+    def complaints(self):
+        """What the program and its libraries said, without the toolkit's own mutterings."""
+        return [line for line in self.said.read_text().splitlines() if "AtSpi" not in line]
 
     def calls(self):
         """The log's lines since the last call of this, as "Name arguments"."""
-        lines = self.trace_file.read_text().splitlines() if self.trace_file.exists() else []
+        lines = self.trace_file.read_text().split("\n")[:-1]
         new, self.read_lines = lines[self.read_lines:], len(lines)
         return [line.partition(" ")[2] for line in new]
 
@@ -64,55 +69,52 @@ class Bench:
 
     def limit_disk(self):
         """Puts a disk of 64 KiB under the folder of saved images; False where that is not allowed."""
-        target = self.folder / "TmpImages"
-        return subprocess.run(["mount", "-t", "tmpfs", "-o", "size=64k", "tmpfs", target],
-                              capture_output=True).returncode == 0
+        return not subprocess.run(["mount", "-t", "tmpfs", "-o", "size=64k", "tmpfs",
+                                   self.folder / "TmpImages"], capture_output=True).returncode
 
     def free_disk(self):
         subprocess.run(["umount", "-q", "-l", self.folder / "TmpImages"], capture_output=True)
 
     def expect_calls(self, *patterns):
         """The library saw calls that match these patterns, in this order, others between them."""
-        self.expect_order(self.calls(), *patterns)
-
-    def expect_order(self, calls, *patterns):
-        rest = iter(calls)
-        for number, pattern in enumerate(patterns, 1):
-            assert any(re.search(pattern, call) for call in rest), \
-                f"call {number}, {pattern}, is not in its turn among\n" + "\n".join(calls)
+        expect_order(self.calls(), *patterns)
 
     # -- What is on the screen
 
-    def find(self, name, *roles, seconds=PATIENCE):
+    def find(self, name, *roles):
         """The showing control of this name, waited for; a box is found by its caption."""
-        return self.wait(lambda: self.look(name, *roles), f"{' or '.join(roles)} '{name}'", seconds)
+        return self.wait(lambda: self.look(name, *roles), f"{' or '.join(roles)} '{name}'")
 
     def look(self, name, *roles):
-        for node in self.everything():
-            if (name is None or node.name == name) and (not roles or role(node) in roles) and has(
-                    node, pyatspi.STATE_SHOWING):
-                return node
-        return None
+        return next((node for node in self.everything()
+                     if name in (None, node.name) and (not roles or role(node) in roles)
+                     and has(node, pyatspi.STATE_SHOWING)), None)
 
     def everything(self):
         """All controls, the newest window first."""
-        for application in pyatspi.Registry.getDesktop(0):
-            if application and application.get_process_id() == self.process.pid:
-                for window in reversed(list(application)):
-                    yield from descendants(window)
+        for window in reversed(self.windows()):
+            yield from descendants(window)
+
+    def windows(self):
+        return [window for application in pyatspi.Registry.getDesktop(0)
+                if application and application.get_process_id() == self.process.pid
+                for window in application if window]
+
+    def main(self):
+        return self.windows()[0]
 
     def gone(self, name, *roles):
         self.wait(lambda: not self.look(name, *roles), f"'{name}' to go")
 
-    def expect(self, title=None, on=(), off=(), fields=None, checked=None, seconds=PATIENCE):
+    def expect(self, title=None, on=(), off=(), fields=None, checked=None):
         """The title; which buttons take input and which do not; texts of fields; boxes' ticks."""
         if title is not None:
-            self.wait(lambda: re.fullmatch(title, self.main().name), f"title {title}", seconds)
+            self.wait(lambda: re.fullmatch(title, self.main().name), f"title {title}")
         for names, state in ((on, True), (off, False)):
             for name in names:
                 button = self.find(name, "push button")
                 self.wait(lambda: has(button, pyatspi.STATE_SENSITIVE) == state,
-                          f"'{name}' {'enabled' if state else 'disabled'}", seconds)
+                          f"'{name}' {'enabled' if state else 'disabled'}")
         for name, value in (fields or {}).items():
             self.wait(lambda: self.text(name) == value,
                       lambda: f"'{name}' to be {value}, is {self.text(name)}")
@@ -120,32 +122,20 @@ class Bench:
             node = self.find(name, "check box")
             self.wait(lambda: has(node, pyatspi.STATE_CHECKED) == state, f"'{name}' checked {state}")
 
-    def main(self):
-        for application in pyatspi.Registry.getDesktop(0):
-            if application and application.get_process_id() == self.process.pid:
-                return next(iter(application))
-        return None
-
     def text(self, name):
         return self.find(name, "text").queryText().getText(0, -1)
 
-    def labels(self):
-        return [node.name for node in self.everything() if role(node) == "label"]
-
     def focus(self):
-        focused = [node.name for node in self.everything() if has(node, pyatspi.STATE_FOCUSED)]
-        return focused[0] if focused else None
+        return next((node.name for node in self.everything() if has(node, pyatspi.STATE_FOCUSED)), None)
 
-    def answer(self, text, button, caption="Tarn test", seconds=PATIENCE):
+    def answer(self, text, button, caption="Tarn test"):
         """Waits for the box with this text (a pattern), pictures it and presses its button."""
-        box = self.find(caption, "alert", seconds=seconds)
+        box = self.find(caption, "alert")
         said = "".join(node.queryText().getText(0, -1) if role(node) == "text" else node.name
                        for node in descendants(box) if role(node) in ("label", "text"))
         assert re.fullmatch(text, said), f"box says {said!r}, not {text!r}"
         self.picture()
-        press = [node for node in descendants(box) if plain(node.name) == button]
-        assert press, f"box has no button {button}"
-        self.click(press[0])
+        self.click(next(node for node in descendants(box) if node.name.replace("&", "") == button))
         self.wait(lambda: not has(box, pyatspi.STATE_SHOWING), f"box '{said}' to close")
 
     def picture(self, suffix=""):
@@ -153,17 +143,13 @@ class Bench:
         x, y, width, height = place(self.main())
         area = f"{max(x - 1, 0)},{max(y - 21, 0)},{width + 2},{height + 26}"
         number = len(list(self.pictures.glob("*.png"))) + 1
-        target = self.pictures / f"{number:02}-{self.station}{suffix}.png"
         time.sleep(0.15)
-        subprocess.run(["scrot", "--silent", "--overwrite", "-a", area, target], check=True)
-        return target
+        screenshot(self.pictures / f"{number:02}-{self.station}{suffix}.png", "-a", area)
 
     def shown(self, name="Image area"):
         """The pixels over a control, to compare with earlier ones."""
-        area, target = ",".join(map(str, place(self.find(name)))), self.folder / "area.png"
-        target.unlink(missing_ok=True)
-        subprocess.run(["scrot", "--silent", "--overwrite", "-a", area, target], check=True)
-        return target.read_bytes()
+        area = ",".join(map(str, place(self.find(name))))
+        return screenshot(self.folder / "area.png", "-a", area).read_bytes()
 
     def expect_other_picture(self, before):
         """Waits until the image area looks different, then for it to settle; returns its pixels."""
@@ -191,7 +177,7 @@ class Bench:
 
     def open_file(self, path, before_return=lambda: None):
         self.click("Open", "push button")
-        self.wait(lambda: self.look("File name:", "text") or self.look(None, "file chooser"), "a file dialog")
+        self.find("File name:", "text")
         self.key("ctrl+a")
         xdotool("type", "--delay", 5, path)
         before_return()
@@ -217,15 +203,21 @@ class Bench:
     def evidence(self):
         """A picture, and what a screen reader would see, for the report of a failure."""
         lines = [f"  {role(node)} '{node.name}' {place(node)}" for node in self.everything()]
-        subprocess.run(["scrot", "--silent", "--overwrite", self.pictures / "failed.png"], check=True)
-        said = [line for line in self.said.read_text().splitlines() if "AtSpi" not in line]
-        return "\n".join([f"picture: {self.pictures}/failed.png", *lines, *said[-20:]])
+        screenshot(self.pictures / "failed.png")
+        return "\n".join([f"picture: {self.pictures}/failed.png", *lines, *self.complaints()[-20:]])
 
     def kill(self):
         self.free_disk()
         if self.process and self.process.poll() is None:
             self.process.kill()
             self.process.wait()
+
+
+def expect_order(calls, *patterns):
+    rest = iter(calls)
+    for number, pattern in enumerate(patterns, 1):
+        assert any(re.search(pattern, call) for call in rest), \
+            f"call {number}, {pattern}, is not in its turn among\n" + "\n".join(calls)
 
 
 def descendants(node):
@@ -248,8 +240,9 @@ def place(node):
     return box.x, box.y, box.width, box.height
 
 
-def plain(name):
-    return name.replace("&", "")
+def screenshot(target, *area):
+    subprocess.run(["scrot", "--silent", "--overwrite", *area, target], check=True)
+    return target
 
 
 def xdotool(*arguments):

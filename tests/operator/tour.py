@@ -6,7 +6,7 @@ import tempfile
 import time
 import traceback
 
-from bench_driver import Bench
+from bench_driver import Bench, expect_order
 
 IDLE = {"on": ["Enable"], "off": ["Abort"]}
 ARMED = {"on": ["Abort"], "off": ["Enable"]}
@@ -17,15 +17,8 @@ TAB_ORDER = ["Enable", "Tolva Settings", *OPTIONS, "Scale center:", "Scale width
              "LUT wnd width:", "Negative", "Zoom -", "Zoom +", "Normal", "Open", "Info", "Exit"]
 IMAGE_TITLE = r"[\w ]+, [\d.]+ kV, [\d.]+ mA"
 QUESTION = r"Image ready!\n\nRemove image\?"
-STATIONS = []
 
 
-def station(visit):
-    STATIONS.append(visit)
-    return visit
-
-
-@station
 def first_start(bench):
     bench.configure(seed=7, exposure_delay="never", arming_delay=0.5, readout_time=0.5)
     bench.start()
@@ -40,7 +33,6 @@ def first_start(bench):
                        "TarnSetNotifyWindow", "TarnGetImageCount", "TarnGetDeviceList")
 
 
-@station
 def keyboard(bench):
     reached = []
     for _ in TAB_ORDER:
@@ -52,7 +44,6 @@ def keyboard(bench):
     bench.key(*["Tab"] * (begin + 1))
 
 
-@station
 def armed(bench):
     bench.wait(lambda: bench.focus() == "Enable", "the keyboard at Enable")
     bench.key("space")
@@ -63,7 +54,6 @@ def armed(bench):
     bench.expect_calls('TarnEnableCapture .*"My ID"')
 
 
-@station
 def exit_refused(bench):
     for ask in (lambda: bench.click("Exit"), lambda: bench.key("Escape"), bench.close_button):
         ask()
@@ -72,7 +62,6 @@ def exit_refused(bench):
     assert not [call for call in bench.calls() if call.startswith("TarnClose")]
 
 
-@station
 def abort(bench):
     bench.click("Abort")
     bench.gone(PREVIEW)
@@ -80,7 +69,6 @@ def abort(bench):
     bench.expect_calls(r"TarnDisableCapture .*\b1\b")
 
 
-@station
 def image_kept(bench):
     arm(bench)
     bench.key("space")
@@ -97,7 +85,6 @@ def image_kept(bench):
     bench.expect_calls("TarnClearNotifyWindow", r"TarnClose")
 
 
-@station
 def stored_images(bench):
     bench.start()
     bench.answer(r"Found old images! Go to delete loop\?", "Yes")
@@ -108,7 +95,6 @@ def stored_images(bench):
                        "TarnGetImageCount")
 
 
-@station
 def image_removed(bench):
     arm(bench)
     bench.click(PREVIEW)
@@ -117,7 +103,6 @@ def image_removed(bench):
     bench.expect_calls("TarnEnableCapture", "TarnGetImage ", "TarnRemoveImage")
 
 
-@station
 def window_and_level(bench):
     bench.click("Normal")
     bench.expect(IMAGE_TITLE)
@@ -138,7 +123,6 @@ def window_and_level(bench):
     bench.wait(lambda: bench.text("Scale center:") != "3345", "a new range")
 
 
-@station
 def rejected_field(bench):
     bench.type("Gamma:", "steep")
     bench.answer(".*Gamma.*", "OK", caption=None)
@@ -147,7 +131,6 @@ def rejected_field(bench):
     assert not bench.look(None, "alert")
 
 
-@station
 def zoom_and_pan(bench):
     whole = bench.shown()
     bench.click("Zoom +")
@@ -163,7 +146,6 @@ def zoom_and_pan(bench):
     bench.wait(lambda: bench.shown() == whole, "the whole picture")
 
 
-@station
 def error_box(bench):
     bench.configure(TarnEnableCapture="next 1 error 5")
     bench.click("Enable")
@@ -173,33 +155,18 @@ def error_box(bench):
     bench.expect_calls("TarnEnableCapture", r"TarnDisableCapture .*\b0\b", "TarnDescribeResult")
 
 
-@station
 def auto_enable(bench):
-    bench.configure(time_factor=20, exposure_delay=1)
-    bench.click("Auto enable")
-    bench.click("Enable")
-    taken = bench.calls_until("TarnRemoveImage", 10)
-    bench.configure(exposure_delay="never", time_factor=1)
-    bench.find(PREVIEW)
-    bench.picture()
-    abort_all(bench)
-    bench.expect_order(taken, *["TarnGetImage ", "TarnRemoveImage", "TarnEnableCapture"] * 9)
+    calls = series(bench, "Auto enable", "Enable")
+    expect_order(calls, *["TarnGetImage ", "TarnRemoveImage", "TarnEnableCapture"] * 10)
 
 
-@station
 def auto_save(bench):
-    bench.configure(time_factor=20, exposure_delay=1)
-    for name in ("Auto save images", "Auto enable", "Enable"):
-        bench.click(name)
-    taken = bench.calls_until("TarnRemoveImage", 10)
-    bench.configure(exposure_delay="never", time_factor=1)
-    abort_all(bench)
+    calls = series(bench, "Auto save images", "Auto enable", "Enable")
+    removed = [call for call in calls if call.startswith("TarnRemoveImage")]
     saved = list((bench.folder / "TmpImages").glob("*.Q32"))
-    removed = [call for call in taken + bench.calls() if call.startswith("TarnRemoveImage")]
     assert len(saved) == len(removed) >= 10, f"{len(removed)} images removed, {saved} saved"
 
 
-@station
 def open_file(bench):
     saved = min((bench.folder / "TmpImages").glob("*.Q32"))
     bench.open_file(saved, bench.picture)
@@ -213,7 +180,6 @@ def open_file(bench):
     assert bench.shown() == before, "a broken file took the picture away"
 
 
-@station
 def full_disk(bench):
     """The image that could not be saved is asked about and stays in the store."""
     if not bench.limit_disk():
@@ -229,18 +195,16 @@ def full_disk(bench):
     bench.expect(**IDLE)
 
 
-@station
 def device_report(bench):
     bench.click("Info")
     bench.answer(r"(?s)\*{5} Tarn \*{5}\nVersion:\n.+\*{5} Tarn devices \*{5}\n.+Status: .+", "OK")
 
 
-@station
 def sensor_settings(bench):
     bench.click("Tolva Settings")
     bench.find("high (1x1)", "radio button")
     bench.configure(battery=64)
-    bench.wait(lambda: "64" in bench.labels(), "the battery's read-out")
+    bench.find("64", "label")
     bench.click("low (2x2)", "radio button")
     bench.click("Integration time", "slider")
     bench.key("Home", *["Right"] * 5)
@@ -251,7 +215,6 @@ def sensor_settings(bench):
                        r"TarnSetDeviceParam 1 12 ")
 
 
-@station
 def leave(bench):
     bench.click("Exit")
     bench.expect_end()
@@ -265,14 +228,27 @@ def arm(bench):
     bench.expect("Ready to take image", **ARMED)
 
 
-def abort_all(bench):
-    """Ends a series: the sensor that the program armed anew stays armed, as nobody exposes."""
+def series(bench, *controls):
+    """Ten exposures or more without a hand, until one sensor stays armed, as nobody exposes, and is
+    disarmed. Returns what the library saw."""
+    bench.configure(time_factor=20, exposure_delay=1)
+    for name in controls:
+        bench.click(name)
+    calls = bench.calls_until("TarnRemoveImage", 10)
+    bench.configure(time_factor=1, exposure_delay="never")
     time.sleep(1)
     bench.expect(**ARMED)
+    bench.picture()
     bench.click("Abort")
     bench.gone(PREVIEW)
     bench.click("Auto enable")
     bench.expect(**IDLE, checked={"Auto enable": False})
+    return calls + bench.calls()
+
+
+STATIONS = (first_start, keyboard, armed, exit_refused, abort, image_kept, stored_images, image_removed,
+            window_and_level, rejected_field, zoom_and_pan, error_box, auto_enable, auto_save,
+            open_file, full_disk, device_report, sensor_settings, leave)
 
 
 def main(build):
