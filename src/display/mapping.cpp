@@ -3,9 +3,9 @@
 
 #include "display/range.h"
 #include "display/truncate.h"
+#include "display/vector_clones.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -13,7 +13,11 @@
 namespace {
 
 constexpr std::uint32_t GreyLevels = 256;
-constexpr std::uint32_t LutIndexMask = 0xFFF;
+constexpr std::int32_t LutIndexMask = 0xFFF;
+
+// The most rows and columns of samples of a block that is drawn in a strip. The step keeps blocks
+// below this; others are summed sample by sample.
+constexpr std::uint32_t MaxTaps = 5;
 
 // Source rows or columns lo, lo + step, ... below hi of one display row or column.
 struct Block
@@ -21,6 +25,7 @@ struct Block
     std::uint32_t lo, hi;
 
     bool IsEmpty() const { return lo >= hi; }
+    std::uint32_t Taps(std::uint32_t step) const { return (hi - lo - 1) / step + 1; }
 };
 
 template <typename Sample>
@@ -32,24 +37,22 @@ struct Source
     const Sample* Row(std::uint32_t y) const { return samples + std::size_t{y} * width; }
 };
 
-// The display columns whose blocks are summed together.
+// The display columns that are drawn together. For each of their rows:
 //
-//   source columns  first ........................ first + span
-//   columnSums      |sum of a block's rows, one each          | 0 |
-//   taps            column c adds columnSums at taps[c][0..3]; those it lacks stand on the 0
+//   source columns  first ............................ first + span
+//   columnSums      sum of the block's rows, one each
+//   averages        [taps - 1][x]: average of the block of so many columns that starts at x
+//   display         column c shows the average at places[c]
 struct Strip
 {
     static constexpr std::uint32_t MaxColumns = 1024;
     static constexpr std::uint32_t MaxSpan = 4096;
-    static constexpr std::uint32_t MaxTaps = 4;
 
     std::uint32_t first = 0, span = 0, columns = 0;
-    std::uint16_t taps[MaxColumns][MaxTaps];
-    std::uint8_t tapCount[MaxColumns];
+    bool hasTaps[MaxTaps + 1] = {}; // is there a block of so many columns?
+    std::uint16_t places[MaxColumns];
 };
-
-// With more rows to a block the reciprocal of its number of samples would not be exact.
-constexpr std::uint32_t MaxBlockRows = 64;
+static_assert(MaxTaps * Strip::MaxSpan <= 65536);
 
 template <typename Sample>
 std::uint32_t Resample(const Source<Sample>& source, const std::uint8_t* lut, std::uint32_t cx,
@@ -64,6 +67,12 @@ double FillStrip(Strip& strip, double x, double scale, std::uint32_t columns,
 template <typename Sample>
 void DrawStrip(const Strip& strip, const Source<Sample>& source, Block rows,
                const std::uint8_t* lut, std::uint8_t* line);
+void SumRows(const std::uint8_t* samples, std::size_t stride, std::uint32_t rows,
+             std::uint32_t span, std::uint32_t* sums);
+void SumRows(const std::uint16_t* samples, std::size_t stride, std::uint32_t rows,
+             std::uint32_t span, std::uint32_t* sums);
+void AverageBlocks(const std::uint32_t* columnSums, std::uint32_t count, std::uint32_t step,
+                   std::uint32_t taps, std::uint32_t rows, std::uint16_t* averages);
 template <typename Sample>
 std::uint8_t DrawBlock(const Source<Sample>& source, Block rows, Block columns,
                        const std::uint8_t* lut);
@@ -100,8 +109,10 @@ void BuildDisplayLut(std::uint8_t* lut, std::uint32_t size, std::uint32_t center
 {
     const double g = gamma > 0 ? 1 / gamma : 1.0;
     std::uint8_t grey[GreyLevels];
-    for (std::uint32_t level = 0; level < GreyLevels; ++level)
-        grey[level] = static_cast<std::uint8_t>(255 * std::pow(level * 0.00392156862745098, g));
+    for (std::uint32_t level = 0; level < GreyLevels; ++level) {
+        const double share = level * 0.00392156862745098;
+        grey[level] = static_cast<std::uint8_t>(255 * (g == 1.0 ? share : std::pow(share, g)));
+    }
 
     const double start = center - width * 0.5;
     const auto levelAt = [&](std::uint32_t i) {
@@ -188,7 +199,7 @@ std::uint32_t Resample(const Source<Sample>& source, const std::uint8_t* lut, st
     const double yStart = FirstSource(cy, display.m_height, scaleY, source.height);
     double x = std::trunc(FirstSource(cx, display.m_width, scaleX, source.width));
 
-    const bool fewRows = scaleY + 2 < static_cast<double>(MaxBlockRows) * source.step;
+    const bool fewRows = scaleY + 2 <= static_cast<double>(MaxTaps) * source.step;
     std::uint32_t column = 0, filledRows = 0;
     while (column < columns) {
         const Block block = BlockAt(x, scaleX, source.width);
@@ -246,61 +257,107 @@ double FillStrip(Strip& strip, double x, double scale, std::uint32_t columns,
                  std::uint32_t sourceWidth, std::uint32_t step)
 {
     strip.first = BlockAt(x, scale, sourceWidth).lo;
-    Block blocks[Strip::MaxColumns];
-    for (; strip.columns < std::min(columns, Strip::MaxColumns); ++strip.columns) {
+    while (strip.columns < std::min(columns, Strip::MaxColumns)) {
         const Block block = BlockAt(x, scale, sourceWidth);
         if (block.IsEmpty() || block.hi - strip.first > Strip::MaxSpan ||
-            (block.hi - block.lo - 1) / step >= Strip::MaxTaps)
+            block.Taps(step) > MaxTaps)
             break;
-        blocks[strip.columns] = block;
+        const std::uint32_t taps = block.Taps(step);
+        strip.hasTaps[taps] = true;
+        strip.places[strip.columns] =
+            static_cast<std::uint16_t>((taps - 1) * Strip::MaxSpan + block.lo - strip.first);
         strip.span = block.hi - strip.first;
+        ++strip.columns;
         x += scale;
-    }
-    for (std::uint32_t c = 0; c < strip.columns; ++c) {
-        std::uint32_t count = 0;
-        for (std::uint32_t tap = 0; tap < Strip::MaxTaps; ++tap) {
-            const std::uint64_t position = blocks[c].lo + std::uint64_t{tap} * step;
-            const bool inside = position < blocks[c].hi;
-            strip.taps[c][tap] =
-                static_cast<std::uint16_t>(inside ? position - strip.first : strip.span);
-            count += inside;
-        }
-        strip.tapCount[c] = static_cast<std::uint8_t>(count);
     }
     return x;
 }
 
-// sum / n is formed as sum x ceil(2^32 / n) / 2^32: exact while n x sum < 2^32.
 template <typename Sample>
 void DrawStrip(const Strip& strip, const Source<Sample>& source, Block rows,
                const std::uint8_t* lut, std::uint8_t* line)
 {
-    static_assert(std::uint64_t{MaxBlockRows * Strip::MaxTaps} * MaxBlockRows * Strip::MaxTaps *
-                      std::numeric_limits<Sample>::max() <
-                  (std::uint64_t{1} << 32));
-    std::uint32_t columnSums[Strip::MaxSpan + 1];
-    std::fill_n(columnSums, strip.span + 1, 0u);
-    std::uint32_t rowCount = 0;
-    for (std::uint64_t y = rows.lo; y < rows.hi; y += source.step) {
-        const Sample* samples = source.Row(static_cast<std::uint32_t>(y)) + strip.first;
-        for (std::uint32_t i = 0; i < strip.span; ++i)
-            columnSums[i] += samples[i];
-        ++rowCount;
-    }
-
-    std::array<std::uint64_t, Strip::MaxTaps + 1> reciprocals{};
-    for (std::uint32_t taps = 1; taps <= Strip::MaxTaps; ++taps)
-        reciprocals[taps] = ((std::uint64_t{1} << 32) - 1) / (taps * rowCount) + 1;
-
-    std::uint16_t averages[Strip::MaxColumns];
-    for (std::uint32_t c = 0; c < strip.columns; ++c) {
-        const std::uint16_t* tap = strip.taps[c];
-        const std::uint64_t sum =
-            columnSums[tap[0]] + columnSums[tap[1]] + columnSums[tap[2]] + columnSums[tap[3]];
-        averages[c] = static_cast<std::uint16_t>((sum * reciprocals[strip.tapCount[c]]) >> 32);
+    const std::uint32_t rowTaps = rows.Taps(source.step);
+    std::uint32_t columnSums[Strip::MaxSpan];
+    SumRows(source.Row(rows.lo) + strip.first, std::size_t{source.width} * source.step, rowTaps,
+            strip.span, columnSums);
+    std::uint16_t averages[MaxTaps * Strip::MaxSpan];
+    for (std::uint32_t taps = 1; taps <= MaxTaps; ++taps) {
+        if (strip.hasTaps[taps])
+            AverageBlocks(columnSums, strip.span - (taps - 1) * source.step, source.step, taps,
+                          rowTaps, averages + (taps - 1) * Strip::MaxSpan);
     }
     for (std::uint32_t c = 0; c < strip.columns; ++c)
-        line[c] = lut[averages[c] & LutIndexMask];
+        line[c] = lut[averages[strip.places[c]]];
+}
+
+// sums[x] = samples[x] + samples[x + stride] + ... for all rows
+template <typename Sample>
+inline void SumRowsOf(const Sample* samples, std::size_t stride, std::uint32_t rows,
+                      std::uint32_t span, std::uint32_t* __restrict sums)
+{
+    for (std::uint32_t x = 0; x < span; ++x)
+        sums[x] = samples[x];
+    for (std::uint32_t row = 1; row < rows; ++row) {
+        samples += stride;
+        for (std::uint32_t x = 0; x < span; ++x)
+            sums[x] += samples[x];
+    }
+}
+
+TARNTEST_VECTOR_CLONES
+void SumRows(const std::uint8_t* samples, std::size_t stride, std::uint32_t rows,
+             std::uint32_t span, std::uint32_t* sums)
+{
+    SumRowsOf(samples, stride, rows, span, sums);
+}
+
+TARNTEST_VECTOR_CLONES
+void SumRows(const std::uint16_t* samples, std::size_t stride, std::uint32_t rows,
+             std::uint32_t span, std::uint32_t* sums)
+{
+    SumRowsOf(samples, stride, rows, span, sums);
+}
+
+// averages[x] = (sum / n) mod 4096 of the Taps columns x, x + step, ...
+//
+// The quotient is formed as trunc((sum + 0.5) (1 / n)) in single precision. sum + 0.5 is exact, and
+// at least 0.5 / n away from the next multiple of n; the two roundings move the quotient, which is
+// below 2^16, by less than 2^-7. So it is exact for n < 64.
+template <std::uint32_t Taps>
+inline void AverageBlocksOf(const std::uint32_t* columnSums, std::uint32_t count,
+                            std::uint32_t step, std::uint32_t rows,
+                            std::uint16_t* __restrict averages)
+{
+    static_assert(MaxTaps * MaxTaps < 64);
+    const float reciprocal = 1.0f / static_cast<float>(Taps * rows);
+    for (std::uint32_t x = 0; x < count; ++x) {
+        std::uint32_t sum = columnSums[x];
+        for (std::uint32_t tap = 1; tap < Taps; ++tap)
+            sum += columnSums[x + std::size_t{tap} * step];
+        const float quotient =
+            (static_cast<float>(static_cast<std::int32_t>(sum)) + 0.5f) * reciprocal;
+        averages[x] =
+            static_cast<std::uint16_t>(static_cast<std::int32_t>(quotient) & LutIndexMask);
+    }
+}
+
+TARNTEST_VECTOR_CLONES
+void AverageBlocks(const std::uint32_t* columnSums, std::uint32_t count, std::uint32_t step,
+                   std::uint32_t taps, std::uint32_t rows, std::uint16_t* averages)
+{
+    switch (taps) {
+    case 1:
+        return AverageBlocksOf<1>(columnSums, count, step, rows, averages);
+    case 2:
+        return AverageBlocksOf<2>(columnSums, count, step, rows, averages);
+    case 3:
+        return AverageBlocksOf<3>(columnSums, count, step, rows, averages);
+    case 4:
+        return AverageBlocksOf<4>(columnSums, count, step, rows, averages);
+    default:
+        return AverageBlocksOf<MaxTaps>(columnSums, count, step, rows, averages);
+    }
 }
 
 template <typename Sample>
@@ -314,7 +371,7 @@ std::uint8_t DrawBlock(const Source<Sample>& source, Block rows, Block columns,
             ++n;
         }
     }
-    return lut[sum / n & LutIndexMask];
+    return lut[sum / n % 4096];
 }
 
 // Empty blocks repeat the pixel before them; grey is what stands before the first one.

@@ -1,6 +1,9 @@
 // The range functions and the front ends that feed them an image's samples.
 #include "display/range.h"
 
+#include "display/vector_clones.h"
+
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -15,8 +18,8 @@ template <std::int32_t Bins, typename Sample>
 void ComputeRange(std::int32_t count, const Sample* samples, double a, double b,
                   RangeFunction function, double* lo, double* hi);
 
-template <typename Sample>
-OccupiedRange FindOccupiedSamples(std::int32_t count, const Sample* samples);
+OccupiedRange FindOccupiedSamples(std::int32_t count, const std::uint8_t* samples);
+OccupiedRange FindOccupiedSamples(std::int32_t count, const std::uint16_t* samples);
 
 template <typename Sample>
 void CountSamples(std::int32_t count, const Sample* samples, std::uint32_t* histogram);
@@ -155,17 +158,29 @@ void ComputeRange(std::int32_t count, const Sample* samples, double a, double b,
 }
 
 template <typename Sample>
-OccupiedRange FindOccupiedSamples(std::int32_t count, const Sample* samples)
+inline OccupiedRange FindExtremes(std::int32_t count, const Sample* samples)
 {
     if (count <= 0)
         return {0, 0};
     Sample smallest = std::numeric_limits<Sample>::max();
     Sample largest = 0;
     for (std::int32_t i = 0; i < count; ++i) {
-        smallest = samples[i] < smallest ? samples[i] : smallest;
-        largest = samples[i] > largest ? samples[i] : largest;
+        smallest = std::min(smallest, samples[i]);
+        largest = std::max(largest, samples[i]);
     }
     return {smallest, largest};
+}
+
+TARNTEST_VECTOR_CLONES
+OccupiedRange FindOccupiedSamples(std::int32_t count, const std::uint8_t* samples)
+{
+    return FindExtremes(count, samples);
+}
+
+TARNTEST_VECTOR_CLONES
+OccupiedRange FindOccupiedSamples(std::int32_t count, const std::uint16_t* samples)
+{
+    return FindExtremes(count, samples);
 }
 
 template <typename Sample>

@@ -1,0 +1,11 @@
+// The one place that says how a loop gets a faster copy for processors with wider vectors.
+#pragma once
+
+// A function so marked is compiled twice, and the loader chooses once which copy runs. Without the
+// compiler's help (and under sanitizers, which do not survive code in the loader) there is one.
+#if defined(__x86_64__) && defined(__ELF__) && defined(__GNUC__) && !defined(__clang__) &&         \
+    !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+#define TARNTEST_VECTOR_CLONES __attribute__((target_clones("avx2", "default")))
+#else
+#define TARNTEST_VECTOR_CLONES
+#endif
