@@ -44,15 +44,19 @@ public:
     virtual void Invert();
     virtual CLinkedPtr<CImage> InvertedCopy() const;
 
-    // Rearranges the storage so that the picture stays the same under the new code (0..7).
+    // Rearranges the storage so that the picture stays the same under the new code (0..7; others
+    // are ignored). Each of the seven transforms does so for one change of the code's bits. Nothing
+    // changes for pixels of other than 1, 2, 3, 4 or 6 bytes, or when a transposing transform gets
+    // no scratch block, which it needs unless width and height are equal. Beside each stand the
+    // new bits (b2 b1 b0) and where the pixel of stored row y and column x goes.
     virtual void SetOrientation(std::uint32_t code);
-    virtual void MirrorRows();
-    virtual void FlipRows();
-    virtual void RotateCw();
-    virtual void Transpose();
-    virtual void TransposeAnti();
-    virtual void RotateCcw();
-    virtual void Rotate180();
+    virtual void MirrorRows();    // b2, b1, not b0          row y, column W-1-x
+    virtual void FlipRows();      // b2, not b1, b0          row H-1-y, column x
+    virtual void RotateCw();      // not b2, b0, not b1      row x, column H-1-y
+    virtual void Transpose();     // not b2, b0, b1          row x, column y
+    virtual void TransposeAnti(); // not b2, not b0, not b1  row W-1-x, column H-1-y
+    virtual void RotateCcw();     // not b2, not b0, b1      row W-1-x, column y
+    virtual void Rotate180();     // b2, not b1, not b0      row H-1-y, column W-1-x
 
     // Copies whole pixels into storage from pixel index first on; returns how many fitted.
     std::uint32_t PutPixels(const void* source, std::uint32_t count, std::uint32_t first);
@@ -63,6 +67,7 @@ public:
     // First stored pixel that belongs to view row r (held to the last row); null when empty.
     const std::uint8_t* RowAddress(std::uint32_t r) const;
     // Copies view row r in viewing order into a buffer of size bytes; returns the pixels delivered.
+    // A mirrored or upward-running row that does not fit is delivered from its stored start.
     std::uint32_t GetRow(std::uint32_t r, void* destination, std::size_t size) const;
 
     std::uint32_t m_width;        // pixels of a stored row

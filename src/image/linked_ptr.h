@@ -4,7 +4,8 @@
 //      \___________________ pointee and lock ___________________/   one pointee
 //
 // The last handle of a ring to be released destroys the pointee and the lock. The lock guards only
-// the ring; what the handles point to is never locked.
+// the ring; what the handles point to is never locked. Threads may copy and release handles of one
+// ring at the same time as long as no thread changes a handle that another one is using.
 #pragma once
 
 #include <cstdint>
@@ -33,7 +34,10 @@ protected:
 
     virtual void DestroyPointee() = 0;
 
+    // For an empty handle, or one that is alone in its ring.
     void Join(const CLinkedPtrBase& source);
+    // A handle made from the same raw pointer as the source, but in a ring of its own, must be
+    // alone there: the ring's other handles would keep its destroyed lock.
     void Assign(const CLinkedPtrBase& source);
 
     void* m_pointee = nullptr;
