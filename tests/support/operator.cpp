@@ -252,11 +252,6 @@ bool Operator::Wait(const std::function<bool()>& condition, int milliseconds)
     return true;
 }
 
-void Operator::Serve(int milliseconds)
-{
-    Wait([] { return false; }, milliseconds);
-}
-
 void Operator::Later(int milliseconds, std::function<void()> action)
 {
     QTimer::singleShot(milliseconds, m_desk.get(), std::move(action));
@@ -291,19 +286,10 @@ void Operator::Focus(int id)
         widget->setFocus(Qt::TabFocusReason);
 }
 
-void Operator::PressEnter()
+void Operator::Press(Key key)
 {
-    PressKey(&m_desk->Window(), Qt::Key_Return, "\r");
-}
-
-void Operator::PressEscape()
-{
-    PressKey(&m_desk->Window(), Qt::Key_Escape);
-}
-
-void Operator::PressHelp()
-{
-    PressKey(&m_desk->Window(), Qt::Key_F1);
+    constexpr int keys[] = {Qt::Key_Return, Qt::Key_Escape, Qt::Key_F1};
+    PressKey(&m_desk->Window(), keys[static_cast<int>(key)]);
 }
 
 void Operator::Press(int id, int scrollCode)
@@ -333,11 +319,6 @@ void Operator::CloseWindow()
     m_desk->Window().close();
 }
 
-void Operator::Minimise(bool minimised)
-{
-    minimised ? m_desk->Window().showMinimized() : m_desk->Window().showNormal();
-}
-
 void Operator::Drop(const std::string& path)
 {
     QMimeData data;
@@ -350,30 +331,9 @@ void Operator::Drop(const std::string& path)
         QCoreApplication::sendEvent(&m_desk->Window(), &drop);
 }
 
-std::string Operator::Title() const
+CDialog& Operator::Dialog() const
 {
-    return m_desk->Window().Dialog().GetWindowText();
-}
-
-std::string Operator::Text(int id) const
-{
-    return m_desk->Window().Dialog().GetDlgItem(id).GetWindowText();
-}
-
-bool Operator::IsEnabled(int id) const
-{
-    return m_desk->Window().Dialog().GetDlgItem(id).IsWindowEnabled();
-}
-
-bool Operator::IsVisible(int id) const
-{
-    return m_desk->Window().Dialog().GetDlgItem(id).IsWindowVisible();
-}
-
-bool Operator::IsChecked(int id) const
-{
-    const auto* const button = m_desk->Find<QAbstractButton>(id);
-    return button != nullptr && button->isChecked();
+    return m_desk->Window().Dialog();
 }
 
 bool Operator::HasFocus(int id) const

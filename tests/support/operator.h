@@ -41,7 +41,11 @@ public:
 
     // Serves messages until the condition holds; false when it did not within the time.
     bool Wait(const std::function<bool()>& condition, int milliseconds = 5000);
-    void Serve(int milliseconds); // serves messages for that long
+    // Serves messages for that long.
+    void Serve(int milliseconds)
+    {
+        Wait([] { return false; }, milliseconds);
+    }
     void Later(int milliseconds, std::function<void()> action);
 
     // A button, check or radio button, as the mouse does: it takes the focus first. A control that
@@ -49,26 +53,41 @@ public:
     void Click(int id);
     void Type(int id, const std::string& text); // replaces the field's text, key by key
     void Focus(int id);                         // as Tab does
-    void PressEnter();
-    void PressEscape();
-    void PressHelp();
+    void PressEnter() { Press(Key::Enter); }
+    void PressEscape() { Press(Key::Escape); }
+    void PressHelp() { Press(Key::Help); }
     void Press(int id, int scrollCode); // an arrow, page or end of a scroll bar
     void Drag(int id, int position);    // a thumb, and lets it go there
     void CloseWindow();                 // the close button
-    void Minimise(bool minimised = true);
+    void Minimise(bool minimised = true)
+    {
+        Dialog().ShowWindow(minimised ? SW_MINIMIZE : SW_RESTORE);
+    }
     void Drop(const std::string& path); // a file onto the window
 
-    std::string Title() const;
-    std::string Text(int id) const;
-    bool IsEnabled(int id) const;
-    bool IsVisible(int id) const;
-    bool IsChecked(int id) const;
+    CDialog& Dialog() const; // the innermost open one
+    std::string Title() const { return Dialog().GetWindowText(); }
+    std::string Text(int id) const { return Dialog().GetDlgItem(id).GetWindowText(); }
+    bool IsEnabled(int id) const { return Dialog().GetDlgItem(id).IsWindowEnabled() != FALSE; }
+    bool IsVisible(int id) const { return Dialog().GetDlgItem(id).IsWindowVisible() != FALSE; }
+    bool IsChecked(int id) const
+    {
+        return CButton(Dialog().GetDlgItem(id).GetSafeHwnd()).GetCheck() != 0;
+    }
     bool HasFocus(int id) const;
     int Position(int id) const; // of a scroll bar or track bar
     // What stands on the screen at x, y of the control's client area, 0xRRGGBB.
     unsigned Pixel(int id, int x, int y) const;
 
 private:
+    enum class Key
+    {
+        Enter,
+        Escape,
+        Help
+    };
+    void Press(Key key);
+
     struct Desk;
     std::unique_ptr<Desk> m_desk;
 };
