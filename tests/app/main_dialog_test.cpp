@@ -1,0 +1,483 @@
+// The main window over a scripted library, worked by an operator.
+#include "app/main_dialog.h"
+#include "platform/boxes.h"
+#include "resources/main_dialog_template.h"
+#include "storage/paths.h"
+#include "storage/q32_file.h"
+#include "support/operator.h"
+#include "support/scripted_library.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+using Strings = std::vector<std::string>;
+
+constexpr char Question[] = "Remove image?";
+const Strings None;
+
+struct Window : CTarnTestDlg
+{
+    using CTarnTestDlg::currentImage;
+    using CTarnTestDlg::imageNumber;
+    using CTarnTestDlg::seriesNumber;
+    using CTarnTestDlg::zoom;
+};
+
+class MainDialog : public testing::Test
+{
+protected:
+    MainDialog()
+    {
+        library.devices = {{0}, {1}};
+        SetStates(1, 0, 1);
+        fs::remove_all(folder);
+    }
+
+    ~MainDialog() override
+    {
+        EXPECT_EQ(library.Outstanding(), 0u);
+        EXPECT_EQ(library.wrongFrees, 0u);
+        fs::remove_all(folder);
+    }
+
+    // The state of both devices, what the Enable and what the Abort button follow.
+    void SetStates(std::uint32_t state, std::uint32_t forEnable, std::uint32_t forAbort)
+    {
+        for (ScriptedDevice& device : library.devices) {
+            device.state = state;
+            library.SetDeviceInt(device.number, 14, forEnable);
+            library.SetDeviceInt(device.number, 15, forAbort);
+        }
+    }
+
+    // Puts an image of 12-bit samples into the store: a ramp from id on, 4 pixels wide.
+    void Store(std::uint32_t id, const std::string& header = "ProgramName=P;")
+    {
+        ScriptedImage image;
+        image.number = image.imageId = id;
+        image.width = image.height = 4;
+        image.pixels.assign(32, 0);
+        for (std::size_t i = 0; i < 16; ++i) {
+            image.pixels[2 * i] = static_cast<std::uint8_t>(id + i);
+            image.pixels[2 * i + 1] = static_cast<std::uint8_t>((id + i) >> 8);
+        }
+        image.headerText = header;
+        image.userId = "someone";
+        library.images.push_back(image);
+    }
+
+    void Event(std::uint32_t code, std::uint32_t number = 0)
+    {
+        window.Send(WM_TARN_EVENT, number, static_cast<LPARAM>(code));
+    }
+
+    void Run(const std::function<void()>& script) { hand.Run(window, script); }
+
+    ScriptedLibrary library;
+    Operator hand;
+    Window window;
+    const fs::path folder = AutoSaveFolder(ProgramFolder(nullptr));
+};
+
+} // namespace
+
+TEST_F(MainDialog, TheDispatchTableNamesControlsOfTheTemplate)
+{
+    for (const DispatchEntry& entry : window.DispatchTable()) {
+        if (entry.id != DispatchEntry::AnyId && entry.id != IdCancel) {
+            EXPECT_EQ(std::ranges::count(MainDialogControls, entry.id, &ControlTemplate::id), 1)
+                << entry.id;
+        }
+    }
+}
+
+TEST_F(MainDialog, StartUpOpensTheLibraryAndReadsItsOptions)
+{
+    library.deviceParams[{0, 81}] = std::string("raw/here");
+    library.libraryParams[17] = std::string("Chain");
+    library.deviceParams[{0, 80}] = std::int32_t{1};
+    library.deviceParams[{0, 82}] = std::int32_t{1};
+    Run([&] {
+        const Strings order = {"TarnOpen \"Tarn test\"",
+                               "TarnSetLibraryParam 16 block 01 00 01 00 1B 00 00 00 00 00 00 00",
+                               "TarnSetNotifyWindow 1034"};
+        EXPECT_EQ(library.CallsOf({"TarnOpen", "TarnSet"}), order);
+        for (const int box : {IdSaveRawFiles, IdEightBitRead, IdTestImageMode})
+            EXPECT_TRUE(hand.IsChecked(box)) << box;
+        EXPECT_FALSE(hand.IsChecked(IdNoGainCheck));
+        EXPECT_EQ(hand.Title(), "TarnTest");
+
+        library.calls.clear();
+        hand.Click(IdNoGainCheck);
+        const Strings all = {"TarnSetDeviceParam 0 80 flag 1", "TarnSetDeviceParam 0 82 flag 0",
+                             "TarnSetDeviceParam 0 81 text \"raw/here\"",
+                             "TarnSetLibraryParam 17 text \"Chain\""};
+        EXPECT_EQ(library.CallsOf({"TarnSet"}), all);
+    });
+}
+
+TEST_F(MainDialog, UnreadableOptionsFallBack)
+{
+    Run([&] {
+        EXPECT_FALSE(hand.IsChecked(IdSaveRawFiles) || hand.IsChecked(IdEightBitRead));
+        EXPECT_TRUE(hand.IsChecked(IdNoGainCheck));
+        library.calls.clear();
+        hand.Click(IdSaveRawFiles);
+        EXPECT_EQ(library.CallsOf({"TarnSetDeviceParam 0 81", "TarnSetLibraryParam 17"}),
+                  (Strings{"TarnSetDeviceParam 0 81 text \"RawFiles\"",
+                           "TarnSetLibraryParam 17 text \"\""}));
+        hand.Click(IdSaveRawFiles);
+        EXPECT_EQ(library.CallsOf({"TarnSetDeviceParam 0 81"}).back(),
+                  "TarnSetDeviceParam 0 81 text \"\"");
+    });
+}
+
+TEST_F(MainDialog, TheButtonsFollowEveryDevice)
+{
+    constexpr std::uint32_t unread = 99;
+    const struct
+    {
+        std::vector<std::pair<std::uint32_t, std::uint32_t>> devices; // parameters 14 and 15
+        bool enable, abort;
+    } cases[] = {
+        {{{0, 1}}, true, false},
+        {{{2, 1}}, false, false},
+        {{{0, 1}, {2, 1}}, false, false},
+        {{{1, 0}, {0, 1}}, true, true},
+        {{{1, 1}, {1, 1}}, false, false},
+        {{{0, 2}, {0, 0}}, true, false},
+        {{{unread, unread}}, false, false},
+        {{{0, 0}, {unread, unread}}, true, false},
+        {{}, false, false},
+    };
+    Run([&] {
+        for (const auto& c : cases) {
+            library.devices.clear();
+            library.deviceParams.clear();
+            for (std::uint32_t number = 0; number < c.devices.size(); ++number) {
+                library.devices.push_back({number});
+                if (c.devices[number].first != unread) {
+                    library.SetDeviceInt(number, 14, c.devices[number].first);
+                    library.SetDeviceInt(number, 15, c.devices[number].second);
+                }
+            }
+            window.Send(WM_TIMER, 3);
+            SCOPED_TRACE(&c - cases);
+            EXPECT_EQ(hand.IsEnabled(IdEnable), c.enable);
+            EXPECT_EQ(hand.IsEnabled(IdAbort), c.abort);
+        }
+        library.Fail(Export::GetDeviceList, 0x200001);
+        window.Send(WM_TIMER, 3);
+        EXPECT_EQ(library.calls.back(), "TarnFreeObject null");
+    });
+}
+
+TEST_F(MainDialog, TheStoredImagesAreOfferedOnceAndWalked)
+{
+    Store(5, "Date=24.11.2026;");
+    Store(6);
+    hand.WhenBox("Found old images! Go to delete loop?", IDYES);
+    hand.WhenBox("Found old image:\n  UserID: someone\n  Date: 24.11.2026\n\nRemove image?", IDOK);
+    hand.WhenBox("Found old image:\n  UserID: someone\n\nRemove image?", IDCANCEL);
+    Run([&] {
+        ASSERT_TRUE(hand.Wait([&] { return hand.Boxes().size() == 3; }));
+        ASSERT_TRUE(hand.Wait([&] { return hand.IsEnabled(IdEnable); }));
+        EXPECT_EQ(library.CallsOf({"TarnRemove"}), Strings{"TarnRemoveImage \"\" 5"});
+        ASSERT_TRUE(window.currentImage);
+        EXPECT_EQ(window.currentImage->m_imageId, 6u);
+        EXPECT_EQ(hand.Boxes()[1].style, MB_OKCANCEL | MB_TOPMOST);
+
+        library.Break(Export::GetImage, Fault::NullObject, ScriptedLibrary::Always);
+        hand.WhenBox("Found old images!", IDYES);
+        library.calls.clear();
+        window.CheckStoredImages();
+        EXPECT_EQ(library.CallsOf({"TarnGetImage \""}).size(), 3u);
+    });
+}
+
+TEST_F(MainDialog, ArmingOpensThePreviewAndAbortClosesIt)
+{
+    Run([&] {
+        library.calls.clear();
+        window.EnableCapture();
+        EXPECT_EQ(library.CallsOf({"TarnEnable", "QuilletShow"}),
+                  (Strings{"TarnEnableCapture 0 \"My ID\" 0", "QuilletShow 77 1"}));
+        window.AbortCapture();
+        EXPECT_EQ(library.CallsOf({"TarnDisable", "QuilletClose"}),
+                  (Strings{"TarnDisableCapture 0 1", "QuilletClose 77"}));
+
+        library.calls.clear();
+        library.Fail(Export::EnableCapture, 0x100007);
+        hand.WhenBox("Warning number: 7\nResult 0x100007", IDOK);
+        window.EnableCapture();
+        EXPECT_EQ(library.CallsOf({"TarnDisable", "Quillet"}), Strings{"TarnDisableCapture 0 0"});
+        EXPECT_FALSE(hand.IsEnabled(IdEnable));
+    });
+}
+
+TEST_F(MainDialog, EventsLeadToTheirReactions)
+{
+    Run([&] {
+        hand.Wait([&] { return hand.IsEnabled(IdEnable); });
+        SetStates(4, 1, 0);
+        window.Send(WM_TIMER, 3);
+        Event(15);
+        EXPECT_EQ(hand.Title(), "Ready to take image");
+        Event(4);
+        EXPECT_EQ(hand.Title(), "TarnTest");
+        EXPECT_TRUE(hand.IsEnabled(IdAbort));
+        Event(3);
+        EXPECT_FALSE(hand.IsEnabled(IdAbort));
+        window.imageNumber = 9;
+        Event(6);
+        EXPECT_EQ(window.seriesNumber, 2u);
+        EXPECT_EQ(window.imageNumber, 1u);
+        hand.Click(IdAutoSaveImages);
+        EXPECT_EQ(window.seriesNumber, 1u);
+        library.calls.clear();
+        for (const std::uint32_t ignored : {5u, 8u, 16u, 18u, 0x010002u})
+            Event(ignored);
+        EXPECT_EQ(library.calls, None);
+        Event(7);
+        EXPECT_EQ(library.CallsOf({""}).size(), 1u);
+        hand.WhenBox("Error number: 2\n", IDOK); // the low bits alone would be event 2
+        Event(0x200002);
+    });
+}
+
+TEST_F(MainDialog, ResultsThatComeWhileOneIsShownDoNotPileUp)
+{
+    hand.WhenBox("Info number: 1\n", IDOK, [&] {
+        for (std::uint32_t i = 2; i <= 1000; ++i)
+            Event(0x300000 + i);
+    });
+    hand.WhenBox("Info number: 1000\nResult 0x3003E8\n\nEarlier results not shown: 998", IDOK,
+                 [&] { Event(0x300007); });
+    hand.WhenBox("Info number: 7\nResult 0x300007", IDOK);
+    Run([&] { Event(0x300001); });
+    EXPECT_EQ(hand.Boxes().size(), 3u);
+}
+
+TEST_F(MainDialog, AnImageLeavesTheStoreWhenSavedOrOnYes)
+{
+    const struct
+    {
+        bool save, enable, folderBlocked;
+        int answer; // 0: no question
+        bool removed;
+    } cases[] = {
+        {false, false, false, IDYES, true}, {false, false, false, IDNO, false},
+        {true, false, false, 0, true},      {false, true, false, 0, true},
+        {true, true, false, 0, true},       {true, false, true, IDNO, false},
+        {true, true, true, IDNO, false},    {true, true, true, IDYES, true},
+    };
+    Run([&] {
+        std::uint32_t id = 0;
+        for (const auto& c : cases) {
+            SCOPED_TRACE(&c - cases);
+            Store(++id, "ProgramName=Prog A:1;");
+            fs::remove_all(folder);
+            if (c.folderBlocked) {
+                std::ofstream(folder.parent_path()) << "in the way";
+            }
+            if (hand.IsChecked(IdAutoSaveImages) != c.save)
+                hand.Click(IdAutoSaveImages);
+            if (hand.IsChecked(IdAutoEnable) != c.enable)
+                hand.Click(IdAutoEnable);
+            if (c.folderBlocked)
+                hand.WhenBox("Invalid path on", IDOK);
+            if (c.answer != 0)
+                hand.WhenBox(Question, c.answer);
+            library.calls.clear();
+            window.imageNumber = id;
+            Event(2, id);
+            Strings expected;
+            if (c.removed)
+                expected.push_back("TarnRemoveImage \"\" " + std::to_string(id));
+            if (c.enable)
+                expected.push_back("TarnEnableCapture 0 \"My ID\" 0");
+            EXPECT_EQ(library.CallsOf({"TarnRemove", "TarnEnable"}), expected);
+            EXPECT_EQ(window.imageNumber, id + 1);
+            const fs::path file = folder / ("Prog_A_1_1_" + std::to_string(id) + ".Q32");
+            EXPECT_EQ(fs::exists(file), c.save && !c.folderBlocked);
+            if (fs::exists(file)) {
+                EXPECT_EQ(ReadQ32File(file.c_str())->m_imageId, id);
+            }
+            fs::remove_all(folder.parent_path());
+        }
+    });
+}
+
+TEST_F(MainDialog, AnEventWithoutAnImageRemovesNothing)
+{
+    Run([&] {
+        hand.Click(IdAutoEnable);
+        hand.Click(IdAutoSaveImages);
+        Store(3);
+        library.calls.clear();
+        library.Break(Export::GetImage, Fault::NullObject);
+        Event(2, 3);
+        library.Fail(Export::GetImage, 0x200009);
+        hand.WhenBox("Error number: 9", IDOK);
+        Event(2, 3);
+        // Its pixels did not come: it is shown grey, and asked about instead of saved.
+        library.Break(Export::GetImage, Fault::NullEntries);
+        hand.WhenBox(Question, IDNO);
+        Event(2, 3);
+        EXPECT_EQ(library.CallsOf({"TarnRemove"}), None);
+        EXPECT_EQ(library.CallsOf({"TarnEnable"}).size(), 3u);
+        EXPECT_FALSE(fs::exists(folder));
+        EXPECT_EQ(window.imageNumber, 2u);
+    });
+}
+
+TEST_F(MainDialog, AnswersBelongToTheImageTheyWereAskedAbout)
+{
+    Store(1);
+    Store(2);
+    hand.WhenBox(Question, IDYES, [&] {
+        hand.WhenBox(Question, IDNO);
+        Event(2, 2);
+        EXPECT_EQ(window.currentImage->m_imageId, 2u);
+    });
+    Run([&] {
+        Event(2, 1);
+        EXPECT_EQ(library.CallsOf({"TarnRemove"}), Strings{"TarnRemoveImage \"\" 1"});
+        EXPECT_EQ(window.imageNumber, 3u);
+    });
+}
+
+TEST_F(MainDialog, ClosingIsRefusedWhileADeviceIsAtWork)
+{
+    const std::function<void()> ways[] = {[&] { hand.Click(IdExit); }, [&] { hand.PressEscape(); },
+                                          [&] { hand.CloseWindow(); }};
+    for (const auto& way : ways) {
+        SCOPED_TRACE(&way - ways);
+        Window another;
+        previewHandle = 0;
+        library.calls.clear();
+        hand.Run(another, [&] {
+            SetStates(4, 1, 0);
+            hand.WhenBox("Can not close during capturing!", IDOK);
+            way();
+            EXPECT_EQ(library.CallsOf({"TarnClose"}), None);
+
+            SetStates(100, 0, 1);
+            library.calls.clear();
+            way();
+            EXPECT_EQ(library.CallsOf({"TarnC", "QuilletC", "TarnDisable"}),
+                      (Strings{"TarnClearNotifyWindow", "QuilletClose 0", "TarnClose"}));
+        });
+    }
+}
+
+TEST_F(MainDialog, ARejectedFieldKeepsTheLibrariesOpen)
+{
+    Run([&] {
+        hand.Type(IdGamma, "bent");
+        hand.WhenBox("Gamma", IDOK);
+        hand.Click(IdExit);
+        EXPECT_EQ(library.CallsOf({"TarnClose"}), None);
+        EXPECT_TRUE(hand.HasFocus(IdGamma));
+        hand.Type(IdGamma, "2");
+        hand.Click(IdExit);
+        EXPECT_EQ(library.CallsOf({"TarnClose"}).size(), 1u);
+    });
+}
+
+TEST_F(MainDialog, EndingTheProcessDisarmsAndClosesInOrder)
+{
+    Run([&] {
+        SetStates(4, 1, 0);
+        library.calls.clear();
+        window.Send(WM_QUERYENDSESSION);
+        Strings order = library.CallsOf({"TarnC", "QuilletC", "TarnDisable"});
+        ASSERT_EQ(order.size(), 4u);
+        EXPECT_EQ(order.front(), "TarnDisableCapture 0 1");
+        EXPECT_EQ(order.back(), "TarnClose");
+    });
+}
+
+TEST_F(MainDialog, AnImageIsWindowedZoomedAndPanned)
+{
+    Store(4080, "ProgramName=P1;kV=60;mA=8");
+    hand.WhenBox(Question, IDNO);
+    Run([&] {
+        Event(2, 4080);
+        EXPECT_EQ(hand.Title(), "P1, 60 kV, 8 mA");
+        EXPECT_EQ(hand.Text(IdScaleWidth), "15");
+        EXPECT_EQ(hand.Text(IdScaleCenter), "4087");
+        hand.Serve(50);
+        // Row 0 of the block is the bottom line: 4080 at the bottom left, 4092 at the top left.
+        const unsigned top = hand.Pixel(IdImageArea, 5, 5);
+        const unsigned bottom = hand.Pixel(IdImageArea, 5, 500);
+        EXPECT_GT(top, bottom);
+        EXPECT_EQ(top & 0xFF, top >> 16);
+
+        hand.Click(IdNegative);
+        EXPECT_EQ(hand.Text(IdScaleCenter), std::to_string(4095 - 4087));
+        hand.Serve(50);
+        EXPECT_LT(hand.Pixel(IdImageArea, 5, 5), hand.Pixel(IdImageArea, 5, 500));
+
+        EXPECT_FALSE(hand.IsVisible(IdHorizontalBar));
+        for (int i = 0; i < 3; ++i)
+            hand.Click(IdZoomIn);
+        EXPECT_TRUE(hand.IsVisible(IdHorizontalBar) && hand.IsVisible(IdVerticalBar));
+        const int position = hand.Position(IdHorizontalBar);
+        hand.Press(IdHorizontalBar, static_cast<int>(SB_LINEDOWN));
+        EXPECT_EQ(hand.Position(IdHorizontalBar), position + 1);
+        hand.Click(IdZoomOut);
+        EXPECT_DOUBLE_EQ(window.zoom, 1.5 * 1.5 * 1.5 * 0.6666666666666666);
+        hand.Click(IdZoomNormal);
+        EXPECT_FALSE(hand.IsVisible(IdHorizontalBar));
+    });
+}
+
+TEST_F(MainDialog, FilesAreOpenedOrExplained)
+{
+    fs::create_directories(folder);
+    const std::string good = folder / "good.q32";
+    const std::string broken = folder / "broken.q32";
+    CImage image(3, 2, 8, 0, 1);
+    image.Fill(7);
+    image.m_headerText = "ProgramName=Filed";
+    ASSERT_TRUE(WriteQ32File(good.c_str(), image));
+    std::ofstream(broken) << "no image";
+    hand.WhenBox("File " + broken + " is not q32 format", IDOK);
+    Run([&] {
+        hand.WhenFileDialog("");
+        hand.Click(IdOpen);
+        EXPECT_FALSE(window.currentImage);
+        hand.WhenFileDialog(good);
+        hand.Click(IdOpen);
+        EXPECT_EQ(hand.Title(), "Filed");
+        hand.Drop(broken);
+        EXPECT_TRUE(hand.Wait([&] { return hand.Boxes().size() == 1; }));
+        ASSERT_TRUE(window.currentImage);
+        EXPECT_EQ(window.currentImage->m_width, 3u);
+    });
+    ASSERT_EQ(hand.Boxes().size(), 1u);
+    EXPECT_EQ(hand.Boxes()[0].style, MB_OK | MB_ICONSTOP | MB_TOPMOST);
+    EXPECT_EQ(hand.Boxes()[0].caption, "Tarn test");
+}
+
+TEST_F(MainDialog, AnImageIsAskedAboutOverTheSettings)
+{
+    Store(1);
+    hand.WhenBox(Question, IDNO);
+    hand.WhenDialog("Tolva Settings", [&] {
+        Event(2, 1);
+        hand.PressEscape();
+    });
+    hand.WhenBox("***** Tarn *****", IDOK);
+    Run([&] {
+        hand.Click(IdSettings);
+        ASSERT_TRUE(window.currentImage);
+        hand.Click(IdInfo);
+    });
+}
