@@ -12,8 +12,10 @@
 #include <array>
 #include <clocale>
 #include <csignal>
+#include <exception>
 #include <fcntl.h>
 #include <linux/input.h>
+#include <memory>
 #include <unistd.h>
 
 namespace {

@@ -8,8 +8,7 @@
 #include <QDialog>
 
 #include <map>
-
-class EditControl;
+#include <vector>
 
 class DialogWindow : public QDialog
 {

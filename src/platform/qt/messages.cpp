@@ -14,6 +14,7 @@
 #include <QObject>
 
 #include <deque>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <unordered_set>
