@@ -28,7 +28,7 @@ struct Bitmap
     const BYTE* pixels; // of scan line firstLine
     std::size_t pitch;  // bytes from one scan line to the next
     int firstLine, endLine;
-    int sourceX, bottomLine, topLine; // of what is shown at the target's left, bottom and top
+    int sourceX, topLine; // of what is shown at the target's left and top
 
     const BYTE* At(int x, int line) const
     {
@@ -96,7 +96,6 @@ int SetDIBitsToDevice(HDC dc, int x, int y, DWORD width, DWORD height, int sourc
                         static_cast<int>(firstLine),
                         endLine,
                         sourceX,
-                        sourceY,
                         sourceY + asked - 1};
     const int top = std::min(bitmap.topLine, endLine - 1);
     const int bottom = std::max(sourceY, bitmap.firstLine);
