@@ -3,6 +3,7 @@
 #include "app/main_dialog.h"
 #include "device/libraries.h"
 #include "display/mapping.h"
+#include "platform/system.h"
 #include "support/operator.h"
 
 #include <benchmark/benchmark.h>
@@ -106,6 +107,7 @@ void EventToPaint(benchmark::State& state, BenchWindow& window, Operator& hand)
 int main(int argc, char** argv)
 {
     benchmark::Initialize(&argc, argv);
+    KeepFreedBlocks();
     const LibraryExports library = BenchLibrary();
     UseLibraryExports(&library);
     BenchWindow window;

@@ -15,3 +15,8 @@ BOOL QueryPerformanceFrequency(std::int64_t* frequency); // ticks a second
 
 // Sounds the beeper without waiting for the tone to end. frequency: hertz, duration: milliseconds.
 BOOL Beep(DWORD frequency, DWORD duration);
+
+// Lets the allocator keep up to 256 MiB of freed memory for the next picture. By default each large
+// block comes from the system anew and costs a page fault every 4 KiB when it is first written,
+// many times the copy itself.
+void KeepFreedBlocks();

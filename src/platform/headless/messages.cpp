@@ -71,6 +71,11 @@ void RunFor(std::uint32_t milliseconds)
     desktop.now = std::max(desktop.now, end);
 }
 
+void LetTimePass(std::uint32_t milliseconds)
+{
+    desktop.now += milliseconds;
+}
+
 std::uint64_t Now()
 {
     return desktop.now;
@@ -99,13 +104,13 @@ std::optional<Message> NextPosted()
 }
 
 // A handler may start and kill timers and run nested loops, so each look at the list is a new one.
+// The longest due comes first: a handler slower than its own timer does not starve the others.
 std::size_t ServeTimers()
 {
     std::size_t served = 0;
     for (std::size_t turns = desktop.timers.size(); turns > 0; --turns) {
-        const auto due = std::ranges::find_if(desktop.timers,
-                                              [](const Timer& t) { return t.due <= desktop.now; });
-        if (due == desktop.timers.end())
+        const auto due = std::ranges::min_element(desktop.timers, {}, &Timer::due);
+        if (due == desktop.timers.end() || due->due > desktop.now)
             break;
         due->due = desktop.now + std::max<std::uint32_t>(due->period, 1);
         if (const Window* const window = Find(due->window)) {

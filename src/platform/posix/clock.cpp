@@ -1,7 +1,10 @@
-// The performance counter, over the monotonic clock.
+// The performance counter, over the monotonic clock, and the allocator's way with large blocks.
 #include "platform/system.h"
 
 #include <ctime>
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
 
 namespace {
 
@@ -21,4 +24,13 @@ BOOL QueryPerformanceFrequency(std::int64_t* frequency)
 {
     *frequency = TicksPerSecond;
     return TRUE;
+}
+
+void KeepFreedBlocks()
+{
+#ifdef __GLIBC__
+    constexpr int keptAtMost = 256 << 20;
+    mallopt(M_MMAP_MAX, 0);
+    mallopt(M_TRIM_THRESHOLD, keptAtMost);
+#endif
 }

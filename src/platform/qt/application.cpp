@@ -47,6 +47,7 @@ private:
 // A test may have set the toolkit up for several runs.
 int CWinApp::Run(int argc, char** argv)
 {
+    KeepFreedBlocks();
     std::unique_ptr<QApplication> toolkit;
     if (qApp == nullptr)
         toolkit = std::make_unique<QApplication>(argc, argv);
