@@ -116,7 +116,7 @@ TEST(FileFailures, LimitsOfTheProcess)
             return setrlimit(resource, &values) == 0 ? attempt(path) : "not limited";
         });
     };
-    for (const rlim_t size : {10, 5000, 20100, 20151}) {
+    for (const rlim_t size : {10u, 5000u, 20100u, 20151u}) {
         EXPECT_EQ(limited(RLIMIT_FSIZE, size, WriteFailure), Message(DataFailed, path));
         EXPECT_EQ(std::filesystem::file_size(path), size) << "the partial file stays";
     }
