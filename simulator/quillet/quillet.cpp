@@ -32,6 +32,14 @@ std::uint32_t Quillet_1(HWND owner, std::uint32_t, const RECT* screenArea, std::
     }
     const QRect area(screenArea->left, screenArea->top, screenArea->right - screenArea->left,
                      screenArea->bottom - screenArea->top);
+    // A window has one image area; a preview whose handle was given up must not stay in front of
+    // it.
+    for (auto entry = openPreviews.begin(); entry != openPreviews.end();) {
+        const auto [earlier, preview] = *entry++;
+        if (preview && preview->parentWidget() == window) {
+            Quillet_2(earlier);
+        }
+    }
     *handle = ++lastHandle;
     openPreviews[*handle] = new Preview(window, area, FindSensor());
     return 0;
