@@ -158,7 +158,7 @@ void ComputeRange(std::int32_t count, const Sample* samples, double a, double b,
 }
 
 template <typename Sample>
-inline OccupiedRange FindExtremes(std::int32_t count, const Sample* samples)
+TARNTEST_IN_CLONES OccupiedRange FindExtremes(std::int32_t count, const Sample* samples)
 {
     if (count <= 0)
         return {0, 0};

@@ -6,6 +6,9 @@
 #if defined(__x86_64__) && defined(__ELF__) && defined(__GNUC__) && !defined(__clang__) &&         \
     !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 #define TARNTEST_VECTOR_CLONES __attribute__((target_clones("avx2", "default")))
+// A function that such copies share takes part only where it is inlined.
+#define TARNTEST_IN_CLONES __attribute__((always_inline)) inline
 #else
 #define TARNTEST_VECTOR_CLONES
+#define TARNTEST_IN_CLONES inline
 #endif
