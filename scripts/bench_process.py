@@ -50,7 +50,9 @@ class BenchProcess:
         self.trace_file, self.said = folder / "trace.log", folder / "stderr.log"
         self.environment = os.environ | {
             "TARN_SIMULATOR": str(folder / "settings.ini"), "QT_QPA_PLATFORM": "xcb",
-            "HOME": str(folder), "XDG_RUNTIME_DIR": str(folder)}
+            "HOME": str(folder), "XDG_RUNTIME_DIR": str(folder),
+            # Freed pictures go back to the system at once: what stays resident is in use.
+            "MALLOC_MMAP_THRESHOLD_": "131072", "MALLOC_TRIM_THRESHOLD_": "131072"}
         self.helpers, self.process, self.trace = [], None, None
         for name in PROGRAM_FILES:
             shutil.copy2(binaries / name, folder)
@@ -86,11 +88,24 @@ class BenchProcess:
             self._wait_for_call("TarnGetDeviceList", lambda: self._key("alt+n"))
 
     def capture(self):
-        """Ticks "Auto enable" and "Auto save images", and arms as soon as the button allows."""
+        """Ticks "Auto save images" and begins."""
         window = self.wait(lambda: self._windows("TarnTest"), "the window")[0]
         self._xdotool("windowactivate", "--sync", window)
-        self._key("alt+u", "alt+v")
+        self._key("alt+v")
+        self.resume()
+
+    def resume(self):
+        """Ticks "Auto enable", and arms as soon as the button allows."""
+        self._key("alt+u")
+        self.calls()
         self._wait_for_call("TarnEnableCapture", lambda: self._key("alt+e"))
+
+    def rest(self):
+        """Takes the tick of "Auto enable" away and waits until no image comes any more."""
+        self._key("alt+u")
+        last = 0
+        while last != (last := self.last_id()):
+            time.sleep(2)
 
     def last_id(self):
         """The number of the image that the library began last; ids count from 1."""
@@ -123,8 +138,7 @@ class BenchProcess:
         return int(re.search(r"VmRSS:\s*(\d+)", status)[1])
 
     def handles(self):
-        """How many of each kind are open: files, sockets, timers, ... and threads; images that are
-        just read or written are left out."""
+        """How many of each kind are open: files, sockets, timers, ... and threads."""
         process = pathlib.Path(f"/proc/{self.process.pid}")
         kinds = collections.Counter({"threads": len(list((process / "task").iterdir()))})
         for link in (process / "fd").iterdir():
@@ -132,8 +146,7 @@ class BenchProcess:
                 target = os.readlink(link)
             except FileNotFoundError:
                 continue  # closed meanwhile
-            if not target.startswith((f"{self.store}/", f"{self.images}/", f"{self.folder}/set")):
-                kinds[re.sub(r":\[\d+\]$", "", target)] += 1
+            kinds[re.sub(r":\[\d+\]$", "", target)] += 1
         timers = process / "timers"
         kinds["interval timers"] = timers.read_text().count("ID:") if timers.exists() else 0
         return kinds
