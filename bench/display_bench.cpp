@@ -182,7 +182,7 @@ int main(int argc, char** argv)
         MakeBench("1500x2000", 1500, 2000, 12),
         MakeBench("2048x2048", 2048, 2048, 12),
         MakeBench("4096x4096", 4096, 4096, 12),
-        MakeBench("16 bit", 2048, 2048, 16),
+        MakeBench("16-bit", 2048, 2048, 16),
     };
     for (const auto& bench : benches)
         Register(*bench);

