@@ -3,8 +3,8 @@
 #include "app/main_dialog.h"
 #include "device/libraries.h"
 #include "display/mapping.h"
+#include "platform/qt/operator.h"
 #include "platform/system.h"
-#include "support/operator.h"
 
 #include <benchmark/benchmark.h>
 #include <string>

@@ -1,10 +1,10 @@
 // The main window over a scripted library, worked by an operator.
 #include "app/main_dialog.h"
 #include "platform/boxes.h"
+#include "platform/qt/operator.h"
 #include "resources/main_dialog_template.h"
 #include "storage/paths.h"
 #include "storage/q32_file.h"
-#include "support/operator.h"
 #include "support/scripted_library.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 // Dialogs, fields, boxes and painting, worked as an operator does.
 #include "platform/bench_dialog.h"
-#include "support/operator.h"
+#include "platform/qt/operator.h"
 
 #include <algorithm>
 #include <csignal>

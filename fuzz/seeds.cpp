@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <random>
 
 int main(int, char** arguments)
 {
@@ -30,5 +31,13 @@ int main(int, char** arguments)
     }
     for (int format = 0; format < 64; ++format)
         seed("round_trip_fuzz", std::string{'\5', '\3', static_cast<char>(format), '\6'} + header);
+    std::minstd_rand random(1);
+    for (std::size_t size = 16; size <= 1024; size += 16) {
+        std::string choices(size, ' ');
+        for (char& choice : choices) {
+            choice = static_cast<char>(random());
+        }
+        seed("workflow_fuzz", choices);
+    }
     return 0;
 }

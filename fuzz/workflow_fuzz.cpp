@@ -193,6 +193,21 @@ private:
 
 } // namespace
 
+// Saved images go to memory: a disk would be waited for with every one of them.
+extern "C" int LLVMFuzzerInitialize(int*, char***)
+{
+    const std::string memory = "/dev/shm/workflow_fuzz_" + std::to_string(getpid());
+    std::filesystem::create_directories(memory);
+    std::error_code exists;
+    const std::string link = savedFolder.substr(0, savedFolder.size() - 1);
+    if (std::filesystem::is_symlink(link)) {
+        std::filesystem::remove_all(std::filesystem::read_symlink(link));
+        std::filesystem::remove(link);
+    }
+    std::filesystem::create_directory_symlink(memory, link, exists);
+    return 0;
+}
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     headless::SetBaseUnits(SmallBaseWidth, SmallBaseHeight);

@@ -1,5 +1,5 @@
 // An operator for tests, over the real widgets.
-#include "support/operator.h"
+#include "platform/qt/operator.h"
 
 #include "platform/boxes.h"
 #include "platform/qt/control_widgets.h"
