@@ -27,13 +27,13 @@ inline constexpr ControlTemplate MainDialogControls[] = {
     {IdAutoSaveImages, ControlKind::CheckBox, "Auto sa&ve images", {511, 124, 91, 11}},
 
     {0, ControlKind::GroupBox, "Display", {507, 140, 99, 90}},
-    {0, ControlKind::Label, "Scale &center:", {511, 153, 56, 13}},
+    {0, ControlKind::Label, "Scale &center:", {511, 155, 56, 11}},
     {IdScaleCenter, ControlKind::Edit, "", {568, 153, 35, 13}},
-    {0, ControlKind::Label, "Scale &width:", {511, 169, 56, 13}},
+    {0, ControlKind::Label, "Scale &width:", {511, 171, 56, 11}},
     {IdScaleWidth, ControlKind::Edit, "", {568, 169, 35, 13}},
-    {0, ControlKind::Label, "&Gamma:", {511, 185, 56, 13}},
+    {0, ControlKind::Label, "&Gamma:", {511, 187, 56, 11}},
     {IdGamma, ControlKind::Edit, "", {568, 185, 35, 13}},
-    {0, ControlKind::Label, "&LUT wnd width:", {511, 201, 56, 13}},
+    {0, ControlKind::Label, "&LUT wnd width:", {511, 203, 56, 11}},
     {IdLutWindowWidth, ControlKind::Edit, "", {568, 201, 35, 13}},
     {IdNegative, ControlKind::CheckBox, "&Negative", {511, 217, 91, 11}},
 
