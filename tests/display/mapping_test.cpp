@@ -64,7 +64,7 @@ TEST(DisplayLut, EqualsTheLiteralFormulaBitForBit)
     std::mt19937 random(2);
     const double gammas[] = {1, 2, 0.45, 2.2, 0, -1, 1e-300, 1e300, NAN};
     const std::uint32_t size = 9000;
-    for (int round = 0; round < 200; ++round) {
+    for (std::uint32_t round = 0; round < 200; ++round) {
         const auto center = static_cast<std::uint32_t>(round % 5 ? random() % 70000 : random());
         const auto width = static_cast<std::uint32_t>(random() >> (random() % 32));
         const double gamma = gammas[random() % 9];
