@@ -16,11 +16,6 @@ namespace {
 constexpr char CaptureUserId[] = "My ID"; // arms the sensor
 constexpr char AnyUserId[] = "";          // fetches and removes
 
-constexpr std::uint32_t FilterChain = 17;   // library parameter
-constexpr std::uint32_t TestImageMode = 80; // parameters of device 0
-constexpr std::uint32_t RawFilesFolder = 81;
-constexpr std::uint32_t GainCheck = 82;
-
 // Passes in a row that may fetch nothing before the stored-image loop gives up.
 constexpr int MaxFruitlessPasses = 3;
 
@@ -284,10 +279,10 @@ void CTarnTestDlg::ApplyCaptureOptions()
     if (!UpdateData()) {
         return;
     }
-    SetDeviceFlag(0, TestImageMode, testImageMode);
-    SetDeviceFlag(0, GainCheck, noGainCheck ? 0 : 1);
-    SetDeviceText(0, RawFilesFolder, saveRawFiles ? rawFilesFolder : "");
-    SetLibraryText(FilterChain, eightBitRead ? filterChain : "");
+    SetDeviceFlag(0, DeviceParameter::TestImageMode, testImageMode);
+    SetDeviceFlag(0, DeviceParameter::GainCheck, noGainCheck ? 0 : 1);
+    SetDeviceText(0, DeviceParameter::RawFilesFolder, saveRawFiles ? rawFilesFolder : "");
+    SetLibraryText(LibraryParameter::FilterChain, eightBitRead ? filterChain : "");
 }
 
 namespace {

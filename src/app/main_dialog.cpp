@@ -23,14 +23,6 @@ constexpr UINT StartUpDelay = 1000; // milliseconds
 constexpr UINT_PTR PollingTimer = 3;
 constexpr UINT PollingPeriod = 2500;
 
-constexpr std::uint32_t StartUpBlock = 16; // library parameter
-constexpr std::uint32_t FilterChain = 17;
-constexpr std::uint32_t EnableState = 14; // device parameters
-constexpr std::uint32_t AbortState = 15;
-constexpr std::uint32_t TestImageMode = 80;
-constexpr std::uint32_t RawFilesFolder = 81;
-constexpr std::uint32_t GainCheck = 82;
-
 constexpr char DefaultRawFilesFolder[] = "RawFiles";
 constexpr char DefaultFilterChain[] =
     "WqFilter2 RelHistMargins=(0.05; 0.05; 0.05; 0.05); Contrast=0.4; |||| MinMaxScaleTo8Bit";
@@ -111,8 +103,8 @@ BOOL CTarnTestDlg::OnInitDialog()
     ReportResult(TarnOpen(m_hWnd, appTitle.c_str()), m_hWnd, appTitle);
     // The 16-bit values 1, 1, 27, 0 and the 32-bit value 0, little-endian.
     static constexpr std::uint8_t startUpBlock[12] = {1, 0, 1, 0, 27};
-    ReportResult(SetLibraryBlock(StartUpBlock, startUpBlock, sizeof startUpBlock), m_hWnd,
-                 appTitle);
+    ReportResult(SetLibraryBlock(LibraryParameter::StartUpBlock, startUpBlock, sizeof startUpBlock),
+                 m_hWnd, appTitle);
     ReadLibraryOptions();
 
     UpdateData(FALSE);
@@ -124,25 +116,25 @@ BOOL CTarnTestDlg::OnInitDialog()
 
 void CTarnTestDlg::ReadLibraryOptions()
 {
-    GetDeviceText(0, RawFilesFolder, rawFilesFolder);
+    GetDeviceText(0, DeviceParameter::RawFilesFolder, rawFilesFolder);
     if (rawFilesFolder.empty()) {
         rawFilesFolder = DefaultRawFilesFolder;
     } else {
         saveRawFiles = TRUE;
     }
 
-    GetLibraryText(FilterChain, filterChain);
+    GetLibraryText(LibraryParameter::FilterChain, filterChain);
     if (filterChain.empty()) {
         filterChain = DefaultFilterChain;
     } else {
         eightBitRead = TRUE;
     }
 
-    GetDeviceFlag(0, TestImageMode, testImageMode);
+    GetDeviceFlag(0, DeviceParameter::TestImageMode, testImageMode);
 
     // The library's flag says that the check is on, the box that it is off.
     BOOL gainCheck = FALSE;
-    GetDeviceFlag(0, GainCheck, gainCheck);
+    GetDeviceFlag(0, DeviceParameter::GainCheck, gainCheck);
     noGainCheck = gainCheck == 0;
 }
 
@@ -173,9 +165,9 @@ void CTarnTestDlg::UpdateCaptureButtons()
     bool mayAbort = true;
     for (const DeviceListEntry& entry : Entries(list)) {
         std::uint32_t abortState = 2;
-        GetDeviceInt(entry.number, AbortState, abortState);
+        GetDeviceInt(entry.number, DeviceParameter::AbortState, abortState);
         std::uint32_t enableState = 1;
-        GetDeviceInt(entry.number, EnableState, enableState);
+        GetDeviceInt(entry.number, DeviceParameter::EnableState, enableState);
         canArm |= enableState == 0;
         mayArm &= enableState <= 1;
         canAbort |= abortState != 1;
