@@ -183,10 +183,16 @@ OccupiedRange FindOccupiedSamples(std::int32_t count, const std::uint16_t* sampl
     return FindExtremes(count, samples);
 }
 
+// Four quarters of the picture are counted side by side: a processor fetches several streams at
+// once sooner than one, and neighbours, which are often alike, do not wait for each other's bin.
 template <typename Sample>
 void CountSamples(std::int32_t count, const Sample* samples, std::uint32_t* histogram)
 {
-    for (std::int32_t i = 0; i < count; ++i)
+    const std::int32_t quarter = count / 4;
+    for (std::int32_t i = 0; i < quarter; ++i)
+        for (std::int32_t q = 0; q < 4; ++q)
+            ++histogram[samples[i + q * quarter]];
+    for (std::int32_t i = quarter * 4; i < count; ++i)
         ++histogram[samples[i]];
 }
 

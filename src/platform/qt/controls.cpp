@@ -132,16 +132,18 @@ void CWnd::SetWindowPos(int x, int y, int width, int height, UINT flags)
         widget->resize(width, height);
 }
 
-// A dialog's own area includes that of its frames: their painting is the dialog's.
+// What a dialog paints is what its frames show, or its icon while it is minimised. Its background
+// and its other controls repaint themselves when they change.
 void CWnd::Invalidate(BOOL)
 {
     QWidget* const widget = WidgetOf(m_hWnd);
     if (widget == nullptr)
         return;
-    widget->update();
-    for (QWidget* const frame : widget->findChildren<QWidget*>(Qt::FindDirectChildrenOnly))
-        if (dynamic_cast<FrameControl*>(frame) != nullptr)
-            frame->update();
+    if (!widget->isWindow() || widget->isMinimized())
+        return widget->update();
+    for (QWidget* const child : widget->findChildren<QWidget*>(Qt::FindDirectChildrenOnly))
+        if (dynamic_cast<FrameControl*>(child) != nullptr)
+            child->update();
 }
 
 void CWnd::SetTimer(UINT_PTR id, UINT period)
