@@ -9,11 +9,14 @@ import sys
 
 
 def medians(paths):
-    """Benchmark name -> nanoseconds: CPU time, or real time where the benchmark asks for it."""
+    """Benchmark name -> nanoseconds: CPU time, or real time where the benchmark asks for it.
+    Figures of the whole program come by name, in a unit of their own."""
     unit = {"ns": 1, "us": 1e3, "ms": 1e6, "s": 1e9}
     times = {}
     for path in paths:
-        for run in json.loads(pathlib.Path(path).read_text())["benchmarks"]:
+        results = json.loads(pathlib.Path(path).read_text())
+        times |= results.get("figures", {})
+        for run in results.get("benchmarks", []):
             if run.get("aggregate_name") == "median":
                 name, real, _ = run["run_name"].partition("/real_time")
                 time = run["real_time" if real else "cpu_time"]

@@ -80,25 +80,36 @@ class BenchProcess:
         self.trace_file.write_text("")
         self.trace = self.trace_file.open()
         left_over = any(self.store.glob("*.tarn"))
-        self.process = subprocess.Popen([self.folder / "TarnTest"], env=self.environment,
-                                        stderr=self.said.open("w"))
+        self.launch(self.folder / "TarnTest")
         self._wait_for_call("TarnGetImageCount")
         if left_over:
-            self.wait(lambda: self._windows("Tarn test"), "the question about stored images")
-            self._wait_for_call("TarnGetDeviceList", lambda: self._key("alt+n"))
+            self.wait(lambda: self.windows("Tarn test"), "the question about stored images")
+            self.urge("TarnGetDeviceList", "alt+n")
+
+    def launch(self, program):
+        self.process = subprocess.Popen([program], env=self.environment,
+                                        stderr=self.said.open("w"))
 
     def capture(self):
         """Ticks "Auto save images" and begins."""
-        window = self.wait(lambda: self._windows("TarnTest"), "the window")[0]
+        window = self.wait(lambda: self.windows("TarnTest"), "the window")[0]
         self._xdotool("windowactivate", "--sync", window)
         self._key("alt+v")
         self.resume()
 
     def resume(self):
-        """Ticks "Auto enable", and arms as soon as the button allows."""
+        """Ticks "Auto enable" and arms."""
         self._key("alt+u")
+        self.arm()
+
+    def arm(self):
+        """Presses Enable as soon as the button allows."""
+        self.urge("TarnEnableCapture", "alt+e")
+
+    def urge(self, call, key):
+        """Presses the key until the program makes the call once more."""
         self.calls()
-        self._wait_for_call("TarnEnableCapture", lambda: self._key("alt+e"))
+        self._wait_for_call(call, lambda: self._key(key))
 
     def rest(self):
         """Takes the tick of "Auto enable" away and waits until no image comes any more."""
@@ -166,7 +177,7 @@ class BenchProcess:
         lines = []
         if "DISPLAY" in self.environment:
             lines += [f"window: {self._xdotool('getwindowname', window)[0]}"
-                      for window in self._windows("arn")]
+                      for window in self.windows("arn")]
         for log in (self.trace_file, self.said):
             if log.exists():
                 lines += log.read_text().splitlines()[-15:]
@@ -197,7 +208,7 @@ class BenchProcess:
             return False
         self.wait(came, name)
 
-    def _windows(self, title):
+    def windows(self, title):
         return self._xdotool("search", "--onlyvisible", "--name", title)
 
     def _key(self, *keys):
