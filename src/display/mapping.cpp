@@ -13,7 +13,6 @@
 namespace {
 
 constexpr std::uint32_t GreyLevels = 256;
-constexpr std::int32_t LutIndexMask = 0xFFF;
 
 // The most rows and columns of samples of a block that is drawn in a strip. The step keeps blocks
 // below this; others are summed sample by sample.
@@ -41,18 +40,24 @@ struct Source
 //
 //   source columns  first ............................ first + span
 //   columnSums      sum of the block's rows, one each
-//   averages        [taps - 1][x]: average of the block of so many columns that starts at x
-//   display         column c shows the average at places[c]
+//   display         column places[i] shows the average of the block that begins at starts[i]
+//
+// The columns are kept by the number of source columns that their blocks are made of.
 struct Strip
 {
     static constexpr std::uint32_t MaxColumns = 1024;
     static constexpr std::uint32_t MaxSpan = 4096;
 
+    struct Group
+    {
+        std::uint32_t count = 0;
+        std::uint16_t places[MaxColumns]; // display columns of the strip
+        std::uint16_t starts[MaxColumns]; // source columns of the strip
+    };
+
     std::uint32_t first = 0, span = 0, columns = 0;
-    bool hasTaps[MaxTaps + 1] = {}; // is there a block of so many columns?
-    std::uint16_t places[MaxColumns];
+    Group groups[MaxTaps + 1]; // [number of source columns]
 };
-static_assert(MaxTaps * Strip::MaxSpan <= 65536);
 
 template <typename Sample>
 std::uint32_t Resample(const Source<Sample>& source, const std::uint8_t* lut, std::uint32_t cx,
@@ -71,8 +76,9 @@ void SumRows(const std::uint8_t* samples, std::size_t stride, std::uint32_t rows
              std::uint32_t span, std::uint32_t* sums);
 void SumRows(const std::uint16_t* samples, std::size_t stride, std::uint32_t rows,
              std::uint32_t span, std::uint32_t* sums);
-void AverageBlocks(const std::uint32_t* columnSums, std::uint32_t count, std::uint32_t step,
-                   std::uint32_t taps, std::uint32_t rows, std::uint16_t* averages);
+template <std::uint32_t Taps>
+void DrawColumns(const Strip::Group& group, const std::uint32_t* columnSums, std::uint32_t step,
+                 std::uint32_t rows, const std::uint8_t* lut, std::uint8_t* line);
 template <typename Sample>
 std::uint8_t DrawBlock(const Source<Sample>& source, Block rows, Block columns,
                        const std::uint8_t* lut);
@@ -262,10 +268,10 @@ double FillStrip(Strip& strip, double x, double scale, std::uint32_t columns,
         if (block.IsEmpty() || block.hi - strip.first > Strip::MaxSpan ||
             block.Taps(step) > MaxTaps)
             break;
-        const std::uint32_t taps = block.Taps(step);
-        strip.hasTaps[taps] = true;
-        strip.places[strip.columns] =
-            static_cast<std::uint16_t>((taps - 1) * Strip::MaxSpan + block.lo - strip.first);
+        Strip::Group& group = strip.groups[block.Taps(step)];
+        group.places[group.count] = static_cast<std::uint16_t>(strip.columns);
+        group.starts[group.count] = static_cast<std::uint16_t>(block.lo - strip.first);
+        ++group.count;
         strip.span = block.hi - strip.first;
         ++strip.columns;
         x += scale;
@@ -281,14 +287,13 @@ void DrawStrip(const Strip& strip, const Source<Sample>& source, Block rows,
     std::uint32_t columnSums[Strip::MaxSpan];
     SumRows(source.Row(rows.lo) + strip.first, std::size_t{source.width} * source.step, rowTaps,
             strip.span, columnSums);
-    std::uint16_t averages[MaxTaps * Strip::MaxSpan];
-    for (std::uint32_t taps = 1; taps <= MaxTaps; ++taps) {
-        if (strip.hasTaps[taps])
-            AverageBlocks(columnSums, strip.span - (taps - 1) * source.step, source.step, taps,
-                          rowTaps, averages + (taps - 1) * Strip::MaxSpan);
-    }
-    for (std::uint32_t c = 0; c < strip.columns; ++c)
-        line[c] = lut[averages[strip.places[c]]];
+    const Strip::Group* const groups = strip.groups;
+    DrawColumns<1>(groups[1], columnSums, source.step, rowTaps, lut, line);
+    DrawColumns<2>(groups[2], columnSums, source.step, rowTaps, lut, line);
+    DrawColumns<3>(groups[3], columnSums, source.step, rowTaps, lut, line);
+    DrawColumns<4>(groups[4], columnSums, source.step, rowTaps, lut, line);
+    DrawColumns<5>(groups[5], columnSums, source.step, rowTaps, lut, line);
+    static_assert(MaxTaps == 5);
 }
 
 // sums[x] = samples[x] + samples[x + stride] + ... of Rows rows. All rows are read side by side:
@@ -337,44 +342,24 @@ void SumRows(const std::uint16_t* samples, std::size_t stride, std::uint32_t row
     SumRowsOf(samples, stride, rows, span, sums);
 }
 
-// averages[x] = (sum / n) mod 4096 of the Taps columns x, x + step, ...
+// pixel = lut[sum / n mod 4096] of the Taps columns x, x + step, ...
 //
-// The quotient is formed as trunc((sum + 0.5) (1 / n)) in single precision. sum + 0.5 is exact, and
-// at least 0.5 / n away from the next multiple of n; the two roundings move the quotient, which is
-// below 2^16, by less than 2^-7. So it is exact for n < 64.
+// The division is a multiplication with M = 2^31 / n rounded up: sum M / 2^31 is sum / n and at
+// most sum / 2^31 more, which reaches no other whole number, for sum n < 2^31.
 template <std::uint32_t Taps>
-TARNTEST_IN_CLONES void AverageBlocksOf(const std::uint32_t* columnSums, std::uint32_t count,
-                                        std::uint32_t step, std::uint32_t rows,
-                                        std::uint16_t* __restrict averages)
+void DrawColumns(const Strip::Group& group, const std::uint32_t* columnSums, std::uint32_t step,
+                 std::uint32_t rows, const std::uint8_t* lut, std::uint8_t* line)
 {
-    static_assert(MaxTaps * MaxTaps < 64);
-    const float reciprocal = 1.0f / static_cast<float>(Taps * rows);
-    for (std::uint32_t x = 0; x < count; ++x) {
-        std::uint32_t sum = columnSums[x];
+    constexpr std::uint64_t samples = MaxTaps * MaxTaps;
+    static_assert(samples * std::numeric_limits<std::uint16_t>::max() * samples < 1u << 31);
+    const std::uint64_t n = std::uint64_t{Taps} * rows;
+    const std::uint64_t reciprocal = ((1u << 31) + n - 1) / n;
+    for (std::uint32_t i = 0; i < group.count; ++i) {
+        const std::uint32_t* const block = columnSums + group.starts[i];
+        std::uint64_t sum = block[0];
         for (std::uint32_t tap = 1; tap < Taps; ++tap)
-            sum += columnSums[x + std::size_t{tap} * step];
-        const float quotient =
-            (static_cast<float>(static_cast<std::int32_t>(sum)) + 0.5f) * reciprocal;
-        averages[x] =
-            static_cast<std::uint16_t>(static_cast<std::int32_t>(quotient) & LutIndexMask);
-    }
-}
-
-TARNTEST_VECTOR_CLONES
-void AverageBlocks(const std::uint32_t* columnSums, std::uint32_t count, std::uint32_t step,
-                   std::uint32_t taps, std::uint32_t rows, std::uint16_t* averages)
-{
-    switch (taps) {
-    case 1:
-        return AverageBlocksOf<1>(columnSums, count, step, rows, averages);
-    case 2:
-        return AverageBlocksOf<2>(columnSums, count, step, rows, averages);
-    case 3:
-        return AverageBlocksOf<3>(columnSums, count, step, rows, averages);
-    case 4:
-        return AverageBlocksOf<4>(columnSums, count, step, rows, averages);
-    default:
-        return AverageBlocksOf<MaxTaps>(columnSums, count, step, rows, averages);
+            sum += block[std::size_t{tap} * step];
+        line[group.places[i]] = lut[(sum * reciprocal >> 31) % 4096];
     }
 }
 
