@@ -354,7 +354,8 @@ void DrawColumns(const Strip::Group& group, const std::uint32_t* columnSums, std
     static_assert(samples * std::numeric_limits<std::uint16_t>::max() * samples < 1u << 31);
     const std::uint64_t n = std::uint64_t{Taps} * rows;
     const std::uint64_t reciprocal = ((1u << 31) + n - 1) / n;
-    for (std::uint32_t i = 0; i < group.count; ++i) {
+    const std::uint32_t count = group.count; // a pixel written might be any byte, also of this
+    for (std::uint32_t i = 0; i < count; ++i) {
         const std::uint32_t* const block = columnSums + group.starts[i];
         std::uint64_t sum = block[0];
         for (std::uint32_t tap = 1; tap < Taps; ++tap)
