@@ -443,7 +443,7 @@ void Model::Render(Capture& capture, const Settings& settings)
     image.height = delivered.height;
     image.bitsPerSample = delivered.bitsPerSample;
     image.pixelBytes = delivered.bitsPerSample > 8 ? 2 : 1;
-    image.pixels = PackSamples(delivered);
+    image.pixels = PackSamples(delivered, RowOrder::BottomFirst);
     image.imageId = capture.imageId;
     image.tag = capture.device.number << 16 | capture.device.SensorCode();
     image.headerText = HeaderText(capture, settings);
@@ -492,7 +492,7 @@ void Model::SaveRaw(Capture& capture, const Frame& frame) const
     std::error_code error;
     std::filesystem::create_directories(folder, error);
     std::ofstream file(folder + name, std::ios::binary);
-    const std::vector<std::uint8_t> bytes = PackSamples(frame);
+    const std::vector<std::uint8_t> bytes = PackSamples(frame, RowOrder::TopFirst);
     file.write(reinterpret_cast<const char*>(bytes.data()), std::streamsize(bytes.size()));
     if (!file.flush()) {
         std::fprintf(stderr, "Tarn simulator: cannot write the raw file %s%s\n", folder.c_str(),

@@ -548,14 +548,18 @@ Frame ScaleToEightBits(const Frame& frame)
     return scaled;
 }
 
-std::vector<std::uint8_t> PackSamples(const Frame& frame)
+std::vector<std::uint8_t> PackSamples(const Frame& frame, RowOrder order)
 {
-    const std::size_t sampleBytes = frame.bitsPerSample > 8 ? 2 : 1;
-    std::vector<std::uint8_t> bytes(frame.samples.size() * sampleBytes);
-    for (std::size_t i = 0; i < frame.samples.size(); ++i) {
-        bytes[i * sampleBytes] = static_cast<std::uint8_t>(frame.samples[i]);
-        if (sampleBytes == 2)
-            bytes[2 * i + 1] = static_cast<std::uint8_t>(frame.samples[i] >> 8);
+    std::vector<std::uint8_t> bytes;
+    bytes.reserve(frame.samples.size() * (frame.bitsPerSample > 8 ? 2 : 1));
+    for (std::size_t row = 0; row < frame.height; ++row) {
+        const std::size_t y = order == RowOrder::TopFirst ? row : frame.height - 1 - row;
+        for (std::size_t x = 0; x < frame.width; ++x) {
+            const std::uint16_t sample = frame.samples[y * frame.width + x];
+            bytes.push_back(static_cast<std::uint8_t>(sample));
+            if (frame.bitsPerSample > 8)
+                bytes.push_back(static_cast<std::uint8_t>(sample >> 8));
+        }
     }
     return bytes;
 }

@@ -62,7 +62,13 @@ std::pair<std::uint16_t, std::uint16_t> SampleRange(const Frame& frame);
 // The frame with its sample range spread over 8 bits.
 Frame ScaleToEightBits(const Frame& frame);
 
+enum class RowOrder
+{
+    TopFirst,
+    BottomFirst
+};
+
 // The samples as bytes: 1 a sample up to 8 bits, else 2, little-endian.
-std::vector<std::uint8_t> PackSamples(const Frame& frame);
+std::vector<std::uint8_t> PackSamples(const Frame& frame, RowOrder order);
 
 } // namespace tarn

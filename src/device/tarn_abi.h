@@ -36,7 +36,7 @@ struct TarnImageRecord
     std::uint32_t reserved;
     std::uint32_t imageId;
     std::uint32_t tag;
-    const std::uint8_t* pixels; // width x height pixels, row after row
+    const std::uint8_t* pixels; // width x height pixels, row after row, the bottom one first
     const char* headerText;     // may be null
     const char* userId;         // may be null
 };

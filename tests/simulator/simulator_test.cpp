@@ -261,7 +261,11 @@ TEST_F(Simulator, ParametersChangeTheImageAndExposuresTheBattery)
     EXPECT_EQ(Fetch(Expose()).pixels.size(), 650u * 850u);
     EXPECT_EQ(enable(0, "", 0), 0x20000Fu) << "the battery is empty";
     Configure(ini + "external_power = on");
-    EXPECT_EQ(Fetch(Expose()).bits, 8u);
+    const TarnValue testImage{80 << 16 | TarnTypeFlag, 0, 1, nullptr, {}};
+    EXPECT_EQ(setDeviceParam(0, 80, &testImage), 0u);
+    const Image marks = Fetch(Expose());
+    EXPECT_EQ(marks.bits, 8u);
+    EXPECT_EQ(marks.pixels.back(), '\xBA') << "the mark 3000 of 4095 stands top right: last";
 }
 
 TEST_F(Simulator, RulesAndScriptsFailTheCallsTheyName)
