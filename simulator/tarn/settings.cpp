@@ -72,23 +72,12 @@ const std::vector<Knob>& Knobs()
 
 const std::vector<std::string_view>& RuleNames()
 {
-    static const std::vector<std::string_view> names = {"TarnOpen",
-                                                        "TarnClose",
-                                                        "TarnSetNotifyWindow",
-                                                        "TarnClearNotifyWindow",
-                                                        "TarnEnableCapture",
-                                                        "TarnDisableCapture",
-                                                        "TarnGetLibraryParam",
-                                                        "TarnSetLibraryParam",
-                                                        "TarnGetImage",
-                                                        "TarnRemoveImage",
-                                                        "TarnGetImageCount",
-                                                        "TarnGetDeviceList",
-                                                        "TarnGetDeviceParam",
-                                                        "TarnSetDeviceParam",
-                                                        "TarnDescribeResult",
-                                                        "TarnFreeObject",
-                                                        "event_2"};
+    static const std::vector<std::string_view> names = {
+        "TarnOpen",           "TarnClose",          "TarnSetNotifyWindow", "TarnClearNotifyWindow",
+        "TarnEnableCapture",  "TarnDisableCapture", "TarnGetLibraryParam", "TarnSetLibraryParam",
+        "TarnGetImage",       "TarnRemoveImage",    "TarnGetImageCount",   "TarnGetDeviceList",
+        "TarnGetDeviceParam", "TarnSetDeviceParam", "TarnDescribeResult",  "TarnFreeObject",
+        "QuilletOpen",        "QuilletClose",       "QuilletShow",         "event_2"};
     return names;
 }
 
