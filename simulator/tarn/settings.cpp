@@ -12,6 +12,8 @@
 namespace tarn {
 namespace {
 
+constexpr std::uint64_t largestFile = 1 << 20; // bytes
+
 std::string_view Trim(std::string_view text);
 std::pair<std::string_view, std::string_view> Split(std::string_view text, char separator);
 ScriptStep ParseStep(std::string_view line);
@@ -157,6 +159,12 @@ SettingsFile::Stamp SettingsFile::ReadStamp() const
 
 void SettingsFile::Read()
 {
+    std::error_code error;
+    if (m_stamp.exists && (!std::filesystem::is_regular_file(m_path, error) ||
+                           std::filesystem::file_size(m_path, error) > largestFile)) {
+        Report(m_path, "is no settings file");
+        return;
+    }
     auto settings = std::make_shared<Settings>();
     settings->eventsSerial = m_settings->eventsSerial;
     settings->stormSerial = m_settings->stormSerial;
@@ -227,7 +235,7 @@ void SettingsFile::Set(Settings& settings, const std::string& key, std::string_v
 
 void SettingsFile::Report(const std::string& where, const std::string& what) const
 {
-    std::fprintf(stderr, "Tarn simulator: %s: %s; the value before stays\n", where.c_str(),
+    std::fprintf(stderr, "Tarn simulator: %s: %s; what held before stays\n", where.c_str(),
                  what.c_str());
 }
 
