@@ -2,15 +2,20 @@
 #include "app/main_dialog.h"
 #include "platform/boxes.h"
 #include "platform/qt/operator.h"
+#include "platform/system.h"
 #include "resources/main_dialog_template.h"
 #include "storage/paths.h"
 #include "storage/q32_file.h"
 #include "support/scripted_library.h"
 
 #include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <thread>
 
 namespace {
 
@@ -352,28 +357,77 @@ TEST_F(MainDialog, AnswersBelongToTheImageTheyWereAskedAbout)
     });
 }
 
-TEST_F(MainDialog, ClosingIsRefusedWhileADeviceIsAtWork)
+TEST_F(MainDialog, EveryWayOutIsTakenInOrderOrRefused)
 {
-    const std::function<void()> ways[] = {[&] { hand.Click(IdExit); }, [&] { hand.PressEscape(); },
-                                          [&] { hand.CloseWindow(); }};
-    for (const auto& way : ways) {
-        SCOPED_TRACE(&way - ways);
-        Window another;
-        previewHandle = 0;
-        library.calls.clear();
-        hand.Run(another, [&] {
+    using Way = std::function<void()>;
+    enum
+    {
+        Exit,
+        Escape,
+        CloseButton,
+        Signal
+    };
+    enum
+    {
+        Idle,
+        Capturing,
+        Asked,
+        InSettings,
+        Opening
+    };
+    const Strings inOrder = {"TarnClearNotifyWindow", "QuilletClose 0", "TarnClose"};
+    const auto closing = [&] { return library.CallsOf({"TarnC", "QuilletC", "TarnDisable"}); };
+    const Way ways[] = {[&] { hand.Click(IdExit); }, [&] { hand.PressEscape(); },
+                        [&] { hand.CloseWindow(); },
+                        [&] {
+                            std::raise(SIGTERM);
+                            hand.Serve(50);
+                        }};
+    const std::function<void(Window&, const Way&)> states[] = {
+        [](Window&, const Way& way) { way(); },
+        [&](Window&, const Way& way) {
             SetStates(4, 1, 0);
-            hand.WhenBox("Can not close during capturing!", IDOK);
             way();
-            EXPECT_EQ(library.CallsOf({"TarnClose"}), None);
-
-            SetStates(100, 0, 1);
-            library.calls.clear();
-            way();
-            EXPECT_EQ(library.CallsOf({"TarnC", "QuilletC", "TarnDisable"}),
-                      (Strings{"TarnClearNotifyWindow", "QuilletClose 0", "TarnClose"}));
-        });
-    }
+        },
+        [&](Window& open, const Way& way) {
+            hand.WhenBox(Question, IDNO, way);
+            open.Send(WM_TARN_EVENT, 1, 2);
+        },
+        [&](Window&, const Way& way) {
+            hand.WhenDialog("Tolva Settings", way);
+            hand.Click(IdSettings);
+        },
+        [&](Window&, const Way& way) {
+            hand.WhenFileDialog("", way);
+            hand.Click(IdOpen);
+        }};
+    Store(1);
+    for (int state = Idle; state <= Opening; ++state)
+        for (int way = state == InSettings ? Escape : Exit; way <= Signal; ++way) {
+            SCOPED_TRACE(testing::Message() << "state " << state << ", way " << way);
+            Window another;
+            previewHandle = 0;
+            SetStates(1, 0, 1);
+            hand.Run(another, [&] {
+                another.KillTimer(2); // of the question about stored images
+                library.calls.clear();
+                if (state == Capturing && way != Signal)
+                    hand.WhenBox("Can not close during capturing!", IDOK);
+                states[state](another, ways[way]);
+                const bool closes = state == Idle || way == Signal;
+                EXPECT_TRUE(hand.Wait([&] { return another.IsWindowVisible() != closes; }));
+                Strings expected = closes ? inOrder : None;
+                if (state == Capturing && way == Signal)
+                    expected.insert(expected.begin(), "TarnDisableCapture 0 1");
+                EXPECT_EQ(closing(), expected);
+                if (!closes) {
+                    SetStates(100, 0, 1);
+                    library.calls.clear();
+                    hand.Click(IdExit);
+                    EXPECT_EQ(closing(), inOrder);
+                }
+            });
+        }
 }
 
 TEST_F(MainDialog, ARejectedFieldKeepsTheLibrariesOpen)
@@ -390,17 +444,44 @@ TEST_F(MainDialog, ARejectedFieldKeepsTheLibrariesOpen)
     });
 }
 
-TEST_F(MainDialog, EndingTheProcessDisarmsAndClosesInOrder)
+TEST_F(MainDialog, AStormOfEventsLeavesRoomForTheOperator)
 {
-    Run([&] {
-        SetStates(4, 1, 0);
-        library.calls.clear();
-        window.Send(WM_QUERYENDSESSION);
-        Strings order = library.CallsOf({"TarnC", "QuilletC", "TarnDisable"});
-        ASSERT_EQ(order.size(), 4u);
-        EXPECT_EQ(order.front(), "TarnDisableCapture 0 1");
-        EXPECT_EQ(order.back(), "TarnClose");
+    using Clock = std::chrono::steady_clock;
+    constexpr std::uint32_t events[] = {0x100005, 0x200005, 0x300005, 99, 2, 17};
+    constexpr int all = 100'000;
+    std::atomic<int> posted = 0;
+    int open = 0, deepest = 0, served = 0;
+    Clock::duration worst{};
+    // The operator's clicks, in whatever dialog or box is in front.
+    const std::function<void(Clock::time_point)> click = [&](Clock::time_point due) {
+        worst = std::max(worst, Clock::now() - due);
+        ++served;
+        const auto next = Clock::now() + std::chrono::milliseconds(1);
+        if (posted < all)
+            hand.Later(1, [&click, next] { click(next); });
+    };
+    hand.WhenEveryBox("number: ", IDOK, [&] {
+        deepest = std::max(deepest, ++open);
+        hand.Serve(5);
+        --open;
     });
+    Run([&] {
+        std::thread storm([&, to = window.GetSafeHwnd()] {
+            while (posted < all)
+                posted += PostMessageA(to, WM_TARN_EVENT, 9, LPARAM{events[posted % 6]});
+        });
+        click(Clock::now());
+        hand.WhenDialog("Tolva Settings",
+                        [&] { EXPECT_TRUE(hand.Wait([&] { return posted > all / 2; }, 60'000)); });
+        hand.Wait([&] { return open == 0; });
+        window.Send(WM_COMMAND, IdSettings);
+        EXPECT_TRUE(hand.Wait([&] { return posted == all && open == 0; }, 60'000));
+        storm.join();
+    });
+    EXPECT_EQ(deepest, 1);
+    EXPECT_GT(served, 20);
+    EXPECT_LT(worst, std::chrono::milliseconds(500));
+    EXPECT_LT(hand.Boxes().size(), all / 100u);
 }
 
 TEST_F(MainDialog, AnImageIsWindowedZoomedAndPanned)
