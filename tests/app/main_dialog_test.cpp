@@ -15,6 +15,7 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <thread>
 
 namespace {
@@ -545,6 +546,57 @@ TEST_F(MainDialog, FilesAreOpenedOrExplained)
     ASSERT_EQ(hand.Boxes().size(), 1u);
     EXPECT_EQ(hand.Boxes()[0].style, MB_OK | MB_ICONSTOP | MB_TOPMOST);
     EXPECT_EQ(hand.Boxes()[0].caption, "Tarn test");
+}
+
+// As names of programs, devices and users.
+TEST_F(MainDialog, HostileTextsAreShownAndNothingElse)
+{
+    const struct
+    {
+        std::string text;
+        const char* seen; // of it, in the report
+        bool saved;       // a file may have it in its name
+    } cases[] = {
+        {std::string(1 << 20, 'L'), "LLLL", false},
+        {"bad \xC3\x28 \xFF\xFE", "bad \xEF\xBF\xBD(", true},
+        {"bell \x07\x1B[31m\x7F", "bell \xE2\x90\x87\xE2\x90\x9B[31m", true},
+        {"<b>bold<b> &amp; <img src=x>", "<b>bold<b> &amp; <img src=x>", true},
+        {"right\xE2\x80\xAEto left", "right\xEF\xBF\xBDto left", true},
+        {"%1% %s %n {0} \\n", "%1% %s %n {0} \\n", true},
+        {"../../outside", "../../outside", false},
+    };
+    const mode_t formerMask = umask(0027);
+    Run([&] {
+        hand.Click(IdAutoSaveImages);
+        for (std::uint32_t id = 1; const auto& c : cases) {
+            SCOPED_TRACE(c.seen);
+            library.devices[1].name = library.devices[1].description = c.text;
+            Store(id, "ProgramName=" + c.text + ";Date=" + c.text + ";");
+            library.images.back().userId = c.text;
+            window.imageNumber = 1;
+            if (!c.saved) {
+                hand.WhenBox("_1_1.Q32", IDOK);
+                hand.WhenBox(Question, IDNO);
+            }
+            Event(2, id++);
+            EXPECT_LT(hand.Title().size(), 1000u);
+            EXPECT_EQ(library.images.empty(), c.saved);
+            Store(id, "Date=" + c.text + ";");
+            hand.WhenBox("Found old images!", IDYES);
+            hand.WhenBox("Found old image:", IDCANCEL);
+            window.CheckStoredImages();
+            hand.WhenBox(c.seen, IDOK);
+            hand.Click(IdInfo);
+            hand.WhenDialog("Tolva Settings", [&] { hand.PressEscape(); });
+            hand.Click(IdSettings);
+            library.images.clear();
+        }
+    });
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder), {}), 5);
+    EXPECT_FALSE(fs::exists(folder / "../../outside_1_1.Q32"));
+    for (const auto& file : fs::directory_iterator(folder))
+        EXPECT_EQ(file.status().permissions(), fs::perms(0640)) << "as the umask says";
+    umask(formerMask);
 }
 
 TEST_F(MainDialog, AnImageIsAskedAboutOverTheSettings)
