@@ -15,10 +15,13 @@ constexpr std::uint32_t BadArgument = ResultError | 1;
 constexpr std::uint32_t NoSuchPreview = ResultError | 2;
 
 SensorLink FindSensor();
+std::uint32_t Begin(const char* name);
 
 // The previews that were opened and not closed; an entry is null once its owner took it along.
 std::map<std::uintptr_t, QPointer<Preview>> openPreviews;
 std::uintptr_t lastHandle = 0;
+
+std::uint32_t Close(std::uintptr_t handle);
 
 } // namespace
 
@@ -26,6 +29,9 @@ std::uintptr_t lastHandle = 0;
 std::uint32_t Quillet_1(HWND owner, std::uint32_t, const RECT* screenArea, std::uint32_t,
                         std::uintptr_t* handle)
 {
+    if (const std::uint32_t fault = Begin("QuilletOpen")) {
+        return fault;
+    }
     QWidget* window = WidgetOf(owner);
     if (!window || !screenArea || !handle) {
         return BadArgument;
@@ -37,7 +43,7 @@ std::uint32_t Quillet_1(HWND owner, std::uint32_t, const RECT* screenArea, std::
     for (auto entry = openPreviews.begin(); entry != openPreviews.end();) {
         const auto [earlier, preview] = *entry++;
         if (preview && preview->parentWidget() == window) {
-            Quillet_2(earlier);
+            Close(earlier);
         }
     }
     *handle = ++lastHandle;
@@ -47,6 +53,9 @@ std::uint32_t Quillet_1(HWND owner, std::uint32_t, const RECT* screenArea, std::
 
 std::uint32_t Quillet_4(std::uintptr_t handle, std::uint32_t show)
 {
+    if (const std::uint32_t fault = Begin("QuilletShow")) {
+        return fault;
+    }
     const auto entry = openPreviews.find(handle);
     if (entry == openPreviews.end() || !entry->second) {
         return NoSuchPreview;
@@ -61,6 +70,14 @@ std::uint32_t Quillet_4(std::uintptr_t handle, std::uint32_t show)
 
 std::uint32_t Quillet_2(std::uintptr_t handle)
 {
+    const std::uint32_t fault = Begin("QuilletClose");
+    return fault != 0 ? fault : Close(handle);
+}
+
+namespace {
+
+std::uint32_t Close(std::uintptr_t handle)
+{
     const auto entry = openPreviews.find(handle);
     if (entry == openPreviews.end()) {
         return NoSuchPreview;
@@ -74,20 +91,32 @@ std::uint32_t Quillet_2(std::uintptr_t handle)
     return 0;
 }
 
-namespace {
+// A function of the capture library as the program has loaded it; it is not loaded for the
+// preview's sake. Null when it is not there.
+template <class Function>
+Function* FindInTarn(const char* name)
+{
+    void* const tarn = dlopen("libTarn.so", RTLD_NOW | RTLD_NOLOAD);
+    if (!tarn) {
+        return nullptr;
+    }
+    auto* const function = reinterpret_cast<Function*>(dlsym(tarn, name));
+    dlclose(tarn);
+    return function;
+}
 
-// The capture library as the program has loaded it; it is not loaded for the preview's sake.
 SensorLink FindSensor()
 {
     SensorLink sensor;
-    if (void* tarn = dlopen("libTarn.so", RTLD_NOW | RTLD_NOLOAD)) {
-        sensor.expose =
-            reinterpret_cast<decltype(sensor.expose)>(dlsym(tarn, "TarnSimulatorHandSwitch"));
-        sensor.phase =
-            reinterpret_cast<decltype(sensor.phase)>(dlsym(tarn, "TarnSimulatorArmedState"));
-        dlclose(tarn);
-    }
+    sensor.expose = FindInTarn<decltype(TarnSimulatorHandSwitch)>("TarnSimulatorHandSwitch");
+    sensor.phase = FindInTarn<decltype(TarnSimulatorArmedState)>("TarnSimulatorArmedState");
     return sensor;
+}
+
+std::uint32_t Begin(const char* name)
+{
+    auto* const begin = FindInTarn<decltype(TarnSimulatorPreviewCall)>("TarnSimulatorPreviewCall");
+    return begin ? begin(name) : 0;
 }
 
 } // namespace

@@ -35,6 +35,10 @@ public:
 
     // Null while the library is closed.
     std::shared_ptr<Model> OpenModel();
+    // After a call of TarnOpen. A program may go on when it was refused: until TarnClose its calls
+    // fail, but are no misuse.
+    void NoteOpening(std::uint32_t result) { m_refused = result != 0; }
+    void MisuseWhileClosed(const std::string& name);
     void Post(std::uint32_t image, std::uint32_t event);
     void Misuse(const std::string& what);
 
@@ -49,6 +53,7 @@ private:
     HWND m_window = nullptr;
     UINT m_message = 0;
     std::mutex m_mutex;
+    std::atomic<bool> m_refused = false;
     std::shared_ptr<Model> m_model; // its thread posts, so it goes first
 };
 
@@ -95,7 +100,7 @@ std::uint32_t CallModel(std::string_view name, const std::string& arguments, Wor
     return Call(name, arguments, [&](Library& library, const FaultRule& rule) {
         const std::shared_ptr<Model> model = library.OpenModel();
         if (model == nullptr) {
-            library.Misuse(std::string(name) + " was called while the library is closed");
+            library.MisuseWhileClosed(std::string(name));
             return LibraryClosed;
         }
         return work(library, *model, rule);
@@ -106,8 +111,11 @@ std::uint32_t CallModel(std::string_view name, const std::string& arguments, Wor
 
 std::uint32_t Tarn_1(HWND owner, const char* name)
 {
-    return Call("TarnOpen", Address(owner) + " " + Quoted(name),
-                [](Library& library, const FaultRule&) { return library.Open(); });
+    const std::uint32_t result =
+        Call("TarnOpen", Address(owner) + " " + Quoted(name),
+             [](Library& library, const FaultRule&) { return library.Open(); });
+    TheLibrary().NoteOpening(result);
+    return result;
 }
 
 std::uint32_t Tarn_2()
@@ -297,6 +305,11 @@ std::uint32_t TarnSimulatorArmedState(double* secondsLeft)
     return static_cast<std::uint32_t>(phase);
 }
 
+std::uint32_t TarnSimulatorPreviewCall(const char* name)
+{
+    return Call(name, "", [](Library&, const FaultRule&) { return 0u; });
+}
+
 namespace {
 
 std::uint32_t Library::Open()
@@ -325,7 +338,8 @@ std::uint32_t Library::Close()
         closing.swap(m_model);
     }
     if (closing == nullptr) {
-        Misuse("TarnClose was called while the library is closed");
+        MisuseWhileClosed("TarnClose");
+        m_refused = false;
         return LibraryClosed;
     }
     closing.reset();
@@ -365,6 +379,12 @@ void Library::Post(std::uint32_t image, std::uint32_t event)
         m_window != nullptr && PostMessageA(m_window, m_message, image, LPARAM{event}) != 0;
     if (trace.IsOn())
         trace.Write("event", Number(event) + " " + Number(image) + (posted ? "" : " lost"));
+}
+
+void Library::MisuseWhileClosed(const std::string& name)
+{
+    if (!m_refused)
+        Misuse(name + " was called while the library is closed");
 }
 
 void Library::Misuse(const std::string& what)
@@ -443,7 +463,8 @@ Value ReadValue(const TarnValue& record)
 
 Omissions OmissionsOf(const FaultRule& rule)
 {
-    return {rule.wrongType, rule.nullTexts, rule.noHeader, rule.noUser, rule.emptyImage};
+    return {rule.wrongType, rule.nullTexts,  rule.noHeader,
+            rule.noUser,    rule.emptyImage, rule.noEntries};
 }
 
 } // namespace

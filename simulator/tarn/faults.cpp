@@ -19,8 +19,8 @@ constexpr FlagWord flagWords[] = {
     {"null", &FaultRule::nullObject},      {"wrong-type", &FaultRule::wrongType},
     {"null-texts", &FaultRule::nullTexts}, {"no-header", &FaultRule::noHeader},
     {"no-user", &FaultRule::noUser},       {"empty-image", &FaultRule::emptyImage},
-    {"never", &FaultRule::never},          {"twice", &FaultRule::twice},
-    {"missing", &FaultRule::missing},
+    {"no-entries", &FaultRule::noEntries}, {"never", &FaultRule::never},
+    {"twice", &FaultRule::twice},          {"missing", &FaultRule::missing},
 };
 
 struct SecondsWord

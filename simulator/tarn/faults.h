@@ -29,6 +29,7 @@ struct FaultRule
     bool noHeader = false;    // the image's header text is null
     bool noUser = false;      // the image's user id is null
     bool emptyImage = false;  // the image has no width, no height and no pixels
+    bool noEntries = false;   // the device list keeps its count and has no entries
     bool never = false;       // the event does not come
     bool twice = false;       // the event comes twice
     bool missing = false;     // the event names an image that does not exist

@@ -85,7 +85,7 @@ DeviceList* ObjectLedger::Give(std::vector<Device> devices, const Omissions& omi
     }
     DeviceList& record = holder->record;
     record.count = static_cast<std::uint32_t>(holder->entries.size());
-    record.entries = holder->entries.data();
+    record.entries = omissions.noEntries ? nullptr : holder->entries.data();
     Keep(&record, std::move(holder));
     return &record;
 }

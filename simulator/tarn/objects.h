@@ -36,6 +36,7 @@ struct Omissions
     bool noHeader = false;
     bool noUser = false;
     bool emptyImage = false;
+    bool noEntries = false;
 };
 
 // Owns every object from Give until Free. Any thread may call.

@@ -6,11 +6,14 @@
 #include <dlfcn.h>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 #include <stdexcept>
 #include <sys/stat.h>
 
 namespace tarn {
 namespace {
+
+constexpr std::uint64_t largestFile = 1 << 20; // bytes
 
 std::string_view Trim(std::string_view text);
 std::pair<std::string_view, std::string_view> Split(std::string_view text, char separator);
@@ -72,23 +75,12 @@ const std::vector<Knob>& Knobs()
 
 const std::vector<std::string_view>& RuleNames()
 {
-    static const std::vector<std::string_view> names = {"TarnOpen",
-                                                        "TarnClose",
-                                                        "TarnSetNotifyWindow",
-                                                        "TarnClearNotifyWindow",
-                                                        "TarnEnableCapture",
-                                                        "TarnDisableCapture",
-                                                        "TarnGetLibraryParam",
-                                                        "TarnSetLibraryParam",
-                                                        "TarnGetImage",
-                                                        "TarnRemoveImage",
-                                                        "TarnGetImageCount",
-                                                        "TarnGetDeviceList",
-                                                        "TarnGetDeviceParam",
-                                                        "TarnSetDeviceParam",
-                                                        "TarnDescribeResult",
-                                                        "TarnFreeObject",
-                                                        "event_2"};
+    static const std::vector<std::string_view> names = {
+        "TarnOpen",           "TarnClose",          "TarnSetNotifyWindow", "TarnClearNotifyWindow",
+        "TarnEnableCapture",  "TarnDisableCapture", "TarnGetLibraryParam", "TarnSetLibraryParam",
+        "TarnGetImage",       "TarnRemoveImage",    "TarnGetImageCount",   "TarnGetDeviceList",
+        "TarnGetDeviceParam", "TarnSetDeviceParam", "TarnDescribeResult",  "TarnFreeObject",
+        "QuilletOpen",        "QuilletClose",       "QuilletShow",         "event_2"};
     return names;
 }
 
@@ -111,7 +103,16 @@ std::shared_ptr<const Settings> SettingsFile::Current()
     if (!m_read || stamp != m_stamp) {
         m_read = true;
         m_stamp = stamp;
-        Read();
+        std::optional<std::string> text = ReadText();
+        // A file that was replaced meanwhile would else be taken twice, with its events.
+        for (Stamp after = ReadStamp(); after != m_stamp; after = ReadStamp()) {
+            m_stamp = after;
+            text = ReadText();
+        }
+        if (text)
+            Take(*text);
+        else
+            Report(m_path, "is no settings file");
     }
     return m_settings;
 }
@@ -166,16 +167,29 @@ SettingsFile::Stamp SettingsFile::ReadStamp() const
     return {true, status.st_mtim.tv_sec, status.st_mtim.tv_nsec, status.st_size, status.st_ino};
 }
 
-void SettingsFile::Read()
+std::optional<std::string> SettingsFile::ReadText() const
+{
+    std::error_code error;
+    if (!m_stamp.exists)
+        return "";
+    if (!std::filesystem::is_regular_file(m_path, error) ||
+        std::filesystem::file_size(m_path, error) > largestFile)
+        return std::nullopt;
+    std::ostringstream text;
+    text << std::ifstream(m_path).rdbuf();
+    return text.str();
+}
+
+void SettingsFile::Take(const std::string& content)
 {
     auto settings = std::make_shared<Settings>();
     settings->eventsSerial = m_settings->eventsSerial;
     settings->stormSerial = m_settings->stormSerial;
     m_calls.clear();
 
-    std::ifstream file(m_path);
+    std::istringstream lines(content);
     std::string line, section;
-    for (int number = 1; std::getline(file, line); ++number) {
+    for (int number = 1; std::getline(lines, line); ++number) {
         const std::string where = m_path + ":" + std::to_string(number);
         const std::string_view text = Trim(line);
         if (text.empty() || text[0] == '#' || text[0] == ';')
@@ -238,7 +252,7 @@ void SettingsFile::Set(Settings& settings, const std::string& key, std::string_v
 
 void SettingsFile::Report(const std::string& where, const std::string& what) const
 {
-    std::fprintf(stderr, "Tarn simulator: %s: %s; the value before stays\n", where.c_str(),
+    std::fprintf(stderr, "Tarn simulator: %s: %s; what held before stays\n", where.c_str(),
                  what.c_str());
 }
 

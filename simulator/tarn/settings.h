@@ -9,6 +9,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -137,7 +138,9 @@ private:
     };
 
     Stamp ReadStamp() const;
-    void Read();
+    // Nothing when it is no settings file.
+    std::optional<std::string> ReadText() const;
+    void Take(const std::string& content);
     void Set(Settings& settings, const std::string& key, std::string_view value);
     void Report(const std::string& where, const std::string& what) const;
 

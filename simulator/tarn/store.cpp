@@ -35,6 +35,7 @@ constexpr char magic[8] = {'T', 'a', 'r', 'n', 'I', 'm', 'g', '1'};
 constexpr const char* suffix = ".tarn";
 constexpr const char* unfinished = ".tmp";
 constexpr const char* lastIdFile = "last-id";
+constexpr std::uint32_t largestSide = 65535;
 constexpr std::uint64_t largestPixelBlock = std::uint64_t{1} << 30;
 constexpr std::uint32_t largestText = 16 << 20;
 
@@ -84,7 +85,8 @@ bool ImageStore::HasRoom(std::uint32_t limit) const
 std::uint32_t ImageStore::TakeId()
 {
     const std::lock_guard lock(m_mutex);
-    while (m_nextId == 0 || m_ids.contains(m_nextId))
+    // Also what is no image keeps its file.
+    while (m_nextId == 0 || m_ids.contains(m_nextId) || std::filesystem::exists(Path(m_nextId)))
         ++m_nextId;
     const std::string digits = std::to_string(m_nextId);
     WriteWhole(m_folder + "/" + lastIdFile, {digits}, false);
@@ -117,27 +119,44 @@ void ImageStore::Add(const StoredImage& image)
     m_ids.insert(image.imageId);
 }
 
-std::optional<StoredImage> ImageStore::Get(std::uint32_t number) const
+std::optional<StoredImage> ImageStore::Get(std::uint32_t number)
 {
-    {
+    for (;;) {
+        std::uint32_t id = number;
+        {
+            const std::lock_guard lock(m_mutex);
+            if (m_ids.empty() || (number != 0 && !m_ids.contains(number)))
+                return std::nullopt;
+            if (number == 0)
+                id = *m_ids.begin();
+        }
+        std::optional<StoredImage> image = Read(id);
+        if (image)
+            return image;
+        std::fprintf(stderr, "Tarn simulator: %s is no image of the store\n", Path(id).c_str());
         const std::lock_guard lock(m_mutex);
-        if (m_ids.empty() || (number != 0 && !m_ids.contains(number)))
-            return std::nullopt;
-        if (number == 0)
-            number = *m_ids.begin();
+        m_ids.erase(id);
     }
-    std::ifstream file(Path(number), std::ios::binary);
+}
+
+std::optional<StoredImage> ImageStore::Read(std::uint32_t id) const
+{
+    std::error_code error;
+    const std::uint64_t fileSize = std::filesystem::file_size(Path(id), error); // of a regular file
+    if (error)
+        return std::nullopt;
+    std::ifstream file(Path(id), std::ios::binary);
     FileHeader header{};
     file.read(reinterpret_cast<char*>(&header), sizeof header);
     const std::uint64_t pixelBytes =
         std::uint64_t{header.width} * header.height * header.pixelBytes;
-    if (!file || std::memcmp(header.magic, magic, sizeof magic) != 0 || header.imageId != number ||
-        header.width > 65535 || header.height > 65535 || header.pixelBytes > 2 ||
+    if (!file || std::memcmp(header.magic, magic, sizeof magic) != 0 || header.imageId != id ||
+        header.width > largestSide || header.height > largestSide || header.pixelBytes < 1 ||
+        header.pixelBytes > 2 || header.bits > 8 * header.pixelBytes ||
         pixelBytes > largestPixelBlock || header.headerBytes > largestText ||
-        header.userBytes > largestText) {
-        std::fprintf(stderr, "Tarn simulator: %s is no image of the store\n", Path(number).c_str());
+        header.userBytes > largestText ||
+        fileSize != sizeof header + pixelBytes + header.headerBytes + header.userBytes)
         return std::nullopt;
-    }
     StoredImage image;
     image.width = header.width;
     image.height = header.height;
@@ -151,11 +170,7 @@ std::optional<StoredImage> ImageStore::Get(std::uint32_t number) const
     file.read(reinterpret_cast<char*>(image.pixels.data()), std::streamsize(pixelBytes));
     file.read(image.headerText.data(), header.headerBytes);
     file.read(image.userId.data(), header.userBytes);
-    if (!file) {
-        std::fprintf(stderr, "Tarn simulator: %s is cut short\n", Path(number).c_str());
-        return std::nullopt;
-    }
-    return image;
+    return file ? std::optional(std::move(image)) : std::nullopt;
 }
 
 bool ImageStore::Remove(std::uint32_t imageId)

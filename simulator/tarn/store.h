@@ -42,13 +42,14 @@ public:
 
     // Throws std::runtime_error with the file and the reason; nothing is stored then.
     void Add(const StoredImage& image);
-    // The image of that number, or the one of the lowest number for 0. Files that are no images of
-    // the store are reported on stderr and give none.
-    std::optional<StoredImage> Get(std::uint32_t number) const;
+    // The image of that number, or the one of the lowest number for 0. A file that is no image of
+    // the store is reported on stderr; it is left alone and counts no more.
+    std::optional<StoredImage> Get(std::uint32_t number);
     // False when there is none, or it cannot be removed.
     bool Remove(std::uint32_t imageId);
 
 private:
+    std::optional<StoredImage> Read(std::uint32_t id) const;
     std::string Path(std::uint32_t id) const;
 
     const std::string m_folder;

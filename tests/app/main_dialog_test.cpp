@@ -2,15 +2,21 @@
 #include "app/main_dialog.h"
 #include "platform/boxes.h"
 #include "platform/qt/operator.h"
+#include "platform/system.h"
 #include "resources/main_dialog_template.h"
 #include "storage/paths.h"
 #include "storage/q32_file.h"
 #include "support/scripted_library.h"
 
 #include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <thread>
 
 namespace {
 
@@ -352,28 +358,77 @@ TEST_F(MainDialog, AnswersBelongToTheImageTheyWereAskedAbout)
     });
 }
 
-TEST_F(MainDialog, ClosingIsRefusedWhileADeviceIsAtWork)
+TEST_F(MainDialog, EveryWayOutIsTakenInOrderOrRefused)
 {
-    const std::function<void()> ways[] = {[&] { hand.Click(IdExit); }, [&] { hand.PressEscape(); },
-                                          [&] { hand.CloseWindow(); }};
-    for (const auto& way : ways) {
-        SCOPED_TRACE(&way - ways);
-        Window another;
-        previewHandle = 0;
-        library.calls.clear();
-        hand.Run(another, [&] {
+    using Way = std::function<void()>;
+    enum
+    {
+        Exit,
+        Escape,
+        CloseButton,
+        Signal
+    };
+    enum
+    {
+        Idle,
+        Capturing,
+        Asked,
+        InSettings,
+        Opening
+    };
+    const Strings inOrder = {"TarnClearNotifyWindow", "QuilletClose 0", "TarnClose"};
+    const auto closing = [&] { return library.CallsOf({"TarnC", "QuilletC", "TarnDisable"}); };
+    const Way ways[] = {[&] { hand.Click(IdExit); }, [&] { hand.PressEscape(); },
+                        [&] { hand.CloseWindow(); },
+                        [&] {
+                            std::raise(SIGTERM);
+                            hand.Serve(50);
+                        }};
+    const std::function<void(Window&, const Way&)> states[] = {
+        [](Window&, const Way& way) { way(); },
+        [&](Window&, const Way& way) {
             SetStates(4, 1, 0);
-            hand.WhenBox("Can not close during capturing!", IDOK);
             way();
-            EXPECT_EQ(library.CallsOf({"TarnClose"}), None);
-
-            SetStates(100, 0, 1);
-            library.calls.clear();
-            way();
-            EXPECT_EQ(library.CallsOf({"TarnC", "QuilletC", "TarnDisable"}),
-                      (Strings{"TarnClearNotifyWindow", "QuilletClose 0", "TarnClose"}));
-        });
-    }
+        },
+        [&](Window& open, const Way& way) {
+            hand.WhenBox(Question, IDNO, way);
+            open.Send(WM_TARN_EVENT, 1, 2);
+        },
+        [&](Window&, const Way& way) {
+            hand.WhenDialog("Tolva Settings", way);
+            hand.Click(IdSettings);
+        },
+        [&](Window&, const Way& way) {
+            hand.WhenFileDialog("", way);
+            hand.Click(IdOpen);
+        }};
+    Store(1);
+    for (int state = Idle; state <= Opening; ++state)
+        for (int way = state == InSettings ? Escape : Exit; way <= Signal; ++way) {
+            SCOPED_TRACE(testing::Message() << "state " << state << ", way " << way);
+            Window another;
+            previewHandle = 0;
+            SetStates(1, 0, 1);
+            hand.Run(another, [&] {
+                another.KillTimer(2); // of the question about stored images
+                library.calls.clear();
+                if (state == Capturing && way != Signal)
+                    hand.WhenBox("Can not close during capturing!", IDOK);
+                states[state](another, ways[way]);
+                const bool closes = state == Idle || way == Signal;
+                EXPECT_TRUE(hand.Wait([&] { return another.IsWindowVisible() != closes; }));
+                Strings expected = closes ? inOrder : None;
+                if (state == Capturing && way == Signal)
+                    expected.insert(expected.begin(), "TarnDisableCapture 0 1");
+                EXPECT_EQ(closing(), expected);
+                if (!closes) {
+                    SetStates(100, 0, 1);
+                    library.calls.clear();
+                    hand.Click(IdExit);
+                    EXPECT_EQ(closing(), inOrder);
+                }
+            });
+        }
 }
 
 TEST_F(MainDialog, ARejectedFieldKeepsTheLibrariesOpen)
@@ -390,17 +445,44 @@ TEST_F(MainDialog, ARejectedFieldKeepsTheLibrariesOpen)
     });
 }
 
-TEST_F(MainDialog, EndingTheProcessDisarmsAndClosesInOrder)
+TEST_F(MainDialog, AStormOfEventsLeavesRoomForTheOperator)
 {
-    Run([&] {
-        SetStates(4, 1, 0);
-        library.calls.clear();
-        window.Send(WM_QUERYENDSESSION);
-        Strings order = library.CallsOf({"TarnC", "QuilletC", "TarnDisable"});
-        ASSERT_EQ(order.size(), 4u);
-        EXPECT_EQ(order.front(), "TarnDisableCapture 0 1");
-        EXPECT_EQ(order.back(), "TarnClose");
+    using Clock = std::chrono::steady_clock;
+    constexpr std::uint32_t events[] = {0x100005, 0x200005, 0x300005, 99, 2, 17};
+    constexpr int all = 100'000;
+    std::atomic<int> posted = 0;
+    int open = 0, deepest = 0, served = 0;
+    Clock::duration worst{};
+    // The operator's clicks, in whatever dialog or box is in front.
+    const std::function<void(Clock::time_point)> click = [&](Clock::time_point due) {
+        worst = std::max(worst, Clock::now() - due);
+        ++served;
+        const auto next = Clock::now() + std::chrono::milliseconds(1);
+        if (posted < all)
+            hand.Later(1, [&click, next] { click(next); });
+    };
+    hand.WhenEveryBox("number: ", IDOK, [&] {
+        deepest = std::max(deepest, ++open);
+        hand.Serve(5);
+        --open;
     });
+    Run([&] {
+        std::thread storm([&, to = window.GetSafeHwnd()] {
+            while (posted < all)
+                posted += PostMessageA(to, WM_TARN_EVENT, 9, LPARAM{events[posted % 6]});
+        });
+        click(Clock::now());
+        hand.WhenDialog("Tolva Settings",
+                        [&] { EXPECT_TRUE(hand.Wait([&] { return posted > all / 2; }, 60'000)); });
+        hand.Wait([&] { return open == 0; });
+        window.Send(WM_COMMAND, IdSettings);
+        EXPECT_TRUE(hand.Wait([&] { return posted == all && open == 0; }, 60'000));
+        storm.join();
+    });
+    EXPECT_EQ(deepest, 1);
+    EXPECT_GT(served, 20);
+    EXPECT_LT(worst, std::chrono::milliseconds(500));
+    EXPECT_LT(hand.Boxes().size(), all / 100u);
 }
 
 TEST_F(MainDialog, AnImageIsWindowedZoomedAndPanned)
@@ -464,6 +546,57 @@ TEST_F(MainDialog, FilesAreOpenedOrExplained)
     ASSERT_EQ(hand.Boxes().size(), 1u);
     EXPECT_EQ(hand.Boxes()[0].style, MB_OK | MB_ICONSTOP | MB_TOPMOST);
     EXPECT_EQ(hand.Boxes()[0].caption, "Tarn test");
+}
+
+// As names of programs, devices and users.
+TEST_F(MainDialog, HostileTextsAreShownAndNothingElse)
+{
+    const struct
+    {
+        std::string text;
+        const char* seen; // of it, in the report
+        bool saved;       // a file may have it in its name
+    } cases[] = {
+        {std::string(1 << 20, 'L'), "LLLL", false},
+        {"bad \xC3\x28 \xFF\xFE", "bad \xEF\xBF\xBD(", true},
+        {"bell \x07\x1B[31m\x7F", "bell \xE2\x90\x87\xE2\x90\x9B[31m", true},
+        {"<b>bold<b> &amp; <img src=x>", "<b>bold<b> &amp; <img src=x>", true},
+        {"right\xE2\x80\xAEto left", "right\xEF\xBF\xBDto left", true},
+        {"%1% %s %n {0} \\n", "%1% %s %n {0} \\n", true},
+        {"../../outside", "../../outside", false},
+    };
+    const mode_t formerMask = umask(0027);
+    Run([&] {
+        hand.Click(IdAutoSaveImages);
+        for (std::uint32_t id = 1; const auto& c : cases) {
+            SCOPED_TRACE(c.seen);
+            library.devices[1].name = library.devices[1].description = c.text;
+            Store(id, "ProgramName=" + c.text + ";Date=" + c.text + ";");
+            library.images.back().userId = c.text;
+            window.imageNumber = 1;
+            if (!c.saved) {
+                hand.WhenBox("_1_1.Q32", IDOK);
+                hand.WhenBox(Question, IDNO);
+            }
+            Event(2, id++);
+            EXPECT_LT(hand.Title().size(), 1000u);
+            EXPECT_EQ(library.images.empty(), c.saved);
+            Store(id, "Date=" + c.text + ";");
+            hand.WhenBox("Found old images!", IDYES);
+            hand.WhenBox("Found old image:", IDCANCEL);
+            window.CheckStoredImages();
+            hand.WhenBox(c.seen, IDOK);
+            hand.Click(IdInfo);
+            hand.WhenDialog("Tolva Settings", [&] { hand.PressEscape(); });
+            hand.Click(IdSettings);
+            library.images.clear();
+        }
+    });
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder), {}), 5);
+    EXPECT_FALSE(fs::exists(folder / "../../outside_1_1.Q32"));
+    for (const auto& file : fs::directory_iterator(folder))
+        EXPECT_EQ(file.status().permissions(), fs::perms(0640)) << "as the umask says";
+    umask(formerMask);
 }
 
 TEST_F(MainDialog, AnImageIsAskedAboutOverTheSettings)

@@ -1,18 +1,25 @@
-// Every fault of every operation of the libraries at every moment of the workflow: each is one life
-// of the program, from its start to its end.
+// Every fault of every operation of the libraries at every moment of the workflow. Each is one life
+// of the program without a screen, from its start to its end, with the simulated library as a
+// vendor's: loaded, with a thread of its own, strict about misuse and objects that are not freed.
+#include "device/libraries.h"
 #include "platform/boxes.h"
-#include "platform/system.h"
 #include "resources/settings_dialog_template.h"
+#include "simulator/tarn/hand_switch.h"
 #include "support/headless_bench.h"
-#include "support/scripted_library.h"
 
 #include <algorithm>
-#include <atomic>
+#include <cstdlib>
+#include <dlfcn.h>
+#include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
-#include <thread>
+#include <unistd.h>
 
 namespace {
 
+namespace fs = std::filesystem;
+
+// Of the workflow, in the order in which a life passes them. Pairs with momentNames.
 enum class Moment
 {
     Start,
@@ -30,74 +37,150 @@ constexpr const char* momentNames[] = {"start",         "stored loop",   "idle",
                                        "arming",        "armed",         "reading",
                                        "question open", "settings open", "closing"};
 
-constexpr std::uint32_t BlockedFor = 3000; // milliseconds
+// Who can fail in which way.
+struct Operation
+{
+    const char* name;
+    bool givesValue = false;
+    bool givesRows = false;
+};
+constexpr Operation operations[] = {
+    {"TarnOpen"},
+    {"TarnClose"},
+    {"TarnSetNotifyWindow"},
+    {"TarnClearNotifyWindow"},
+    {"TarnEnableCapture"},
+    {"TarnDisableCapture"},
+    {"TarnGetLibraryParam", true},
+    {"TarnSetLibraryParam"},
+    {"TarnGetImage", false, true},
+    {"TarnRemoveImage"},
+    {"TarnGetImageCount"},
+    {"TarnGetDeviceList", false, true},
+    {"TarnGetDeviceParam", true},
+    {"TarnSetDeviceParam"},
+    {"TarnDescribeResult"},
+    {"TarnFreeObject"},
+    {"QuilletOpen"},
+    {"QuilletClose"},
+    {"QuilletShow"},
+};
 
 // What goes wrong: a result instead of the work, an object that is not what was asked for, or time.
 struct Kind
 {
-    const char* name;
-    std::uint32_t result = 0;
-    Fault fault = Fault::None;
+    const char* rule;         // as the simulator takes it
     const char* boxText = ""; // the beginning of the box in which the operator sees the result
 };
 constexpr Kind kinds[] = {
-    {"warning", ResultWarning + 7, Fault::None, "Warning number: 7\n"},
-    {"error", ResultError + 7, Fault::None, "Error number: 7\n"},
-    {"information", ResultInformation + 7, Fault::None, "Info number: 7\n"},
-    {"unknown category", 0x400007, Fault::None, "7\n"},
-    {"null object", 0, Fault::NullObject},
-    {"wrong type", 0, Fault::WrongType},
-    {"null texts", 0, Fault::NullTexts},
-    {"empty image or list", 0, Fault::NullEntries},
-    {"blocking"},
+    {"warning 7", "Warning number: 7\n"},
+    {"error 7", "Error number: 7\n"},
+    {"information 7", "Info number: 7\n"},
+    {"0x400007", "7\n"},
+    {"null"},
+    {"wrong-type"},
+    {"null-texts"},
+    {"empty-image, no-entries"},
+    {"next 1 block 3"},
 };
 
-bool Applies(const Kind& kind, Export which)
-{
-    const bool value = which == Export::GetLibraryParam || which == Export::GetDeviceParam;
-    const bool rows = which == Export::GetImage || which == Export::GetDeviceList;
-    switch (kind.fault) {
-    case Fault::None:
-        return kind.result == 0 || which != Export::FreeObject;
-    case Fault::WrongType:
-        return value;
-    case Fault::NullEntries:
-        return rows;
-    default:
-        return value || rows;
-    }
-}
-
-// What an operator notices of an operation that fails, or gives no object, at that moment.
+// What an operator notices of an operation that fails, or gives no object, at a moment.
 struct Effect
 {
-    Export which;
+    std::string_view operation;
     Moment moment;
     int resultBoxes; // when it fails
     int questions;   // more or less than in a healthy life
 };
 constexpr Effect effects[] = {
-    {Export::Open, Moment::Start, 1, 0},
-    {Export::SetLibraryParam, Moment::Start, 1, 0},
-    {Export::GetImageCount, Moment::StoredLoop, 0, -2},
-    {Export::GetImage, Moment::StoredLoop, 3, -1},
-    {Export::RemoveImage, Moment::StoredLoop, 0, 1},
-    {Export::EnableCapture, Moment::Arming, 1, 0},
-    {Export::GetImage, Moment::Reading, 1, -1},
-    {Export::GetImage, Moment::Question, 1, -1},
-    {Export::GetImage, Moment::Settings, 1, -1},
+    {"TarnOpen", Moment::Start, 1, -6}, // whose failure the next call shares
+    {"TarnSetLibraryParam", Moment::Start, 1, 0},
+    {"TarnSetNotifyWindow", Moment::Start, 0, -4}, // no event comes
+    {"TarnGetImageCount", Moment::StoredLoop, 0, -2},
+    {"TarnGetImage", Moment::StoredLoop, 3, -1},
+    {"TarnRemoveImage", Moment::StoredLoop, 0, 1},
+    {"TarnEnableCapture", Moment::Arming, 1, 0},
+    {"TarnGetImage", Moment::Reading, 1, -1},
+    {"TarnGetImage", Moment::Question, 1, -1},
+    {"TarnGetImage", Moment::Settings, 1, -1},
 };
 constexpr int HealthyQuestions = 6;
+
+bool Applies(const Kind& kind, const Operation& operation)
+{
+    const std::string_view rule = kind.rule;
+    if (rule == "wrong-type")
+        return operation.givesValue;
+    if (rule.starts_with("empty"))
+        return operation.givesRows;
+    if (rule.starts_with("null"))
+        return operation.givesValue || operation.givesRows;
+    return rule.find("block") != rule.npos || operation.name != std::string_view("TarnFreeObject");
+}
+
+template <class Function>
+Function* InSimulator(const char* name)
+{
+    static void* const library = dlopen(TARN_LIBRARY, RTLD_NOW);
+    return reinterpret_cast<Function*>(dlsym(library, name));
+}
+
+// The settings file, and a store with one image of an earlier life.
+class Simulator
+{
+public:
+    Simulator()
+    {
+        fs::create_directories(m_folder);
+        setenv("TARN_SIMULATOR", (m_folder / "Tarn.ini").c_str(), 1);
+        Configure("exposure_delay = 0");
+        TarnOpen(nullptr, "");
+        TarnEnableCapture(0, "My ID", 0);
+        std::uint32_t count = 0;
+        for (int tries = 0; count == 0 && tries < 20'000; TarnGetImageCount(&count), ++tries)
+            usleep(1000);
+        TarnClose();
+        fs::rename(m_folder / "Store", m_folder / "OldStore");
+    }
+    ~Simulator() { fs::remove_all(m_folder); }
+
+    void Configure(const std::string& lines) const
+    {
+        std::ofstream(m_folder / "new.ini")
+            << "time_factor = 100\narming_delay = 0.05\nexposure_delay = never\n"
+            << "exposure_time = 0.05\nreadout_time = 0.05\ninactivity_timeout = 0\n"
+            << "image_width = 16\nimage_height = 16\nseed = 7\nstrict = on\n"
+            << "store_folder = " << (m_folder / "Store").string() << '\n'
+            << lines << '\n';
+        fs::rename(m_folder / "new.ini", m_folder / "Tarn.ini");
+    }
+    void RestoreStore() const
+    {
+        fs::remove_all(m_folder / "Store");
+        fs::copy(m_folder / "OldStore", m_folder / "Store");
+    }
+    std::size_t StoredImages() const
+    {
+        return static_cast<std::size_t>(
+            std::ranges::count_if(fs::directory_iterator(m_folder / "Store"), [](const auto& file) {
+                return file.path().extension() == ".tarn";
+            }));
+    }
+
+private:
+    // In memory where there is such a place: a busy disk makes every replaced file wait.
+    const fs::path m_folder =
+        (fs::is_directory("/dev/shm") ? fs::path("/dev/shm") : fs::temp_directory_path()) /
+        ("tarn_faults_" + std::to_string(getpid()));
+};
 
 class Life
 {
 public:
-    Life()
+    explicit Life(const Simulator& simulator) : m_simulator(simulator)
     {
-        m_library.devices = {{0, 1, "Base unit", ""}, {1, 1, "Sensor", ""}};
-        Store();
-        m_library.libraryParams[8] = std::string("1.0");
-        Sensor(1, 0, 1);
+        simulator.RestoreStore();
+        Set("");
         headless::SetBaseUnits(SmallBaseWidth, SmallBaseHeight);
         headless::SetOperator({[this](CDialog& dialog) { Use(dialog); },
                                [this](const headless::Box& box) { return Answer(box); },
@@ -115,56 +198,154 @@ public:
         if (moment == Moment::Start)
             m_begin();
         m_bench.DoModal();
-        EXPECT_EQ(m_library.Outstanding(), 0u);
-        EXPECT_EQ(m_library.wrongFrees, 0u);
         EXPECT_EQ(headless::LiveWindows() + headless::LiveTimers() + headless::OpenBoxes(), 0u);
-        EXPECT_EQ(m_library.CallsOf({"TarnClose"}).size(), 1u);
-        // No image has left the store that the operator had not given up.
-        EXPECT_LE(m_stored - m_library.images.size(), m_givenUp);
+        Set("");
+        if (m_leftOpen) {
+            EXPECT_EQ(TarnClose(), 0u);
+        }
+        EXPECT_LE(m_exposures - m_simulator.StoredImages(), m_givenUp) << "an image was lost";
     }
 
-    // The same with the fault at that moment, and with what the operator is to see of it.
-    void RunWith(Export which, const Kind& kind, Moment moment)
+    // What the operator has seen: result boxes that begin so, and more or fewer questions than in a
+    // healthy life.
+    void ExpectNotices(int resultBoxes, const std::string& text, int questions) const
     {
-        const bool blocks = kind.result == 0 && kind.fault == Fault::None;
-        m_noObject = kind.result != 0 || kind.fault == Fault::NullObject;
-        const bool none = m_noObject || kind.fault == Fault::WrongType;
-        m_blind = (which == Export::GetDeviceParam && none) ||
-                  (which == Export::GetDeviceList && (none || kind.fault == Fault::NullEntries));
-        Run(
-            moment,
-            [&] {
-                if (blocks)
-                    m_library.onCall = [which](Export called) {
-                        headless::LetTimePass(called == which ? BlockedFor : 0);
-                    };
-                else if (kind.result != 0)
-                    m_library.Fail(which, kind.result, ScriptedLibrary::Always);
-                else
-                    m_library.Break(which, kind.fault, ScriptedLibrary::Always);
-            },
-            [&] {
-                m_library.onCall = {};
-                m_library.Break(which, Fault::None, 0);
-            });
-
-        int resultBoxes = 0;
-        int questions = HealthyQuestions;
-        for (const Effect& effect : effects)
-            if (effect.which == which && effect.moment == moment) {
-                resultBoxes += kind.result != 0 ? effect.resultBoxes : 0;
-                questions += m_noObject ? effect.questions : 0;
-            }
         EXPECT_EQ(m_results.size(), static_cast<std::size_t>(resultBoxes));
-        for (const std::string& text : m_results)
-            EXPECT_TRUE(text.starts_with(kind.boxText)) << text;
-        EXPECT_EQ(m_questions, questions);
+        for (const std::string& result : m_results)
+            EXPECT_TRUE(result.starts_with(text)) << result;
+        EXPECT_EQ(m_questions, HealthyQuestions + questions);
     }
 
-    ScriptedLibrary m_library;
-    HeadlessBench m_bench;
+    // A life with the fault at that moment, and with what the operator is to see of it.
+    void RunWith(const Operation& operation, const Kind& kind, Moment moment)
+    {
+        const std::string_view name = operation.name, rule = kind.rule;
+        const bool fails = *kind.boxText != '\0';
+        const bool noObject = fails || rule == "null";
+        const bool nothing = noObject || rule == "wrong-type";
+        const bool hides = (name == "TarnGetDeviceParam" && nothing) ||
+                           (name == "TarnGetDeviceList" && (nothing || rule.starts_with("empty")));
+        m_refused = fails && name == "TarnOpen" && moment == Moment::Start;
+        m_deaf = m_refused || (fails && name == "TarnSetNotifyWindow" && moment == Moment::Start);
+        m_leftOpen = fails && name == "TarnClose" && moment == Moment::Closing;
+        const auto set = [&](bool faulty) {
+            m_hides = hides && faulty;
+            Set(faulty ? operation.name + std::string(" = ") + kind.rule : "");
+        };
+        Run(
+            moment, [&] { set(true); }, [&] { set(false); });
+        if (m_refused) {
+            EXPECT_EQ(m_results.at(1), "Error number: 1\nThe capture library is not open.");
+            m_results.pop_back();
+        }
+        const auto effect = std::ranges::find_if(effects, [&](const Effect& line) {
+            return line.operation == name && line.moment == moment;
+        });
+        const bool seen = effect != std::end(effects);
+        ExpectNotices(seen && fails ? effect->resultBoxes : 0, kind.boxText,
+                      seen && noObject ? effect->questions : 0);
+    }
+
+    void Set(const std::string& lines)
+    {
+        m_lines = lines + '\n';
+        m_simulator.Configure(m_lines);
+    }
+    double m_readOut = 6; // simulated seconds
+
+    bool Click(int id) { return headless::Click(m_bench, id); }
+
+    // Lets the program poll, and the library's thread work, until the condition holds.
+    void Until(const std::function<bool()>& condition)
+    {
+        for (int round = 0; IsOpen() && !condition(); ++round) {
+            ASSERT_LT(round, 3000);
+            headless::WaitForPost(std::chrono::milliseconds(1));
+            headless::RunFor(500);
+        }
+    }
+    void MakeReady()
+    {
+        Until([this] {
+            Click(IdEnable);
+            return Phase() == TarnPhaseArmed;
+        });
+        headless::RunFor(2500);
+        EXPECT_TRUE(m_deaf || !IsOpen() || headless::Text(m_bench, 0) == "Ready to take image");
+    }
+    void Disarm()
+    {
+        Until([this] {
+            Click(IdAbort);
+            return Phase() == TarnPhaseIdle;
+        });
+    }
+
+    bool IsOpen() const { return headless::IsOpen(m_bench); }
 
 private:
+    struct Buttons
+    {
+        bool enable, abort;
+        bool operator==(const Buttons&) const = default;
+    };
+
+    // After a poll.
+    Buttons Expected() const
+    {
+        const bool idle = Phase() == TarnPhaseIdle;
+        return {idle && IsPlugged() && !m_refused, !idle && Phase() != TarnPhaseReading};
+    }
+    // What the buttons show after the next poll.
+    void ExpectButtons()
+    {
+        Buttons before = Expected(), after = before;
+        do {
+            before = after;
+            headless::RunFor(2500);
+            after = Expected();
+        } while (before != after);
+        if (!IsOpen() || headless::Now() < 3500)
+            return;
+        EXPECT_EQ(headless::IsEnabled(m_bench, IdEnable), after.enable && !m_hides);
+        EXPECT_EQ(headless::IsEnabled(m_bench, IdAbort), after.abort && !m_hides);
+    }
+
+    void StartExposure()
+    {
+        if (m_moment == Moment::Reading && m_exposures == 1)
+            Set("readout_time = " + std::to_string(m_readOut)); // so that the moment lasts
+        else
+            Set("");
+        MakeReady();
+        if (IsOpen()) {
+            EXPECT_EQ(InSimulator<decltype(TarnSimulatorHandSwitch)>("TarnSimulatorHandSwitch")(),
+                      0u);
+            ++m_exposures;
+        }
+    }
+    void FinishExposure()
+    {
+        ExpectButtons();
+        Until([] { return Phase() == TarnPhaseIdle; });
+        headless::Pump();
+        if (m_lines.find("late") != std::string::npos) {
+            headless::WaitForPost(std::chrono::seconds(10));
+            headless::Pump();
+        }
+        m_exposures -= !IsPlugged();
+    }
+    // The first image of the store; the tone after it tells that it was served.
+    void Arrive()
+    {
+        const std::size_t tones = headless::Beeps();
+        m_simulator.Configure(m_lines + "events = 2, 17");
+        Until([&] {
+            Phase(); // has the simulator look at its settings
+            return m_deaf || headless::Beeps() > tones;
+        });
+    }
+
     void Use(CDialog& dialog)
     {
         if (&dialog != &m_bench)
@@ -175,44 +356,47 @@ private:
             for (const int id : {IdInfo, IdTestImageMode, IdEightBitRead, IdZoomIn})
                 headless::Click(dialog, id);
         });
-        At(Moment::Arming, [&] {
-            headless::Click(dialog, IdEnable);
-            Sensor(4, 1, 0);
-        });
-        At(Moment::Armed, [&] {
-            Post(0, 15);
-            Post(0, 17);
-            headless::Click(dialog, IdAbort);
-        });
-        At(Moment::Reading, [&] { Arrive(); });
-        Arrive(); // Answer is at the moment Question
-        m_asked = true;
+        if (!m_refused) {
+            At(Moment::Arming, [&] { headless::Click(dialog, IdEnable); });
+            MakeReady();
+            At(Moment::Armed, [&] { headless::Click(dialog, IdAbort); });
+            StartExposure();
+            At(Moment::Reading, [&] { FinishExposure(); });
+            m_awaited = true;
+            StartExposure();
+            FinishExposure();
+            m_awaited = false;
+        }
         At(Moment::Settings, [&] { headless::Click(dialog, IdSettings); });
-        Post(0, 3);
-        Sensor(1, 0, 1);
+        Disarm();
         At(Moment::Closing, [&] { headless::Click(dialog, IdExit); });
-        EXPECT_FALSE(headless::IsOpen(dialog));
+        EXPECT_FALSE(IsOpen());
     }
 
     void UseSettings(CDialog& dialog)
     {
         headless::RunFor(2000);
-        Arrive();
+        if (!m_refused)
+            Arrive();
         headless::Drag(dialog, IdTimeout, 3);
         headless::Click(dialog, IDOK);
     }
 
     int Answer(const headless::Box& box)
     {
-        const bool question = box.text.starts_with("Found old") || box.text.starts_with("Image");
+        const bool image = box.text.starts_with("Image");
+        const bool question = box.text.starts_with("Found old") || image;
         m_questions += question;
         if (!question && !box.text.starts_with("***** Tarn"))
             m_results.push_back(box.text);
-        if (box.text.starts_with("Image") && m_stored == 3 && !m_asked) {
-            m_asked = true;
+        if (image && std::exchange(m_awaited, false)) {
+            m_keeps = true;
             At(Moment::Question, [this] { Arrive(); });
+            m_keeps = false;
             return IDNO;
         }
+        if (image && m_keeps)
+            return IDNO;
         // The stored-image loop goes on as long as it is told to.
         const bool again = box.text.starts_with("Found old image:") && m_givenUp != 0;
         m_givenUp += question && !box.text.starts_with("Found old images") && !again;
@@ -224,7 +408,7 @@ private:
         if (m_moment == moment)
             m_begin();
         act();
-        ExpectButtons(m_moment == moment && m_blind);
+        ExpectButtons();
         Leave(moment);
     }
 
@@ -232,137 +416,122 @@ private:
     {
         if (m_moment == moment) {
             m_end();
-            ExpectButtons(false);
+            ExpectButtons();
         }
     }
 
-    // What the buttons show after the next poll.
-    void ExpectButtons(bool blind)
+    bool IsPlugged() const { return m_lines.find("sensors = none") == std::string::npos; }
+    static std::uint32_t Phase()
     {
-        headless::RunFor(2500);
-        if (!headless::IsOpen(m_bench) || headless::Now() < 3500)
-            return;
-        EXPECT_EQ(headless::IsEnabled(m_bench, IdEnable), m_idle && !blind);
-        EXPECT_EQ(headless::IsEnabled(m_bench, IdAbort), !m_idle && !blind);
+        return InSimulator<decltype(TarnSimulatorArmedState)>("TarnSimulatorArmedState")(nullptr);
     }
 
-    void Sensor(std::uint32_t state, std::uint32_t enableState, std::uint32_t abortState)
-    {
-        m_idle = enableState == 0;
-        m_library.devices[1].state = state;
-        m_library.SetDeviceInt(0, 14, 1);
-        m_library.SetDeviceInt(0, 15, 1);
-        m_library.SetDeviceInt(1, 14, enableState);
-        m_library.SetDeviceInt(1, 15, abortState);
-    }
-
-    void Arrive()
-    {
-        Store();
-        Post(m_stored, 2);
-        headless::Pump();
-    }
-
-    void Store()
-    {
-        ScriptedImage image;
-        image.number = image.imageId = ++m_stored;
-        image.headerText = "ProgramName=Hand;Date=2026-01-01;kV=60;";
-        m_library.images.push_back(image);
-    }
-
-    void Post(std::uint32_t number, LPARAM event)
-    {
-        PostMessageA(m_bench.GetSafeHwnd(), WM_TARN_EVENT, number, event);
-    }
-
+    const Simulator& m_simulator;
+    HeadlessBench m_bench;
+    std::string m_lines;
     Moment m_moment = Moment::Count;
     std::function<void()> m_begin, m_end;
     std::vector<std::string> m_results; // texts of the boxes that show one
-    std::uint32_t m_stored = 0;         // images that were ever in the store
-    std::uint32_t m_givenUp = 0;        // answers that allow to remove one
+    std::size_t m_exposures = 1;        // whose images came into the store
+    std::size_t m_givenUp = 0;          // answers that allow to remove an image
     int m_questions = 0;
-    bool m_asked = false; // the question at whose moment something happens
-    bool m_idle = true;
-    bool m_noObject = false;
-    bool m_blind = false; // the fault hides the devices
+    bool m_awaited = false; // the question at whose moment something happens
+    bool m_keeps = false;   // whatever is asked about
+    bool m_hides = false;   // the fault hides the devices
+    bool m_refused = false; // the library is not open
+    bool m_deaf = false;
+    bool m_leftOpen = false;
 };
 
 TEST(Faults, EveryOperationFailsAtEveryMoment)
 {
+    const Simulator simulator;
     int cells = 0;
-    for (int which = 0; which < static_cast<int>(Export::Count); ++which)
+    for (const Operation& operation : operations)
         for (const Kind& kind : kinds)
             for (int moment = 0; moment < static_cast<int>(Moment::Count); ++moment) {
-                if (!Applies(kind, static_cast<Export>(which)))
+                if (!Applies(kind, operation))
                     continue;
-                SCOPED_TRACE(testing::Message() << "export " << which << ", " << kind.name
-                                                << ", at " << momentNames[moment]);
-                Life().RunWith(static_cast<Export>(which), kind, static_cast<Moment>(moment));
+                SCOPED_TRACE(testing::Message() << operation.name << " = " << kind.rule << ", at "
+                                                << momentNames[moment]);
+                Life(simulator).RunWith(operation, kind, static_cast<Moment>(moment));
                 ++cells;
             }
     std::printf("fault matrix: %d cells\n", cells);
     EXPECT_GT(cells, 800);
 }
 
-// Whatever is open closes, no sensor stays armed, and the libraries are shut down.
-TEST(Faults, TheProgramEndsAtEveryMoment)
+// What happens to the hardware. The life goes on with its exposures once it is over; or the
+// operator leaves while it lasts, where he can.
+TEST(Faults, TheNextExposureWorksAfterEveryAccident)
 {
-    for (int moment = static_cast<int>(Moment::StoredLoop); moment < 9; ++moment) {
-        SCOPED_TRACE(momentNames[moment]);
-        Life life;
-        bool armed = false;
-        const auto end = [&] {
-            armed = life.m_library.devices[1].state == 4;
-            headless::EndSession();
-        };
-        life.Run(static_cast<Moment>(moment), end, [] {});
-        const bool aborted = moment > static_cast<int>(Moment::Armed); // by the operator
-        EXPECT_EQ(life.m_library.CallsOf({"TarnDisableCapture 0 1"}).size(),
-                  static_cast<std::size_t>(armed) + aborted);
-        EXPECT_EQ(life.m_library.calls.back(), "TarnClose");
-    }
+    constexpr struct
+    {
+        const char* line;
+        Moment moment;
+        int resultBoxes;
+        const char* text;
+        int questions;
+    } accidents[] = {
+        {"sensors = none", Moment::Idle, 0, "", 0},
+        {"sensors = none", Moment::Armed, 1, "Warning number: 30\n", 0},
+        {"sensors = none", Moment::Reading, 1, "Error number: 18\n", -1},
+        {"sensors = none", Moment::Question, 0, "", 0},
+        {"sensors = none", Moment::Settings, 0, "", 0},
+        {"device_fault = 1 101 error 7", Moment::Armed, 1, "Error number: 7\n", 0},
+        {"store_limit = 0", Moment::Arming, 1, "Error number: 11\n", 0},
+        {"event_2 = never", Moment::Reading, 0, "", -1},
+        {"event_2 = late 1", Moment::Reading, 0, "", 0},
+        {"event_2 = twice", Moment::Reading, 1, "Error number: 12\n", 0},
+        {"event_2 = missing", Moment::Reading, 1, "Error number: 12\n", -1},
+    };
+    const Simulator simulator;
+    for (const auto& accident : accidents)
+        for (const bool leave : {false, true}) {
+            SCOPED_TRACE(testing::Message() << accident.line << " at "
+                                            << momentNames[static_cast<int>(accident.moment)]
+                                            << (leave ? ", leaving" : ""));
+            Life life(simulator);
+            if (accident.text == std::string_view("Error number: 18\n"))
+                life.m_readOut = 100; // it is cut off
+            bool left = false;
+            life.Run(
+                accident.moment, [&] { life.Set(accident.line); },
+                [&] {
+                    left = leave && life.Click(IdExit) && !life.IsOpen();
+                    life.Set("");
+                });
+            if (!left)
+                life.ExpectNotices(accident.resultBoxes, accident.text, accident.questions);
+            const bool inBox = accident.moment == Moment::Question;
+            EXPECT_EQ(left, leave && !inBox);
+        }
 }
 
-// Another thread posts results, unknown codes, tones and images that do not exist as fast as it
-// can, also while a box or the settings dialog is open.
-TEST(Faults, AStormOfEventsDoesNotPileUpBoxes)
+TEST(Faults, ArmsAndAbortsAThousandTimes)
 {
-    constexpr int stormLength = 100'000;
-    constexpr std::uint32_t events[] = {
-        ResultWarning + 5, ResultError + 5, ResultInformation + 5, 99, 2, 17};
-    ScriptedLibrary library;
-    HeadlessBench bench;
-    std::atomic<int> posted = 0;
-    std::thread storm;
-    std::size_t deepest = 0;
-    int served = 0;
-    const auto use = [&](CDialog& dialog) {
-        if (!storm.joinable())
-            storm = std::thread([&, window = bench.GetSafeHwnd()] {
-                while (posted < stormLength)
-                    posted += PostMessageA(window, WM_TARN_EVENT, 0,
-                                           events[static_cast<std::size_t>(posted) % 6]);
-            });
-        const int until = std::min(posted + stormLength / 4, stormLength);
-        for (; &dialog == &bench ? posted < stormLength : posted < until; headless::Pump())
-            served += headless::Click(dialog, &dialog == &bench ? IdSettings : IdLowResolution);
-    };
-    headless::SetBaseUnits(SmallBaseWidth, SmallBaseHeight);
-    headless::SetOperator({use,
-                           [&](const headless::Box&) {
-                               deepest = std::max(deepest, headless::OpenBoxes());
-                               headless::Pump();
-                               return IDOK;
-                           },
-                           {}});
-    bench.DoModal();
-    storm.join();
-    EXPECT_EQ(deepest, 1u);
-    EXPECT_GT(served, 1);
-    EXPECT_LT(headless::BoxesShown(), stormLength / 10u);
-    EXPECT_EQ(library.Outstanding(), 0u);
-    headless::Reset();
+    const Simulator simulator;
+    Life life(simulator);
+    life.Run(
+        Moment::Idle, [] {},
+        [&] {
+            for (int time = 0; time < 1000; ++time) {
+                life.MakeReady();
+                life.Disarm();
+            }
+        });
+    life.ExpectNotices(0, "", 0);
+}
+
+// Whatever is open closes, also a sensor that is armed, and the library can be opened again.
+TEST(Faults, TheProgramEndsAHundredTimesAtEveryMoment)
+{
+    const Simulator simulator;
+    for (int time = 0; time < 100; ++time)
+        for (int moment = static_cast<int>(Moment::StoredLoop); moment < 9; ++moment) {
+            SCOPED_TRACE(momentNames[moment]);
+            Life(simulator).Run(static_cast<Moment>(moment), headless::EndSession, [] {});
+        }
 }
 
 } // namespace

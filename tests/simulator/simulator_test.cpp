@@ -218,16 +218,28 @@ TEST_F(Simulator, SameSeedGivesTheSameImageAndTheStoreSurvives)
     EXPECT_NE(first.pixels, second.pixels);
     tarnClose();
     std::ofstream(folder / "store" / "0000000009.tarn.tmp") << "half";
+    // None of these is an image; a run goes past them and leaves them alone.
+    const std::string whole = ReadFile(folder / "store" / "0000000001.tarn");
+    for (const char* name : {"0000000003.tarn", "0000000004.tarn", "0000000005.tarn"})
+        std::ofstream(folder / "store" / name) << "garbage " << whole;
+    std::string cut = whole.substr(0, whole.size() - 1);
+    cut[24] = 6; // its id
+    std::ofstream(folder / "store" / "0000000006.tarn") << cut;
+    std::filesystem::resize_file(folder / "store" / "0000000003.tarn", std::uint64_t{1} << 40);
+    std::filesystem::create_directory(folder / "store" / "0000000007.tarn");
     Open();
+    std::uint32_t count = 0;
+    EXPECT_EQ(getImageCount(&count) + count, 7u);
     EXPECT_EQ(Fetch(0), first);
     EXPECT_EQ(removeImage("other user", 1), 0x20000Cu);
     EXPECT_EQ(removeImage("", 1), 0u);
     EXPECT_EQ(Fetch(0), second);
     EXPECT_EQ(removeImage("", 2), 0u);
     Fetch(0, 0x20000C);
+    EXPECT_EQ(getImageCount(&count) + count, 0u) << "they count no more";
     tarnClose();
     Open();
-    EXPECT_EQ(Expose(), 3u) << "ids are not used again";
+    EXPECT_EQ(Expose(), 8u) << "ids are not used again";
     tarnClose();
     std::filesystem::remove_all(folder / "store");
     Open();
@@ -298,15 +310,18 @@ TEST_F(Simulator, ReportsWrongLinesAndUnfreedObjects)
     Fetch(Expose());
     Configure("image_width = wide\nno_such_key = 1\nTarnGetImage = sometimes");
     EXPECT_EQ(Fetch(Expose()).width, 77u);
+    std::filesystem::resize_file(folder / "s.ini", std::uint64_t{1} << 40);
+    EXPECT_EQ(Fetch(Expose()).width, 77u);
     TarnValue* value = nullptr;
     getDeviceParam(1, 2, &value);
     tarnClose();
     freeObject(value);
     freeObject(value);
     const std::string report = testing::internal::GetCapturedStderr();
-    for (const char* part : {":8: image_width takes a whole number, not 'wide'",
-                             ":9: there is no setting 'no_such_key'", ":10: TarnGetImage takes",
-                             " objects handed out, 1 not freed", "is freed already"})
+    for (const char* part :
+         {":8: image_width takes a whole number, not 'wide'",
+          ":9: there is no setting 'no_such_key'", ":10: TarnGetImage takes",
+          "s.ini: is no settings file", " objects handed out, 1 not freed", "is freed already"})
         EXPECT_NE(report.find(part), std::string::npos) << part << " in " << report;
     EXPECT_NE(ReadFile(folder / "trace").find(" TarnGetDeviceParam 1 2 -> 0\n"), std::string::npos);
     Open();

@@ -49,8 +49,6 @@ std::size_t Pump();
 
 // Moves the clock on by so many milliseconds; timers fire on the way at their times.
 void RunFor(std::uint32_t milliseconds);
-// The same, serving nothing, as while a call into a library blocks.
-void LetTimePass(std::uint32_t milliseconds);
 std::uint64_t Now(); // milliseconds since the last Reset
 
 // Waits in real time until a message is posted; false when none came.

@@ -71,11 +71,6 @@ void RunFor(std::uint32_t milliseconds)
     desktop.now = std::max(desktop.now, end);
 }
 
-void LetTimePass(std::uint32_t milliseconds)
-{
-    desktop.now += milliseconds;
-}
-
 std::uint64_t Now()
 {
     return desktop.now;

@@ -223,7 +223,9 @@ void DialogWindow::reject()
 void DialogWindow::closeEvent(QCloseEvent* event)
 {
     event->ignore();
-    Notify(WM_CLOSE);
+    // Behind a box or another dialog a handler is still at work with what a close would take away.
+    if (ModalLoop::IsInnermost(&m_dialog))
+        Notify(WM_CLOSE);
 }
 
 void DialogWindow::keyPressEvent(QKeyEvent* event)

@@ -86,6 +86,7 @@ struct Operator::Desk : QObject
         std::string part;
         int answer;
         std::function<void()> meanwhile;
+        bool stays = false; // for every such box
     };
 
     bool eventFilter(QObject* object, QEvent* event) override;
@@ -94,6 +95,12 @@ struct Operator::Desk : QObject
     void Work(DialogWindow& dialog);
 
     DialogWindow& Window() const { return *dialogs.back(); }
+    // Where the keyboard goes.
+    QWidget* Active() const
+    {
+        QWidget* const modal = QApplication::activeModalWidget();
+        return modal != nullptr ? modal : &Window();
+    }
     // A control of the window; waits until the window takes input, as it does after a box is gone.
     template <typename Widget = QWidget>
     Widget* Find(int id) const
@@ -109,7 +116,7 @@ struct Operator::Desk : QObject
     std::vector<DialogWindow*> dialogs; // open ones, innermost last
     std::vector<Expectation> boxes;
     std::vector<std::pair<std::string, std::function<void()>>> scripts;
-    std::vector<std::string> files;
+    std::vector<std::pair<std::string, std::function<void()>>> files;
     std::vector<ShownBox> shown;
 };
 
@@ -128,7 +135,8 @@ int Operator::Run(CDialog& dialog, const std::function<void()>& script)
     const int result =
         AfxGetApp() != nullptr ? dialog.DoModal() : DialogProgram(&dialog).RunDialog();
     for (const Desk::Expectation& expected : m_desk->boxes)
-        ADD_FAILURE() << "No box came with the text: " << expected.part;
+        if (!expected.stays)
+            ADD_FAILURE() << "No box came with the text: " << expected.part;
     m_desk->boxes.clear();
     m_desk->scripts.clear();
     return result;
@@ -167,7 +175,7 @@ void Operator::Desk::Answer(QMessageBox& box)
     if (expected == boxes.end())
         ADD_FAILURE() << "An unexpected box came: " << text;
     const Expectation expectation = expected != boxes.end() ? *expected : Expectation{};
-    if (expected != boxes.end())
+    if (expected != boxes.end() && !expected->stays)
         boxes.erase(expected);
 
     const QPointer<QMessageBox> open = &box;
@@ -192,9 +200,14 @@ void Operator::Desk::Choose(QFileDialog& dialog)
 {
     if (files.empty())
         ADD_FAILURE() << "An unexpected open-file dialog came";
-    const std::string path = files.empty() ? "" : files.front();
+    const auto [path, meanwhile] = files.empty() ? decltype(files)::value_type() : files.front();
     if (!files.empty())
         files.erase(files.begin());
+    const QPointer<QFileDialog> open = &dialog;
+    if (meanwhile)
+        meanwhile();
+    if (!open || !open->isVisible())
+        return;
     if (path.empty())
         return dialog.reject();
     dialog.selectFile(QString::fromStdString(path));
@@ -223,6 +236,11 @@ void Operator::WhenBox(std::string part, int answer, std::function<void()> meanw
     m_desk->boxes.push_back({std::move(part), answer, std::move(meanwhile)});
 }
 
+void Operator::WhenEveryBox(std::string part, int answer, std::function<void()> meanwhile)
+{
+    m_desk->boxes.push_back({std::move(part), answer, std::move(meanwhile), true});
+}
+
 const std::vector<ShownBox>& Operator::Boxes() const
 {
     return m_desk->shown;
@@ -233,9 +251,9 @@ void Operator::WhenDialog(std::string title, std::function<void()> script)
     m_desk->scripts.emplace_back(std::move(title), std::move(script));
 }
 
-void Operator::WhenFileDialog(std::string path)
+void Operator::WhenFileDialog(std::string path, std::function<void()> meanwhile)
 {
-    m_desk->files.push_back(std::move(path));
+    m_desk->files.emplace_back(std::move(path), std::move(meanwhile));
 }
 
 bool Operator::Wait(const std::function<bool()>& condition, int milliseconds)
@@ -261,7 +279,8 @@ void Operator::Later(int milliseconds, std::function<void()> action)
 void Operator::Click(int id)
 {
     auto* const button = m_desk->Find<QAbstractButton>(id);
-    if (button == nullptr || !button->isEnabled() || button->isHidden())
+    if (button == nullptr || !button->isEnabled() || button->isHidden() ||
+        m_desk->Active() != button->window())
         return;
     button->setFocus(Qt::MouseFocusReason);
     if (button->window()->focusWidget() == button)
@@ -289,7 +308,7 @@ void Operator::Focus(int id)
 void Operator::Press(Key key)
 {
     constexpr int keys[] = {Qt::Key_Return, Qt::Key_Escape, Qt::Key_F1};
-    PressKey(&m_desk->Window(), keys[static_cast<int>(key)]);
+    PressKey(m_desk->Active(), keys[static_cast<int>(key)]);
 }
 
 void Operator::Press(int id, int scrollCode)

@@ -16,7 +16,8 @@ struct ShownBox
 };
 
 // One at a time. Boxes are answered as WhenBox has said; one that nobody expected fails the test
-// and is left by Escape. All controls are those of the innermost open dialog.
+// and is left by Escape. All controls are those of the innermost open dialog; while a box is open
+// over it, clicks are lost and keys go to the box.
 class Operator
 {
 public:
@@ -32,12 +33,14 @@ public:
     // The next box whose text holds this part (in the order of the calls where several fit) gets
     // this answer: IDOK, IDYES, ...; 0 presses Escape. meanwhile runs while the box is open.
     void WhenBox(std::string part, int answer, std::function<void()> meanwhile = {});
+    // The same for as many as come from now on, also none.
+    void WhenEveryBox(std::string part, int answer, std::function<void()> meanwhile = {});
     const std::vector<ShownBox>& Boxes() const; // all so far, in the order they came
 
     // Runs the script in the loop of the next dialog with this title, as Run does.
     void WhenDialog(std::string title, std::function<void()> script);
     // The next open-file dialog chooses this file; it is cancelled when the path is empty.
-    void WhenFileDialog(std::string path);
+    void WhenFileDialog(std::string path, std::function<void()> meanwhile = {});
 
     // Serves messages until the condition holds; false when it did not within the time.
     bool Wait(const std::function<bool()>& condition, int milliseconds = 5000);
