@@ -2,6 +2,7 @@
 #include "platform/headless/desktop.h"
 
 #include <algorithm>
+#include <ranges>
 
 namespace headless {
 
@@ -45,8 +46,8 @@ void EndSession()
     desktop.sessionEnded = true;
     ModalLoop* const outermost = desktop.loops.front();
     const std::vector<ModalLoop*> inside(desktop.loops.begin() + 1, desktop.loops.end());
-    for (auto loop = inside.rbegin(); loop != inside.rend(); ++loop)
-        (*loop)->Dialog() ? (*loop)->Dialog()->EndDialog(IDCANCEL) : (*loop)->Quit();
+    for (ModalLoop* const loop : std::views::reverse(inside))
+        loop->Dialog() ? loop->Dialog()->EndDialog(IDCANCEL) : loop->Quit();
     if (!outermost->Dialog())
         outermost->Quit();
     AskOutermostToEnd();

@@ -302,20 +302,20 @@ bool DialogWindow::TakesDrops() const
 
 // A box that opened inside a paint event would have the toolkit paint inside its painting; it waits
 // for the end of it, and so that every further painting does not bring one more, it stands alone.
-void ReportException(HWND owner, const std::string& text)
+void ReportException(HWND dialog, const std::string& text)
 {
     constexpr UINT style = MB_OK | MB_ICONSTOP | MB_TOPMOST;
     const std::string caption = AfxGetApp() != nullptr ? AfxGetApp()->Name() : "";
     if (!PaintRequest::IsAnyServed()) {
-        MessageBoxA(owner, text.c_str(), caption.c_str(), style);
+        MessageBoxA(dialog, text.c_str(), caption.c_str(), style);
         return;
     }
     static bool waiting = false;
     if (waiting)
         return;
     waiting = true;
-    QTimer::singleShot(0, [owner, text, caption] {
-        MessageBoxA(owner, text.c_str(), caption.c_str(), style);
+    QTimer::singleShot(0, [dialog, text, caption] {
+        MessageBoxA(dialog, text.c_str(), caption.c_str(), style);
         waiting = false;
     });
 }
