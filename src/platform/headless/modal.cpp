@@ -6,7 +6,6 @@
 #include "platform/headless/desktop.h"
 
 #include <algorithm>
-#include <ranges>
 #include <utility>
 
 using namespace headless;
@@ -47,8 +46,8 @@ void ModalLoop::Quit()
         return;
     const auto self = std::ranges::find(desktop.loops, this);
     const std::vector<ModalLoop*> inside(self + 1, desktop.loops.end());
-    for (ModalLoop* const loop : std::views::reverse(inside))
-        loop->Dialog() ? loop->Dialog()->EndDialog(IDCANCEL) : loop->Quit();
+    for (auto loop = inside.rbegin(); loop != inside.rend(); ++loop)
+        (*loop)->Dialog() ? (*loop)->Dialog()->EndDialog(IDCANCEL) : (*loop)->Quit();
 }
 
 ModalLoop* LoopOf(const CDialog& dialog)

@@ -2,7 +2,6 @@
 #include "platform/headless/desktop.h"
 
 #include <algorithm>
-#include <ranges>
 
 namespace headless {
 
@@ -46,8 +45,8 @@ void EndSession()
     desktop.sessionEnded = true;
     ModalLoop* const outermost = desktop.loops.front();
     const std::vector<ModalLoop*> inside(desktop.loops.begin() + 1, desktop.loops.end());
-    for (ModalLoop* const loop : std::views::reverse(inside))
-        loop->Dialog() ? loop->Dialog()->EndDialog(IDCANCEL) : loop->Quit();
+    for (auto loop = inside.rbegin(); loop != inside.rend(); ++loop)
+        (*loop)->Dialog() ? (*loop)->Dialog()->EndDialog(IDCANCEL) : (*loop)->Quit();
     if (!outermost->Dialog())
         outermost->Quit();
     AskOutermostToEnd();
