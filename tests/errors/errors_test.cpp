@@ -53,9 +53,9 @@ TEST(Exceptions, AHandlerForAnyBaseCatchesThem)
 TEST(Exceptions, CopiesBeforeAndAfterTheFirstWhatSayTheSame)
 {
     const eFileAccessExcpt error(OrdinaryFailure, TestModule, "File %1%", "a");
-    const eFileAccessExcpt before = error;
+    const eFileAccessExcpt before = error; // NOLINT: the copy is under test
     EXPECT_EQ(error.what(), error.what()) << "composed once";
-    const eExcptAny after = error; // a base alone has only the composed text
+    const eExcptAny after = error; // NOLINT: a base alone has only the composed text
     EXPECT_STREQ(before.what(), "File a");
     EXPECT_STREQ(after.what(), "File a");
     EXPECT_STREQ(eExcptAnyWithMDesc(3, TestModule).what(), "");

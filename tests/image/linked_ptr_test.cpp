@@ -79,6 +79,7 @@ TEST(LinkedPtr, ThreadsCopyAndReleaseHandlesOfTheirOwn)
     own[0] = Handle(new Counted{destroyed});
     std::fill(own.begin() + 1, own.end(), own[0]);
     std::vector<std::thread> threads;
+    threads.reserve(own.size());
     for (Handle& mine : own)
         threads.emplace_back([&mine, &shared] {
             for (std::size_t i = 0; i < rounds; ++i) {

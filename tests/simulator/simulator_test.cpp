@@ -128,12 +128,12 @@ protected:
         const std::size_t size = std::size_t{record->width} * record->height * record->pixelBytes;
         const auto* bytes = reinterpret_cast<const char*>(record->pixels);
         const auto text = [](const char* start) { return start == nullptr ? "null" : start; };
-        const Image image = {record->width,
-                             record->height,
-                             record->bitsPerSample,
-                             std::string(bytes, size),
-                             text(record->headerText),
-                             text(record->userId)};
+        Image image = {record->width,
+                       record->height,
+                       record->bitsPerSample,
+                       std::string(bytes, size),
+                       text(record->headerText),
+                       text(record->userId)};
         freeObject(record);
         return image;
     }
@@ -144,9 +144,9 @@ protected:
         if (getDeviceParam(device, parameter, &value) != 0)
             return "-";
         const bool block = (value->tag & 0xFFFF) == TarnTypeBlock;
-        const std::string text =
-            block ? std::string(static_cast<const char*>(value->pointer), value->value)
-                  : std::to_string(value->value);
+        std::string text = block
+                               ? std::string(static_cast<const char*>(value->pointer), value->value)
+                               : std::to_string(value->value);
         freeObject(value);
         return text;
     }
@@ -338,10 +338,10 @@ TEST(SimulatorManual, NamesEveryKnob)
 
 } // namespace
 
-extern "C" int PostMessageA(HWND, UINT, WPARAM image, LPARAM event)
+extern "C" int PostMessageA(HWND, UINT, WPARAM wParam, LPARAM lParam)
 {
     const std::lock_guard lock(eventMutex);
-    events.emplace_back(event, image);
+    events.emplace_back(lParam, wParam);
     eventArrived.notify_all();
     return 1;
 }

@@ -152,7 +152,7 @@ TEST(Q32File, TakesDamagedFilesForWhatTheyHold)
         {"divisor", plain(44, 0, 9), "abcd", 12, 9, "abcd", "", ""},
         {"cut pixels", plain(44, 16), "abc", 16, 1, std::string("abc\0", 4), "", ""},
         {"offset beyond the end", plain(0xFFFFFFFF, 8), "ab", 8, 1, std::string(2, '\0'), "", ""},
-        {"cut length", plain(44, 8), "ab\2\0", 8, 1, "ab", "", ""},
+        {"cut length", plain(44, 8), std::string("ab\2\0", 4), 8, 1, "ab", "", ""},
         {"length beyond the end", plain(44, 8), "ab" + huge + "text", 8, 1, "ab", "text", ""},
         {"zero in a piece", plain(44, 8), "ab" + thousand + zeroInside + "cd" + one + "u", 8, 1,
          "ab", "abcd", "u"},

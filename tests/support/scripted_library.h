@@ -103,9 +103,9 @@ public:
     }
 
     // The export's next calls return the result and do nothing else; a read gives no object.
-    void Fail(Export which, std::uint32_t result, unsigned calls = 1);
+    void Fail(Export which, std::uint32_t result, unsigned callCount = 1);
     // The export's next calls hand out objects with the fault; the result is result.
-    void Break(Export which, Fault fault, unsigned calls = 1, std::uint32_t result = 0);
+    void Break(Export which, Fault fault, unsigned callCount = 1, std::uint32_t result = 0);
 
     // Runs before the call does its work: sends events, changes the tables, waits.
     std::function<void(Export)> onCall;
@@ -137,9 +137,9 @@ private:
                        TarnValue** out);
     // Counts the record as handed out; it lives in holder until it is freed.
     template <typename Record>
-    Record* HandOut(std::shared_ptr<void> holder, Record& record)
+    Record* HandOut(const std::shared_ptr<void>& holder, Record& record)
     {
-        m_objects[&record] = std::move(holder);
+        m_objects[&record] = holder;
         return &record;
     }
 

@@ -16,11 +16,13 @@
 #include <QCloseEvent>
 #include <QFile>
 #include <QGroupBox>
+#include <QGuiApplication>
 #include <QLabel>
 #include <QMimeData>
 #include <QTimer>
 
 #include <algorithm>
+#include <dlfcn.h>
 #include <exception>
 
 namespace {
@@ -31,6 +33,9 @@ constexpr int BaseUnitX = 6;
 constexpr int BaseUnitY = 13;
 constexpr UINT ShortestPeriod = 10; // milliseconds
 
+constexpr int MostTitlesUnanswered = 64;
+
+void LetXLibraryForget();
 QWidget* OwnerFrom(const CWnd* parent);
 QRect Pixels(const DialogUnits& place);
 
@@ -281,6 +286,15 @@ void DialogWindow::dropEvent(QDropEvent* event)
     });
 }
 
+void DialogWindow::changeEvent(QEvent* event)
+{
+    QDialog::changeEvent(event);
+    if (event->type() == QEvent::WindowTitleChange && ++m_titles >= MostTitlesUnanswered) {
+        m_titles = 0;
+        LetXLibraryForget();
+    }
+}
+
 bool DialogWindow::TakesDrops() const
 {
     const std::span<const DispatchEntry> table = m_dialog.DispatchTable();
@@ -290,20 +304,20 @@ bool DialogWindow::TakesDrops() const
 
 // A box that opened inside a paint event would have the toolkit paint inside its painting; it waits
 // for the end of it, and so that every further painting does not bring one more, it stands alone.
-void ReportException(HWND owner, const std::string& text)
+void ReportException(HWND dialog, const std::string& text)
 {
     constexpr UINT style = MB_OK | MB_ICONSTOP | MB_TOPMOST;
     const std::string caption = AfxGetApp() != nullptr ? AfxGetApp()->Name() : "";
     if (!PaintRequest::IsAnyServed()) {
-        MessageBoxA(owner, text.c_str(), caption.c_str(), style);
+        MessageBoxA(dialog, text.c_str(), caption.c_str(), style);
         return;
     }
     static bool waiting = false;
     if (waiting)
         return;
     waiting = true;
-    QTimer::singleShot(0, [owner, text, caption] {
-        MessageBoxA(owner, text.c_str(), caption.c_str(), style);
+    QTimer::singleShot(0, [dialog, text, caption] {
+        MessageBoxA(dialog, text.c_str(), caption.c_str(), style);
         waiting = false;
     });
 }
@@ -334,6 +348,21 @@ void RejectEdit(const CDataExchange& dx, HWND field, const std::string& reason)
 }
 
 namespace {
+
+// The toolkit sets titles by the X library but reads all answers itself, so the library would keep
+// a note of every title until 65,535 requests have passed. An answer that it reads drops them. It
+// is asked for by name: it is there where the toolkit needs it, and nowhere else.
+void LetXLibraryForget()
+{
+    const auto* const x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
+    void* const library = x11 != nullptr ? dlopen("libX11.so.6", RTLD_LAZY | RTLD_NOLOAD) : nullptr;
+    if (library == nullptr)
+        return;
+    using Sync = int (*)(Display*, int);
+    if (const auto sync = reinterpret_cast<Sync>(dlsym(library, "XSync")))
+        sync(x11->display(), 0);
+    dlclose(library);
+}
 
 QWidget* OwnerFrom(const CWnd* parent)
 {

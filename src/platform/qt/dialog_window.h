@@ -46,6 +46,7 @@ protected:
     void paintEvent(QPaintEvent* event) override;
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dropEvent(QDropEvent* event) override;
+    void changeEvent(QEvent* event) override;
 
 private:
     void CreateControls();
@@ -58,6 +59,7 @@ private:
     std::vector<QWidget*> m_tabOrder;
     std::map<UINT_PTR, QBasicTimer> m_timers;
     ModalLoop m_loop;
+    int m_titles = 0; // that the windowing system was told since it last answered
     int m_result = IDCANCEL;
     bool m_ended = false;
 };
