@@ -113,7 +113,7 @@ void ReadPass(benchmark::State& state, const Bench& bench)
 {
     const auto* words = reinterpret_cast<const std::uint64_t*>(bench.image->m_data);
     const std::size_t count = bench.image->m_dataSize / sizeof(std::uint64_t);
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         std::uint64_t sum = 0;
         for (std::size_t i = 0; i < count; ++i)
             sum += words[i];
@@ -125,7 +125,7 @@ void ReadPass(benchmark::State& state, const Bench& bench)
 void NewImage(benchmark::State& state, const Algorithms& algorithms, Bench& bench)
 {
     const CImage& image = *bench.image;
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         const ScaleRange range = algorithms.fitScaleRange(image, 100);
         algorithms.buildDisplayLut(bench.lut.data(), DisplayLutSize, range.center, range.width, 1.0,
                                    false, 4095);
@@ -140,13 +140,13 @@ void NewImage(benchmark::State& state, const Algorithms& algorithms, Bench& benc
 
 void Range(benchmark::State& state, const Algorithms& algorithms, Bench& bench, double share)
 {
-    for (auto _ : state)
+    for ([[maybe_unused]] auto _ : state)
         benchmark::DoNotOptimize(algorithms.fitScaleRange(*bench.image, share));
 }
 
 void FitWindow(benchmark::State& state, const Algorithms& algorithms, Bench& bench)
 {
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         double lo, hi;
         algorithms.fitWindow(Bins, bench.histogram.data(), 0.5, 0.0, &lo, &hi);
         benchmark::DoNotOptimize(hi);
@@ -157,7 +157,7 @@ void Table(benchmark::State& state, const Algorithms& algorithms, Bench& bench)
 {
     const ScaleRange range = *FitScaleRange(*bench.image, 100);
     std::vector<std::uint8_t> lut(DisplayLutSize);
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         algorithms.buildDisplayLut(lut.data(), DisplayLutSize, range.center, range.width, 1.0,
                                    false, 4095);
         benchmark::ClobberMemory();
@@ -167,7 +167,7 @@ void Table(benchmark::State& state, const Algorithms& algorithms, Bench& bench)
 void Render(benchmark::State& state, const Algorithms& algorithms, Bench& bench, double zoom)
 {
     const CImage& image = *bench.image;
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         algorithms.renderToDisplay(&image, bench.lut.data(), zoom, image.m_width / 2,
                                    image.m_height / 2, &bench.display);
         benchmark::ClobberMemory();

@@ -27,7 +27,7 @@ std::unique_ptr<CImage> Picture(std::uint32_t orientation)
 void PlainWrite(benchmark::State& state)
 {
     const auto image = Picture(CImage::DefaultOrientation);
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         std::FILE* const stream = std::fopen(path.c_str(), "wb");
         if (std::fwrite(image->m_data, 1, image->m_dataSize, stream) != image->m_dataSize)
             state.SkipWithError("short write");
@@ -38,7 +38,7 @@ void PlainWrite(benchmark::State& state)
 void Write(benchmark::State& state, std::uint32_t orientation)
 {
     const auto image = Picture(orientation);
-    for (auto _ : state)
+    for ([[maybe_unused]] auto _ : state)
         WriteQ32File(path.c_str(), *image);
 }
 
@@ -46,7 +46,7 @@ void PlainRead(benchmark::State& state)
 {
     const auto size = std::size_t{Side} * Side * 2;
     WriteQ32File(path.c_str(), *Picture(CImage::DefaultOrientation));
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         const std::unique_ptr<std::uint8_t[]> block(new std::uint8_t[size]);
         std::FILE* const stream = std::fopen(path.c_str(), "rb");
         if (std::fread(block.get(), 1, size, stream) != size)
@@ -58,7 +58,7 @@ void PlainRead(benchmark::State& state)
 void Read(benchmark::State& state)
 {
     WriteQ32File(path.c_str(), *Picture(CImage::DefaultOrientation));
-    for (auto _ : state)
+    for ([[maybe_unused]] auto _ : state)
         benchmark::DoNotOptimize(ReadQ32File(path.c_str())->m_data);
 }
 

@@ -20,7 +20,7 @@ void Copy(benchmark::State& state, CImage& image)
 {
     // Both blocks are in use before the clock starts: a page's first touch is not copying.
     std::vector<std::uint8_t> copy(image.m_dataSize, 1);
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         std::memcpy(copy.data(), image.m_data, image.m_dataSize);
         benchmark::ClobberMemory();
     }
@@ -30,7 +30,7 @@ void Copy(benchmark::State& state, CImage& image)
 void Run(benchmark::State& state, CImage& image, void (CImage::*change)())
 {
     (image.*change)();
-    for (auto _ : state)
+    for ([[maybe_unused]] auto _ : state)
         (image.*change)();
     state.SetBytesProcessed(state.iterations() * image.m_dataSize);
 }
@@ -46,10 +46,11 @@ int main(int argc, char** argv)
             if (!image->m_data)
                 return 1;
             reference::FillWithNoise(*image);
-            const std::string block = std::to_string(width) + "x" + std::to_string(height) + "x" +
-                                      std::to_string(pixelBytes);
+            std::string block;
+            for (const std::uint32_t number : {width, height, pixelBytes})
+                block.append(block.empty() ? "/" : "x").append(std::to_string(number));
             const auto add = [&](const std::string& what, auto... call) {
-                benchmark::RegisterBenchmark((what + "/" + block).c_str(), call...);
+                benchmark::RegisterBenchmark((what + block).c_str(), call...);
             };
             add("memcpy", Copy, std::ref(*image));
             add("Invert", Run, std::ref(*image), &CImage::Invert);

@@ -74,7 +74,7 @@ void Pipeline(benchmark::State& state, BenchWindow& window)
     CImage image(record.width, record.height, 12, 2, 1);
     image.PutPixels(pixels.data(), record.width * record.height, 0);
     std::vector<std::uint8_t> lut(DisplayLutSize);
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         const ScaleRange range = *FitScaleRange(image, 100.0);
         BuildDisplayLut(lut.data(), DisplayLutSize, range.center, range.width, 1.0, false, 4095);
         window.displayImage->Fill(DisplayBackground);
@@ -85,7 +85,7 @@ void Pipeline(benchmark::State& state, BenchWindow& window)
 
 void Paint(benchmark::State& state, BenchWindow& window, Operator& hand)
 {
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         window.paintTime = 0.0;
         window.imageArea.Invalidate();
         WaitForPaint(window, hand);
@@ -95,7 +95,7 @@ void Paint(benchmark::State& state, BenchWindow& window, Operator& hand)
 void EventToPaint(benchmark::State& state, BenchWindow& window, Operator& hand)
 {
     window.autoEnable = TRUE; // no question stands between two images
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         window.paintTime = 0.0;
         window.Send(WM_TARN_EVENT, 1, 2);
         WaitForPaint(window, hand);

@@ -77,6 +77,12 @@ protected:
         library.images.push_back(image);
     }
 
+    // For tests that last longer than the second after which old images are asked about.
+    void ForgetOldImages()
+    {
+        library.Fail(Export::GetImageCount, ResultError + 1, ScriptedLibrary::Always);
+    }
+
     void Event(std::uint32_t code, std::uint32_t number = 0)
     {
         window.Send(WM_TARN_EVENT, number, static_cast<LPARAM>(code));
@@ -282,6 +288,7 @@ TEST_F(MainDialog, AnImageLeavesTheStoreWhenSavedOrOnYes)
         {true, true, false, 0, true},       {true, false, true, IDNO, false},
         {true, true, true, IDNO, false},    {true, true, true, IDYES, true},
     };
+    ForgetOldImages();
     Run([&] {
         std::uint32_t id = 0;
         for (const auto& c : cases) {
@@ -602,6 +609,7 @@ TEST_F(MainDialog, HostileTextsAreShownAndNothingElse)
 TEST_F(MainDialog, AnImageIsAskedAboutOverTheSettings)
 {
     Store(1);
+    ForgetOldImages();
     hand.WhenBox(Question, IDNO);
     hand.WhenDialog("Tolva Settings", [&] {
         Event(2, 1);
