@@ -226,10 +226,7 @@ void Serve(QDialog& window, HWND owner, int& result)
     window.show();
     window.activateWindow();
     loop.Run();
-    if (open) {
-        open->disconnect();
-        delete open;
-    }
+    delete open;
     if (QWidget* const ownerWindow = OwnerOf(owner))
         ownerWindow->activateWindow();
 }

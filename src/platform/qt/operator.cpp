@@ -7,6 +7,7 @@
 #include "platform/qt/window_table.h"
 
 #include <QAbstractButton>
+#include <QAccessible>
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QFileDialog>
@@ -177,6 +178,9 @@ void Operator::Desk::Answer(QMessageBox& box)
     const Expectation expectation = expected != boxes.end() ? *expected : Expectation{};
     if (expected != boxes.end() && !expected->stays)
         boxes.erase(expected);
+
+    const QAccessibleInterface* const seen = QAccessible::queryAccessibleInterface(&box);
+    EXPECT_TRUE(seen != nullptr && seen->isValid()) << "No screen reader sees the box: " << text;
 
     const QPointer<QMessageBox> open = &box;
     if (expectation.meanwhile)
