@@ -48,11 +48,6 @@ def wake_ups(bench):
     return count
 
 
-def peak_bytes(bench):
-    status = pathlib.Path(f"/proc/{bench.process.pid}/status").read_text()
-    return int(re.search(r"VmHWM:\s*(\d+)", status)[1]) * 1024
-
-
 def leave_image(bench):
     """Leaves one image in the library's store: taken, not answered for, and the program gone. The
     simulated library needs more memory to draw an image than the program to show it."""
@@ -78,11 +73,11 @@ def measure(bench, empty_window):
     time.sleep(IDLE_SECONDS)
     figures["wake-ups/TarnTest"] = wake_ups(bench) - before
     figures["wake-ups/polls"] = IDLE_SECONDS / POLLING_PERIOD
-    empty = peak_bytes(bench)
+    empty = bench.resident("VmHWM")
     bench.kill()
     leave_image(bench)
     show_left_image(bench)
-    figures["memory/TarnTest"] = peak_bytes(bench) - empty
+    figures["memory/TarnTest"] = (bench.resident("VmHWM") - empty) * 1024
     figures["memory/allowed"] = 2 * IMAGE_BYTES + MEMORY_ALLOWANCE
     return figures
 

@@ -143,10 +143,10 @@ class BenchProcess:
     def stored_ids(self):
         return {stored_image_id(path) for path in self.store.glob("*.tarn")}
 
-    def resident(self):
-        """Resident memory in KiB."""
+    def resident(self, figure="VmRSS"):
+        """Resident memory in KiB; VmHWM is the most there ever was."""
         status = pathlib.Path(f"/proc/{self.process.pid}/status").read_text()
-        return int(re.search(r"VmRSS:\s*(\d+)", status)[1])
+        return int(re.search(figure + r":\s*(\d+)", status)[1])
 
     def handles(self):
         """How many of each kind are open: files, sockets, timers, ... and threads."""
