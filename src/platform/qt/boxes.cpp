@@ -226,7 +226,7 @@ void Serve(QDialog& window, HWND owner, int& result)
     window.show();
     window.activateWindow();
     loop.Run();
-    delete open;
+    delete open; // with its connections: cut before, the accessibility tree would keep it
     if (QWidget* const ownerWindow = OwnerOf(owner))
         ownerWindow->activateWindow();
 }
