@@ -115,8 +115,9 @@ void ReadPass(benchmark::State& state, const Bench& bench)
     const std::size_t count = bench.image->m_dataSize / sizeof(std::uint64_t);
     for ([[maybe_unused]] auto _ : state) {
         std::uint64_t sum = 0;
-        for (std::size_t i = 0; i < count; ++i)
+        for (std::size_t i = 0; i < count; ++i) {
             sum += words[i];
+        }
         benchmark::DoNotOptimize(sum);
     }
     state.SetBytesProcessed(state.iterations() * bench.image->m_dataSize);
@@ -140,8 +141,9 @@ void NewImage(benchmark::State& state, const Algorithms& algorithms, Bench& benc
 
 void Range(benchmark::State& state, const Algorithms& algorithms, Bench& bench, double share)
 {
-    for ([[maybe_unused]] auto _ : state)
+    for ([[maybe_unused]] auto _ : state) {
         benchmark::DoNotOptimize(algorithms.fitScaleRange(*bench.image, share));
+    }
 }
 
 void FitWindow(benchmark::State& state, const Algorithms& algorithms, Bench& bench)
@@ -184,8 +186,9 @@ int main(int argc, char** argv)
         MakeBench("4096x4096", 4096, 4096, 12),
         MakeBench("16-bit", 2048, 2048, 16),
     };
-    for (const auto& bench : benches)
+    for (const auto& bench : benches) {
         Register(*bench);
+    }
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
 }

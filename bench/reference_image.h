@@ -15,8 +15,9 @@ inline constexpr std::uint32_t PixelSizes[] = {1, 2, 3, 4, 6};
 inline void FillWithNoise(CImage& image)
 {
     std::minstd_rand noise(image.m_dataSize + 1);
-    for (std::uint32_t i = 0; i < image.m_dataSize; ++i)
+    for (std::uint32_t i = 0; i < image.m_dataSize; ++i) {
         image.m_data[i] = static_cast<std::uint8_t>(noise() >> 8);
+    }
 }
 
 // A picture without the handles, texts and allocation of CImage.
@@ -29,9 +30,9 @@ struct Picture
 // Where pixel k of view row r stands, as the table of orientation codes tells it.
 inline std::size_t ViewPixel(const CImage& image, std::uint32_t r, std::uint32_t k)
 {
-    const bool b2 = image.m_orientation & 4;
-    const bool b1 = image.m_orientation & 2;
-    const bool b0 = image.m_orientation & 1;
+    const bool b2 = (image.m_orientation & 4) != 0u;
+    const bool b1 = (image.m_orientation & 2) != 0u;
+    const bool b0 = (image.m_orientation & 1) != 0u;
     std::size_t row, column;
     if (b2) {
         row = b1 ? r : image.m_height - 1 - r;
@@ -94,9 +95,10 @@ inline Picture Turned(const Picture& old, Turn turn)
     };
     Picture now{old.width, old.height, old.pixelBytes, 0, {}};
     now.block.resize(old.block.size());
-    if (transposes)
+    if (transposes) {
         std::swap(now.width, now.height);
-    for (std::size_t y = 0; y < old.height; ++y)
+    }
+    for (std::size_t y = 0; y < old.height; ++y) {
         for (std::size_t x = 0; x < old.width; ++x) {
             const std::size_t w = old.width, h = old.height;
             std::size_t row = 0, column = 0;
@@ -114,6 +116,7 @@ inline Picture Turned(const Picture& old, Turn turn)
             std::memcpy(&now.block[(row * now.width + column) * old.pixelBytes],
                         &old.block[(y * w + x) * old.pixelBytes], old.pixelBytes);
         }
+    }
     switch (turn) {
         // clang-format off
     case Turn::MirrorRows:    now.orientation = code(b2, b1, ~b0);   break;

@@ -59,8 +59,9 @@ struct BenchWindow : CTarnTestDlg
 void SetPicture(std::uint32_t width, std::uint32_t height)
 {
     pixels.resize(std::size_t{width} * height * 2);
-    for (std::size_t i = 0; i < pixels.size(); ++i)
+    for (std::size_t i = 0; i < pixels.size(); ++i) {
         pixels[i] = i % 2 == 0 ? static_cast<std::uint8_t>(i * 2654435761u >> 24) : i / 2 % 16;
+    }
     record = {width, height, 2, 12, 0, 1, 0, pixels.data(), HeaderText, ""};
 }
 

@@ -129,7 +129,7 @@ private:
         case 8:
             return void(headless::DropFile(dialog, Path()));
         case 9:
-            return void(headless::Minimise(dialog));
+            return void(headless::Minimize(dialog));
         case 10:
             return void(Below(2) ? headless::Escape(dialog) : headless::CloseButton(dialog));
         case 11:

@@ -30,7 +30,7 @@ constexpr QColor MajorLine{70, 170, 180, 64};
 constexpr QColor Mark{120, 226, 226, 210};
 constexpr QColor Plate{0, 0, 0, 165};
 constexpr QColor Text{226, 240, 240};
-constexpr QColor Grey{140, 160, 164};
+constexpr QColor Gray{140, 160, 164};
 constexpr QColor Amber{255, 184, 60};
 constexpr QColor Green{96, 222, 130};
 constexpr QColor Red{255, 94, 72};
@@ -46,7 +46,7 @@ struct PhaseLook
     const char* accessibleName;
 };
 constexpr PhaseLook PhaseLooks[] = {
-    {TarnPhaseIdle, Grey, "SENSOR IDLE", "", "", "Preview: sensor idle"},
+    {TarnPhaseIdle, Gray, "SENSOR IDLE", "", "", "Preview: sensor idle"},
     {TarnPhaseArming, Amber, "ARMING", "The sensor is getting ready", "ready in %1 s",
      "Preview: sensor arming"},
     {TarnPhaseArmed, Green, "SENSOR ARMED", "Click here or press Space to expose", "%1 s left",
@@ -63,7 +63,7 @@ void DrawLines(QPainter& painter, QSize size);
 void DrawCrosshair(QPainter& painter, QSize size);
 void DrawCorners(QPainter& painter, QSize size);
 void DrawSweep(QPainter& painter, QSize size, double position, bool rightwards);
-void DrawCountdown(QPainter& painter, QSize size, QColor colour, double share);
+void DrawCountdown(QPainter& painter, QSize size, QColor color, double share);
 void DrawState(QPainter& painter, QColor lamp, const QString& state);
 void DrawPrompt(QPainter& painter, QSize size, const QString& prompt, const QString& countdown);
 QFont Scaled(QFont font, double factor, bool bold = false);
@@ -86,7 +86,7 @@ Preview::Preview(QWidget* owner, const QRect& screenArea, SensorLink sensor)
     setGeometry(QRect(owner->mapFromGlobal(screenArea.topLeft()), screenArea.size()));
     setFocusPolicy(Qt::StrongFocus);
     setAttribute(Qt::WA_OpaquePaintEvent);
-    setCursor(m_sensor.expose ? Qt::PointingHandCursor : Qt::ArrowCursor);
+    setCursor(m_sensor.expose != nullptr ? Qt::PointingHandCursor : Qt::ArrowCursor);
     setAccessibleDescription(QStringLiteral("Live picture over the image area"));
     connect(this, &QAbstractButton::pressed, this, &Preview::Expose);
     hide();
@@ -127,7 +127,7 @@ void Preview::timerEvent(QTimerEvent* event)
 void Preview::FollowSensor()
 {
     double secondsLeft = -1.0;
-    const std::uint32_t phase = m_sensor.phase ? m_sensor.phase(&secondsLeft) : m_phase;
+    const std::uint32_t phase = m_sensor.phase != nullptr ? m_sensor.phase(&secondsLeft) : m_phase;
     if (phase != m_phase || m_phaseLength < secondsLeft) {
         m_phase = phase;
         m_phaseLength = secondsLeft;
@@ -141,7 +141,7 @@ void Preview::FollowSensor()
 
 void Preview::Expose()
 {
-    if (m_sensor.expose) {
+    if (m_sensor.expose != nullptr) {
         m_sensor.expose();
         FollowSensor();
         update();
@@ -153,7 +153,7 @@ void Preview::paintEvent(QPaintEvent*)
     const PhaseLook& look = LookOf(m_sensor, m_phase);
     const double seconds = static_cast<double>(m_shownSince.elapsed()) / 1e3;
     const bool rightwards = std::fmod(seconds, SweepPeriod) < SweepPeriod / 2;
-    const bool counting = m_secondsLeft >= 0.0 && *look.countdown;
+    const bool counting = m_secondsLeft >= 0.0 && (*look.countdown != 0);
     QColor lamp = look.lamp;
     lamp.setAlphaF(static_cast<float>(LampBrightness(seconds, LampPeriod)));
 
@@ -185,7 +185,7 @@ namespace {
 const PhaseLook& LookOf(const SensorLink& sensor, std::uint32_t phase)
 {
     const auto* look = std::ranges::find(PhaseLooks, phase, &PhaseLook::phase);
-    return sensor.phase && look != std::end(PhaseLooks) ? *look : UnknownLook;
+    return sensor.phase != nullptr && look != std::end(PhaseLooks) ? *look : UnknownLook;
 }
 
 QPixmap DrawGrid(QSize size, qreal pixelRatio)
@@ -207,34 +207,34 @@ QPixmap DrawGrid(QSize size, qreal pixelRatio)
     return grid;
 }
 
-// Lines are counted from the middle, where the beam's centre should be.
+// Lines are counted from the middle, where the beam's center should be.
 void DrawLines(QPainter& painter, QSize size)
 {
     painter.save();
     painter.setRenderHint(QPainter::Antialiasing, false);
-    const int centreX = size.width() / 2;
-    const int centreY = size.height() / 2;
-    for (int i = -centreX / GridStep; i * GridStep <= centreX; ++i) {
+    const int centerX = size.width() / 2;
+    const int centerY = size.height() / 2;
+    for (int i = -centerX / GridStep; i * GridStep <= centerX; ++i) {
         painter.setPen(i % 5 == 0 ? MajorLine : MinorLine);
-        painter.drawLine(centreX + i * GridStep, 0, centreX + i * GridStep, size.height());
+        painter.drawLine(centerX + i * GridStep, 0, centerX + i * GridStep, size.height());
     }
-    for (int i = -centreY / GridStep; i * GridStep <= centreY; ++i) {
+    for (int i = -centerY / GridStep; i * GridStep <= centerY; ++i) {
         painter.setPen(i % 5 == 0 ? MajorLine : MinorLine);
-        painter.drawLine(0, centreY + i * GridStep, size.width(), centreY + i * GridStep);
+        painter.drawLine(0, centerY + i * GridStep, size.width(), centerY + i * GridStep);
     }
     painter.restore();
 }
 
 void DrawCrosshair(QPainter& painter, QSize size)
 {
-    const QPointF centre = QPoint(size.width() / 2, size.height() / 2);
+    const QPointF center = QPoint(size.width() / 2, size.height() / 2);
     painter.setPen(QPen(Mark, 1.5));
     painter.setBrush(Qt::NoBrush);
     for (const double radius : {GridStep * 1.0, RingRadius}) {
-        painter.drawEllipse(centre, radius, radius);
+        painter.drawEllipse(center, radius, radius);
     }
     for (const QPointF direction : {QPointF(1, 0), QPointF(-1, 0), QPointF(0, 1), QPointF(0, -1)}) {
-        painter.drawLine(centre + direction * GridStep * 0.4, centre + direction * GridStep * 4.0);
+        painter.drawLine(center + direction * GridStep * 0.4, center + direction * GridStep * 4.0);
     }
 }
 
@@ -266,11 +266,11 @@ void DrawSweep(QPainter& painter, QSize size, double position, bool rightwards)
 }
 
 // A ring around the middle that runs out clockwise. share: what is left, 0 to 1.
-void DrawCountdown(QPainter& painter, QSize size, QColor colour, double share)
+void DrawCountdown(QPainter& painter, QSize size, QColor color, double share)
 {
     QRectF ring(0, 0, 2 * RingRadius, 2 * RingRadius);
     ring.moveCenter(QPoint(size.width() / 2, size.height() / 2));
-    painter.setPen(QPen(colour, 5, Qt::SolidLine, Qt::FlatCap));
+    painter.setPen(QPen(color, 5, Qt::SolidLine, Qt::FlatCap));
     painter.setBrush(Qt::NoBrush);
     painter.drawArc(ring, 90 * 16, static_cast<int>(share * 360 * 16));
 }
@@ -311,7 +311,7 @@ void DrawPrompt(QPainter& painter, QSize size, const QString& prompt, const QStr
     painter.setPen(Qt::NoPen);
     painter.setBrush(Plate);
     painter.drawRoundedRect(plate, 8, 8);
-    painter.setPen(Grey);
+    painter.setPen(Gray);
     painter.drawText(plate.adjusted(0, 0, 0, -8), Qt::AlignHCenter | Qt::AlignBottom, countdown);
     painter.save();
     painter.setFont(promptFont);

@@ -33,7 +33,7 @@ std::uint32_t Quillet_1(HWND owner, std::uint32_t, const RECT* screenArea, std::
         return fault;
     }
     QWidget* window = WidgetOf(owner);
-    if (!window || !screenArea || !handle) {
+    if (window == nullptr || screenArea == nullptr || handle == nullptr) {
         return BadArgument;
     }
     const QRect area(screenArea->left, screenArea->top, screenArea->right - screenArea->left,
@@ -42,7 +42,7 @@ std::uint32_t Quillet_1(HWND owner, std::uint32_t, const RECT* screenArea, std::
     // it.
     for (auto entry = openPreviews.begin(); entry != openPreviews.end();) {
         const auto [earlier, preview] = *entry++;
-        if (preview && preview->parentWidget() == window) {
+        if (preview != nullptr && preview->parentWidget() == window) {
             Close(earlier);
         }
     }
@@ -57,7 +57,7 @@ std::uint32_t Quillet_4(std::uintptr_t handle, std::uint32_t show)
         return fault;
     }
     const auto entry = openPreviews.find(handle);
-    if (entry == openPreviews.end() || !entry->second) {
+    if (entry == openPreviews.end() || entry->second == nullptr) {
         return NoSuchPreview;
     }
     if (show) {
@@ -116,7 +116,7 @@ SensorLink FindSensor()
 std::uint32_t Begin(const char* name)
 {
     auto* const begin = FindInTarn<decltype(TarnSimulatorPreviewCall)>("TarnSimulatorPreviewCall");
-    return begin ? begin(name) : 0;
+    return begin != nullptr ? begin(name) : 0;
 }
 
 } // namespace

@@ -75,9 +75,10 @@ std::uint32_t Call(std::string_view name, const std::string& arguments, Work wor
     library.trace.SetFile(settings->traceFile.empty() ? "" : ResolvePath(settings->traceFile));
     FaultRule rule;
     library.settings.TakeRule(name, rule);
-    if (rule.blockSeconds > 0)
+    if (rule.blockSeconds > 0) {
         std::this_thread::sleep_for(
             std::chrono::duration<double>(rule.blockSeconds / settings->timeFactor));
+    }
     std::uint32_t result = rule.result;
     if (result == 0 && !rule.nullObject) {
         try {
@@ -88,8 +89,9 @@ std::uint32_t Call(std::string_view name, const std::string& arguments, Work wor
             result = InternalFailure;
         }
     }
-    if (library.trace.IsOn())
+    if (library.trace.IsOn()) {
         library.trace.Write(name, arguments + " -> " + Number(result));
+    }
     return result;
 }
 
@@ -160,16 +162,18 @@ std::uint32_t Tarn_6(std::uint32_t device, std::uint32_t abort)
 
 std::uint32_t Tarn_7(std::uint32_t parameter, TarnValue** out)
 {
-    if (out != nullptr)
+    if (out != nullptr) {
         *out = nullptr;
+    }
     return CallModel("TarnGetLibraryParam", Number(parameter),
                      [&](Library& library, Model& model, const FaultRule& rule) {
                          Value value;
                          std::uint32_t result =
                              out == nullptr ? NullPointer : model.ReadLibrary(parameter, value);
-                         if (result == 0)
+                         if (result == 0) {
                              *out = library.ledger.Give(parameter, std::move(value),
                                                         OmissionsOf(rule));
+                         }
                          return result;
                      });
 }
@@ -185,8 +189,9 @@ std::uint32_t Tarn_8(std::uint32_t parameter, const TarnValue* value)
 
 std::uint32_t Tarn_20(const char* userId, std::uint32_t number, TarnImageRecord** out)
 {
-    if (out != nullptr)
+    if (out != nullptr) {
         *out = nullptr;
+    }
     return CallModel("TarnGetImage", Quoted(userId) + " " + Number(number),
                      [&](Library& library, Model& model, const FaultRule& rule) {
                          StoredImage image;
@@ -194,8 +199,9 @@ std::uint32_t Tarn_20(const char* userId, std::uint32_t number, TarnImageRecord*
                              out == nullptr
                                  ? NullPointer
                                  : model.GetImage(userId == nullptr ? "" : userId, number, image);
-                         if (result == 0)
+                         if (result == 0) {
                              *out = library.ledger.Give(std::move(image), OmissionsOf(rule));
+                         }
                          return result;
                      });
 }
@@ -210,11 +216,13 @@ std::uint32_t Tarn_21(const char* userId, std::uint32_t imageId)
 
 std::uint32_t Tarn_22(std::uint32_t* count)
 {
-    if (count != nullptr)
+    if (count != nullptr) {
         *count = 0;
+    }
     return CallModel("TarnGetImageCount", "", [&](Library&, Model& model, const FaultRule&) {
-        if (count == nullptr)
+        if (count == nullptr) {
             return NullPointer;
+        }
         *count = model.GetImageCount();
         return 0u;
     });
@@ -222,12 +230,14 @@ std::uint32_t Tarn_22(std::uint32_t* count)
 
 std::uint32_t Tarn_30(DeviceList** out)
 {
-    if (out != nullptr)
+    if (out != nullptr) {
         *out = nullptr;
+    }
     return CallModel("TarnGetDeviceList", "",
                      [&](Library& library, Model& model, const FaultRule& rule) {
-                         if (out == nullptr)
+                         if (out == nullptr) {
                              return NullPointer;
+                         }
                          *out = library.ledger.Give(model.Devices(), OmissionsOf(rule));
                          return 0u;
                      });
@@ -235,16 +245,18 @@ std::uint32_t Tarn_30(DeviceList** out)
 
 std::uint32_t Tarn_31(std::uint32_t device, std::uint32_t parameter, TarnValue** out)
 {
-    if (out != nullptr)
+    if (out != nullptr) {
         *out = nullptr;
+    }
     return CallModel(
         "TarnGetDeviceParam", Number(device) + " " + Number(parameter),
         [&](Library& library, Model& model, const FaultRule& rule) {
             Value value;
             std::uint32_t result =
                 out == nullptr ? NullPointer : model.ReadDevice(device, parameter, value);
-            if (result == 0)
+            if (result == 0) {
                 *out = library.ledger.Give(parameter, std::move(value), OmissionsOf(rule));
+            }
             return result;
         });
 }
@@ -265,13 +277,15 @@ std::uint32_t Tarn_98(std::uint32_t result, char* text, std::uint32_t capacity)
     const std::uint32_t fault =
         Call("TarnDescribeResult", Number(result) + " " + Number(capacity),
              [&](Library& library, const FaultRule& rule) {
-                 if (text == nullptr || capacity == 0)
+                 if (text == nullptr || capacity == 0) {
                      return 0u;
+                 }
                  const std::string& texts = library.settings.Current()->texts;
                  std::string description =
                      texts.empty() ? DescriptionOf(result) : HostileText(texts);
-                 if (rule.nullTexts)
+                 if (rule.nullTexts) {
                      description.clear();
+                 }
                  const std::size_t length = std::min<std::size_t>(description.size(), capacity - 1);
                  std::memcpy(text, description.data(), length);
                  text[length] = 0;
@@ -284,9 +298,10 @@ void Tarn_99(void* object)
 {
     Call("TarnFreeObject", Address(object), [](Library&, const FaultRule&) { return 0u; });
     Library& library = TheLibrary();
-    if (!library.ledger.Free(object))
+    if (!library.ledger.Free(object)) {
         library.Misuse("TarnFreeObject was given what the library did not hand out, or what is "
                        "freed already");
+    }
 }
 
 std::uint32_t TarnSimulatorHandSwitch()
@@ -300,8 +315,9 @@ std::uint32_t TarnSimulatorArmedState(double* secondsLeft)
     double seconds = -1;
     const std::shared_ptr<Model> model = TheLibrary().OpenModel();
     const Phase phase = model == nullptr ? Phase::Idle : model->CurrentPhase(seconds);
-    if (secondsLeft != nullptr)
+    if (secondsLeft != nullptr) {
         *secondsLeft = seconds;
+    }
     return static_cast<std::uint32_t>(phase);
 }
 
@@ -315,8 +331,9 @@ namespace {
 std::uint32_t Library::Open()
 {
     const std::lock_guard lock(m_mutex);
-    if (m_model != nullptr)
+    if (m_model != nullptr) {
         return LibraryOpen;
+    }
     settings.SetPath(SettingsPath());
     const std::string traceFile = settings.Current()->traceFile;
     trace.Reopen(traceFile.empty() ? "" : ResolvePath(traceFile));
@@ -347,8 +364,9 @@ std::uint32_t Library::Close()
                                std::to_string(ledger.Outstanding()) + " not freed";
     std::fprintf(stderr, "Tarn simulator: %s\n", counts.c_str());
     trace.Write("objects", counts);
-    if (ledger.Outstanding() != 0)
+    if (ledger.Outstanding() != 0) {
         Misuse("objects were not freed");
+    }
     return 0;
 }
 
@@ -362,8 +380,9 @@ void Library::SetWindow(HWND window, UINT message)
 void Library::ClearWindow(HWND window)
 {
     const std::lock_guard lock(m_windowMutex);
-    if (window == m_window)
+    if (window == m_window) {
         m_window = nullptr;
+    }
 }
 
 std::shared_ptr<Model> Library::OpenModel()
@@ -377,22 +396,25 @@ void Library::Post(std::uint32_t image, std::uint32_t event)
     const std::lock_guard lock(m_windowMutex);
     const bool posted =
         m_window != nullptr && PostMessageA(m_window, m_message, image, LPARAM{event}) != 0;
-    if (trace.IsOn())
+    if (trace.IsOn()) {
         trace.Write("event", Number(event) + " " + Number(image) + (posted ? "" : " lost"));
+    }
 }
 
 void Library::MisuseWhileClosed(const std::string& name)
 {
-    if (!m_refused)
+    if (!m_refused) {
         Misuse(name + " was called while the library is closed");
+    }
 }
 
 void Library::Misuse(const std::string& what)
 {
     std::fprintf(stderr, "Tarn simulator: %s\n", what.c_str());
     trace.Write("misuse", what);
-    if (settings.Current()->strict)
+    if (settings.Current()->strict) {
         std::abort();
+    }
 }
 
 std::string Library::SettingsPath()
@@ -425,8 +447,9 @@ std::string Address(const void* pointer)
 
 std::string Describe(const TarnValue* value)
 {
-    if (value == nullptr)
+    if (value == nullptr) {
         return "null";
+    }
     switch (value->tag & 0xFFFF) {
     case TarnTypeText:
         return "text " + Quoted(reinterpret_cast<const char*>(value->value));
@@ -452,12 +475,13 @@ Value ReadValue(const TarnValue& record)
 {
     Value value;
     value.type = record.tag & 0xFFFF;
-    if (value.type == TarnTypeText && record.value != 0)
+    if (value.type == TarnTypeText && record.value != 0) {
         value.bytes = reinterpret_cast<const char*>(record.value);
-    else if (value.type == TarnTypeBlock && record.pointer != nullptr)
+    } else if (value.type == TarnTypeBlock && record.pointer != nullptr) {
         value.bytes.assign(static_cast<const char*>(record.pointer), record.value);
-    else
+    } else {
         value.number = static_cast<std::uint32_t>(record.value);
+    }
     return value;
 }
 

@@ -15,7 +15,7 @@ struct FlagWord
     std::string_view word;
     bool FaultRule::*flag;
 };
-constexpr FlagWord flagWords[] = {
+constexpr FlagWord FlagWords[] = {
     {"null", &FaultRule::nullObject},      {"wrong-type", &FaultRule::wrongType},
     {"null-texts", &FaultRule::nullTexts}, {"no-header", &FaultRule::noHeader},
     {"no-user", &FaultRule::noUser},       {"empty-image", &FaultRule::emptyImage},
@@ -28,7 +28,7 @@ struct SecondsWord
     std::string_view word;
     double FaultRule::*seconds;
 };
-constexpr SecondsWord secondsWords[] = {
+constexpr SecondsWord SecondsWords[] = {
     {"block", &FaultRule::blockSeconds},
     {"late", &FaultRule::lateSeconds},
 };
@@ -38,7 +38,7 @@ struct TextKind
     std::string_view kind;
     std::string_view text;
 };
-constexpr TextKind textKinds[] = {
+constexpr TextKind TextKinds[] = {
     {"utf8", "bad \xC3\x28 \xFF\xFE utf8"},
     {"control", "control \x01\x07\x1B[31m\x7F text"},
     {"markup", "<b>bold</b> &amp; <img src=x> <a href=\"file:///\">link</a>"},
@@ -52,7 +52,7 @@ struct CategoryWord
     std::string_view word;
     std::uint32_t category;
 };
-constexpr CategoryWord categoryWords[] = {
+constexpr CategoryWord CategoryWords[] = {
     {"error", ResultError},
     {"warning", ResultWarning},
     {"information", ResultInformation},
@@ -67,24 +67,29 @@ FaultRule ParseFaultRule(std::string_view text)
     FaultRule rule;
     std::string_view rest = text;
     std::string_view first = TakeWord(rest);
-    if (first == "off" && rest.empty())
+    if (first == "off" && rest.empty()) {
         return rule;
+    }
     if (first == "next" || first == "every") {
         rule.when = first == "next" ? FaultRule::When::Next : FaultRule::When::Every;
         rule.count = ParseInteger(TakeWord(rest));
-        if (rule.count == 0)
+        if (rule.count == 0) {
             throw std::invalid_argument("takes a count of at least 1 after next or every");
+        }
     } else {
         rule.when = FaultRule::When::Always;
-        if (first != "always")
+        if (first != "always") {
             rest = text;
+        }
     }
     bool effective = false;
-    while (ParseEffect(rule, rest))
+    while (ParseEffect(rule, rest)) {
         effective = true;
-    if (!effective)
+    }
+    if (!effective) {
         throw std::invalid_argument("takes off, or when (next N, every N, always) and what (error "
                                     "N, null, block S, ...) goes wrong");
+    }
     return rule;
 }
 
@@ -94,8 +99,9 @@ bool Applies(const FaultRule& rule, std::uint32_t& calls)
     case FaultRule::When::Never:
         return false;
     case FaultRule::When::Next:
-        if (calls >= rule.count)
+        if (calls >= rule.count) {
             return false;
+        }
         ++calls;
         return true;
     case FaultRule::When::Every:
@@ -114,23 +120,27 @@ bool ParseEffect(FaultRule& rule, std::string_view& text)
 {
     std::string_view rest = text;
     const std::string_view word = TakeWord(rest);
-    if (word.empty())
+    if (word.empty()) {
         return false;
-    for (const FlagWord& candidate : flagWords)
+    }
+    for (const FlagWord& candidate : FlagWords) {
         if (word == candidate.word) {
             rule.*candidate.flag = true;
             text = rest;
             return true;
         }
-    for (const SecondsWord& candidate : secondsWords)
+    }
+    for (const SecondsWord& candidate : SecondsWords) {
         if (word == candidate.word) {
             rule.*candidate.seconds = ParseNumber(TakeWord(rest));
             text = rest;
             return true;
         }
+    }
     rule.result = ParseResult(text);
-    if (rule.result == 0)
+    if (rule.result == 0) {
         throw std::invalid_argument("takes a result other than 0");
+    }
     return true;
 }
 
@@ -138,36 +148,41 @@ bool ParseEffect(FaultRule& rule, std::string_view& text)
 
 std::string HostileText(std::string_view kind)
 {
-    if (kind == "long")
+    if (kind == "long") {
         return std::string(1 << 20, 'L');
-    for (const TextKind& candidate : textKinds)
-        if (kind == candidate.kind)
+    }
+    for (const TextKind& candidate : TextKinds) {
+        if (kind == candidate.kind) {
             return std::string(candidate.text);
+        }
+    }
     return {};
 }
 
 std::uint32_t ParseResult(std::string_view& text)
 {
     const std::string_view word = TakeWord(text);
-    for (const CategoryWord& candidate : categoryWords)
+    for (const CategoryWord& candidate : CategoryWords) {
         if (word == candidate.word) {
             const std::uint32_t number = ParseInteger(TakeWord(text));
-            if (number > 0xFFFF)
+            if (number > 0xFFFF) {
                 throw std::invalid_argument("takes a result number up to 65535");
+            }
             return candidate.category | number;
         }
+    }
     return ParseInteger(word);
 }
 
 std::string_view TakeWord(std::string_view& text)
 {
-    constexpr std::string_view blanks = " \t,";
-    const std::size_t begin = std::min(text.find_first_not_of(blanks), text.size());
+    constexpr std::string_view Blanks = " \t,";
+    const std::size_t begin = std::min(text.find_first_not_of(Blanks), text.size());
     text.remove_prefix(begin);
-    const std::size_t end = std::min(text.find_first_of(blanks), text.size());
+    const std::size_t end = std::min(text.find_first_of(Blanks), text.size());
     const std::string_view word = text.substr(0, end);
     text.remove_prefix(end);
-    text.remove_prefix(std::min(text.find_first_not_of(blanks), text.size()));
+    text.remove_prefix(std::min(text.find_first_not_of(Blanks), text.size()));
     return word;
 }
 
@@ -178,8 +193,9 @@ std::uint32_t ParseInteger(std::string_view text)
     std::uint32_t number = 0;
     const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), number,
                                               hexadecimal ? 16 : 10);
-    if (error != std::errc() || end != digits.data() + digits.size())
+    if (error != std::errc() || end != digits.data() + digits.size()) {
         throw std::invalid_argument("takes a whole number, not '" + std::string(text) + "'");
+    }
     return number;
 }
 
@@ -188,8 +204,9 @@ double ParseNumber(std::string_view text)
     double number = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
     if (error != std::errc() || end != text.data() + text.size() || !std::isfinite(number) ||
-        number < 0)
+        number < 0) {
         throw std::invalid_argument("takes a number, not '" + std::string(text) + "'");
+    }
     return number;
 }
 

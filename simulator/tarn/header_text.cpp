@@ -14,7 +14,7 @@ std::string Decimal(double value, int digits);
 
 std::string BuildHeaderText(const ExposureFacts& facts)
 {
-    constexpr double targetLevel = 1000;
+    constexpr double TargetLevel = 1000;
     const std::string pixelSize = Decimal(facts.pixelSize, 3);
     const std::pair<const char*, std::string> fields[] = {
         {"Date", facts.date},
@@ -41,21 +41,22 @@ std::string BuildHeaderText(const ExposureFacts& facts)
         {"TolvaSensorCode", std::to_string(facts.sensorCode)},
         {"Binning", std::to_string(facts.binning)},
         {"BlackLevel", "28"},
-        {"TargetLevel", Decimal(targetLevel, 0)},
-        {"ExpLevel", Decimal(targetLevel * facts.level, 0)},
+        {"TargetLevel", Decimal(TargetLevel, 0)},
+        {"ExpLevel", Decimal(TargetLevel * facts.level, 0)},
         {"ExpLevelPercentage", Decimal(100 * facts.level, 0)},
         {"AEC", "0"},
     };
     std::string text;
-    for (const auto& [key, value] : fields)
+    for (const auto& [key, value] : fields) {
         text += std::string(key) + "=" + EscapeHeaderValue(value) + ";";
+    }
     return text;
 }
 
 std::string EscapeHeaderValue(const std::string& value)
 {
     std::string escaped;
-    for (const char character : value)
+    for (const char character : value) {
         switch (character) {
         case '\n':
             escaped += "\\n";
@@ -74,6 +75,7 @@ std::string EscapeHeaderValue(const std::string& value)
         default:
             escaped += character;
         }
+    }
     return escaped;
 }
 

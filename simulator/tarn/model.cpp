@@ -16,12 +16,12 @@
 namespace tarn {
 namespace {
 
-constexpr double longestWait = 0.02;        // real seconds between two looks at the settings
-constexpr int stormBatch = 256;             // events of a storm between which calls get their turn
-constexpr double targetIntegration = 300;   // ms, gives exposure level 1
-constexpr double chargeRate = 100.0 / 3600; // percent a simulated second
-constexpr std::uint32_t sensorWidth = 1300, sensorHeight = 1700;
-constexpr double pixelSize = 0.1; // mm
+constexpr double LongestWait = 0.02;        // real seconds between two looks at the settings
+constexpr int StormBatch = 256;             // events of a storm between which calls get their turn
+constexpr double TargetIntegration = 300;   // ms, gives exposure level 1
+constexpr double ChargeRate = 100.0 / 3600; // percent a simulated second
+constexpr std::uint32_t SensorWidth = 1300, SensorHeight = 1700;
+constexpr double PixelSize = 0.1; // mm
 
 std::string FormatTime(const char* format, std::uint64_t seed, std::uint32_t imageId);
 
@@ -60,17 +60,22 @@ std::uint32_t Model::Enable(std::uint32_t device, const std::string& userId)
     const Lock lock(m_mutex);
     Refresh();
     const auto found = m_registers.devices.find(device);
-    if (found == m_registers.devices.end() || !found->second.present)
+    if (found == m_registers.devices.end() || !found->second.present) {
         return NoSuchDevice;
-    if (m_registers.phase != Phase::Idle)
+    }
+    if (m_registers.phase != Phase::Idle) {
         return AlreadyEnabled;
+    }
     const DeviceState* sensor = UsableSensor(device);
-    if (sensor == nullptr)
+    if (sensor == nullptr) {
         return NoSensor;
-    if (sensor->charge <= 0 && !sensor->externalPower)
+    }
+    if (sensor->charge <= 0 && !sensor->externalPower) {
         return BatteryEmpty;
-    if (!m_store.HasRoom(m_settings->storeLimit))
+    }
+    if (!m_store.HasRoom(m_settings->storeLimit)) {
         return StoreFull;
+    }
     m_armedDevice = sensor->number;
     m_userId = userId;
     m_registers.phase = Phase::Arming;
@@ -83,12 +88,15 @@ std::uint32_t Model::Disable(std::uint32_t device, bool abort)
 {
     const Lock lock(m_mutex);
     Refresh();
-    if (!m_registers.devices.contains(device))
+    if (!m_registers.devices.contains(device)) {
         return NoSuchDevice;
-    if (m_registers.phase == Phase::Reading && abort)
+    }
+    if (m_registers.phase == Phase::Reading && abort) {
         return ReadingOut;
-    if (m_registers.phase == Phase::Idle || !abort)
+    }
+    if (m_registers.phase == Phase::Idle || !abort) {
         return 0;
+    }
     m_registers.phase = Phase::Idle;
     Post(0, EventDisabled);
     return 0;
@@ -98,8 +106,9 @@ std::uint32_t Model::HandSwitch()
 {
     const Lock lock(m_mutex);
     Refresh();
-    if (m_registers.phase != Phase::Armed)
+    if (m_registers.phase != Phase::Armed) {
         return NotArmed;
+    }
     Expose();
     m_wake.notify_all();
     return 0;
@@ -110,8 +119,9 @@ Phase Model::CurrentPhase(double& secondsLeft)
     const Lock lock(m_mutex);
     Refresh();
     secondsLeft = SecondsLeft();
-    if (m_registers.phase == Phase::Idle || std::isinf(secondsLeft))
+    if (m_registers.phase == Phase::Idle || std::isinf(secondsLeft)) {
         secondsLeft = -1;
+    }
     return m_registers.phase;
 }
 
@@ -119,12 +129,13 @@ std::uint32_t Model::GetImage(const std::string& userId, std::uint32_t number, S
 {
     const std::vector<std::uint32_t> candidates =
         number == 0 && !userId.empty() ? m_store.Ids() : std::vector{number};
-    for (const std::uint32_t candidate : candidates)
+    for (const std::uint32_t candidate : candidates) {
         if (std::optional<StoredImage> found = m_store.Get(candidate);
             found && (userId.empty() || userId == found->userId)) {
             image = std::move(*found);
             return 0;
         }
+    }
     return NoSuchImage;
 }
 
@@ -132,8 +143,9 @@ std::uint32_t Model::RemoveImage(const std::string& userId, std::uint32_t imageI
 {
     if (!userId.empty()) {
         const std::optional<StoredImage> image = m_store.Get(imageId);
-        if (imageId == 0 || !image || image->userId != userId)
+        if (imageId == 0 || !image || image->userId != userId) {
             return NoSuchImage;
+        }
     }
     return m_store.Remove(imageId) ? 0 : NoSuchImage;
 }
@@ -149,8 +161,9 @@ std::vector<Device> Model::Devices()
     Refresh();
     std::vector<Device> devices;
     for (const auto& [number, state] : m_registers.devices) {
-        if (!state.present)
+        if (!state.present) {
             continue;
+        }
         Device device;
         device.number = number;
         device.state = ListState(m_registers, state);
@@ -205,16 +218,18 @@ void Model::Refresh()
     m_settingsFile.Advance(m_time, m_imagesTaken);
     m_settings = m_settingsFile.Current();
     ApplyBattery(*m_settings, real * m_settings->timeFactor);
-    if (m_settings != m_applied)
+    if (m_settings != m_applied) {
         ApplySettings(*m_settings);
+    }
 }
 
 void Model::ApplySettings(const Settings& settings)
 {
     ApplyDevices(settings);
     if (settings.nextImageId != 0 &&
-        (m_applied == nullptr || settings.nextImageId != m_applied->nextImageId))
+        (m_applied == nullptr || settings.nextImageId != m_applied->nextImageId)) {
         m_store.SetNextId(settings.nextImageId);
+    }
     if (settings.stormSerial != m_stormSerial) {
         m_stormSerial = settings.stormSerial;
         m_stormOwed = 0;
@@ -223,44 +238,53 @@ void Model::ApplySettings(const Settings& settings)
     m_applied = m_settings;
     if (settings.eventsSerial != m_eventsSerial) {
         m_eventsSerial = settings.eventsSerial;
-        for (const std::uint32_t event : settings.events)
+        for (const std::uint32_t event : settings.events) {
             Post(0, event);
+        }
     }
 }
 
 void Model::ApplyDevices(const Settings& settings)
 {
     std::vector<std::uint32_t> present = settings.sensors;
-    if (settings.baseUnit)
+    if (settings.baseUnit) {
         present.push_back(0);
-    for (const std::uint32_t number : present)
+    }
+    for (const std::uint32_t number : present) {
         m_registers.devices[number].number = number;
+    }
     for (auto& [number, device] : m_registers.devices) {
         device.present = std::ranges::find(present, number) != present.end();
         device.externalPower = settings.externalPower;
-        if (m_applied == nullptr || m_applied->battery != settings.battery)
+        if (m_applied == nullptr || m_applied->battery != settings.battery) {
             device.charge = settings.battery;
-        if (m_applied == nullptr || m_applied->inactivityTimeout != settings.inactivityTimeout)
+        }
+        if (m_applied == nullptr || m_applied->inactivityTimeout != settings.inactivityTimeout) {
             device.inactivityTimeout =
                 static_cast<std::uint32_t>(std::lround(settings.inactivityTimeout * 1000));
+        }
         const auto fault = std::ranges::find(settings.deviceFaults, number, &DeviceFault::device);
         device.faultState = fault == settings.deviceFaults.end() ? 0 : fault->state;
         device.faultResult = fault == settings.deviceFaults.end() ? 0 : fault->result;
     }
-    if (m_registers.phase == Phase::Idle || m_storing)
+    if (m_registers.phase == Phase::Idle || m_storing) {
         return;
+    }
     const DeviceState& armed = m_registers.devices.at(m_armedDevice);
-    if (!armed.present || !settings.baseUnit)
+    if (!armed.present || !settings.baseUnit) {
         StopCapture(m_registers.phase == Phase::Reading ? ReadOutLost : Unplugged);
-    else if (armed.faultState != 0)
+    } else if (armed.faultState != 0) {
         StopCapture(armed.faultResult);
+    }
 }
 
 void Model::ApplyBattery(const Settings& settings, double seconds)
 {
-    if (settings.externalPower)
-        for (auto& [number, device] : m_registers.devices)
-            device.charge = std::min(device.charge + seconds * chargeRate, 100.0);
+    if (settings.externalPower) {
+        for (auto& [number, device] : m_registers.devices) {
+            device.charge = std::min(device.charge + seconds * ChargeRate, 100.0);
+        }
+    }
 }
 
 void Model::Run()
@@ -268,21 +292,27 @@ void Model::Run()
     Lock lock(m_mutex);
     while (!m_stop) {
         Step(lock);
-        if (m_stop)
+        if (m_stop) {
             break;
-        double wait = longestWait;
-        if (m_registers.phase != Phase::Idle)
+        }
+        double wait = LongestWait;
+        if (m_registers.phase != Phase::Idle) {
             wait = std::min(wait, SecondsLeft());
-        for (const LateEvent& event : m_lateEvents)
+        }
+        for (const LateEvent& event : m_lateEvents) {
             wait = std::min(wait, (event.due - m_time) / m_settings->timeFactor);
-        if (m_settings->storm > 0)
+        }
+        if (m_settings->storm > 0) {
             wait = std::min(wait, 0.0002);
+        }
         m_wake.wait_for(lock, std::chrono::duration<double>(std::max(wait, 0.0002)));
     }
-    if (m_registers.phase == Phase::Reading && !m_capture.rendered)
+    if (m_registers.phase == Phase::Reading && !m_capture.rendered) {
         ReadOut(lock);
-    if (m_registers.phase == Phase::Reading)
+    }
+    if (m_registers.phase == Phase::Reading) {
         Store(lock);
+    }
 }
 
 void Model::Step(Lock& lock)
@@ -290,8 +320,9 @@ void Model::Step(Lock& lock)
     Refresh();
     PostStorm();
     std::erase_if(m_lateEvents, [&](const LateEvent& late) {
-        if (late.due > m_time)
+        if (late.due > m_time) {
             return false;
+        }
         Post(late.image, late.event);
         return true;
     });
@@ -299,31 +330,37 @@ void Model::Step(Lock& lock)
     case Phase::Idle:
         break;
     case Phase::Arming:
-        if (m_time >= m_deadline)
+        if (m_time >= m_deadline) {
             Arm();
+        }
         break;
     case Phase::Armed:
-        if (m_time >= m_deadline)
+        if (m_time >= m_deadline) {
             Expose();
-        else if (m_time >= m_timeout)
+        } else if (m_time >= m_timeout) {
             StopCapture(TimedOut);
+        }
         break;
     case Phase::Reading:
-        if (!m_capture.rendered)
+        if (!m_capture.rendered) {
             ReadOut(lock);
-        if (m_registers.phase == Phase::Reading && m_time >= m_deadline)
+        }
+        if (m_registers.phase == Phase::Reading && m_time >= m_deadline) {
             Store(lock);
+        }
     }
 }
 
 void Model::PostStorm()
 {
     const Settings& settings = *m_settings;
-    if (settings.storm <= 0 || settings.stormEvents.empty())
+    if (settings.storm <= 0 || settings.stormEvents.empty()) {
         return;
-    for (int batch = stormBatch; m_stormOwed >= 1 && batch > 0; m_stormOwed -= 1, --batch) {
-        if (settings.stormCount != 0 && m_stormPosted >= settings.stormCount)
+    }
+    for (int batch = StormBatch; m_stormOwed >= 1 && batch > 0; m_stormOwed -= 1, --batch) {
+        if (settings.stormCount != 0 && m_stormPosted >= settings.stormCount) {
             return;
+        }
         const std::uint32_t event =
             settings.stormEvents[m_stormPosted % settings.stormEvents.size()];
         // Image numbers of a storm name images that do not exist.
@@ -335,13 +372,14 @@ void Model::PostStorm()
 void Model::Arm()
 {
     const std::string program = NextProgram().first;
-    if (program != m_program)
+    if (program != m_program) {
         Post(0, EventNewSeries);
+    }
     m_program = program;
     m_registers.phase = Phase::Armed;
     m_deadline = m_time + m_settings->exposureDelay;
     const std::uint32_t timeout = m_registers.devices.at(m_armedDevice).inactivityTimeout;
-    m_timeout = timeout == 0 ? Settings::never : m_time + timeout / 1000.0;
+    m_timeout = timeout == 0 ? Settings::Never : m_time + timeout / 1000.0;
     Post(0, EventArmed);
 }
 
@@ -357,10 +395,12 @@ void Model::Expose()
     m_capture.testImage = m_registers.testImageMode;
     m_capture.gainCheck = m_registers.gainCheck;
     const bool wasHigh = device.charge >= LowBattery;
-    if (!device.externalPower)
+    if (!device.externalPower) {
         device.charge = std::max(device.charge - m_settings->batteryPerExposure, 0.0);
-    if (wasHigh && device.charge < LowBattery)
+    }
+    if (wasHigh && device.charge < LowBattery) {
         m_capture.warnings.push_back(BatteryLow);
+    }
     ++device.exposures;
     m_registers.phase = Phase::Reading;
     m_deadline = m_time + m_settings->exposureTime + m_settings->readoutTime;
@@ -384,12 +424,14 @@ void Model::ReadOut(Lock& lock)
     }
     lock.lock();
     Refresh();
-    if (m_registers.phase != Phase::Reading)
+    if (m_registers.phase != Phase::Reading) {
         return;
+    }
     m_capture = std::move(capture);
     m_capture.rendered = true;
-    if (failure != 0)
+    if (failure != 0) {
         StopCapture(failure);
+    }
 }
 
 void Model::Store(Lock& lock)
@@ -415,17 +457,20 @@ void Model::Store(Lock& lock)
         PostImageReady(image.imageId, rule);
     }
     Post(0, EventCaptureDone);
-    for (const std::uint32_t warning : m_capture.warnings)
+    for (const std::uint32_t warning : m_capture.warnings) {
         Post(0, warning);
-    if (failure != 0)
+    }
+    if (failure != 0) {
         Post(0, failure);
+    }
     Refresh();
 }
 
 void Model::StopCapture(std::uint32_t result)
 {
-    if (m_registers.phase != Phase::Reading)
+    if (m_registers.phase != Phase::Reading) {
         Post(0, EventPreviewEnds);
+    }
     m_registers.phase = Phase::Idle;
     Post(0, EventDisabled);
     Post(0, result);
@@ -434,8 +479,9 @@ void Model::StopCapture(std::uint32_t result)
 void Model::Render(Capture& capture, const Settings& settings)
 {
     const Frame frame = MakeFrame(capture, settings);
-    if (!capture.rawFolder.empty())
+    if (!capture.rawFolder.empty()) {
         SaveRaw(capture, frame);
+    }
     const bool eightBit = !capture.filterChain.empty();
     const Frame& delivered = eightBit ? ScaleToEightBits(frame) : frame;
     StoredImage& image = capture.image;
@@ -454,18 +500,20 @@ Frame Model::MakeFrame(Capture& capture, const Settings& settings)
 {
     const std::uint32_t binning = std::max(capture.device.binning, 1u);
     const std::uint32_t width =
-        settings.imageWidth != 0 ? settings.imageWidth : sensorWidth / binning;
+        settings.imageWidth != 0 ? settings.imageWidth : SensorWidth / binning;
     const std::uint32_t height =
-        settings.imageHeight != 0 ? settings.imageHeight : sensorHeight / binning;
-    if (capture.testImage)
+        settings.imageHeight != 0 ? settings.imageHeight : SensorHeight / binning;
+    if (capture.testImage) {
         return TestPattern(width, height);
+    }
     if (!settings.imageFolder.empty()) {
         const std::string folder = ResolvePath(settings.imageFolder);
         try {
-            const std::vector<std::string> paths = GreyMaps(folder);
-            if (paths.empty())
+            const std::vector<std::string> paths = GrayMaps(folder);
+            if (paths.empty()) {
                 throw std::runtime_error("the folder " + folder + " holds no .pgm pictures");
-            return ReadGreyMap(paths[m_pictures++ % paths.size()]);
+            }
+            return ReadGrayMap(paths[m_pictures++ % paths.size()]);
         } catch (const std::runtime_error& failure) {
             std::fprintf(stderr, "Tarn simulator: %s\n", failure.what());
             capture.warnings.push_back(PictureUnusable);
@@ -475,7 +523,7 @@ Frame Model::MakeFrame(Capture& capture, const Settings& settings)
     exposure.width = width;
     exposure.height = height;
     exposure.leftHand = capture.device.SensorCode() == 12;
-    exposure.level = capture.device.integrationTime / targetIntegration;
+    exposure.level = capture.device.integrationTime / TargetIntegration;
     exposure.photons *= binning * binning;
     exposure.noiseSeed = m_runSeed << 32 ^ capture.imageId;
     exposure.patternSeed = capture.device.number;
@@ -514,23 +562,26 @@ std::string Model::HeaderText(const Capture& capture, const Settings& settings) 
     facts.sensorCode = capture.device.SensorCode();
     facts.hardwareId = capture.device.HardwareId();
     facts.binning = capture.device.binning;
-    facts.pixelSize = pixelSize * capture.device.binning;
+    facts.pixelSize = PixelSize * capture.device.binning;
     facts.testImage = capture.testImage;
     facts.eightBit = !capture.filterChain.empty();
-    facts.level = capture.device.integrationTime / targetIntegration;
+    facts.level = capture.device.integrationTime / TargetIntegration;
     return BuildHeaderText(facts);
 }
 
 void Model::PostImageReady(std::uint32_t imageId, const FaultRule& rule)
 {
-    if (rule.never)
+    if (rule.never) {
         return;
+    }
     const std::uint32_t image = rule.missing ? imageId + 1000 : imageId;
-    for (int times = rule.twice ? 2 : 1; times > 0; --times)
-        if (rule.lateSeconds > 0)
+    for (int times = rule.twice ? 2 : 1; times > 0; --times) {
+        if (rule.lateSeconds > 0) {
             m_lateEvents.push_back({m_time + rule.lateSeconds, image, EventImageReady});
-        else
+        } else {
             Post(image, EventImageReady);
+        }
+    }
 }
 
 void Model::Post(std::uint32_t image, std::uint32_t event)
@@ -540,10 +591,12 @@ void Model::Post(std::uint32_t image, std::uint32_t event)
 
 const DeviceState* Model::UsableSensor(std::uint32_t device) const
 {
-    for (const auto& [number, state] : m_registers.devices)
+    for (const auto& [number, state] : m_registers.devices) {
         if (state.IsSensor() && state.present && state.faultState == 0 &&
-            (device == 0 || device == number))
+            (device == 0 || device == number)) {
             return &state;
+        }
+    }
     return nullptr;
 }
 
@@ -571,14 +624,15 @@ namespace {
 // With a seed the calendar is simulated as well, so that the run is the same every time.
 std::string FormatTime(const char* format, std::uint64_t seed, std::uint32_t imageId)
 {
-    constexpr std::time_t firstMorning = 1709280000; // 2024-03-01 08:00:00 UTC
+    constexpr std::time_t FirstMorning = 1709280000; // 2024-03-01 08:00:00 UTC
     const std::time_t now =
-        seed != 0 ? firstMorning + std::time_t{90} * imageId : std::time(nullptr);
+        seed != 0 ? FirstMorning + std::time_t{90} * imageId : std::time(nullptr);
     std::tm parts{};
-    if (seed != 0)
+    if (seed != 0) {
         gmtime_r(&now, &parts);
-    else
+    } else {
         localtime_r(&now, &parts);
+    }
     char text[32];
     std::strftime(text, sizeof text, format, &parts);
     return text;

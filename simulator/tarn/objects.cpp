@@ -41,9 +41,10 @@ TarnValue* ObjectLedger::Give(std::uint32_t parameter, Value value, const Omissi
     default:
         record.value = held.number;
     }
-    if (omissions.wrongType)
+    if (omissions.wrongType) {
         record.tag =
             parameter << 16 | (held.type == TarnTypeInteger ? TarnTypeFlag : TarnTypeInteger);
+    }
     Keep(&record, std::move(holder));
     return &record;
 }
@@ -63,10 +64,12 @@ TarnImageRecord* ObjectLedger::Give(StoredImage image, const Omissions& omission
     record.bitsPerSample = held.bitsPerSample;
     record.imageId = held.imageId;
     record.tag = held.tag;
-    if (!omissions.noHeader && !omissions.nullTexts)
+    if (!omissions.noHeader && !omissions.nullTexts) {
         record.headerText = held.headerText.c_str();
-    if (!omissions.noUser && !omissions.nullTexts)
+    }
+    if (!omissions.noUser && !omissions.nullTexts) {
         record.userId = held.userId.c_str();
+    }
     Keep(&record, std::move(holder));
     return &record;
 }
@@ -92,8 +95,9 @@ DeviceList* ObjectLedger::Give(std::vector<Device> devices, const Omissions& omi
 
 bool ObjectLedger::Free(void* object)
 {
-    if (object == nullptr)
+    if (object == nullptr) {
         return true;
+    }
     const std::lock_guard lock(m_mutex);
     return m_holders.erase(object) != 0;
 }

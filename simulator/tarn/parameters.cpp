@@ -38,8 +38,8 @@ struct BinningBlock
 };
 static_assert(sizeof(BinningBlock) == 4);
 
-constexpr std::uint32_t startBlockSize = 12;
-constexpr std::uint32_t longestIntegration = 10000; // ms
+constexpr std::uint32_t StartBlockSize = 12;
+constexpr std::uint32_t LongestIntegration = 10000; // ms
 
 enum class Scope
 {
@@ -73,7 +73,7 @@ constexpr std::uint32_t I = TarnTypeInteger, F = TarnTypeFlag, T = TarnTypeText,
 using R = const Registers&;
 using D = const DeviceState&;
 
-const Row table[] = {
+const Row Table[] = {
     {Scope::Library, 8, T,
      [](R, D) { return Text("Tarn simulator 1.0\nSensor model 2, phantom 1"); }, 0, nullptr},
     {Scope::Library, 16, B,
@@ -82,8 +82,9 @@ const Row table[] = {
      },
      B,
      [](Registers& r, DeviceState&, const Value& value) {
-         if (value.bytes.size() != startBlockSize)
+         if (value.bytes.size() != StartBlockSize) {
              return BadValue;
+         }
          r.startBlock = value.bytes;
          return 0u;
      }},
@@ -116,8 +117,9 @@ const Row table[] = {
      0, nullptr},
     {Scope::Device, 9, T,
      [](R, D d) {
-         if (!d.IsSensor())
+         if (!d.IsSensor()) {
              return Text("");
+         }
          return Text("Binning " + std::to_string(d.binning) + "\nIntegration time " +
                      std::to_string(d.integrationTime) + " ms\nBattery " +
                      std::to_string(std::lround(d.charge)) + " %");
@@ -127,8 +129,9 @@ const Row table[] = {
      [](Registers& r, DeviceState&, const Value& value) { return WriteBinning(r, value); }},
     {Scope::Sensor, 11, I, [](R, D d) { return Integer(d.integrationTime); }, I,
      [](Registers&, DeviceState& d, const Value& value) {
-         if (value.number > longestIntegration)
+         if (value.number > LongestIntegration) {
              return BadValue;
+         }
          d.integrationTime = value.number;
          return 0u;
      }},
@@ -167,26 +170,31 @@ std::string DeviceState::HardwareId() const
 
 std::uint32_t EnableCode(const Registers& registers, const DeviceState& device)
 {
-    if (registers.phase == Phase::Reading)
+    if (registers.phase == Phase::Reading) {
         return 2;
-    if (!device.IsSensor() || device.faultState != 0)
+    }
+    if (!device.IsSensor() || device.faultState != 0) {
         return 1;
+    }
     return registers.phase == Phase::Idle ? 0 : 1;
 }
 
 std::uint32_t AbortCode(const Registers& registers, const DeviceState& device)
 {
-    if (registers.phase == Phase::Idle)
+    if (registers.phase == Phase::Idle) {
         return 1;
-    if (registers.phase == Phase::Reading)
+    }
+    if (registers.phase == Phase::Reading) {
         return 2;
+    }
     return device.IsSensor() ? 0 : 1;
 }
 
 std::uint32_t ListState(const Registers& registers, const DeviceState& device)
 {
-    if (device.faultState != 0)
+    if (device.faultState != 0) {
         return device.faultState;
+    }
     switch (registers.phase) {
     case Phase::Idle:
         return 1;
@@ -204,8 +212,9 @@ std::uint32_t ReadLibraryParameter(const Registers& registers, std::uint32_t par
                                    Value& value)
 {
     const Row* row = Find(nullptr, parameter);
-    if (row == nullptr)
+    if (row == nullptr) {
         return NoSuchParameter;
+    }
     value = row->read(registers, {});
     return 0;
 }
@@ -221,11 +230,13 @@ std::uint32_t ReadDeviceParameter(const Registers& registers, std::uint32_t devi
                                   std::uint32_t parameter, Value& value)
 {
     const auto found = registers.devices.find(device);
-    if (found == registers.devices.end() || !found->second.present)
+    if (found == registers.devices.end() || !found->second.present) {
         return NoSuchDevice;
+    }
     const Row* row = Find(&found->second, parameter);
-    if (row == nullptr)
+    if (row == nullptr) {
         return NoSuchParameter;
+    }
     value = row->read(registers, found->second);
     return 0;
 }
@@ -234,8 +245,9 @@ std::uint32_t WriteDeviceParameter(Registers& registers, std::uint32_t device,
                                    std::uint32_t parameter, const Value& value)
 {
     const auto found = registers.devices.find(device);
-    if (found == registers.devices.end() || !found->second.present)
+    if (found == registers.devices.end() || !found->second.present) {
         return NoSuchDevice;
+    }
     return Write(registers, Find(&found->second, parameter), found->second, value);
 }
 
@@ -263,9 +275,9 @@ Value Battery(const DeviceState& device)
     block.totalWear = device.exposures;
     block.voltage = static_cast<std::uint16_t>(1050 + std::lround(2.5 * device.charge));
     block.percent = static_cast<std::uint16_t>(std::lround(device.charge));
-    block.ok = device.charge > 0 || device.externalPower;
-    block.needRefresh = block.refreshWear > 400;
-    block.needChange = device.exposures > 5000;
+    block.ok = device.charge > 0 || device.externalPower ? 1 : 0;
+    block.needRefresh = block.refreshWear > 400 ? 1 : 0;
+    block.needChange = device.exposures > 5000 ? 1 : 0;
     block.temperature = device.externalPower ? 38 : 35;
     const bool full = device.charge >= 100, empty = device.charge <= 0;
     if (device.externalPower) {
@@ -275,7 +287,7 @@ Value Battery(const DeviceState& device)
         block.charge = empty ? 0 : -80;
         block.state = empty ? 4 : 1;
     }
-    block.externalPower = device.externalPower;
+    block.externalPower = device.externalPower ? 1 : 0;
     block.capacityLeft =
         static_cast<std::uint32_t>(std::lround(device.charge / 100 * BatteryCapacity));
     return {B, 0, std::string(reinterpret_cast<const char*>(&block), sizeof block)};
@@ -284,44 +296,52 @@ Value Battery(const DeviceState& device)
 std::uint32_t WriteBinning(Registers& registers, const Value& value)
 {
     BinningBlock block{};
-    if (value.bytes.size() != sizeof block)
+    if (value.bytes.size() != sizeof block) {
         return BadValue;
+    }
     std::memcpy(&block, value.bytes.data(), sizeof block);
-    if (block.binning != 1 && block.binning != 2 && block.binning != 4)
+    if (block.binning != 1 && block.binning != 2 && block.binning != 4) {
         return BadValue;
+    }
     bool taken = false;
-    for (auto& [number, device] : registers.devices)
+    for (auto& [number, device] : registers.devices) {
         if (device.IsSensor() && device.present && device.SensorCode() == block.sensorCode) {
             device.binning = block.binning;
             taken = true;
         }
+    }
     return taken ? 0 : NoSuchDevice;
 }
 
 // device: null for a parameter of the library.
 const Row* Find(const DeviceState* device, std::uint32_t parameter)
 {
-    for (const Row& row : table) {
-        if (row.number != parameter)
+    for (const Row& row : Table) {
+        if (row.number != parameter) {
             continue;
+        }
         const bool fits = device == nullptr
                               ? row.scope == Scope::Library
                               : row.scope == Scope::Device ||
                                     row.scope == (device->IsSensor() ? Scope::Sensor : Scope::Base);
-        if (fits)
+        if (fits) {
             return &row;
+        }
     }
     return nullptr;
 }
 
 std::uint32_t Write(Registers& registers, const Row* row, DeviceState& device, const Value& value)
 {
-    if (row == nullptr)
+    if (row == nullptr) {
         return NoSuchParameter;
-    if (row->writeType == 0)
+    }
+    if (row->writeType == 0) {
         return ReadOnlyParameter;
-    if (row->writeType != value.type)
+    }
+    if (row->writeType != value.type) {
         return BadValue;
+    }
     return row->write(registers, device, value);
 }
 

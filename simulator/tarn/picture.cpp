@@ -26,7 +26,7 @@ struct Point
 {
     double x, y;
 };
-constexpr double sheetWidth = 1300, sheetHeight = 1700;
+constexpr double SheetWidth = 1300, SheetHeight = 1700;
 
 // A rod of round cross-section, flared at its ends like a long bone.
 struct Rod
@@ -35,7 +35,7 @@ struct Rod
     double shaft, end; // radius in the middle and at the ends
     double cortex;     // thickness of the dense shell
 };
-constexpr Rod longBones[] = {
+constexpr Rod LongBones[] = {
     // little finger: metacarpal, then the phalanges from the palm outwards
     {{524, 1172}, {430, 972}, 20, 32, 8},
     {{424, 958}, {388, 786}, 17, 27, 7},
@@ -67,11 +67,11 @@ constexpr Rod longBones[] = {
 
 struct Ellipse
 {
-    Point centre;
+    Point center;
     double radiusX, radiusY, turn; // radians
     double depth;                  // thickness in the middle
 };
-constexpr Ellipse wristBones[] = {
+constexpr Ellipse WristBones[] = {
     {{742, 1296}, 58, 36, -0.7, 62}, {{660, 1314}, 44, 40, 0.2, 60},
     {{580, 1294}, 40, 34, 0.5, 56},  {{556, 1320}, 23, 22, 0.0, 40},
     {{796, 1232}, 42, 34, 0.7, 58},  {{728, 1214}, 32, 30, 0.0, 52},
@@ -84,7 +84,7 @@ struct SoftRod
     Point from, to;
     double radiusFrom, radiusTo, flatness;
 };
-constexpr SoftRod softRods[] = {
+constexpr SoftRod SoftRods[] = {
     {{430, 975}, {386, 770}, 60, 48, 0.95},     {{386, 770}, {356, 566}, 47, 34, 0.95},
     {{532, 905}, {501, 672}, 64, 52, 0.95},     {{501, 672}, {477, 420}, 51, 37, 0.95},
     {{651, 865}, {656, 605}, 66, 54, 0.95},     {{656, 605}, {660, 322}, 53, 39, 0.95},
@@ -96,21 +96,21 @@ constexpr SoftRod softRods[] = {
     {{632, 1400}, {628, 1900}, 184, 232, 0.66},
 };
 
-constexpr double softAttenuation = 0.0034;   // a point
-constexpr double cortexAttenuation = 0.0152; // a point
-constexpr double marrowShare = 0.42;         // attenuation of a bone's inside against its shell
+constexpr double SoftAttenuation = 0.0034;   // a point
+constexpr double CortexAttenuation = 0.0152; // a point
+constexpr double MarrowShare = 0.42;         // attenuation of a bone's inside against its shell
 
 // Ten steps of a metal wedge, thicker downwards.
-constexpr Point wedgeFrom = {80, 820}, wedgeTo = {190, 1620};
-constexpr int wedgeSteps = 10;
-constexpr double wedgeStepAttenuation = 0.26;
+constexpr Point WedgeFrom = {80, 820}, WedgeTo = {190, 1620};
+constexpr int WedgeSteps = 10;
+constexpr double WedgeStepAttenuation = 0.26;
 
-constexpr double letterAttenuation = 3.6;
-constexpr double letterStroke = 15; // half its width
+constexpr double LetterAttenuation = 3.6;
+constexpr double LetterStroke = 15; // half its width
 
-// Grey values of the sensor: its offset without exposure, and how far the target exposure takes it
+// Gray values of the sensor: its offset without exposure, and how far the target exposure takes it
 // down. More than the full well holds changes nothing any more.
-constexpr double darkValue = 3700, targetStep = 3400, fullWell = 1.08;
+constexpr double DarkValue = 3700, TargetStep = 3400, FullWell = 1.08;
 
 // The size and place of the sheet in an image.
 struct Sheet
@@ -121,7 +121,7 @@ struct Sheet
     Point At(std::uint32_t x, std::uint32_t y) const
     {
         const Point point = {(x + 0.5 - left) / scale, (y + 0.5 - top) / scale};
-        return {mirrored ? sheetWidth - point.x : point.x, point.y};
+        return {mirrored ? SheetWidth - point.x : point.x, point.y};
     }
 };
 
@@ -168,8 +168,8 @@ Frame Phantom::Expose(const Exposure& exposure)
 
     const auto level = static_cast<float>(exposure.level / 65535);
     const auto quantum = static_cast<float>(1 / exposure.photons);
-    constexpr auto well = static_cast<float>(fullWell);
-    constexpr float readNoise = 3;
+    constexpr auto Well = static_cast<float>(FullWell);
+    constexpr float ReadNoise = 3;
     std::uint64_t state = Hash(exposure.noiseSeed);
     for (std::size_t i = 0; i < transmission.size(); ++i) {
         state = state * 6364136223846793005u + 1442695040888963407u;
@@ -181,13 +181,14 @@ Frame Phantom::Expose(const Exposure& exposure)
             const std::uint64_t column = Hash(exposure.patternSeed + i % exposure.width);
             signal *= 1 + 0.03f * gauss[pixel & 0xFFFF] + 0.015f * gauss[column & 0xFFFF];
             offset = 12 * gauss[pixel >> 16 & 0xFFFF];
-            if ((pixel >> 32) % 8000 == 0)
+            if ((pixel >> 32) % 8000 == 0) {
                 signal = pixel >> 63 ? 2.f : 0.f;
+            }
         }
         signal += std::sqrt(std::max(signal, 0.f) * quantum) * shot;
-        const float value = static_cast<float>(darkValue) -
-                            static_cast<float>(targetStep) * std::clamp(signal, 0.f, well) +
-                            readNoise * electronic + offset;
+        const float value = static_cast<float>(DarkValue) -
+                            static_cast<float>(TargetStep) * std::clamp(signal, 0.f, Well) +
+                            ReadNoise * electronic + offset;
         frame.samples[i] = static_cast<std::uint16_t>(std::clamp(value + 0.5f, 0.f, 4095.f));
     }
     return frame;
@@ -196,16 +197,17 @@ Frame Phantom::Expose(const Exposure& exposure)
 const std::vector<std::uint16_t>& Phantom::Transmission(const Exposure& exposure)
 {
     if (m_width == exposure.width && m_height == exposure.height &&
-        m_leftHand == exposure.leftHand && !m_transmission.empty())
+        m_leftHand == exposure.leftHand && !m_transmission.empty()) {
         return m_transmission;
+    }
     m_width = exposure.width;
     m_height = exposure.height;
     m_leftHand = exposure.leftHand;
 
     Sheet sheet{};
-    sheet.scale = std::min(m_width / sheetWidth, m_height / sheetHeight);
-    sheet.left = (m_width - sheet.scale * sheetWidth) / 2;
-    sheet.top = (m_height - sheet.scale * sheetHeight) / 2;
+    sheet.scale = std::min(m_width / SheetWidth, m_height / SheetHeight);
+    sheet.left = (m_width - sheet.scale * SheetWidth) / 2;
+    sheet.top = (m_height - sheet.scale * SheetHeight) / 2;
     sheet.mirrored = !m_leftHand;
 
     Plane plane(m_width, m_height);
@@ -217,18 +219,20 @@ const std::vector<std::uint16_t>& Phantom::Transmission(const Exposure& exposure
     DrawLetter(plane, sheet, m_leftHand);
 
     // The beam is a little weaker away from its middle, which lies above the palm.
-    for (std::uint32_t y = 0; y < m_height; ++y)
+    for (std::uint32_t y = 0; y < m_height; ++y) {
         for (std::uint32_t x = 0; x < m_width; ++x) {
             const Point point = sheet.At(x, y);
             const double away = std::hypot(point.x - 650, point.y - 800) / 1000;
             float& value = plane.At(x, y);
             value = std::exp(-value) * static_cast<float>(1 - 0.07 * away * away);
         }
+    }
     Blur(plane);
     m_transmission.resize(plane.values.size());
-    for (std::size_t i = 0; i < m_transmission.size(); ++i)
+    for (std::size_t i = 0; i < m_transmission.size(); ++i) {
         m_transmission[i] =
             static_cast<std::uint16_t>(std::clamp(plane.values[i], 0.f, 1.f) * 65535);
+    }
     return m_transmission;
 }
 
@@ -237,7 +241,7 @@ namespace {
 // The rods melt into one another: their thicknesses join in the fourth power.
 void DrawSoftParts(Plane& plane, const Sheet& sheet)
 {
-    for (const SoftRod& rod : softRods) {
+    for (const SoftRod& rod : SoftRods) {
         const double reach = std::max(rod.radiusFrom, rod.radiusTo);
         const Point low = {std::min(rod.from.x, rod.to.x) - reach,
                            std::min(rod.from.y, rod.to.y) - reach};
@@ -250,19 +254,21 @@ void DrawSoftParts(Plane& plane, const Sheet& sheet)
             const double dx = point.x - axis.x, dy = point.y - axis.y;
             const double radius = rod.radiusFrom + along * (rod.radiusTo - rod.radiusFrom);
             const double square = radius * radius - dx * dx - dy * dy;
-            if (square <= 0)
+            if (square <= 0) {
                 return;
+            }
             const double fourth = square * rod.flatness * square * rod.flatness;
             value += static_cast<float>(fourth);
         });
     }
-    for (float& value : plane.values)
-        value = static_cast<float>(softAttenuation) * 2 * std::sqrt(std::sqrt(value));
+    for (float& value : plane.values) {
+        value = static_cast<float>(SoftAttenuation) * 2 * std::sqrt(std::sqrt(value));
+    }
 }
 
 void DrawLongBones(Plane& plane, const Sheet& sheet)
 {
-    for (const Rod& bone : longBones) {
+    for (const Rod& bone : LongBones) {
         const double length = std::hypot(bone.to.x - bone.from.x, bone.to.y - bone.from.y);
         const double reach = bone.end;
         const Point low = {std::min(bone.from.x, bone.to.x) - reach,
@@ -271,19 +277,21 @@ void DrawLongBones(Plane& plane, const Sheet& sheet)
                             std::max(bone.from.y, bone.to.y) + reach};
         ForEachPixel(plane, sheet, low, high, [&](float& value, Point point) {
             const auto [along, distance] = Near(point, bone.from, bone.to);
-            if (along <= 0 || along >= 1 || distance >= bone.end)
+            if (along <= 0 || along >= 1 || distance >= bone.end) {
                 return;
+            }
             const double flare = std::pow(std::abs(2 * along - 1), 3);
             const double radius =
                 (bone.shaft + (bone.end - bone.shaft) * flare) * Rounding(along, length, bone.end);
             const double outer = radius * radius - distance * distance;
-            if (outer <= 0)
+            if (outer <= 0) {
                 return;
+            }
             const double cortex = bone.cortex * (1 - 0.7 * flare);
             const double inside = std::max(radius - cortex, 0.0);
             const double inner = std::max(inside * inside - distance * distance, 0.0);
-            const double marrow = 1 - marrowShare * Trabeculae(point);
-            value += static_cast<float>(cortexAttenuation * 2 *
+            const double marrow = 1 - MarrowShare * Trabeculae(point);
+            value += static_cast<float>(CortexAttenuation * 2 *
                                         (std::sqrt(outer) - marrow * std::sqrt(inner)));
         });
     }
@@ -291,21 +299,22 @@ void DrawLongBones(Plane& plane, const Sheet& sheet)
 
 void DrawWristBones(Plane& plane, const Sheet& sheet)
 {
-    for (const Ellipse& bone : wristBones) {
+    for (const Ellipse& bone : WristBones) {
         const double reach = std::max(bone.radiusX, bone.radiusY);
-        const Point low = {bone.centre.x - reach, bone.centre.y - reach};
-        const Point high = {bone.centre.x + reach, bone.centre.y + reach};
+        const Point low = {bone.center.x - reach, bone.center.y - reach};
+        const Point high = {bone.center.x + reach, bone.center.y + reach};
         const double c = std::cos(bone.turn), s = std::sin(bone.turn);
         ForEachPixel(plane, sheet, low, high, [&](float& value, Point point) {
-            const double dx = point.x - bone.centre.x, dy = point.y - bone.centre.y;
+            const double dx = point.x - bone.center.x, dy = point.y - bone.center.y;
             const double u = (c * dx + s * dy) / bone.radiusX;
             const double v = (c * dy - s * dx) / bone.radiusY;
             const double outer = 1 - u * u - v * v;
-            if (outer <= 0)
+            if (outer <= 0) {
                 return;
+            }
             const double inner = std::max(0.8 - u * u - v * v, 0.0);
-            const double marrow = 1 - marrowShare * Trabeculae(point);
-            value += static_cast<float>(cortexAttenuation * bone.depth *
+            const double marrow = 1 - MarrowShare * Trabeculae(point);
+            value += static_cast<float>(CortexAttenuation * bone.depth *
                                         (std::sqrt(outer) - marrow * std::sqrt(inner)));
         });
     }
@@ -313,10 +322,10 @@ void DrawWristBones(Plane& plane, const Sheet& sheet)
 
 void DrawWedge(Plane& plane, const Sheet& sheet)
 {
-    ForEachPixel(plane, sheet, wedgeFrom, wedgeTo, [](float& value, Point point) {
-        const double share = (point.y - wedgeFrom.y) / (wedgeTo.y - wedgeFrom.y);
-        const int step = std::clamp(static_cast<int>(share * wedgeSteps), 0, wedgeSteps - 1);
-        value += static_cast<float>(wedgeStepAttenuation * (step + 1));
+    ForEachPixel(plane, sheet, WedgeFrom, WedgeTo, [](float& value, Point point) {
+        const double share = (point.y - WedgeFrom.y) / (WedgeTo.y - WedgeFrom.y);
+        const int step = std::clamp(static_cast<int>(share * WedgeSteps), 0, WedgeSteps - 1);
+        value += static_cast<float>(WedgeStepAttenuation * (step + 1));
     });
 }
 
@@ -329,45 +338,51 @@ void DrawLetter(Plane& plane, const Sheet& sheet, bool leftHand)
     };
     const double left = leftHand ? 110 : 1080;
     std::vector<Stroke> strokes = {{{left, 150}, {left, 330}}};
-    if (leftHand)
+    if (leftHand) {
         strokes.push_back({{left, 330}, {left + 100, 330}});
-    else {
+    } else {
         strokes.push_back({{left, 150}, {left + 55, 150}});
         strokes.push_back({{left, 240}, {left + 55, 240}});
         strokes.push_back({{left + 45, 240}, {left + 105, 330}});
     }
     ForEachPixel(plane, sheet, {left - 60, 100}, {left + 160, 380}, [&](float& value, Point point) {
         bool inside = !leftHand && point.x > left + 55 &&
-                      std::abs(std::hypot(point.x - left - 55, point.y - 195) - 45) < letterStroke;
+                      std::abs(std::hypot(point.x - left - 55, point.y - 195) - 45) < LetterStroke;
         for (const Stroke& stroke : strokes) {
             const Nearness near = Near(point, stroke.from, stroke.to);
             const double end =
-                letterStroke / std::hypot(stroke.to.x - stroke.from.x, stroke.to.y - stroke.from.y);
+                LetterStroke / std::hypot(stroke.to.x - stroke.from.x, stroke.to.y - stroke.from.y);
             inside = inside ||
-                     (near.distance < letterStroke && near.along > -end && near.along < 1 + end);
+                     (near.distance < LetterStroke && near.along > -end && near.along < 1 + end);
         }
-        if (inside)
-            value += static_cast<float>(letterAttenuation);
+        if (inside) {
+            value += static_cast<float>(LetterAttenuation);
+        }
     });
 }
 
 // The focal spot's size and the scintillator's spread: the binomial 1 2 1 both ways.
 void Blur(Plane& plane)
 {
-    if (plane.width < 3 || plane.height < 3)
+    if (plane.width < 3 || plane.height < 3) {
         return;
+    }
     std::vector<float> line(std::max(plane.width, plane.height));
     const auto blurLine = [&](std::size_t start, std::size_t step, std::size_t count) {
         float* values = plane.values.data() + start;
-        for (std::size_t i = 0; i < count; ++i)
+        for (std::size_t i = 0; i < count; ++i) {
             line[i] = values[i * step];
-        for (std::size_t i = 1; i + 1 < count; ++i)
+        }
+        for (std::size_t i = 1; i + 1 < count; ++i) {
             values[i * step] = (line[i - 1] + 2 * line[i] + line[i + 1]) / 4;
+        }
     };
-    for (std::uint32_t y = 0; y < plane.height; ++y)
+    for (std::uint32_t y = 0; y < plane.height; ++y) {
         blurLine(std::size_t{y} * plane.width, 1, plane.width);
-    for (std::uint32_t x = 0; x < plane.width; ++x)
+    }
+    for (std::uint32_t x = 0; x < plane.width; ++x) {
         blurLine(x, plane.width, plane.height);
+    }
 }
 
 // How much of a bone's radius is left near its ends, which are rounded.
@@ -375,8 +390,9 @@ double Rounding(double along, double length, double end)
 {
     const double toEnd = std::min(along, 1 - along) * length;
     const double cap = std::min(0.75 * end, length / 2);
-    if (toEnd >= cap)
+    if (toEnd >= cap) {
         return 1;
+    }
     const double depth = 1 - toEnd / cap;
     return std::sqrt(1 - depth * depth);
 }
@@ -411,7 +427,7 @@ std::uint64_t Hash(std::uint64_t value)
 // Normally distributed numbers of mean 0 and deviation 1 (Box and Muller 1958).
 const std::array<float, 65536>& GaussTable()
 {
-    static const std::array<float, 65536> table = [] {
+    static const std::array<float, 65536> Table = [] {
         std::array<float, 65536> values{};
         for (std::size_t i = 0; i < values.size(); ++i) {
             const double u = (static_cast<double>(Hash(2 * i) >> 11) + 1) / 9007199254740993.0;
@@ -421,15 +437,15 @@ const std::array<float, 65536>& GaussTable()
         }
         return values;
     }();
-    return table;
+    return Table;
 }
 
 template <class Draw>
 void ForEachPixel(Plane& plane, const Sheet& sheet, Point low, Point high, Draw draw)
 {
     if (sheet.mirrored) {
-        const double left = sheetWidth - high.x;
-        high.x = sheetWidth - low.x;
+        const double left = SheetWidth - high.x;
+        high.x = SheetWidth - low.x;
         low.x = left;
     }
     const auto pixel = [](double place, std::uint32_t limit) {
@@ -439,9 +455,11 @@ void ForEachPixel(Plane& plane, const Sheet& sheet, Point low, Point high, Draw 
     const std::uint32_t right = pixel(sheet.left + high.x * sheet.scale, plane.width);
     const std::uint32_t top = pixel(sheet.top + low.y * sheet.scale, plane.height);
     const std::uint32_t bottom = pixel(sheet.top + high.y * sheet.scale, plane.height);
-    for (std::uint32_t y = top; y < bottom; ++y)
-        for (std::uint32_t x = left; x < right; ++x)
+    for (std::uint32_t y = top; y < bottom; ++y) {
+        for (std::uint32_t x = left; x < right; ++x) {
             draw(plane.At(x, y), sheet.At(x, y));
+        }
+    }
 }
 
 Nearness Near(Point point, Point from, Point to)
@@ -463,17 +481,20 @@ Frame TestPattern(std::uint32_t width, std::uint32_t height)
     Frame frame{width, height, 12, {}};
     frame.samples.resize(std::size_t{width} * height);
     const std::uint32_t grid = std::max(width / 13, 2u);
-    for (std::uint32_t y = 0; y < height; ++y)
+    for (std::uint32_t y = 0; y < height; ++y) {
         for (std::uint32_t x = 0; x < width; ++x) {
             const bool upper = y < height / 2;
             std::uint32_t value = upper ? x * 4096 / width : 4095 - y * 4096 / height;
-            if (x % grid == 0 || y % grid == 0)
+            if (x % grid == 0 || y % grid == 0) {
                 value = 4095 - value;
+            }
             if (x > width / 2 - grid && x < width / 2 + grid && y > height / 2 - grid &&
-                y < height / 2 + grid)
+                y < height / 2 + grid) {
                 value = (x + y) % 2 == 0 ? 3600 : 400;
+            }
             frame.samples[std::size_t{y} * width + x] = static_cast<std::uint16_t>(value);
         }
+    }
     const std::uint32_t mark = std::min({grid / 2, width / 2, height / 2});
     FillRectangle(frame, 0, 0, mark, 4095);
     FillRectangle(frame, width - mark, 0, mark, 3000);
@@ -482,42 +503,49 @@ Frame TestPattern(std::uint32_t width, std::uint32_t height)
     return frame;
 }
 
-Frame ReadGreyMap(const std::string& path)
+Frame ReadGrayMap(const std::string& path)
 {
     const auto fail = [&](const std::string& what) -> void {
         throw std::runtime_error("the picture " + path + " " + what);
     };
     std::ifstream file(path, std::ios::binary);
-    if (!file)
+    if (!file) {
         fail("cannot be opened");
-    if (file.get() != 'P' || file.get() != '5')
-        fail("is no binary grey map (P5)");
+    }
+    if (file.get() != 'P' || file.get() != '5') {
+        fail("is no binary gray map (P5)");
+    }
     const std::uint32_t width = ReadNumber(file), height = ReadNumber(file);
     const std::uint32_t largest = ReadNumber(file);
     file.get();
     if (!file || width == 0 || height == 0 || width > 65535 || height > 65535 || largest == 0 ||
-        largest > 65535 || std::uint64_t{width} * height > std::uint64_t{1} << 28)
+        largest > 65535 || std::uint64_t{width} * height > std::uint64_t{1} << 28) {
         fail("has an unusable size or largest value");
+    }
     Frame frame{width, height, static_cast<std::uint32_t>(std::bit_width(largest)), {}};
     frame.samples.resize(std::size_t{width} * height);
     const std::size_t sampleBytes = largest > 255 ? 2 : 1;
     std::vector<std::uint8_t> bytes(frame.samples.size() * sampleBytes);
-    if (!file.read(reinterpret_cast<char*>(bytes.data()), std::streamsize(bytes.size())))
+    if (!file.read(reinterpret_cast<char*>(bytes.data()), std::streamsize(bytes.size()))) {
         fail("is cut short");
-    for (std::size_t i = 0; i < frame.samples.size(); ++i)
+    }
+    for (std::size_t i = 0; i < frame.samples.size(); ++i) {
         frame.samples[i] = sampleBytes == 1
                                ? bytes[i]
                                : static_cast<std::uint16_t>(bytes[2 * i] << 8 | bytes[2 * i + 1]);
+    }
     return frame;
 }
 
-std::vector<std::string> GreyMaps(const std::string& folder)
+std::vector<std::string> GrayMaps(const std::string& folder)
 {
     std::vector<std::string> paths;
     std::error_code error;
-    for (const auto& entry : std::filesystem::directory_iterator(folder, error))
-        if (entry.path().extension() == ".pgm")
+    for (const auto& entry : std::filesystem::directory_iterator(folder, error)) {
+        if (entry.path().extension() == ".pgm") {
             paths.push_back(entry.path().string());
+        }
+    }
     std::ranges::sort(paths);
     return paths;
 }
@@ -525,14 +553,17 @@ std::vector<std::string> GreyMaps(const std::string& folder)
 std::pair<std::uint16_t, std::uint16_t> SampleRange(const Frame& frame)
 {
     std::vector<std::size_t> counts(65536);
-    for (const std::uint16_t sample : frame.samples)
+    for (const std::uint16_t sample : frame.samples) {
         ++counts[sample];
+    }
     const std::size_t cut = frame.samples.size() / 1000;
     std::size_t low = 0, high = 65535;
-    for (std::size_t below = counts[low]; below <= cut && low < high; below += counts[low])
+    for (std::size_t below = counts[low]; below <= cut && low < high; below += counts[low]) {
         ++low;
-    for (std::size_t above = counts[high]; above <= cut && high > low; above += counts[high])
+    }
+    for (std::size_t above = counts[high]; above <= cut && high > low; above += counts[high]) {
         --high;
+    }
     return {static_cast<std::uint16_t>(low), static_cast<std::uint16_t>(high)};
 }
 
@@ -542,9 +573,10 @@ Frame ScaleToEightBits(const Frame& frame)
     const int width = std::max(high - low, 1);
     Frame scaled{frame.width, frame.height, 8, {}};
     scaled.samples.reserve(frame.samples.size());
-    for (const std::uint16_t sample : frame.samples)
+    for (const std::uint16_t sample : frame.samples) {
         scaled.samples.push_back(
             static_cast<std::uint16_t>(std::clamp((sample - low) * 255 / width, 0, 255)));
+    }
     return scaled;
 }
 
@@ -557,8 +589,9 @@ std::vector<std::uint8_t> PackSamples(const Frame& frame, RowOrder order)
         for (std::size_t x = 0; x < frame.width; ++x) {
             const std::uint16_t sample = frame.samples[y * frame.width + x];
             bytes.push_back(static_cast<std::uint8_t>(sample));
-            if (frame.bitsPerSample > 8)
+            if (frame.bitsPerSample > 8) {
                 bytes.push_back(static_cast<std::uint8_t>(sample >> 8));
+            }
         }
     }
     return bytes;
@@ -569,15 +602,17 @@ namespace {
 void FillRectangle(Frame& frame, std::uint32_t left, std::uint32_t top, std::uint32_t size,
                    std::uint16_t value)
 {
-    for (std::uint32_t y = top; y < top + size; ++y)
+    for (std::uint32_t y = top; y < top + size; ++y) {
         std::fill_n(frame.samples.begin() + std::ptrdiff_t{y} * frame.width + left, size, value);
+    }
 }
 
-// The next number of a grey map's header; comments run from # to the end of their line.
+// The next number of a gray map's header; comments run from # to the end of their line.
 std::uint32_t ReadNumber(std::istream& file)
 {
-    while (file >> std::ws && file.peek() == '#')
+    while (file >> std::ws && file.peek() == '#') {
         file.ignore(1 << 16, '\n');
+    }
     std::uint32_t number = 0;
     file >> number;
     return number;

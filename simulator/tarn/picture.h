@@ -49,12 +49,12 @@ private:
 // value, without noise: 4095 top left, 3000 top right, 2000 bottom left, 1000 bottom right.
 Frame TestPattern(std::uint32_t width, std::uint32_t height);
 
-// Reads a binary grey map (P5) of 8 or 16 bits. Throws std::runtime_error with the file and what is
+// Reads a binary gray map (P5) of 8 or 16 bits. Throws std::runtime_error with the file and what is
 // wrong with it.
-Frame ReadGreyMap(const std::string& path);
+Frame ReadGrayMap(const std::string& path);
 
-// The grey maps of a folder, by name. Empty when the folder cannot be read.
-std::vector<std::string> GreyMaps(const std::string& folder);
+// The gray maps of a folder, by name. Empty when the folder cannot be read.
+std::vector<std::string> GrayMaps(const std::string& folder);
 
 // The sample of which 1 in 1000 is lower, and the one of which 1 in 1000 is higher.
 std::pair<std::uint16_t, std::uint16_t> SampleRange(const Frame& frame);

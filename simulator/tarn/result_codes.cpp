@@ -12,7 +12,7 @@ struct Row
     std::uint32_t result;
     std::string_view text;
 };
-constexpr Row rows[] = {
+constexpr Row Rows[] = {
     {0, "Success."},
     {LibraryClosed, "The capture library is not open."},
     {LibraryOpen, "The capture library is open already."},
@@ -44,9 +44,11 @@ constexpr Row rows[] = {
 
 std::string DescriptionOf(std::uint32_t result)
 {
-    for (const Row& row : rows)
-        if (row.result == result)
+    for (const Row& row : Rows) {
+        if (row.result == result) {
             return std::string(row.text);
+        }
+    }
     char text[64];
     std::snprintf(text, sizeof text, "Simulated result 0x%06X.", static_cast<unsigned>(result));
     return text;

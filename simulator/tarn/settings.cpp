@@ -13,7 +13,7 @@
 namespace tarn {
 namespace {
 
-constexpr std::uint64_t largestFile = 1 << 20; // bytes
+constexpr std::uint64_t LargestFile = 1 << 20; // bytes
 
 std::string_view Trim(std::string_view text);
 std::pair<std::string_view, std::string_view> Split(std::string_view text, char separator);
@@ -35,7 +35,7 @@ void Assign(std::vector<DeviceFault>& to, std::string_view text, const Knob& kno
 
 const std::vector<Knob>& Knobs()
 {
-    static const std::vector<Knob> knobs = {
+    static const std::vector<Knob> Knobs = {
         {"time_factor", &Settings::timeFactor, 0.01, 100},
         {"seed", &Settings::seed},
         {"arming_delay", &Settings::armingDelay},
@@ -70,18 +70,18 @@ const std::vector<Knob>& Knobs()
         {"storm_events", &Settings::stormEvents},
         {"texts", &Settings::texts},
     };
-    return knobs;
+    return Knobs;
 }
 
 const std::vector<std::string_view>& RuleNames()
 {
-    static const std::vector<std::string_view> names = {
+    static const std::vector<std::string_view> Names = {
         "TarnOpen",           "TarnClose",          "TarnSetNotifyWindow", "TarnClearNotifyWindow",
         "TarnEnableCapture",  "TarnDisableCapture", "TarnGetLibraryParam", "TarnSetLibraryParam",
         "TarnGetImage",       "TarnRemoveImage",    "TarnGetImageCount",   "TarnGetDeviceList",
         "TarnGetDeviceParam", "TarnSetDeviceParam", "TarnDescribeResult",  "TarnFreeObject",
         "QuilletOpen",        "QuilletClose",       "QuilletShow",         "event_2"};
-    return names;
+    return Names;
 }
 
 SettingsFile::SettingsFile(std::string path)
@@ -109,10 +109,11 @@ std::shared_ptr<const Settings> SettingsFile::Current()
             m_stamp = after;
             text = ReadText();
         }
-        if (text)
+        if (text) {
             Take(*text);
-        else
+        } else {
             Report(m_path, "is no settings file");
+        }
     }
     return m_settings;
 }
@@ -124,8 +125,9 @@ void SettingsFile::Advance(double simulatedSeconds, std::uint64_t imagesTaken)
     m_images = imagesTaken;
     while (m_step < m_settings->script.size()) {
         const ScriptStep step = m_settings->script[m_step];
-        if (m_images < m_stepImages + step.images || m_seconds < m_stepSeconds + step.seconds)
+        if (m_images < m_stepImages + step.images || m_seconds < m_stepSeconds + step.seconds) {
             return;
+        }
         auto settings = std::make_shared<Settings>(*m_settings);
         Set(*settings, step.key, step.value);
         m_settings = std::move(settings);
@@ -142,8 +144,9 @@ bool SettingsFile::TakeRule(std::string_view name, FaultRule& rule)
 {
     const std::lock_guard lock(m_mutex);
     const auto found = m_settings->rules.find(name);
-    if (found == m_settings->rules.end() || !Applies(found->second, m_calls[found->first]))
+    if (found == m_settings->rules.end() || !Applies(found->second, m_calls[found->first])) {
         return false;
+    }
     rule = found->second;
     return true;
 }
@@ -151,9 +154,10 @@ bool SettingsFile::TakeRule(std::string_view name, FaultRule& rule)
 std::string SettingsFile::LibraryFolder()
 {
     Dl_info info{};
-    static const char anchor = 0;
-    if (dladdr(&anchor, &info) == 0 || info.dli_fname == nullptr)
+    static const char Anchor = 0;
+    if (dladdr(&Anchor, &info) == 0 || info.dli_fname == nullptr) {
         return ".";
+    }
     return std::filesystem::absolute(info.dli_fname).parent_path().string();
 }
 
@@ -162,19 +166,22 @@ SettingsFile::Stamp SettingsFile::ReadStamp() const
     struct stat status
     {
     };
-    if (stat(m_path.c_str(), &status) != 0)
+    if (stat(m_path.c_str(), &status) != 0) {
         return {};
+    }
     return {true, status.st_mtim.tv_sec, status.st_mtim.tv_nsec, status.st_size, status.st_ino};
 }
 
 std::optional<std::string> SettingsFile::ReadText() const
 {
     std::error_code error;
-    if (!m_stamp.exists)
+    if (!m_stamp.exists) {
         return "";
+    }
     if (!std::filesystem::is_regular_file(m_path, error) ||
-        std::filesystem::file_size(m_path, error) > largestFile)
+        std::filesystem::file_size(m_path, error) > LargestFile) {
         return std::nullopt;
+    }
     std::ostringstream text;
     text << std::ifstream(m_path).rdbuf();
     return text.str();
@@ -192,8 +199,9 @@ void SettingsFile::Take(const std::string& content)
     for (int number = 1; std::getline(lines, line); ++number) {
         const std::string where = m_path + ":" + std::to_string(number);
         const std::string_view text = Trim(line);
-        if (text.empty() || text[0] == '#' || text[0] == ';')
+        if (text.empty() || text[0] == '#' || text[0] == ';') {
             continue;
+        }
         if (text[0] == '[') {
             section = text;
             continue;
@@ -215,8 +223,9 @@ void SettingsFile::Take(const std::string& content)
             Report(where, failure.what());
         }
     }
-    if (!settings->faults)
+    if (!settings->faults) {
         ClearFaults(*settings);
+    }
     m_settings = std::move(settings);
     m_step = 0;
     m_stepSeconds = m_seconds;
@@ -235,19 +244,23 @@ void SettingsFile::Set(Settings& settings, const std::string& key, std::string_v
         return;
     }
     const Knob* knob = FindKnob(key);
-    if (knob == nullptr)
+    if (knob == nullptr) {
         throw std::invalid_argument("there is no setting '" + key + "'");
+    }
     try {
         std::visit([&](auto member) { Assign(settings.*member, value, *knob); }, knob->place);
     } catch (const std::invalid_argument& failure) {
         throw std::invalid_argument(key + " " + failure.what());
     }
-    if (key == "events")
+    if (key == "events") {
         ++settings.eventsSerial;
-    if (key == "storm")
+    }
+    if (key == "storm") {
         ++settings.stormSerial;
-    if (key == "faults" && !settings.faults)
+    }
+    if (key == "faults" && !settings.faults) {
         ClearFaults(settings);
+    }
 }
 
 void SettingsFile::Report(const std::string& where, const std::string& what) const
@@ -260,18 +273,20 @@ namespace {
 
 std::string_view Trim(std::string_view text)
 {
-    constexpr std::string_view blanks = " \t\r\n";
-    const std::size_t begin = text.find_first_not_of(blanks);
-    if (begin == std::string_view::npos)
+    constexpr std::string_view Blanks = " \t\r\n";
+    const std::size_t begin = text.find_first_not_of(Blanks);
+    if (begin == std::string_view::npos) {
         return {};
-    return text.substr(begin, text.find_last_not_of(blanks) - begin + 1);
+    }
+    return text.substr(begin, text.find_last_not_of(Blanks) - begin + 1);
 }
 
 std::pair<std::string_view, std::string_view> Split(std::string_view text, char separator)
 {
     const std::size_t at = text.find(separator);
-    if (at == std::string_view::npos)
+    if (at == std::string_view::npos) {
         throw std::invalid_argument("'" + std::string(text) + "' lacks a '" + separator + "'");
+    }
     return {Trim(text.substr(0, at)), Trim(text.substr(at + 1))};
 }
 
@@ -283,16 +298,18 @@ ScriptStep ParseStep(std::string_view line)
     ScriptStep step;
     step.key = key;
     step.value = value;
-    if (when == "now")
+    if (when == "now") {
         return step;
+    }
     const std::string_view after = TakeWord(when);
     const std::string_view amount = TakeWord(when);
-    if (after == "after" && (when == "images" || when == "image"))
+    if (after == "after" && (when == "images" || when == "image")) {
         step.images = ParseInteger(amount);
-    else if (after == "after" && when == "s")
+    } else if (after == "after" && when == "s") {
         step.seconds = ParseNumber(amount);
-    else
+    } else {
         throw std::invalid_argument("a step begins with 'after N images:', 'after N s:' or 'now:'");
+    }
     return step;
 }
 
@@ -309,10 +326,11 @@ bool IsRule(std::string_view key)
 
 void CopyKnob(Settings& to, const Settings& from, const std::string& key)
 {
-    if (const Knob* knob = FindKnob(key))
+    if (const Knob* knob = FindKnob(key)) {
         std::visit([&](auto member) { to.*member = from.*member; }, knob->place);
-    else if (const auto rule = from.rules.find(key); rule != from.rules.end())
+    } else if (const auto rule = from.rules.find(key); rule != from.rules.end()) {
         to.rules[key] = rule->second;
+    }
 }
 
 void ClearFaults(Settings& settings)
@@ -328,38 +346,43 @@ void ClearFaults(Settings& settings)
 void Assign(double& to, std::string_view text, const Knob& knob)
 {
     if (text == "never" && knob.key == "exposure_delay") {
-        to = Settings::never;
+        to = Settings::Never;
         return;
     }
     const double number = ParseNumber(text);
-    if (number < knob.low || number > knob.high)
+    if (number < knob.low || number > knob.high) {
         throw std::invalid_argument("takes a number from " + std::to_string(knob.low) + " to " +
                                     std::to_string(knob.high));
+    }
     to = number;
 }
 
 void Assign(std::uint32_t& to, std::string_view text, const Knob& knob)
 {
     const std::uint32_t number = ParseInteger(text);
-    if (number < knob.low || number > knob.high)
+    if (number < knob.low || number > knob.high) {
         throw std::invalid_argument("takes a whole number from " + std::to_string(knob.low) +
                                     " to " + std::to_string(knob.high));
+    }
     to = number;
 }
 
 void Assign(bool& to, std::string_view text, const Knob&)
 {
-    if (text != "on" && text != "off")
+    if (text != "on" && text != "off") {
         throw std::invalid_argument("takes on or off");
+    }
     to = text == "on";
 }
 
 void Assign(std::string& to, std::string_view text, const Knob& knob)
 {
-    if (knob.key == "texts" && text == "off")
+    if (knob.key == "texts" && text == "off") {
         text = {};
-    if (knob.key == "texts" && !text.empty() && HostileText(text).empty())
+    }
+    if (knob.key == "texts" && !text.empty() && HostileText(text).empty()) {
         throw std::invalid_argument("takes off, long, utf8, control, markup, bidi, format or path");
+    }
     to = text;
 }
 
@@ -368,12 +391,14 @@ void Assign(std::vector<std::string>& to, std::string_view text, const Knob&)
     std::vector<std::string> list;
     while (!text.empty()) {
         const std::size_t end = std::min(text.find(','), text.size());
-        if (const std::string_view entry = Trim(text.substr(0, end)); !entry.empty())
+        if (const std::string_view entry = Trim(text.substr(0, end)); !entry.empty()) {
             list.emplace_back(entry);
+        }
         text.remove_prefix(std::min(end + 1, text.size()));
     }
-    if (list.empty())
+    if (list.empty()) {
         throw std::invalid_argument("takes at least one name");
+    }
     to = std::move(list);
 }
 
@@ -381,8 +406,9 @@ void Assign(std::vector<std::string>& to, std::string_view text, const Knob&)
 void Assign(std::vector<std::uint32_t>& to, std::string_view text, const Knob& knob)
 {
     std::vector<std::uint32_t> list;
-    if (text == "none")
+    if (text == "none") {
         text = {};
+    }
     while (!text.empty()) {
         std::string_view rest = text;
         const std::string_view word = TakeWord(rest);
@@ -392,13 +418,16 @@ void Assign(std::vector<std::uint32_t>& to, std::string_view text, const Knob& k
             first = ParseInteger(word.substr(0, dash));
             last = ParseInteger(word.substr(dash + 1));
             text = rest;
-        } else
+        } else {
             first = last = ParseResult(text);
-        if (first < knob.low || last > knob.high || last < first || last - first > 100000)
+        }
+        if (first < knob.low || last > knob.high || last < first || last - first > 100000) {
             throw std::invalid_argument("takes numbers from " + std::to_string(knob.low) + " to " +
                                         std::to_string(knob.high));
-        for (std::uint64_t number = first; number <= last; ++number)
+        }
+        for (std::uint64_t number = first; number <= last; ++number) {
             list.push_back(static_cast<std::uint32_t>(number));
+        }
     }
     to = std::move(list);
 }
@@ -407,8 +436,9 @@ void Assign(std::vector<std::uint32_t>& to, std::string_view text, const Knob& k
 void Assign(std::vector<DeviceFault>& to, std::string_view text, const Knob&)
 {
     std::vector<DeviceFault> list;
-    if (text == "none")
+    if (text == "none") {
         text = {};
+    }
     while (!text.empty()) {
         DeviceFault fault;
         fault.device = ParseInteger(TakeWord(text));

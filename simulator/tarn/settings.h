@@ -39,7 +39,7 @@ struct DeviceFault
 // pass a hundred times faster. Folders are absolute, or relative to the library's folder.
 struct Settings
 {
-    static constexpr double never = std::numeric_limits<double>::infinity();
+    static constexpr double Never = std::numeric_limits<double>::infinity();
 
     double timeFactor = 1;
     std::uint32_t seed = 0; // 0: another run every time, at the date of today

@@ -31,13 +31,13 @@ struct FileHeader
 static_assert(sizeof(FileHeader) == 40);
 static_assert(offsetof(FileHeader, userBytes) == 36);
 
-constexpr char magic[8] = {'T', 'a', 'r', 'n', 'I', 'm', 'g', '1'};
-constexpr const char* suffix = ".tarn";
-constexpr const char* unfinished = ".tmp";
-constexpr const char* lastIdFile = "last-id";
-constexpr std::uint32_t largestSide = 65535;
-constexpr std::uint64_t largestPixelBlock = std::uint64_t{1} << 30;
-constexpr std::uint32_t largestText = 16 << 20;
+constexpr char Magic[8] = {'T', 'a', 'r', 'n', 'I', 'm', 'g', '1'};
+constexpr const char* Suffix = ".tarn";
+constexpr const char* Unfinished = ".tmp";
+constexpr const char* LastIdFile = "last-id";
+constexpr std::uint32_t LargestSide = 65535;
+constexpr std::uint64_t LargestPixelBlock = std::uint64_t{1} << 30;
+constexpr std::uint32_t LargestText = 16 << 20;
 
 std::uint32_t IdOfName(const std::filesystem::path& path);
 std::uint32_t ReadLastId(const std::string& folder);
@@ -50,18 +50,21 @@ ImageStore::ImageStore(std::string folder) : m_folder(std::move(folder))
 {
     std::error_code error;
     std::filesystem::create_directories(m_folder, error);
-    if (error)
+    if (error) {
         throw std::runtime_error("cannot make the image store " + m_folder + ": " +
                                  error.message());
+    }
     for (const auto& entry : std::filesystem::directory_iterator(m_folder)) {
-        if (entry.path().extension() == unfinished)
+        if (entry.path().extension() == Unfinished) {
             std::filesystem::remove(entry.path(), error);
-        else if (const std::uint32_t id = IdOfName(entry.path()))
+        } else if (const std::uint32_t id = IdOfName(entry.path())) {
             m_ids.insert(id);
+        }
     }
     std::uint32_t last = ReadLastId(m_folder);
-    if (last == 0 && !m_ids.empty())
+    if (last == 0 && !m_ids.empty()) {
         last = *m_ids.rbegin();
+    }
     SetNextId(last + 1);
 }
 
@@ -86,10 +89,11 @@ std::uint32_t ImageStore::TakeId()
 {
     const std::lock_guard lock(m_mutex);
     // Also what is no image keeps its file.
-    while (m_nextId == 0 || m_ids.contains(m_nextId) || std::filesystem::exists(Path(m_nextId)))
+    while (m_nextId == 0 || m_ids.contains(m_nextId) || std::filesystem::exists(Path(m_nextId))) {
         ++m_nextId;
+    }
     const std::string digits = std::to_string(m_nextId);
-    WriteWhole(m_folder + "/" + lastIdFile, {digits}, false);
+    WriteWhole(m_folder + "/" + LastIdFile, {digits}, false);
     return m_nextId++;
 }
 
@@ -102,7 +106,7 @@ void ImageStore::SetNextId(std::uint32_t id)
 void ImageStore::Add(const StoredImage& image)
 {
     FileHeader header{};
-    std::memcpy(header.magic, magic, sizeof magic);
+    std::memcpy(header.magic, Magic, sizeof Magic);
     header.width = image.width;
     header.height = image.height;
     header.pixelBytes = image.pixelBytes;
@@ -125,14 +129,17 @@ std::optional<StoredImage> ImageStore::Get(std::uint32_t number)
         std::uint32_t id = number;
         {
             const std::lock_guard lock(m_mutex);
-            if (m_ids.empty() || (number != 0 && !m_ids.contains(number)))
+            if (m_ids.empty() || (number != 0 && !m_ids.contains(number))) {
                 return std::nullopt;
-            if (number == 0)
+            }
+            if (number == 0) {
                 id = *m_ids.begin();
+            }
         }
         std::optional<StoredImage> image = Read(id);
-        if (image)
+        if (image) {
             return image;
+        }
         std::fprintf(stderr, "Tarn simulator: %s is no image of the store\n", Path(id).c_str());
         const std::lock_guard lock(m_mutex);
         m_ids.erase(id);
@@ -143,20 +150,22 @@ std::optional<StoredImage> ImageStore::Read(std::uint32_t id) const
 {
     std::error_code error;
     const std::uint64_t fileSize = std::filesystem::file_size(Path(id), error); // of a regular file
-    if (error)
+    if (error) {
         return std::nullopt;
+    }
     std::ifstream file(Path(id), std::ios::binary);
     FileHeader header{};
     file.read(reinterpret_cast<char*>(&header), sizeof header);
     const std::uint64_t pixelBytes =
         std::uint64_t{header.width} * header.height * header.pixelBytes;
-    if (!file || std::memcmp(header.magic, magic, sizeof magic) != 0 || header.imageId != id ||
-        header.width > largestSide || header.height > largestSide || header.pixelBytes < 1 ||
+    if (!file || std::memcmp(header.magic, Magic, sizeof Magic) != 0 || header.imageId != id ||
+        header.width > LargestSide || header.height > LargestSide || header.pixelBytes < 1 ||
         header.pixelBytes > 2 || header.bits > 8 * header.pixelBytes ||
-        pixelBytes > largestPixelBlock || header.headerBytes > largestText ||
-        header.userBytes > largestText ||
-        fileSize != sizeof header + pixelBytes + header.headerBytes + header.userBytes)
+        pixelBytes > LargestPixelBlock || header.headerBytes > LargestText ||
+        header.userBytes > LargestText ||
+        fileSize != sizeof header + pixelBytes + header.headerBytes + header.userBytes) {
         return std::nullopt;
+    }
     StoredImage image;
     image.width = header.width;
     image.height = header.height;
@@ -176,10 +185,12 @@ std::optional<StoredImage> ImageStore::Read(std::uint32_t id) const
 bool ImageStore::Remove(std::uint32_t imageId)
 {
     const std::lock_guard lock(m_mutex);
-    if (!m_ids.contains(imageId))
+    if (!m_ids.contains(imageId)) {
         return false;
-    if (unlink(Path(imageId).c_str()) != 0 && errno != ENOENT)
+    }
+    if (unlink(Path(imageId).c_str()) != 0 && errno != ENOENT) {
         return false;
+    }
     m_ids.erase(imageId);
     return true;
 }
@@ -187,7 +198,7 @@ bool ImageStore::Remove(std::uint32_t imageId)
 std::string ImageStore::Path(std::uint32_t id) const
 {
     char name[32];
-    std::snprintf(name, sizeof name, "/%010u%s", static_cast<unsigned>(id), suffix);
+    std::snprintf(name, sizeof name, "/%010u%s", static_cast<unsigned>(id), Suffix);
     return m_folder + name;
 }
 
@@ -200,35 +211,37 @@ std::uint32_t IdOfName(const std::filesystem::path& path)
     std::uint32_t id = 0;
     const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), id);
     const bool whole = error == std::errc() && end == digits.data() + digits.size();
-    return whole && digits.size() == 10 && path.extension() == suffix ? id : 0;
+    return whole && digits.size() == 10 && path.extension() == Suffix ? id : 0;
 }
 
 std::uint32_t ReadLastId(const std::string& folder)
 {
     std::uint32_t id = 0;
-    std::ifstream(folder + "/" + lastIdFile) >> id;
+    std::ifstream(folder + "/" + LastIdFile) >> id;
     return id;
 }
 
 // The file gets its name only when it is complete; with sync also on the disk.
 void WriteWhole(const std::string& path, const std::vector<std::string_view>& parts, bool sync)
 {
-    const std::string temporary = path + unfinished;
+    const std::string temporary = path + Unfinished;
     const auto fail = [&]() {
         const std::string reason = std::strerror(errno);
         unlink(temporary.c_str());
         throw std::runtime_error("cannot write " + path + ": " + reason);
     };
     const int file = open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-    if (file < 0)
+    if (file < 0) {
         fail();
+    }
     bool good = true;
-    for (std::string_view part : parts)
+    for (std::string_view part : parts) {
         while (good && !part.empty()) {
             const ssize_t written = write(file, part.data(), part.size());
             good = written >= 0 || errno == EINTR;
             part.remove_prefix(written > 0 ? static_cast<std::size_t>(written) : 0);
         }
+    }
     good = good && (!sync || fsync(file) == 0);
     const int failure = errno;
     good = close(file) == 0 && good;
@@ -236,8 +249,9 @@ void WriteWhole(const std::string& path, const std::vector<std::string_view>& pa
         errno = failure;
         fail();
     }
-    if (rename(temporary.c_str(), path.c_str()) != 0)
+    if (rename(temporary.c_str(), path.c_str()) != 0) {
         fail();
+    }
 }
 
 std::string_view Bytes(const void* start, std::size_t size)

@@ -9,16 +9,19 @@ namespace tarn {
 void Trace::SetFile(const std::string& path)
 {
     const std::lock_guard lock(m_mutex);
-    if (path == m_path)
+    if (path == m_path) {
         return;
+    }
     m_path = path;
     m_file.close();
     m_file.clear();
-    if (path.empty())
+    if (path.empty()) {
         return;
+    }
     m_file.open(path, std::ios::app);
-    if (!m_file)
+    if (!m_file) {
         std::fprintf(stderr, "Tarn simulator: cannot write the trace file %s\n", path.c_str());
+    }
 }
 
 void Trace::Reopen(const std::string& path)
@@ -36,8 +39,9 @@ bool Trace::IsOn()
 void Trace::Write(std::string_view name, std::string_view text)
 {
     const std::lock_guard lock(m_mutex);
-    if (!m_file.is_open())
+    if (!m_file.is_open()) {
         return;
+    }
     const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - m_start;
     char seconds[32];
     std::snprintf(seconds, sizeof seconds, "%.6f", elapsed.count());
@@ -46,19 +50,22 @@ void Trace::Write(std::string_view name, std::string_view text)
 
 std::string Quoted(const char* text)
 {
-    if (text == nullptr)
+    if (text == nullptr) {
         return "null";
-    constexpr std::size_t longest = 200;
+    }
+    constexpr std::size_t Longest = 200;
     std::string quoted = "\"";
     for (const char* at = text; *at != 0; ++at) {
-        if (at == text + longest)
+        if (at == text + Longest) {
             return quoted + "\"...";
+        }
         const auto byte = static_cast<unsigned char>(*at);
         char escaped[8] = {*at, 0};
-        if (byte < 32 || byte == 127)
+        if (byte < 32 || byte == 127) {
             std::snprintf(escaped, sizeof escaped, "\\x%02x", static_cast<unsigned>(byte));
-        else if (byte == '"' || byte == '\\')
+        } else if (byte == '"' || byte == '\\') {
             std::snprintf(escaped, sizeof escaped, "\\%c", *at);
+        }
         quoted += escaped;
     }
     return quoted + "\"";

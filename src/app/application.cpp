@@ -22,8 +22,8 @@ BOOL CTarnTestApp::InitInstance()
 
 std::span<const DispatchEntry> CTarnTestApp::DispatchTable() const
 {
-    static constexpr DispatchEntry table[] = {
+    static constexpr DispatchEntry Table[] = {
         on::Command<&CTarnTestApp::OnHelp>(IdHelp),
     };
-    return table;
+    return Table;
 }

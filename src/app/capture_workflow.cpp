@@ -42,7 +42,7 @@ CLinkedPtr<CImage> ImageFromRecord(const TarnImageRecord& record);
 
 void CTarnTestDlg::EnableCapture()
 {
-    if (librariesClosed) {
+    if (m_librariesClosed) {
         return;
     }
     enableButton.EnableWindow(FALSE);
@@ -77,21 +77,21 @@ LRESULT CTarnTestDlg::OnTarnEvent(WPARAM wParam, LPARAM lParam)
         std::uint32_t event;
         void (CTarnTestDlg::*react)(std::uint32_t number);
     };
-    static constexpr Reaction reactions[] = {
+    static constexpr Reaction Reactions[] = {
         {2, &CTarnTestDlg::OnImageReady},    {3, &CTarnTestDlg::OnCaptureEnded},
         {4, &CTarnTestDlg::OnSensorIdle},    {6, &CTarnTestDlg::OnNewSeries},
         {7, &CTarnTestDlg::OnPreviewEnded},  {15, &CTarnTestDlg::OnReadyToExpose},
         {17, &CTarnTestDlg::OnExposureTone},
     };
 
-    if (librariesClosed) {
+    if (m_librariesClosed) {
         return 0;
     }
     const auto number = static_cast<std::uint32_t>(wParam);
     const auto result = static_cast<std::uint32_t>(lParam);
     const std::uint32_t event = result & 0xFFFFFF;
-    const auto reaction = std::ranges::find(reactions, event, &Reaction::event);
-    if (reaction != std::end(reactions)) {
+    const auto reaction = std::ranges::find(Reactions, event, &Reaction::event);
+    if (reaction != std::end(Reactions)) {
         (this->*reaction->react)(number);
     } else if ((result & ResultCategoryMask) != 0) {
         ReportEventResult(result);
@@ -104,10 +104,10 @@ void CTarnTestDlg::OnImageReady(std::uint32_t number)
     if (IsIconic()) {
         ShowWindow(SW_RESTORE);
     }
-    if (imagesInQuestion == MaxImagesInQuestion) {
+    if (m_imagesInQuestion == MaxImagesInQuestion) {
         return;
     }
-    const Counted inQuestion(imagesInQuestion);
+    const Counted inQuestion(m_imagesInQuestion);
     std::uint32_t imageId = 0;
     const std::uint32_t result = TryFetchImage(AnyUserId, number, imageId);
     if (result != 0) {
@@ -122,9 +122,9 @@ void CTarnTestDlg::OnImageReady(std::uint32_t number)
 
     // Other images may become current while a question about this one is open.
     const CLinkedPtr<CImage> image = currentImage;
-    const bool saved = autoSaveImages && TrySave(image);
-    const bool unasked = saved || (autoEnable && !autoSaveImages);
-    if ((unasked || AskToRemove()) && !librariesClosed) {
+    const bool saved = (autoSaveImages != 0) && TrySave(image);
+    const bool unasked = saved || ((autoEnable != 0) && (autoSaveImages == 0));
+    if ((unasked || AskToRemove()) && !m_librariesClosed) {
         TarnRemoveImage(AnyUserId, imageId);
     }
     if (autoEnable) {
@@ -216,22 +216,22 @@ void CTarnTestDlg::OnExposureTone(std::uint32_t)
 // of those that waited only the last is shown.
 void CTarnTestDlg::ReportEventResult(std::uint32_t result)
 {
-    if (eventResultShown) {
-        waitingResult = result;
-        ++waitingResults;
+    if (m_eventResultShown) {
+        m_waitingResult = result;
+        ++m_waitingResults;
         return;
     }
-    eventResultShown = true;
+    m_eventResultShown = true;
     ReportResult(result, m_hWnd, appTitle);
-    while (waitingResults != 0) {
-        const std::uint32_t before = std::exchange(waitingResults, 0) - 1;
+    while (m_waitingResults != 0) {
+        const std::uint32_t before = std::exchange(m_waitingResults, 0) - 1;
         if (before == 0) {
-            ReportResult(waitingResult, m_hWnd, appTitle);
+            ReportResult(m_waitingResult, m_hWnd, appTitle);
         } else {
-            ReportLastResult(waitingResult, before, m_hWnd, appTitle);
+            ReportLastResult(m_waitingResult, before, m_hWnd, appTitle);
         }
     }
-    eventResultShown = false;
+    m_eventResultShown = false;
 }
 
 void CTarnTestDlg::CheckStoredImages()
@@ -247,7 +247,7 @@ void CTarnTestDlg::CheckStoredImages()
 
     // Each pass takes the first image of the store, so the loop walks it while images are removed.
     int fruitlessPasses = 0;
-    while (fruitlessPasses < MaxFruitlessPasses && !librariesClosed) {
+    while (fruitlessPasses < MaxFruitlessPasses && !m_librariesClosed) {
         if (TarnGetImageCount(&count) != 0 || count == 0) {
             return;
         }

@@ -71,11 +71,11 @@ void CTarnTestDlg::BuildTitle(const std::string& headerText)
         std::string_view key;
         const char* unit;
     };
-    static constexpr Suffix suffixes[] = {{KilovoltKey, " kV"}, {MilliampereKey, " mA"}};
+    static constexpr Suffix Suffixes[] = {{KilovoltKey, " kV"}, {MilliampereKey, " mA"}};
 
     std::string title;
     GetHeaderValue(headerText, ProgramNameKey, HeaderSeparator, "", title);
-    for (const Suffix& suffix : suffixes) {
+    for (const Suffix& suffix : Suffixes) {
         std::string value;
         if (GetHeaderValue(headerText, suffix.key, HeaderSeparator, "", value)) {
             title += ", " + value + suffix.unit;
@@ -87,7 +87,7 @@ void CTarnTestDlg::BuildTitle(const std::string& headerText)
 void CTarnTestDlg::OnPaint()
 {
     if (IsIconic()) {
-        PaintMinimised();
+        PaintMinimized();
         return;
     }
     Default();
@@ -107,7 +107,7 @@ void CTarnTestDlg::OnPaint()
     paintTime = static_cast<double>(after) / frequency - static_cast<double>(before) / frequency;
 }
 
-void CTarnTestDlg::PaintMinimised()
+void CTarnTestDlg::PaintMinimized()
 {
     CPaintDC dc(this);
     Send(WM_ICONERASEBKGND, reinterpret_cast<WPARAM>(&dc));

@@ -12,11 +12,11 @@ void CTarnTestDlg::OnOpen()
 {
     CFileDialog fileDialog(TRUE, "*.q32", nullptr, OFN_FILEMUSTEXIST, "Q32 files (*.q32)|*.q32||",
                            this);
-    fileDialog.SetInitialFolder(openFolder);
+    fileDialog.SetInitialFolder(m_openFolder);
     if (fileDialog.DoModal() != IDOK) {
         return;
     }
-    openFolder = std::filesystem::path(fileDialog.GetPathName()).parent_path().string();
+    m_openFolder = std::filesystem::path(fileDialog.GetPathName()).parent_path().string();
     OpenImageFile(fileDialog.GetPathName());
 }
 

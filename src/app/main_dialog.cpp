@@ -35,7 +35,7 @@ CTarnTestDlg::CTarnTestDlg(CWnd* parent) : CDialog(MainDialogTemplate, parent), 
 
 std::span<const DispatchEntry> CTarnTestDlg::DispatchTable() const
 {
-    static constexpr DispatchEntry table[] = {
+    static constexpr DispatchEntry Table[] = {
         on::Paint<&CTarnTestDlg::OnPaint>(),
         on::Message<&CTarnTestDlg::OnQueryDragIcon>(WM_QUERYDRAGICON),
         on::Command<&CTarnTestDlg::AbortCapture>(IdAbort),
@@ -67,7 +67,7 @@ std::span<const DispatchEntry> CTarnTestDlg::DispatchTable() const
         on::LeaveField<&CTarnTestDlg::ApplyLutWindowWidth>(IdLutWindowWidth),
         on::Command<&CTarnTestDlg::RestartSeries>(IdAutoSaveImages),
     };
-    return table;
+    return Table;
 }
 
 void CTarnTestDlg::DoDataExchange(CDataExchange* dx)
@@ -102,8 +102,8 @@ BOOL CTarnTestDlg::OnInitDialog()
 
     ReportResult(TarnOpen(m_hWnd, appTitle.c_str()), m_hWnd, appTitle);
     // The 16-bit values 1, 1, 27, 0 and the 32-bit value 0, little-endian.
-    static constexpr std::uint8_t startUpBlock[12] = {1, 0, 1, 0, 27};
-    ReportResult(SetLibraryBlock(LibraryParameter::StartUpBlock, startUpBlock, sizeof startUpBlock),
+    static constexpr std::uint8_t StartUpBlock[12] = {1, 0, 1, 0, 27};
+    ReportResult(SetLibraryBlock(LibraryParameter::StartUpBlock, StartUpBlock, sizeof StartUpBlock),
                  m_hWnd, appTitle);
     ReadLibraryOptions();
 
@@ -135,7 +135,7 @@ void CTarnTestDlg::ReadLibraryOptions()
     // The library's flag says that the check is on, the box that it is off.
     BOOL gainCheck = FALSE;
     GetDeviceFlag(0, DeviceParameter::GainCheck, gainCheck);
-    noGainCheck = gainCheck == 0;
+    noGainCheck = gainCheck == 0 ? TRUE : FALSE;
 }
 
 void CTarnTestDlg::OnTimer(UINT_PTR timer)
@@ -153,7 +153,7 @@ void CTarnTestDlg::OnTimer(UINT_PTR timer)
 
 void CTarnTestDlg::UpdateCaptureButtons()
 {
-    if (librariesClosed) {
+    if (m_librariesClosed) {
         return;
     }
     DeviceList* list = nullptr;
@@ -174,14 +174,14 @@ void CTarnTestDlg::UpdateCaptureButtons()
         mayAbort &= abortState != 2;
     }
     TarnFreeObject(list);
-    enableButton.EnableWindow(canArm && mayArm);
-    abortButton.EnableWindow(canAbort && mayAbort);
+    enableButton.EnableWindow(canArm && mayArm ? TRUE : FALSE);
+    abortButton.EnableWindow(canAbort && mayAbort ? TRUE : FALSE);
 }
 
 bool CTarnTestDlg::CanCloseNow()
 {
     CWaitCursor waitCursor;
-    if (!librariesClosed && !AllDevicesIdle()) {
+    if (!m_librariesClosed && !AllDevicesIdle()) {
         waitCursor.Restore();
         MessageBoxA(m_hWnd, "Can not close during capturing!", appTitle.c_str(),
                     MB_OK | MB_ICONSTOP | MB_TOPMOST);
@@ -193,10 +193,10 @@ bool CTarnTestDlg::CanCloseNow()
 
 void CTarnTestDlg::CloseLibraries()
 {
-    if (librariesClosed) {
+    if (m_librariesClosed) {
         return;
     }
-    librariesClosed = true;
+    m_librariesClosed = true;
     TarnClearNotifyWindow(m_hWnd);
     QuilletClose(previewHandle);
     TarnClose();
@@ -227,7 +227,7 @@ void CTarnTestDlg::OnEscape()
 LRESULT CTarnTestDlg::OnEndSession(WPARAM, LPARAM)
 {
     // The process is being ended: no question can be asked, but no sensor may stay armed.
-    if (!librariesClosed && !AllDevicesIdle()) {
+    if (!m_librariesClosed && !AllDevicesIdle()) {
         TarnDisableCapture(0, 1);
     }
     CloseLibraries();

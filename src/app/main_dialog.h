@@ -134,7 +134,7 @@ private:
     // Display.
     void LayoutImageArea();
     void OnPaint();
-    void PaintMinimised();
+    void PaintMinimized();
     void FitRange();
     void SetView(double newZoom);
     void OnZoomIn();
@@ -152,10 +152,10 @@ private:
     void OnOpen();
     LRESULT OnFileDropped(WPARAM wParam, LPARAM lParam);
 
-    std::string openFolder; // where the last opened file stood
-    bool librariesClosed = false;
-    int imagesInQuestion = 0;      // arrived and not yet answered for
-    bool eventResultShown = false; // one box for event results at a time
-    std::uint32_t waitingResult = 0;
-    std::uint32_t waitingResults = 0;
+    std::string m_openFolder; // where the last opened file stood
+    bool m_librariesClosed = false;
+    int m_imagesInQuestion = 0;      // arrived and not yet answered for
+    bool m_eventResultShown = false; // one box for event results at a time
+    std::uint32_t m_waitingResult = 0;
+    std::uint32_t m_waitingResults = 0;
 };

@@ -27,7 +27,7 @@ constexpr ExportLine Line(std::string_view library, unsigned number)
             }};
 }
 
-constexpr ExportLine exportLines[] = {
+constexpr ExportLine ExportLines[] = {
     Line<&LibraryExports::open>("Tarn", 1),
     Line<&LibraryExports::close>("Tarn", 2),
     Line<&LibraryExports::setNotifyWindow>("Tarn", 3),
@@ -48,7 +48,7 @@ constexpr ExportLine exportLines[] = {
     Line<&LibraryExports::quilletClose>("Quillet", 2),
     Line<&LibraryExports::quilletShow>("Quillet", 4),
 };
-static_assert(std::size(exportLines) * sizeof(void (*)()) == sizeof(LibraryExports));
+static_assert(std::size(ExportLines) * sizeof(void (*)()) == sizeof(LibraryExports));
 
 LibraryExports loadedExports;
 bool allLoaded = false;
@@ -78,14 +78,15 @@ std::uint32_t Fetch(std::uint32_t (*LibraryExports::*member)(Parameters...), Obj
 const LibraryExports* UseLibraryExports(const LibraryExports* exports)
 {
     const LibraryExports* former = exportsInUse;
-    exportsInUse = exports ? exports : &loadedExports;
+    exportsInUse = exports != nullptr ? exports : &loadedExports;
     return former == &loadedExports ? nullptr : former;
 }
 
 std::uint32_t TarnOpen(HWND owner, const char* name)
 {
-    if (exportsInUse == &loadedExports && !allLoaded)
+    if (exportsInUse == &loadedExports && !allLoaded) {
         LoadLibraries();
+    }
     const std::uint32_t result = Call(&LibraryExports::open, owner, name);
     const bool incomplete = exportsInUse == &loadedExports && !allLoaded;
     return result == 0 && incomplete ? ErrorExportMissing : result;
@@ -100,16 +101,18 @@ void LoadLibraries()
     loadFailures.clear();
     for (const char* library : {"Tarn", "Quillet"}) {
         const HMODULE module = LoadLibraryA(library);
-        if (!module) {
+        if (module == nullptr) {
             loadFailures += LoadFailure() + '\n';
             continue;
         }
-        for (const ExportLine& line : exportLines) {
-            if (line.library != library)
+        for (const ExportLine& line : ExportLines) {
+            if (line.library != library) {
                 continue;
+            }
             void* address = GetProcAddress(module, line.number);
-            if (!address)
+            if (address == nullptr) {
                 loadFailures += LoadFailure() + '\n';
+            }
             line.store(loadedExports, address);
         }
     }
@@ -183,42 +186,49 @@ std::uint32_t TarnGetImageCount(std::uint32_t* count)
 {
     *count = 0;
     const std::uint32_t result = Call(&LibraryExports::getImageCount, count);
-    if (result != 0)
+    if (result != 0) {
         *count = 0;
+    }
     return result;
 }
 
 std::uint32_t TarnDescribeResult(std::uint32_t result, char* text, std::uint32_t capacity)
 {
-    if (capacity > 0)
+    if (capacity > 0) {
         text[0] = '\0';
+    }
     if (result == ErrorExportMissing) {
         const std::string_view failures = loadFailures;
         const std::string_view description = failures.empty()
                                                  ? "The capture library lacks this operation."
                                                  : failures.substr(0, failures.size() - 1);
-        if (capacity > 0)
+        if (capacity > 0) {
             text[description.copy(text, capacity - 1)] = '\0';
+        }
         return result;
     }
-    if (!exportsInUse->describeResult)
+    if (exportsInUse->describeResult == nullptr) {
         return result;
+    }
     const std::uint32_t described = exportsInUse->describeResult(result, text, capacity);
-    if (capacity > 0)
+    if (capacity > 0) {
         text[capacity - 1] = '\0';
+    }
     return described;
 }
 
 void TarnFreeObject(void* object)
 {
-    if (exportsInUse->freeObject)
+    if (exportsInUse->freeObject != nullptr) {
         exportsInUse->freeObject(object);
+    }
 }
 
 std::span<const DeviceListEntry> Entries(const DeviceList* list)
 {
-    if (!list || !list->entries)
+    if (list == nullptr || list->entries == nullptr) {
         return {};
+    }
     return {list->entries, list->count};
 }
 

@@ -82,7 +82,7 @@ std::span<const DeviceListEntry> Entries(const DeviceList* list);
 // The library's texts may be null; those read as empty.
 inline const char* TextOrEmpty(const char* text)
 {
-    return text ? text : "";
+    return text != nullptr ? text : "";
 }
 
 // screenArea: where on the screen the preview stands. *handle: the preview's handle.

@@ -52,8 +52,9 @@ std::uint32_t SetDeviceText(std::uint32_t device, std::uint32_t parameter, const
 bool GetDeviceInt(std::uint32_t device, std::uint32_t parameter, std::uint32_t& value)
 {
     const Value object = DeviceParam(device, parameter);
-    if (!IsType(object, TarnTypeInteger))
+    if (!IsType(object, TarnTypeInteger)) {
         return false;
+    }
     value = static_cast<std::uint32_t>(object->value);
     return true;
 }
@@ -67,8 +68,9 @@ std::uint32_t SetDeviceInt(std::uint32_t device, std::uint32_t parameter, std::u
 bool GetDeviceFlag(std::uint32_t device, std::uint32_t parameter, std::int32_t& value)
 {
     const Value object = DeviceParam(device, parameter);
-    if (!IsType(object, TarnTypeFlag))
+    if (!IsType(object, TarnTypeFlag)) {
         return false;
+    }
     value = static_cast<std::int32_t>(object->value);
     return true;
 }
@@ -85,10 +87,12 @@ bool GetDeviceBlock(std::uint32_t device, std::uint32_t parameter, void* bytes, 
     TarnValue* received = nullptr;
     const std::uint32_t result = TarnGetDeviceParam(device, parameter, &received);
     const Value object(received);
-    if (result != 0 || !IsType(object, TarnTypeBlock))
+    if (result != 0 || !IsType(object, TarnTypeBlock)) {
         return false;
-    if (object->value != size || !object->pointer)
+    }
+    if (object->value != size || object->pointer == nullptr) {
         return false;
+    }
     std::memcpy(bytes, object->pointer, size);
     return true;
 }
@@ -133,8 +137,9 @@ bool IsType(const Value& object, std::uint32_t type)
 
 bool AppendText(const Value& object, std::string& text)
 {
-    if (!IsType(object, TarnTypeText))
+    if (!IsType(object, TarnTypeText)) {
         return false;
+    }
     text += TextOrEmpty(reinterpret_cast<const char*>(object->value));
     return true;
 }

@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr char detailIndent[] = "    ";
+constexpr char DetailIndent[] = "    ";
 
 // What a state is called, or the device parameter whose result code tells it.
 struct StateLine
@@ -17,7 +17,7 @@ struct StateLine
     std::uint32_t resultParameter;
 };
 
-constexpr StateLine stateLines[] = {
+constexpr StateLine StateLines[] = {
     {1, "Stand by", 0},        {2, "Active", 0},  {3, "Waiting for image data", 0},
     {4, "Capture enabled", 0}, {100, nullptr, 1}, {101, nullptr, 6},
 };
@@ -34,7 +34,7 @@ std::string LibraryReport()
 {
     std::string version;
     GetLibraryText(8, version);
-    std::string report = "***** Tarn *****\nVersion:\n" + IndentText(version, detailIndent) +
+    std::string report = "***** Tarn *****\nVersion:\n" + IndentText(version, DetailIndent) +
                          "\n\n***** Tarn devices *****\n";
 
     DeviceList* received = nullptr;
@@ -42,10 +42,12 @@ std::string LibraryReport()
     const LibraryObject<DeviceList> list(received);
     std::string explanation;
     DescribeResult(result, explanation, nullptr, "");
-    if (!list)
+    if (!list) {
         return report + "\nCould not get devicelist. Tarn reports:\n" + explanation + '\n';
-    for (const DeviceListEntry& entry : Entries(list.get()))
+    }
+    for (const DeviceListEntry& entry : Entries(list.get())) {
         report += DeviceStatusText(entry) + "\n\n";
+    }
     return report;
 }
 
@@ -62,10 +64,11 @@ std::string DeviceStatusText(const DeviceListEntry& entry)
     const std::string gainFile = DeviceText(device, 3);
     text += "\nHwID: " + hardwareId;
     text += "\nGain file: " + (gainRemark.empty() ? gainFile : "\n     " + gainRemark + '\n');
-    text += "\nVersion:\n" + IndentText(DeviceText(device, 8), detailIndent);
+    text += "\nVersion:\n" + IndentText(DeviceText(device, 8), DetailIndent);
     const std::string specific = DeviceText(device, 9);
-    if (!specific.empty())
-        text += "\nDevice specific:\n" + IndentText(specific, detailIndent);
+    if (!specific.empty()) {
+        text += "\nDevice specific:\n" + IndentText(specific, DetailIndent);
+    }
     return text;
 }
 
@@ -74,8 +77,9 @@ std::string IndentText(const std::string& text, const std::string& indent)
     std::string indented = text.starts_with('\n') ? "" : indent;
     for (const char character : text) {
         indented += character;
-        if (character == '\n')
+        if (character == '\n') {
             indented += indent;
+        }
     }
     return indented;
 }
@@ -84,10 +88,13 @@ namespace {
 
 std::string StateText(const DeviceListEntry& entry)
 {
-    for (const StateLine& line : stateLines)
-        if (line.state == entry.state)
-            return line.text ? line.text
-                             : ResultDescription(DeviceInt(entry.number, line.resultParameter));
+    for (const StateLine& line : StateLines) {
+        if (line.state == entry.state) {
+            return line.text != nullptr
+                       ? line.text
+                       : ResultDescription(DeviceInt(entry.number, line.resultParameter));
+        }
+    }
     return "Unknown";
 }
 

@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr std::uint32_t descriptionCapacity = 2000;
+constexpr std::uint32_t DescriptionCapacity = 2000;
 
 struct Category
 {
@@ -15,12 +15,12 @@ struct Category
     UINT boxStyle;
 };
 
-constexpr Category categories[] = {
+constexpr Category Categories[] = {
     {ResultWarning, "Warning number: ", MB_TOPMOST | MB_ICONEXCLAMATION},
     {ResultError, "Error number: ", MB_TOPMOST | MB_ICONHAND},
     {ResultInformation, "Info number: ", MB_TOPMOST | MB_ICONASTERISK},
 };
-constexpr Category noCategory = {0, "", MB_TOPMOST};
+constexpr Category NoCategory = {0, "", MB_TOPMOST};
 
 std::uint32_t DescribeAndShow(std::uint32_t result, const std::string& remark, std::string& text,
                               HWND owner, const std::string& caption);
@@ -53,7 +53,7 @@ std::uint32_t ReportLastResult(std::uint32_t result, std::uint32_t earlier, HWND
 std::string ResultDescription(std::uint32_t result)
 {
     std::string description;
-    Describe(result, descriptionCapacity, description);
+    Describe(result, DescriptionCapacity, description);
     return description;
 }
 
@@ -62,15 +62,17 @@ namespace {
 std::uint32_t DescribeAndShow(std::uint32_t result, const std::string& remark, std::string& text,
                               HWND owner, const std::string& caption)
 {
-    if (result == 0)
+    if (result == 0) {
         return 0;
-    const bool shown = owner || !caption.empty();
+    }
+    const bool shown = owner != nullptr || !caption.empty();
     std::string description;
-    const std::uint32_t code = Describe(result, shown ? descriptionCapacity : 0, description);
+    const std::uint32_t code = Describe(result, shown ? DescriptionCapacity : 0, description);
     const Category& category = CategoryOf(code);
     text = category.prefix + std::to_string(code & 0xFFFF) + '\n' + description + remark;
-    if (shown)
+    if (shown) {
         MessageBoxA(owner, text.c_str(), caption.c_str(), MB_OK | category.boxStyle);
+    }
     return code;
 }
 
@@ -78,7 +80,7 @@ std::uint32_t DescribeAndShow(std::uint32_t result, const std::string& remark, s
 // it knows of ends such a text, too.
 std::uint32_t Describe(std::uint32_t result, std::uint32_t capacity, std::string& description)
 {
-    char buffer[descriptionCapacity + 1] = {};
+    char buffer[DescriptionCapacity + 1] = {};
     const std::uint32_t code = TarnDescribeResult(result, buffer, capacity);
     description = buffer;
     return code;
@@ -86,10 +88,12 @@ std::uint32_t Describe(std::uint32_t result, std::uint32_t capacity, std::string
 
 const Category& CategoryOf(std::uint32_t code)
 {
-    for (const Category& category : categories)
-        if (category.code == (code & ResultCategoryMask))
+    for (const Category& category : Categories) {
+        if (category.code == (code & ResultCategoryMask)) {
             return category;
-    return noCategory;
+        }
+    }
+    return NoCategory;
 }
 
 } // namespace

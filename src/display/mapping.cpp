@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr std::uint32_t GreyLevels = 256;
+constexpr std::uint32_t GrayLevels = 256;
 
 // The most rows and columns of samples of a block that is drawn in a strip. The step keeps blocks
 // below this; others are summed sample by sample.
@@ -84,23 +84,25 @@ std::uint8_t DrawBlock(const Source<Sample>& source, Block rows, Block columns,
                        const std::uint8_t* lut);
 void RepeatIntoEmptyBlocks(std::uint8_t* picture, std::uint32_t lineLength, std::uint32_t rows,
                            std::uint32_t columns, std::uint32_t filledRows,
-                           std::uint32_t filledColumns, std::uint8_t grey);
+                           std::uint32_t filledColumns, std::uint8_t gray);
 
 } // namespace
 
 std::optional<ScaleRange> FitScaleRange(const CImage& image, double lutWindowWidth)
 {
-    if (!image.m_data || (image.m_pixelBytes != 1 && image.m_pixelBytes != 2))
+    if (image.m_data == nullptr || (image.m_pixelBytes != 1 && image.m_pixelBytes != 2)) {
         return std::nullopt;
+    }
     const auto count = static_cast<std::int32_t>(std::min<std::uint64_t>(
         std::uint64_t{image.m_width} * image.m_height, std::numeric_limits<std::int32_t>::max()));
     const double cut = 1 - lutWindowWidth * 0.01;
     double lo, hi;
-    if (image.m_pixelBytes == 1)
+    if (image.m_pixelBytes == 1) {
         ComputeRange8(count, image.m_data, cut, 0.0, MMFitWindow, &lo, &hi);
-    else
+    } else {
         ComputeRange16(count, reinterpret_cast<const std::uint16_t*>(image.m_data), cut, 0.0,
                        MMFitWindow, &lo, &hi);
+    }
     const std::uint32_t width = TruncateToUInt32(hi - lo);
     return ScaleRange{TruncateToUInt32(width / 2 + lo), width};
 }
@@ -114,24 +116,26 @@ void BuildDisplayLut(std::uint8_t* lut, std::uint32_t size, std::uint32_t center
                      std::uint32_t width, double gamma, bool negative, std::uint32_t maxValue)
 {
     const double g = gamma > 0 ? 1 / gamma : 1.0;
-    std::uint8_t grey[GreyLevels];
-    for (std::uint32_t level = 0; level < GreyLevels; ++level) {
+    std::uint8_t gray[GrayLevels];
+    for (std::uint32_t level = 0; level < GrayLevels; ++level) {
         const double share = level * 0.00392156862745098;
-        grey[level] = static_cast<std::uint8_t>(255 * (g == 1.0 ? share : std::pow(share, g)));
+        gray[level] = static_cast<std::uint8_t>(255 * (g == 1.0 ? share : std::pow(share, g)));
     }
 
     const double start = center - width * 0.5;
     const auto levelAt = [&](std::uint32_t i) {
         double x = i - start;
-        if (negative)
+        if (negative) {
             x = maxValue - x;
-        if (width == 0)
+        }
+        if (width == 0) {
             return x > 0 ? 255u : 0u;
+        }
         const double v = x * 255 / width;
         return v >= 255 ? 255u : v < 0 ? 0u : static_cast<std::uint32_t>(v);
     };
 
-    const std::uint32_t lastLevel = negative ? 0 : GreyLevels - 1;
+    const std::uint32_t lastLevel = negative ? 0 : GrayLevels - 1;
     for (std::uint32_t i = 0; i < size;) {
         const std::uint32_t level = levelAt(i);
         std::uint32_t end = size;
@@ -139,11 +143,13 @@ void BuildDisplayLut(std::uint8_t* lut, std::uint32_t size, std::uint32_t center
             const double x = width * (negative ? level : level + 1.0) / 255;
             end = std::clamp(TruncateToUInt32(start + (negative ? maxValue - x : x)), i + 1, size);
         }
-        while (end < size && levelAt(end) == level)
+        while (end < size && levelAt(end) == level) {
             ++end;
-        while (levelAt(end - 1) != level)
+        }
+        while (levelAt(end - 1) != level) {
             --end;
-        std::memset(lut + i, grey[level], end - i);
+        }
+        std::memset(lut + i, gray[level], end - i);
         i = end;
     }
 }
@@ -151,17 +157,20 @@ void BuildDisplayLut(std::uint8_t* lut, std::uint32_t size, std::uint32_t center
 void RenderToDisplay(const CImage* source, const std::uint8_t* lut, double zoom, std::uint32_t cx,
                      std::uint32_t cy, CImage* display)
 {
-    if (!source || !source->m_data || !display || !display->m_data || !(zoom > 0))
+    if (source == nullptr || source->m_data == nullptr || display == nullptr ||
+        display->m_data == nullptr || !(zoom > 0)) {
         return;
+    }
     const std::uint32_t width = source->m_width, height = source->m_height;
     const double scale = std::max(static_cast<double>(width) / display->m_width / zoom,
                                   static_cast<double>(height) / display->m_height / zoom);
     const std::uint32_t step = TruncateToUInt32(scale * 2 / 7 + 1.0);
-    if (source->m_pixelBytes == 1)
+    if (source->m_pixelBytes == 1) {
         Resample8(source->m_data, width, height, lut, cx, cy, scale, scale, step, *display);
-    else if (source->m_pixelBytes == 2)
+    } else if (source->m_pixelBytes == 2) {
         Resample16(reinterpret_cast<const std::uint16_t*>(source->m_data), width, height, lut, cx,
                    cy, scale, scale, step, *display);
+    }
 }
 
 std::uint32_t Resample8(const std::uint8_t* samples, std::uint32_t width, std::uint32_t height,
@@ -192,14 +201,16 @@ template <typename Sample>
 std::uint32_t Resample(const Source<Sample>& source, const std::uint8_t* lut, std::uint32_t cx,
                        std::uint32_t cy, double scaleX, double scaleY, CImage& display)
 {
-    if (!display.m_data || !(scaleX > 0) || !(scaleY > 0) || source.step == 0)
+    if (!display.m_data || !(scaleX > 0) || !(scaleY > 0) || source.step == 0) {
         return 0;
+    }
     const std::uint32_t rows =
         TruncateToUInt32(std::min(static_cast<double>(display.m_height), source.height / scaleY));
     const std::uint32_t columns =
         TruncateToUInt32(std::min(display.m_width - 1.0, source.width / scaleX));
-    if (rows == 0 || columns == 0)
+    if (rows == 0 || columns == 0) {
         return 0;
+    }
     const std::uint32_t top = (display.m_height - rows) / 2;
     std::uint8_t* const picture = display.m_data + std::size_t{display.m_width} * top;
     const double yStart = FirstSource(cy, display.m_height, scaleY, source.height);
@@ -209,30 +220,35 @@ std::uint32_t Resample(const Source<Sample>& source, const std::uint8_t* lut, st
     std::uint32_t column = 0, filledRows = 0;
     while (column < columns) {
         const Block block = BlockAt(x, scaleX, source.width);
-        if (block.IsEmpty())
+        if (block.IsEmpty()) {
             break;
+        }
         Strip strip;
-        if (fewRows)
+        if (fewRows) {
             x = FillStrip(strip, x, scaleX, columns - column, source.width, source.step);
+        }
         std::uint8_t* line = picture + column;
         double y = yStart;
         Block former{0, 0};
         for (filledRows = 0; filledRows < rows; ++filledRows) {
             const Block blockRows = BlockAt(y, scaleY, source.height);
-            if (blockRows.IsEmpty())
+            if (blockRows.IsEmpty()) {
                 break;
-            if (strip.columns == 0)
+            }
+            if (strip.columns == 0) {
                 *line = DrawBlock(source, blockRows, block, lut);
-            else if (blockRows.lo == former.lo && blockRows.hi == former.hi)
+            } else if (blockRows.lo == former.lo && blockRows.hi == former.hi) {
                 std::memcpy(line, line - display.m_width, strip.columns);
-            else
+            } else {
                 DrawStrip(strip, source, blockRows, lut, line);
+            }
             former = blockRows;
             line += display.m_width;
             y += scaleY;
         }
-        if (strip.columns == 0)
+        if (strip.columns == 0) {
             x += scaleX;
+        }
         column += std::max(strip.columns, 1u);
     }
     RepeatIntoEmptyBlocks(picture, display.m_width, rows, columns, filledRows, column, lut[0]);
@@ -252,8 +268,9 @@ Block BlockAt(double start, double scale, std::uint32_t extent)
 {
     const std::uint32_t lo = TruncateToUInt32(start);
     std::uint32_t hi = TruncateToUInt32(start + scale + 0.5);
-    if (hi == lo)
+    if (hi == lo) {
         hi += 1;
+    }
     return {lo, std::min(hi, extent)};
 }
 
@@ -266,8 +283,9 @@ double FillStrip(Strip& strip, double x, double scale, std::uint32_t columns,
     while (strip.columns < std::min(columns, Strip::MaxColumns)) {
         const Block block = BlockAt(x, scale, sourceWidth);
         if (block.IsEmpty() || block.hi - strip.first > Strip::MaxSpan ||
-            block.Taps(step) > MaxTaps)
+            block.Taps(step) > MaxTaps) {
             break;
+        }
         Strip::Group& group = strip.groups[block.Taps(step)];
         group.places[group.count] = static_cast<std::uint16_t>(strip.columns);
         group.starts[group.count] = static_cast<std::uint16_t>(block.lo - strip.first);
@@ -304,8 +322,9 @@ TARNTEST_IN_CLONES void SumRowsOf(const Sample* samples, std::size_t stride, std
 {
     for (std::uint32_t x = 0; x < span; ++x) {
         std::uint32_t sum = samples[x];
-        for (std::uint32_t row = 1; row < Rows; ++row)
+        for (std::uint32_t row = 1; row < Rows; ++row) {
             sum += samples[x + row * stride];
+        }
         sums[x] = sum;
     }
 }
@@ -350,16 +369,17 @@ template <std::uint32_t Taps>
 void DrawColumns(const Strip::Group& group, const std::uint32_t* columnSums, std::uint32_t step,
                  std::uint32_t rows, const std::uint8_t* lut, std::uint8_t* line)
 {
-    constexpr std::uint64_t samples = MaxTaps * MaxTaps;
-    static_assert(samples * std::numeric_limits<std::uint16_t>::max() * samples < 1u << 31);
+    constexpr std::uint64_t Samples = MaxTaps * MaxTaps;
+    static_assert(Samples * std::numeric_limits<std::uint16_t>::max() * Samples < 1u << 31);
     const std::uint64_t n = std::uint64_t{Taps} * rows;
     const std::uint64_t reciprocal = ((1u << 31) + n - 1) / n;
     const std::uint32_t count = group.count; // a pixel written might be any byte, also of this
     for (std::uint32_t i = 0; i < count; ++i) {
         const std::uint32_t* const block = columnSums + group.starts[i];
         std::uint64_t sum = block[0];
-        for (std::uint32_t tap = 1; tap < Taps; ++tap)
+        for (std::uint32_t tap = 1; tap < Taps; ++tap) {
             sum += block[std::size_t{tap} * step];
+        }
         line[group.places[i]] = lut[(sum * reciprocal >> 31) % 4096];
     }
 }
@@ -378,17 +398,18 @@ std::uint8_t DrawBlock(const Source<Sample>& source, Block rows, Block columns,
     return lut[sum / n % 4096];
 }
 
-// Empty blocks repeat the pixel before them; grey is what stands before the first one.
+// Empty blocks repeat the pixel before them; gray is what stands before the first one.
 void RepeatIntoEmptyBlocks(std::uint8_t* picture, std::uint32_t lineLength, std::uint32_t rows,
                            std::uint32_t columns, std::uint32_t filledRows,
-                           std::uint32_t filledColumns, std::uint8_t grey)
+                           std::uint32_t filledColumns, std::uint8_t gray)
 {
     for (std::uint32_t row = 0; row < rows; ++row) {
         std::uint8_t* line = picture + std::size_t{lineLength} * row;
         const std::uint32_t filled = row < filledRows ? filledColumns : 0;
-        if (filled > 0)
-            grey = line[filled - 1];
-        std::memset(line + filled, grey, columns - filled);
+        if (filled > 0) {
+            gray = line[filled - 1];
+        }
+        std::memset(line + filled, gray, columns - filled);
     }
 }
 

@@ -1,6 +1,6 @@
-// Display mapping: from sample values to the grey levels of the display image.
+// Display mapping: from sample values to the gray levels of the display image.
 //
-//   current image --FitScaleRange--> centre, width --BuildDisplayLut--> table
+//   current image --FitScaleRange--> center, width --BuildDisplayLut--> table
 //         \------------------------ RenderToDisplay ---------------------/--> display image
 //
 // The display image has one byte a pixel; its row 0 is the bottom line on screen.
@@ -11,14 +11,14 @@
 #include <cstdint>
 #include <optional>
 
-// The band of sample values spread over the grey levels, in sample units.
+// The band of sample values spread over the gray levels, in sample units.
 struct ScaleRange
 {
     std::uint32_t center, width;
 };
 
 inline constexpr std::uint32_t DisplayLutSize = 65536;
-inline constexpr std::uint32_t DisplayBackground = 128; // grey where there is no picture
+inline constexpr std::uint32_t DisplayBackground = 128; // gray where there is no picture
 inline constexpr std::uint32_t InitialMaxSampleValue = 4095;
 
 // 2^bits - 1; 2^32 - 1 from 32 bits up.
@@ -32,13 +32,13 @@ constexpr std::uint32_t MaxSampleValue(std::uint32_t bitsPerSample)
 std::optional<ScaleRange> FitScaleRange(const CImage& image, double lutWindowWidth);
 
 // Fills size entries. Samples from center - width/2 up to center + width/2 rise from 0 to 255, bent
-// by pow(grey / 255, 1 / gamma); a gamma of 0 or below (or NaN) bends nothing. Negative mirrors
+// by pow(gray / 255, 1 / gamma); a gamma of 0 or below (or NaN) bends nothing. Negative mirrors
 // the samples at maxValue. A width of 0 is a step: 0 up to the center, 255 above it.
 void BuildDisplayLut(std::uint8_t* lut, std::uint32_t size, std::uint32_t center,
                      std::uint32_t width, double gamma, bool negative, std::uint32_t maxValue);
 
 // Draws the source over the display image, as large as fits at zoom 1, around the view center
-// (cx, cy in source pixels) above it; the picture starts at the left edge and is centred
+// (cx, cy in source pixels) above it; the picture starts at the left edge and is centered
 // vertically. Pixels outside the picture stay as they are. lut: DisplayLutSize entries, of which
 // the lowest 4,096 are used. Does nothing when an image is missing or has no pixels, when the
 // source's pixels are not of 1 or 2 bytes, or when the zoom is not above 0.

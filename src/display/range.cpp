@@ -77,18 +77,21 @@ void MMCountCut(std::int32_t n, const std::uint32_t* histogram, double a, double
     HistogramStats(n, histogram, lo, hi, &mean, &total);
     if (0 < a && a < 1) {
         auto i = static_cast<std::int32_t>(*lo);
-        for (double remaining = total * a; i < n && remaining > 0; ++i)
+        for (double remaining = total * a; i < n && remaining > 0; ++i) {
             remaining -= histogram[i];
+        }
         *lo = i;
     }
     if (0 < b && b < 1) {
         auto i = static_cast<std::int32_t>(*hi);
-        for (double remaining = total * b; i > 0 && remaining > 0; --i)
+        for (double remaining = total * b; i > 0 && remaining > 0; --i) {
             remaining -= histogram[i];
+        }
         *hi = i;
     }
-    if (*hi < *lo)
+    if (*hi < *lo) {
         *hi = *lo;
+    }
 }
 
 // With W = share x (last - first), for every start i from first while i < last - W:
@@ -104,8 +107,9 @@ void MMFitWindow(std::int32_t n, const std::uint32_t* histogram, double a, doubl
         const auto bins = static_cast<std::int32_t>(std::ceil(window));
         const auto end = static_cast<std::int32_t>(std::ceil(last - window));
         std::uint32_t sum = 0;
-        for (std::int32_t k = 0; k < bins; ++k)
+        for (std::int32_t k = 0; k < bins; ++k) {
             sum += histogram[first + k];
+        }
         std::uint32_t best = 0;
         for (std::int32_t i = first; i < end; ++i) {
             if (sum > best) {
@@ -117,8 +121,9 @@ void MMFitWindow(std::int32_t n, const std::uint32_t* histogram, double a, doubl
     }
     *lo = bestStart;
     *hi = bestStart + window;
-    if (*hi < *lo)
+    if (*hi < *lo) {
         *hi = *lo;
+    }
 }
 
 void HistogramStats(std::int32_t n, const std::uint32_t* histogram, double* first, double* last,
@@ -134,8 +139,9 @@ void HistogramStats(std::int32_t n, const std::uint32_t* histogram, double* firs
         *total += histogram[j];
         sum += static_cast<std::uint32_t>(j) * histogram[j];
     }
-    if (*total > 0)
+    if (*total > 0) {
         *mean = sum / *total;
+    }
 }
 
 namespace {
@@ -160,8 +166,9 @@ void ComputeRange(std::int32_t count, const Sample* samples, double a, double b,
 template <typename Sample>
 TARNTEST_IN_CLONES OccupiedRange FindExtremes(std::int32_t count, const Sample* samples)
 {
-    if (count <= 0)
+    if (count <= 0) {
         return {0, 0};
+    }
     Sample smallest = std::numeric_limits<Sample>::max();
     Sample largest = 0;
     for (std::int32_t i = 0; i < count; ++i) {
@@ -184,28 +191,34 @@ OccupiedRange FindOccupiedSamples(std::int32_t count, const std::uint16_t* sampl
 }
 
 // Four quarters of the picture are counted side by side: a processor fetches several streams at
-// once sooner than one, and neighbours, which are often alike, do not wait for each other's bin.
+// once sooner than one, and neighbors, which are often alike, do not wait for each other's bin.
 template <typename Sample>
 void CountSamples(std::int32_t count, const Sample* samples, std::uint32_t* histogram)
 {
     const std::int32_t quarter = count / 4;
-    for (std::int32_t i = 0; i < quarter; ++i)
-        for (std::int32_t q = 0; q < 4; ++q)
+    for (std::int32_t i = 0; i < quarter; ++i) {
+        for (std::int32_t q = 0; q < 4; ++q) {
             ++histogram[samples[i + q * quarter]];
-    for (std::int32_t i = quarter * 4; i < count; ++i)
+        }
+    }
+    for (std::int32_t i = quarter * 4; i < count; ++i) {
         ++histogram[samples[i]];
+    }
 }
 
 OccupiedRange FindOccupiedBins(std::int32_t n, const std::uint32_t* histogram)
 {
     std::int32_t first = 0;
-    while (first < n && histogram[first] == 0)
+    while (first < n && histogram[first] == 0) {
         ++first;
-    if (first >= n)
+    }
+    if (first >= n) {
         return {0, 0};
+    }
     std::int32_t last = n - 1;
-    while (histogram[last] == 0)
+    while (histogram[last] == 0) {
         --last;
+    }
     return {first, last};
 }
 
@@ -218,12 +231,15 @@ double WindowShare(double a)
 
 void LimitRange(std::int32_t n, double* lo, double* hi)
 {
-    if (*lo < 0)
+    if (*lo < 0) {
         *lo = 0;
-    if (*hi >= n)
+    }
+    if (*hi >= n) {
         *hi = n - 1;
-    if (*hi < *lo)
+    }
+    if (*hi < *lo) {
         *hi = *lo;
+    }
 }
 
 } // namespace

@@ -31,8 +31,8 @@ void FillBitmapHeader(BITMAPINFO256& info, std::int32_t width, std::int32_t heig
         .biClrImportant = 256,
     };
     for (unsigned i = 0; i < 256; ++i) {
-        const auto grey = static_cast<BYTE>(i);
-        info.bmiColors[i] = {grey, grey, grey, 0};
+        const auto gray = static_cast<BYTE>(i);
+        info.bmiColors[i] = {gray, gray, gray, 0};
     }
 }
 
@@ -51,12 +51,14 @@ ScrollPositions ScrollPositionsFor(double zoom, std::uint32_t width, std::uint32
     ScrollPositions positions{static_cast<int>(TruncateToUInt32(r)), 0, 0};
     const double hiddenWidth = std::trunc(width - width / zoom);
     const double hiddenHeight = std::trunc(height - height / zoom);
-    if (hiddenWidth > 0)
+    if (hiddenWidth > 0) {
         positions.horizontal =
             TruncateToPosition((cx - width / zoom / 2) / hiddenWidth * r, positions.range);
-    if (hiddenHeight > 0)
+    }
+    if (hiddenHeight > 0) {
         positions.vertical =
             TruncateToPosition(r - r * (cy - height / zoom / 2) / hiddenHeight, positions.range);
+    }
     return positions;
 }
 
@@ -84,8 +86,9 @@ std::optional<ScrollStepResult> ScrollStep(UINT code, int thumb, int oldPosition
         break;
     }
     position = std::min<std::int64_t>(std::max<std::int64_t>(position, min), max);
-    if (position == oldPosition || max <= min)
+    if (position == oldPosition || max <= min) {
         return std::nullopt;
+    }
 
     const double visible = extent / zoom;
     const double hidden = std::trunc(extent - visible);

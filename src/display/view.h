@@ -16,7 +16,7 @@ constexpr int ImageAreaWidth(int windowWidth, int clientWidth)
     return windowWidth - clientWidth % 4;
 }
 
-// An uncompressed 8-bit bottom-up bitmap of width x height pixels with a grey palette.
+// An uncompressed 8-bit bottom-up bitmap of width x height pixels with a gray palette.
 void FillBitmapHeader(BITMAPINFO256& info, std::int32_t width, std::int32_t height);
 
 // A zoom whose tenfold no longer fits the bars' 32-bit range, or NaN, cannot be taken.

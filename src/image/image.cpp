@@ -30,7 +30,7 @@ CImage::CImage(std::uint32_t width, std::uint32_t height, std::uint32_t bitsPerS
       m_colorType(colorType),
       m_samples(colorType == 2 ? 3 : 1)
 {
-    const std::uint32_t sampleBytes = bitsPerSample / 8 + (bitsPerSample % 8 != 0);
+    const std::uint32_t sampleBytes = bitsPerSample / 8 + (bitsPerSample % 8 != 0 ? 1 : 0);
     m_pixelBytes = std::max(pixelBytes, sampleBytes * m_samples);
     m_data = AllocateBlock(m_height, m_width, m_pixelBytes, m_dataSize);
 }
@@ -42,24 +42,27 @@ CImage::~CImage()
 
 void CImage::Fill(std::uint32_t value)
 {
-    if (!m_data)
+    if (m_data == nullptr) {
         return;
+    }
     const std::size_t count = std::size_t{m_height} * m_width * m_samples;
     const std::uint32_t sampleBytes = m_pixelBytes / m_samples;
-    if (value == 0 || sampleBytes == 1)
+    if (value == 0 || sampleBytes == 1) {
         std::memset(m_data, static_cast<std::uint8_t>(value), m_dataSize);
-    else if (sampleBytes == 2)
+    } else if (sampleBytes == 2) {
         FillSamples(m_data, count, static_cast<std::uint16_t>(value));
-    else if (sampleBytes == 4)
+    } else if (sampleBytes == 4) {
         FillSamples(m_data, count, value);
+    }
 }
 
 CLinkedPtr<CImage> CImage::Clone() const
 {
     CLinkedPtr copy(
         new CImage(m_width, m_height, m_bitsPerSample, m_pixelBytes, m_widthDivisor, m_colorType));
-    if (m_data && copy->m_data)
+    if (m_data != nullptr && copy->m_data != nullptr) {
         std::memcpy(copy->m_data, m_data, m_dataSize);
+    }
     copy->m_imageId = m_imageId;
     copy->m_imageTag = m_imageTag;
     copy->m_headerText = m_headerText;
@@ -71,16 +74,18 @@ CLinkedPtr<CImage> CImage::Clone() const
 // sample ^= 2^bits - 1
 void CImage::Invert()
 {
-    if (!m_data || (m_colorType != 1 && m_colorType != 2))
+    if (m_data == nullptr || (m_colorType != 1 && m_colorType != 2)) {
         return;
+    }
     const std::size_t count = std::size_t{m_height} * m_width * m_samples;
     const std::uint32_t sampleBytes = m_pixelBytes / m_samples;
-    if (sampleBytes == 1)
+    if (sampleBytes == 1) {
         InvertSamples<std::uint8_t>(m_data, count, m_bitsPerSample);
-    else if (sampleBytes == 2)
+    } else if (sampleBytes == 2) {
         InvertSamples<std::uint16_t>(m_data, count, m_bitsPerSample);
-    else if (sampleBytes == 4)
+    } else if (sampleBytes == 4) {
         InvertSamples<std::uint32_t>(m_data, count, m_bitsPerSample);
+    }
 }
 
 CLinkedPtr<CImage> CImage::InvertedCopy() const
@@ -93,11 +98,13 @@ CLinkedPtr<CImage> CImage::InvertedCopy() const
 std::uint32_t CImage::PutPixels(const void* source, std::uint32_t count, std::uint32_t first)
 {
     const std::uint64_t offset = std::uint64_t{m_pixelBytes} * first;
-    if (!m_data || offset > m_dataSize)
+    if (m_data == nullptr || offset > m_dataSize) {
         return 0;
+    }
     const std::uint64_t bytes = std::min(m_dataSize - offset, std::uint64_t{m_pixelBytes} * count);
-    if (bytes != 0)
+    if (bytes != 0) {
         std::memcpy(m_data + offset, source, bytes);
+    }
     return static_cast<std::uint32_t>(bytes / m_pixelBytes);
 }
 
@@ -108,28 +115,31 @@ namespace {
 std::uint8_t* AllocateBlock(std::uint64_t rows, std::uint64_t width, std::uint64_t pixelBytes,
                             std::uint32_t& size)
 {
-    constexpr std::uint64_t most = std::numeric_limits<std::uint32_t>::max();
+    constexpr std::uint64_t Most = std::numeric_limits<std::uint32_t>::max();
     const std::uint64_t pixels = rows * width;
-    if (pixels == 0 || pixelBytes == 0 || pixels > most / pixelBytes)
+    if (pixels == 0 || pixelBytes == 0 || pixels > Most / pixelBytes) {
         return nullptr;
+    }
     std::uint8_t* block = new (std::nothrow) std::uint8_t[pixels * pixelBytes];
-    if (block)
+    if (block != nullptr) {
         size = static_cast<std::uint32_t>(pixels * pixelBytes);
+    }
     return block;
 }
 
 template <typename Sample>
 void FillSamples(std::uint8_t* block, std::size_t count, Sample value)
 {
-    for (std::size_t i = 0; i < count; ++i)
+    for (std::size_t i = 0; i < count; ++i) {
         std::memcpy(block + i * sizeof(Sample), &value, sizeof(Sample));
+    }
 }
 
 template <typename Sample>
 void InvertSamples(std::uint8_t* block, std::size_t count, std::uint32_t bits)
 {
-    constexpr std::uint32_t sampleBits = std::numeric_limits<Sample>::digits;
-    const Sample mask = bits < sampleBits ? static_cast<Sample>((1u << bits) - 1)
+    constexpr std::uint32_t SampleBits = std::numeric_limits<Sample>::digits;
+    const Sample mask = bits < SampleBits ? static_cast<Sample>((1u << bits) - 1)
                                           : std::numeric_limits<Sample>::max();
     for (std::size_t i = 0; i < count; ++i) {
         Sample sample;

@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <string>
 
-// Pixel formats: m_pixelBytes 1 (8-bit grey), 2 (9..16-bit grey), 3 (three 8-bit samples), 4 (one
+// Pixel formats: m_pixelBytes 1 (8-bit gray), 2 (9..16-bit gray), 3 (three 8-bit samples), 4 (one
 // 32-bit sample), 6 (three 16-bit samples). Pixels stand row after row without padding, multi-byte
 // samples little-endian in files and in the host's order here.
 //
@@ -26,7 +26,7 @@ public:
     static constexpr std::uint32_t DefaultOrientation = 5;
     static constexpr std::uint32_t OrientationCount = 8;
 
-    // pixelBytes: 0 for the minimum that the bits need; colorType: 1 grey, 2 three samples a pixel.
+    // pixelBytes: 0 for the minimum that the bits need; colorType: 1 gray, 2 three samples a pixel.
     // When the block cannot be had (or its size does not fit 32 bits) the image is empty: m_data is
     // null, m_dataSize 0, and every operation does nothing.
     CImage(std::uint32_t width, std::uint32_t height, std::uint32_t bitsPerSample,
@@ -76,7 +76,7 @@ public:
     std::uint32_t m_widthDivisor; // divides the view rows of the transposed layout
     std::uint32_t m_bitsPerSample;
     std::uint32_t m_colorType;
-    std::uint32_t m_samples;        // of a pixel: 3 for colour type 2, else 1
+    std::uint32_t m_samples;        // of a pixel: 3 for color type 2, else 1
     std::uint8_t* m_data = nullptr; // the block, owned
     std::uint32_t m_dataSize = 0;   // bytes of the block
     std::uint32_t m_orientation = DefaultOrientation;

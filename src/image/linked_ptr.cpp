@@ -4,7 +4,7 @@
 #include <utility>
 
 CLinkedPtrBase::CLinkedPtrBase(void* pointee)
-    : m_pointee(pointee), m_lock(pointee ? new std::mutex : nullptr)
+    : m_pointee(pointee), m_lock(pointee != nullptr ? new std::mutex : nullptr)
 {
 }
 
@@ -13,7 +13,7 @@ void CLinkedPtrBase::Assign(const CLinkedPtrBase& source)
     if (m_pointee != source.m_pointee) {
         Release();
         Join(source);
-    } else if (m_pointee && !Shares(source)) {
+    } else if (m_pointee != nullptr && !Shares(source)) {
         // Two rings were made from one raw pointer: this handle brings its ring into the other.
         delete m_lock;
         Join(source);
@@ -22,12 +22,14 @@ void CLinkedPtrBase::Assign(const CLinkedPtrBase& source)
 
 bool CLinkedPtrBase::Shares(const CLinkedPtrBase& other) const
 {
-    if (!m_pointee)
+    if (m_pointee == nullptr) {
         return false;
+    }
     const std::lock_guard entered(*m_lock);
     const CLinkedPtrBase* member = m_next;
-    while (member != &other && member != this)
+    while (member != &other && member != this) {
         member = member->m_next;
+    }
     return member == &other;
 }
 
@@ -35,8 +37,9 @@ bool CLinkedPtrBase::Shares(const CLinkedPtrBase& other) const
 // owner of a handle changes them, while other handles of the ring change its m_next at any time.
 void CLinkedPtrBase::Join(const CLinkedPtrBase& source)
 {
-    if (!source.m_pointee)
+    if (source.m_pointee == nullptr) {
         return;
+    }
     m_lock = source.m_lock;
     const std::lock_guard entered(*m_lock);
     m_pointee = source.m_pointee;
@@ -45,21 +48,24 @@ void CLinkedPtrBase::Join(const CLinkedPtrBase& source)
 
 void CLinkedPtrBase::Release()
 {
-    if (!m_pointee)
+    if (m_pointee == nullptr) {
         return;
+    }
     m_lock->lock();
     const bool last = m_next == this;
     if (last) {
         DestroyPointee();
     } else {
         const CLinkedPtrBase* before = m_next;
-        while (before->m_next != this)
+        while (before->m_next != this) {
             before = before->m_next;
+        }
         before->m_next = m_next;
     }
     m_lock->unlock();
-    if (last)
+    if (last) {
         delete m_lock;
+    }
     m_pointee = nullptr;
     m_next = this;
     m_lock = nullptr;

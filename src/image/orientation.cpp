@@ -21,8 +21,8 @@ enum Transform : std::uint8_t
     Ccw
 };
 
-constexpr std::uint32_t invertB0 = 1; // stored rows come out reversed
-constexpr std::uint32_t invertB1 = 2; // stored rows come out in the opposite order
+constexpr std::uint32_t InvertB0 = 1; // stored rows come out reversed
+constexpr std::uint32_t InvertB1 = 2; // stored rows come out in the opposite order
 
 // What a transform does to the storage, and with the same three facts to the code:
 // a transposing one inverts b2 and exchanges b1 and b0, then the bits of `inverts` are inverted.
@@ -34,19 +34,19 @@ struct Rule
     std::uint32_t inverts;
 };
 
-constexpr Rule rules[] = {
+constexpr Rule Rules[] = {
     {None, nullptr, false, 0},
-    {Mirror, &CImage::MirrorRows, false, invertB0},
-    {Flip, &CImage::FlipRows, false, invertB1},
-    {Turn, &CImage::Rotate180, false, invertB1 | invertB0},
+    {Mirror, &CImage::MirrorRows, false, InvertB0},
+    {Flip, &CImage::FlipRows, false, InvertB1},
+    {Turn, &CImage::Rotate180, false, InvertB1 | InvertB0},
     {Transp, &CImage::Transpose, true, 0},
-    {Anti, &CImage::TransposeAnti, true, invertB1 | invertB0},
-    {Cw, &CImage::RotateCw, true, invertB0},
-    {Ccw, &CImage::RotateCcw, true, invertB1},
+    {Anti, &CImage::TransposeAnti, true, InvertB1 | InvertB0},
+    {Cw, &CImage::RotateCw, true, InvertB0},
+    {Ccw, &CImage::RotateCcw, true, InvertB1},
 };
 
 // A line for every new code, a column for every current code.
-constexpr Transform transforms[CImage::OrientationCount][CImage::OrientationCount] = {
+constexpr Transform Transforms[CImage::OrientationCount][CImage::OrientationCount] = {
     // clang-format off
     //  0       1       2       3       4       5       6       7
     {None,   Mirror, Flip,   Turn,   Transp, Ccw,    Cw,     Anti  }, // 0
@@ -62,22 +62,30 @@ constexpr Transform transforms[CImage::OrientationCount][CImage::OrientationCoun
 
 constexpr std::uint32_t CodeAfter(const Rule& rule, std::uint32_t code)
 {
-    if (rule.transposes)
+    if (rule.transposes) {
         code = (~code & 4) | (code & 1) << 1 | (code & 2) >> 1;
+    }
     return code ^ rule.inverts;
 }
 
 // For every pair of codes one transform maps one to the other, and it is the one in the table.
 constexpr bool TransformsAreComplete()
 {
-    for (std::size_t i = 0; i < std::size(rules); ++i)
-        if (rules[i].transform != i)
+    for (std::size_t i = 0; i < std::size(Rules); ++i) {
+        if (Rules[i].transform != i) {
             return false;
-    for (std::uint32_t now = 0; now < CImage::OrientationCount; ++now)
-        for (std::uint32_t wanted = 0; wanted < CImage::OrientationCount; ++wanted)
-            for (const Rule& rule : rules)
-                if ((CodeAfter(rule, now) == wanted) != (rule.transform == transforms[wanted][now]))
+        }
+    }
+    for (std::uint32_t now = 0; now < CImage::OrientationCount; ++now) {
+        for (std::uint32_t wanted = 0; wanted < CImage::OrientationCount; ++wanted) {
+            for (const Rule& rule : Rules) {
+                if ((CodeAfter(rule, now) == wanted) !=
+                    (rule.transform == Transforms[wanted][now])) {
                     return false;
+                }
+            }
+        }
+    }
     return true;
 }
 static_assert(TransformsAreComplete());
@@ -99,7 +107,7 @@ template <std::size_t B>
 void TransposeBlock(const std::uint8_t* source, std::size_t width, std::size_t height,
                     std::uint8_t* destination);
 
-constexpr PixelRoutines pixelRoutines[] = {
+constexpr PixelRoutines AllPixelRoutines[] = {
     {1, ReversePixels<1>, ReverseCopy<1>, TransposeSquareBlock<1>, TransposeBlock<1>},
     {2, ReversePixels<2>, ReverseCopy<2>, TransposeSquareBlock<2>, TransposeBlock<2>},
     {3, ReversePixels<3>, ReverseCopy<3>, TransposeSquareBlock<3>, TransposeBlock<3>},
@@ -118,10 +126,12 @@ void CopyRows(const std::uint8_t* source, std::size_t sourceStep, std::uint8_t* 
 
 void CImage::SetOrientation(std::uint32_t code)
 {
-    if (code >= OrientationCount || m_orientation >= OrientationCount)
+    if (code >= OrientationCount || m_orientation >= OrientationCount) {
         return;
-    if (const Transform transform = transforms[code][m_orientation]; transform != None)
-        (this->*rules[transform].run)();
+    }
+    if (const Transform transform = Transforms[code][m_orientation]; transform != None) {
+        (this->*Rules[transform].run)();
+    }
 }
 
 void CImage::MirrorRows()
@@ -158,14 +168,16 @@ namespace {
 void Rearrange(CImage& image, Transform transform)
 {
     const auto* routines =
-        std::ranges::find(pixelRoutines, image.m_pixelBytes, &PixelRoutines::pixelBytes);
-    if (!image.m_data || routines == std::end(pixelRoutines))
+        std::ranges::find(AllPixelRoutines, image.m_pixelBytes, &PixelRoutines::pixelBytes);
+    if (image.m_data == nullptr || routines == std::end(AllPixelRoutines)) {
         return;
-    const Rule& rule = rules[transform];
-    if (!rule.transposes)
+    }
+    const Rule& rule = Rules[transform];
+    if (!rule.transposes) {
         InvertStorage(image, *routines, rule.inverts);
-    else if (!TransposeStorage(image, *routines, rule.inverts))
+    } else if (!TransposeStorage(image, *routines, rule.inverts)) {
         return;
+    }
     image.m_orientation = CodeAfter(rule, image.m_orientation);
 }
 
@@ -179,18 +191,20 @@ bool TransposeStorage(CImage& image, const PixelRoutines& routines, std::uint32_
         return true;
     }
     const CLinkedBuffer scratch(new (std::nothrow) std::uint8_t[image.m_dataSize]);
-    if (scratch.IsEmpty())
+    if (scratch.IsEmpty()) {
         return false;
+    }
     routines.transpose(image.m_data, image.m_width, image.m_height, scratch.Get());
     std::swap(image.m_width, image.m_height);
     const std::size_t rowBytes = std::size_t{image.m_width} * image.m_pixelBytes;
     for (std::size_t y = 0; y < image.m_height; ++y) {
-        const std::size_t row = inverts & invertB1 ? image.m_height - 1 - y : y;
-        if (inverts & invertB0)
+        const std::size_t row = inverts & InvertB1 ? image.m_height - 1 - y : y;
+        if (inverts & InvertB0) {
             routines.reverseCopy(scratch.Get() + y * rowBytes, image.m_width,
                                  image.m_data + row * rowBytes);
-        else
+        } else {
             std::memcpy(image.m_data + row * rowBytes, scratch.Get() + y * rowBytes, rowBytes);
+        }
     }
     return true;
 }
@@ -198,13 +212,15 @@ bool TransposeStorage(CImage& image, const PixelRoutines& routines, std::uint32_
 void InvertStorage(CImage& image, const PixelRoutines& routines, std::uint32_t inverts)
 {
     const std::size_t rowBytes = std::size_t{image.m_width} * image.m_pixelBytes;
-    if (inverts == (invertB1 | invertB0))
+    if (inverts == (InvertB1 | InvertB0)) {
         routines.reverse(image.m_data, std::size_t{image.m_width} * image.m_height);
-    else if (inverts == invertB1)
+    } else if (inverts == InvertB1) {
         FlipStorage(image);
-    else if (inverts == invertB0)
-        for (std::size_t y = 0; y < image.m_height; ++y)
+    } else if (inverts == InvertB0) {
+        for (std::size_t y = 0; y < image.m_height; ++y) {
             routines.reverse(image.m_data + y * rowBytes, image.m_width);
+        }
+    }
 }
 
 void FlipStorage(CImage& image)
@@ -212,13 +228,14 @@ void FlipStorage(CImage& image)
     const std::size_t rowBytes = std::size_t{image.m_width} * image.m_pixelBytes;
     std::uint8_t* low = image.m_data;
     std::uint8_t* high = image.m_data + (image.m_height - 1) * rowBytes;
-    for (; low < high; low += rowBytes, high -= rowBytes)
+    for (; low < high; low += rowBytes, high -= rowBytes) {
         std::swap_ranges(low, low + rowBytes, high);
+    }
 }
 
 // Runs of 256 bytes a row, and not less, keep the number of pages touched small.
 template <std::size_t B>
-constexpr std::size_t tileSide = B == 3   ? 128
+constexpr std::size_t TileSide = B == 3   ? 128
                                  : B == 6 ? 64
                                           : 256 / B;
 
@@ -226,44 +243,47 @@ constexpr std::size_t tileSide = B == 3   ? 128
 template <std::size_t B>
 void TransposeSquareBlock(std::uint8_t* block, std::size_t side)
 {
-    constexpr std::size_t tile = tileSide<B>;
+    constexpr std::size_t Tile = TileSide<B>;
     const std::size_t step = side * B;
-    std::uint8_t upper[tile * tile * B], lower[tile * tile * B];
-    for (std::size_t y = 0; y < side; y += tile)
-        for (std::size_t x = y; x < side; x += tile) {
-            const std::size_t rows = std::min(tile, side - y);
-            const std::size_t columns = std::min(tile, side - x);
+    std::uint8_t upper[Tile * Tile * B], lower[Tile * Tile * B];
+    for (std::size_t y = 0; y < side; y += Tile) {
+        for (std::size_t x = y; x < side; x += Tile) {
+            const std::size_t rows = std::min(Tile, side - y);
+            const std::size_t columns = std::min(Tile, side - x);
             std::uint8_t* above = block + y * step + x * B;
             std::uint8_t* below = block + x * step + y * B;
-            TransposeTile<B>(above, step, rows, columns, upper, tile * B);
-            TransposeTile<B>(below, step, columns, rows, lower, tile * B);
-            CopyRows(upper, tile * B, below, step, rows * B, columns);
-            CopyRows(lower, tile * B, above, step, columns * B, rows);
+            TransposeTile<B>(above, step, rows, columns, upper, Tile * B);
+            TransposeTile<B>(below, step, columns, rows, lower, Tile * B);
+            CopyRows(upper, Tile * B, below, step, rows * B, columns);
+            CopyRows(lower, Tile * B, above, step, columns * B, rows);
         }
+    }
 }
 
 template <std::size_t B>
 void TransposeBlock(const std::uint8_t* source, std::size_t width, std::size_t height,
                     std::uint8_t* destination)
 {
-    constexpr std::size_t tile = tileSide<B>;
-    std::uint8_t turned[tile * tile * B];
-    for (std::size_t x = 0; x < width; x += tile)
-        for (std::size_t y = 0; y < height; y += tile) {
-            const std::size_t columns = std::min(tile, width - x);
-            const std::size_t rows = std::min(tile, height - y);
+    constexpr std::size_t Tile = TileSide<B>;
+    std::uint8_t turned[Tile * Tile * B];
+    for (std::size_t x = 0; x < width; x += Tile) {
+        for (std::size_t y = 0; y < height; y += Tile) {
+            const std::size_t columns = std::min(Tile, width - x);
+            const std::size_t rows = std::min(Tile, height - y);
             TransposeTile<B>(source + (y * width + x) * B, width * B, rows, columns, turned,
-                             tile * B);
-            CopyRows(turned, tile * B, destination + (x * height + y) * B, height * B, rows * B,
+                             Tile * B);
+            CopyRows(turned, Tile * B, destination + (x * height + y) * B, height * B, rows * B,
                      columns);
         }
+    }
 }
 
 void CopyRows(const std::uint8_t* source, std::size_t sourceStep, std::uint8_t* destination,
               std::size_t destinationStep, std::size_t rowBytes, std::size_t rows)
 {
-    for (; rows != 0; --rows, source += sourceStep, destination += destinationStep)
+    for (; rows != 0; --rows, source += sourceStep, destination += destinationStep) {
         std::memcpy(destination, source, rowBytes);
+    }
 }
 
 } // namespace

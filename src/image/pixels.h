@@ -62,19 +62,19 @@ inline bool ShufflesAreFast()
 #endif
 
 // The whole pixels at the end of `high`, last to first, then what `low` has there.
-template <std::size_t B, std::size_t... i>
-TARNTEST_SHUFFLES Vector ReversedToLow(Vector high, Vector low, std::index_sequence<i...>)
+template <std::size_t B, std::size_t... I>
+TARNTEST_SHUFFLES Vector ReversedToLow(Vector high, Vector low, std::index_sequence<I...>)
 {
     return __builtin_shufflevector(high, low,
-                                   (i < 16 / B * B ? 16 - (i / B + 1) * B + i % B : 16 + i)...);
+                                   (I < 16 / B * B ? 16 - (I / B + 1) * B + I % B : 16 + I)...);
 }
 
 // What `high` has before the whole pixels at its end, then the pixels of `low`, last to first.
-template <std::size_t B, std::size_t... i>
-TARNTEST_SHUFFLES Vector ReversedToHigh(Vector low, Vector high, std::index_sequence<i...>)
+template <std::size_t B, std::size_t... I>
+TARNTEST_SHUFFLES Vector ReversedToHigh(Vector low, Vector high, std::index_sequence<I...>)
 {
     return __builtin_shufflevector(
-        low, high, (i >= 16 % B ? ((15 - i) / B + 1) * B - 1 - (15 - i) % B : 16 + i)...);
+        low, high, (I >= 16 % B ? ((15 - I) / B + 1) * B - 1 - (15 - I) % B : 16 + I)...);
 }
 
 // Both return how many pixels were placed: the first ones, or as many at either end.
@@ -95,32 +95,33 @@ TARNTEST_SHUFFLES std::size_t ReverseCopyVectors(const std::uint8_t* source, std
 template <std::size_t B>
 TARNTEST_SHUFFLES std::size_t ReverseVectors(std::uint8_t* first, std::size_t count)
 {
-    if (count * B < 32)
+    if (count * B < 32) {
         return 0;
-    constexpr std::size_t step = 16 / B * B;
+    }
+    constexpr std::size_t Step = 16 / B * B;
     std::uint8_t* lowEnd = first;
     std::uint8_t* highEnd = first + count * B - 16;
     Vector low = Load(lowEnd);
     Vector high = Load(highEnd);
     while (lowEnd + 16 <= highEnd) {
-        const Vector nextLow = Load(lowEnd + step);
-        const Vector nextHigh = Load(highEnd - step);
+        const Vector nextLow = Load(lowEnd + Step);
+        const Vector nextHigh = Load(highEnd - Step);
         Store(lowEnd, ReversedToLow<B>(high, low, VectorBytes));
         Store(highEnd, ReversedToHigh<B>(low, high, VectorBytes));
         low = nextLow;
         high = nextHigh;
-        lowEnd += step;
-        highEnd -= step;
+        lowEnd += Step;
+        highEnd -= Step;
     }
     return static_cast<std::size_t>(lowEnd - first) / B;
 }
 
 // Pixels of a and b by turns, from their low halves (half 0) or their high halves (half 1).
-template <std::size_t B, std::size_t half, std::size_t... i>
-Vector Interleave(Vector a, Vector b, std::index_sequence<i...>)
+template <std::size_t B, std::size_t Half, std::size_t... I>
+Vector Interleave(Vector a, Vector b, std::index_sequence<I...>)
 {
     return __builtin_shufflevector(
-        a, b, (half * 8 + i / (2 * B) * B + i % B + (i / B % 2 == 0 ? 0 : 16))...);
+        a, b, (Half * 8 + I / (2 * B) * B + I % B + (I / B % 2 == 0 ? 0 : 16))...);
 }
 
 #else
@@ -140,29 +141,33 @@ template <std::size_t B>
 void TransposeSquare(const std::uint8_t* from, std::size_t fromStep, std::uint8_t* to,
                      std::size_t toStep)
 {
-    constexpr std::size_t n = SquareSide<B>;
+    constexpr std::size_t N = SquareSide<B>;
 #ifdef TARNTEST_VECTORS
     if constexpr (16 % B == 0) {
         // A row fills a vector. Interleaving row i with row i + n/2 halves the distance of pixels
         // that belong together; log2(n) rounds make columns of rows.
-        Vector rows[n], mixed[n];
-        for (std::size_t i = 0; i < n; ++i)
+        Vector rows[N], mixed[N];
+        for (std::size_t i = 0; i < N; ++i) {
             rows[i] = Load(from + i * fromStep);
-        for (std::size_t round = 1; round < n; round *= 2) {
-            for (std::size_t i = 0; i < n / 2; ++i) {
-                mixed[2 * i] = Interleave<B, 0>(rows[i], rows[i + n / 2], VectorBytes);
-                mixed[2 * i + 1] = Interleave<B, 1>(rows[i], rows[i + n / 2], VectorBytes);
-            }
-            std::copy_n(mixed, n, rows);
         }
-        for (std::size_t i = 0; i < n; ++i)
+        for (std::size_t round = 1; round < N; round *= 2) {
+            for (std::size_t i = 0; i < N / 2; ++i) {
+                mixed[2 * i] = Interleave<B, 0>(rows[i], rows[i + N / 2], VectorBytes);
+                mixed[2 * i + 1] = Interleave<B, 1>(rows[i], rows[i + N / 2], VectorBytes);
+            }
+            std::copy_n(mixed, N, rows);
+        }
+        for (std::size_t i = 0; i < N; ++i) {
             Store(to + i * toStep, rows[i]);
+        }
         return;
     }
 #endif
-    for (std::size_t y = 0; y < n; ++y)
-        for (std::size_t x = 0; x < n; ++x)
+    for (std::size_t y = 0; y < N; ++y) {
+        for (std::size_t x = 0; x < N; ++x) {
             std::memcpy(to + x * toStep + y * B, from + y * fromStep + x * B, B);
+        }
+    }
 }
 
 // Has the processor fetch the n rows behind the n rows that begin here: the tiles of a wide picture
@@ -172,11 +177,13 @@ inline void FetchRowsBehind([[maybe_unused]] const std::uint8_t* rows,
                             [[maybe_unused]] std::size_t rowBytes)
 {
 #ifdef __GNUC__
-    constexpr std::size_t cacheLine = 64;
+    constexpr std::size_t CacheLine = 64;
     const auto first = reinterpret_cast<std::uintptr_t>(rows) + n * step;
-    for (std::size_t i = 0; i < n; ++i)
-        for (std::size_t x = 0; x < rowBytes; x += cacheLine)
+    for (std::size_t i = 0; i < n; ++i) {
+        for (std::size_t x = 0; x < rowBytes; x += CacheLine) {
             __builtin_prefetch(reinterpret_cast<const void*>(first + i * step + x));
+        }
+    }
 #endif
 }
 
@@ -187,11 +194,13 @@ void ReverseCopy(const std::uint8_t* source, std::size_t count, std::uint8_t* de
 {
     std::size_t k = 0;
 #ifdef TARNTEST_VECTORS
-    if (pixels::ShufflesAreFast())
+    if (pixels::ShufflesAreFast()) {
         k = pixels::ReverseCopyVectors<B>(source, count, destination);
+    }
 #endif
-    for (; k < count; ++k)
+    for (; k < count; ++k) {
         std::memcpy(destination + k * B, source + (count - 1 - k) * B, B);
+    }
 }
 
 template <std::size_t B>
@@ -199,8 +208,9 @@ void ReversePixels(std::uint8_t* first, std::size_t count)
 {
     std::size_t k = 0;
 #ifdef TARNTEST_VECTORS
-    if (pixels::ShufflesAreFast())
+    if (pixels::ShufflesAreFast()) {
         k = pixels::ReverseVectors<B>(first, count);
+    }
 #endif
     for (; k < count / 2; ++k) {
         std::uint8_t held[B];
@@ -214,18 +224,21 @@ template <std::size_t B>
 void TransposeTile(const std::uint8_t* from, std::size_t fromStep, std::size_t rows,
                    std::size_t columns, std::uint8_t* to, std::size_t toStep)
 {
-    constexpr std::size_t n = pixels::SquareSide<B>;
-    const std::size_t squareRows = rows / n * n;
-    const std::size_t squareColumns = columns / n * n;
-    for (std::size_t y = 0; y < squareRows; y += n) {
+    constexpr std::size_t N = pixels::SquareSide<B>;
+    const std::size_t squareRows = rows / N * N;
+    const std::size_t squareColumns = columns / N * N;
+    for (std::size_t y = 0; y < squareRows; y += N) {
         const std::uint8_t* const row = from + y * fromStep;
-        pixels::FetchRowsBehind(row, fromStep, n, columns * B);
-        for (std::size_t x = 0; x < squareColumns; x += n)
+        pixels::FetchRowsBehind(row, fromStep, N, columns * B);
+        for (std::size_t x = 0; x < squareColumns; x += N) {
             pixels::TransposeSquare<B>(row + x * B, fromStep, to + x * toStep + y * B, toStep);
+        }
     }
-    for (std::size_t y = 0; y < rows; ++y)
-        for (std::size_t x = y < squareRows ? squareColumns : 0; x < columns; ++x)
+    for (std::size_t y = 0; y < rows; ++y) {
+        for (std::size_t x = y < squareRows ? squareColumns : 0; x < columns; ++x) {
             std::memcpy(to + x * toStep + y * B, from + y * fromStep + x * B, B);
+        }
+    }
 }
 
 #undef TARNTEST_SHUFFLES

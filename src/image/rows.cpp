@@ -30,7 +30,7 @@ void ColumnReversed(const std::uint8_t* source, std::size_t step, std::uint32_t 
                     std::uint8_t* destination);
 
 // Copies of 3- and 6-byte pixels become a word and a byte, two words: never a byte past the pixel.
-constexpr GatherRow gatherFamily[] = {
+constexpr GatherRow GatherFamily[] = {
     {1, ContiguousReversed<1>, ColumnForward<1>, ColumnReversed<1>},
     {2, ContiguousReversed<2>, ColumnForward<2>, ColumnReversed<2>},
     {3, ContiguousReversed<3>, ColumnForward<3>, ColumnReversed<3>},
@@ -56,19 +56,22 @@ constexpr bool ColumnsRunForward(std::uint32_t code)
 std::uint32_t CImage::GetRow(std::uint32_t r, void* destination, std::size_t size) const
 {
     const std::uint8_t* source = RowAddress(r);
-    if (!source)
+    if (source == nullptr) {
         return 0;
+    }
     const auto count =
         static_cast<std::uint32_t>(std::min<std::size_t>(size / m_pixelBytes, ViewRowLength()));
     auto* pixels = static_cast<std::uint8_t*>(destination);
     if (RowsAreRows(m_orientation) && ColumnsRunForward(m_orientation)) {
-        if (count != 0)
+        if (count != 0) {
             std::memcpy(pixels, source, std::size_t{count} * m_pixelBytes);
+        }
         return count;
     }
-    const auto* family = std::ranges::find(gatherFamily, m_pixelBytes, &GatherRow::pixelBytes);
-    if (family == std::end(gatherFamily))
+    const auto* family = std::ranges::find(GatherFamily, m_pixelBytes, &GatherRow::pixelBytes);
+    if (family == std::end(GatherFamily)) {
         return count;
+    }
     const Gather gather = RowsAreRows(m_orientation)      ? family->contiguousReversed
                           : RowsRunForward(m_orientation) ? family->columnForward
                                                           : family->columnReversed;
@@ -78,8 +81,9 @@ std::uint32_t CImage::GetRow(std::uint32_t r, void* destination, std::size_t siz
 
 const std::uint8_t* CImage::RowAddress(std::uint32_t r) const
 {
-    if (!m_data || ViewRowCount() == 0)
+    if (m_data == nullptr || ViewRowCount() == 0) {
         return nullptr;
+    }
     const std::size_t row = std::min(r, ViewRowCount() - 1);
     if (RowsAreRows(m_orientation)) {
         const std::size_t storedRow = RowsRunForward(m_orientation) ? row : m_height - 1 - row;
@@ -112,16 +116,18 @@ template <std::size_t B>
 void ColumnForward(const std::uint8_t* source, std::size_t step, std::uint32_t count,
                    std::uint8_t* destination)
 {
-    for (std::size_t k = 0; k < count; ++k)
+    for (std::size_t k = 0; k < count; ++k) {
         std::memcpy(destination + k * B, source + k * step, B);
+    }
 }
 
 template <std::size_t B>
 void ColumnReversed(const std::uint8_t* source, std::size_t step, std::uint32_t count,
                     std::uint8_t* destination)
 {
-    for (std::size_t k = 0; k < count; ++k)
+    for (std::size_t k = 0; k < count; ++k) {
         std::memcpy(destination + (count - 1 - k) * B, source + k * step, B);
+    }
 }
 
 } // namespace

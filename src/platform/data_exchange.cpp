@@ -38,33 +38,37 @@ void DDX_Text(CDataExchange* dx, int id, double& value)
 void DDX_Check(CDataExchange* dx, int id, BOOL& value)
 {
     CButton button(Control(*dx, id));
-    if (Reads(*dx))
+    if (Reads(*dx)) {
         value = button.GetCheck() != 0 ? TRUE : FALSE;
-    else if (!dx->m_bSaveAndValidate)
-        button.SetCheck(value != FALSE);
+    } else if (!dx->m_bSaveAndValidate) {
+        button.SetCheck(value != FALSE ? 1 : 0);
+    }
 }
 
 void DDX_Radio(CDataExchange* dx, int id, int& value)
 {
     std::vector<CButton> group = RadioGroup(*dx, id);
-    if (Reads(*dx))
+    if (Reads(*dx)) {
         value = -1;
+    }
     for (int i = 0; i < static_cast<int>(group.size()); ++i) {
         CButton& button = group[static_cast<std::size_t>(i)];
-        if (!dx->m_bSaveAndValidate)
-            button.SetCheck(i == value);
-        else if (Reads(*dx) && button.GetCheck() != 0)
+        if (!dx->m_bSaveAndValidate) {
+            button.SetCheck(i == value ? 1 : 0);
+        } else if (Reads(*dx) && button.GetCheck() != 0) {
             value = i;
+        }
     }
 }
 
 void DDX_Slider(CDataExchange* dx, int id, std::int32_t& value)
 {
     CSliderCtrl slider(Control(*dx, id));
-    if (Reads(*dx))
+    if (Reads(*dx)) {
         value = slider.GetPos();
-    else if (!dx->m_bSaveAndValidate)
+    } else if (!dx->m_bSaveAndValidate) {
         slider.SetPos(value);
+    }
 }
 
 namespace {
@@ -72,8 +76,9 @@ namespace {
 HWND Control(const CDataExchange& dx, int id)
 {
     const HWND control = dx.m_pDlg->GetDlgItem(id).GetSafeHwnd();
-    if (control != nullptr)
+    if (control != nullptr) {
         return control;
+    }
     std::fprintf(stderr, "Dialog template %d has no control %d to exchange data with.\n",
                  dx.m_pDlg->Template().id, id);
     std::abort();
@@ -81,7 +86,7 @@ HWND Control(const CDataExchange& dx, int id)
 
 bool Reads(const CDataExchange& dx)
 {
-    return dx.m_bSaveAndValidate && !dx.m_rejected;
+    return (dx.m_bSaveAndValidate != 0) && !dx.m_rejected;
 }
 
 template <typename Number>
@@ -100,15 +105,19 @@ std::vector<CButton> RadioGroup(const CDataExchange& dx, int first)
 {
     std::vector<CButton> group;
     for (const ControlTemplate& control : dx.m_pDlg->Template().controls) {
-        if (control.kind != ControlKind::RadioButton)
+        if (control.kind != ControlKind::RadioButton) {
             continue;
-        if (!group.empty() && (control.flags & GroupStart) != 0)
+        }
+        if (!group.empty() && (control.flags & GroupStart) != 0) {
             break;
-        if (!group.empty() || control.id == first)
+        }
+        if (!group.empty() || control.id == first) {
             group.emplace_back(Control(dx, control.id));
+        }
     }
-    if (group.empty())
+    if (group.empty()) {
         Control(dx, first);
+    }
     return group;
 }
 

@@ -34,9 +34,11 @@ LRESULT CDialog::Send(UINT message, WPARAM wParam, LPARAM lParam)
 
 LRESULT CDialog::Dispatch(UINT message, WPARAM wParam, LPARAM lParam)
 {
-    for (const DispatchEntry& entry : DispatchTable())
-        if (Fits(entry, message, wParam, lParam))
+    for (const DispatchEntry& entry : DispatchTable()) {
+        if (Fits(entry, message, wParam, lParam)) {
             return entry.call(*this, wParam, lParam);
+        }
+    }
     return Default();
 }
 
@@ -48,10 +50,11 @@ LRESULT CDialog::Default()
         EndDialog(IDCANCEL);
         break;
     case WM_COMMAND:
-        if (m_current.wParam == MAKEWPARAM(IDOK, BN_CLICKED))
+        if (m_current.wParam == MAKEWPARAM(IDOK, BN_CLICKED)) {
             OnOK();
-        else if (m_current.wParam == MAKEWPARAM(IDCANCEL, BN_CLICKED))
+        } else if (m_current.wParam == MAKEWPARAM(IDCANCEL, BN_CLICKED)) {
             OnCancel();
+        }
         break;
     default:
         break;
@@ -69,8 +72,9 @@ void CDialog::DoDataExchange(CDataExchange*) {}
 
 void CDialog::OnOK()
 {
-    if (UpdateData(TRUE))
+    if (UpdateData(TRUE)) {
         EndDialog(IDOK);
+    }
 }
 
 void CDialog::OnCancel()
@@ -83,7 +87,7 @@ BOOL CDialog::UpdateData(BOOL saveAndValidate)
     CDataExchange dx(this, saveAndValidate);
     dx.m_leavingField = m_current.message == WM_COMMAND && (m_current.wParam >> 16) == EN_KILLFOCUS;
     DoDataExchange(&dx);
-    return !dx.m_rejected;
+    return dx.m_rejected ? FALSE : TRUE;
 }
 
 void CDialog::SetDlgItemText(int id, const std::string& text)
@@ -98,8 +102,9 @@ void CDialog::SetDlgItemInt(int id, std::int32_t value)
 
 void CDialog::CheckRadioButton(int first, int last, int check)
 {
-    for (int id = first; id <= last; ++id)
-        CButton(GetDlgItem(id).GetSafeHwnd()).SetCheck(id == check);
+    for (int id = first; id <= last; ++id) {
+        CButton(GetDlgItem(id).GetSafeHwnd()).SetCheck(id == check ? 1 : 0);
+    }
 }
 
 CWinApp::CWinApp(const char* name) : m_name(name)
@@ -127,13 +132,16 @@ namespace {
 
 bool Fits(const DispatchEntry& entry, UINT message, WPARAM wParam, LPARAM lParam)
 {
-    if (entry.message != message)
+    if (entry.message != message) {
         return false;
-    if (message == WM_COMMAND)
+    }
+    if (message == WM_COMMAND) {
         return wParam == MAKEWPARAM(static_cast<UINT>(entry.id), entry.code);
-    if (message == WM_NOTIFY)
+    }
+    if (message == WM_NOTIFY) {
         return wParam == static_cast<WPARAM>(entry.id) && lParam != 0 &&
                reinterpret_cast<const NMHDR*>(lParam)->code == entry.code;
+    }
     return true;
 }
 

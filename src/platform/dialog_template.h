@@ -52,8 +52,8 @@ struct DialogTemplate
     bool minimizable = false;
 };
 
-// A square icon drawn in characters: palette[i].key stands for one colour, ' ' is transparent.
-struct IconColour
+// A square icon drawn in characters: palette[i].key stands for one color, ' ' is transparent.
+struct IconColor
 {
     char key;
     unsigned rgb; // 0xRRGGBB
@@ -62,6 +62,6 @@ struct IconColour
 struct IconResource
 {
     int id;
-    std::span<const IconColour> palette;
+    std::span<const IconColor> palette;
     std::span<const char* const> rows; // top to bottom, all as long as there are rows
 };

@@ -22,11 +22,13 @@ bool ParseNumber(std::string_view text, std::uint32_t& value)
 bool ParseNumber(std::string_view text, double& value)
 {
     text = Trim(text);
-    if (text.size() > 1 && text[0] == '+' && text[1] != '-')
+    if (text.size() > 1 && text[0] == '+' && text[1] != '-') {
         text.remove_prefix(1);
+    }
     double number = 0.0;
-    if (!ParseWhole(text, number) || !std::isfinite(number))
+    if (!ParseWhole(text, number) || !std::isfinite(number)) {
         return false;
+    }
     value = number;
     return true;
 }
@@ -45,16 +47,19 @@ std::string FieldName(const DialogTemplate& form, int id)
 {
     const ControlTemplate* before = nullptr;
     for (const ControlTemplate& control : form.controls) {
-        if (control.id == id)
+        if (control.id == id) {
             break;
+        }
         before = &control;
     }
-    if (before == nullptr || before->kind != ControlKind::Label)
+    if (before == nullptr || before->kind != ControlKind::Label) {
         return "Field " + std::to_string(id);
+    }
     std::string name = before->text;
     std::erase(name, '&');
-    while (name.ends_with(':') || name.ends_with(' '))
+    while (name.ends_with(':') || name.ends_with(' ')) {
         name.pop_back();
+    }
     return name;
 }
 
@@ -73,19 +78,21 @@ bool ParseWhole(std::string_view text, Number& value)
     Number number{};
     const char* const end = text.data() + text.size();
     const auto [stop, error] = std::from_chars(text.data(), end, number);
-    if (error != std::errc{} || stop != end)
+    if (error != std::errc{} || stop != end) {
         return false;
+    }
     value = number;
     return true;
 }
 
 std::string_view Trim(std::string_view text)
 {
-    constexpr std::string_view blanks = " \t\r\n";
-    const std::size_t start = text.find_first_not_of(blanks);
-    if (start == std::string_view::npos)
+    constexpr std::string_view Blanks = " \t\r\n";
+    const std::size_t start = text.find_first_not_of(Blanks);
+    if (start == std::string_view::npos) {
         return {};
-    return text.substr(start, text.find_last_not_of(blanks) - start + 1);
+    }
+    return text.substr(start, text.find_last_not_of(Blanks) - start + 1);
 }
 
 template <typename Number>

@@ -70,6 +70,6 @@ int SetStretchBltMode(HDC dc, int mode); // the former mode
 // where they stand; no copy of them is kept or made on the way.
 int SetDIBitsToDevice(HDC dc, int x, int y, DWORD width, DWORD height, int sourceX, int sourceY,
                       UINT firstLine, UINT lines, const void* bits, const BITMAPINFO256* info,
-                      UINT colourUse);
+                      UINT colorUse);
 
 int GetSystemMetrics(int index); // SM_CXICON, SM_CYICON: pixels

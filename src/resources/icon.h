@@ -4,7 +4,7 @@
 #include "platform/dialog_template.h"
 #include "resources/resource.h"
 
-inline constexpr IconColour MainIconPalette[] = {
+inline constexpr IconColor MainIconPalette[] = {
     {'#', 0x2B3640}, {'-', 0x8FA3B0}, {'.', 0x0B1016},
     {'+', 0xB9C4CC}, {'o', 0xF2F6F8}, {'g', 0x37D67A},
 };

@@ -6,12 +6,16 @@ namespace {
 constexpr bool FieldsFillTheStatus()
 {
     std::array<int, BatteryStatus{}.size()> uses{};
-    for (const BatteryField& field : BatteryFields)
-        for (std::size_t i = 0; i < FieldSize(field.type); ++i)
+    for (const BatteryField& field : BatteryFields) {
+        for (std::size_t i = 0; i < FieldSize(field.type); ++i) {
             ++uses[field.offset + i];
-    for (std::size_t offset = 0; offset < uses.size(); ++offset)
-        if (uses[offset] != (offset == 30 || offset == 31 ? 0 : 1))
+        }
+    }
+    for (std::size_t offset = 0; offset < uses.size(); ++offset) {
+        if (uses[offset] != (offset == 30 || offset == 31 ? 0 : 1)) {
             return false;
+        }
+    }
     return true;
 }
 static_assert(FieldsFillTheStatus(), "every byte but the two unused ones belongs to one field");
@@ -19,15 +23,17 @@ static_assert(sizeof(BatteryStatus) == 36 && sizeof(BinningRecord) == 4);
 
 void StoreLittleEndian(std::uint8_t* bytes, std::size_t size, std::uint32_t value)
 {
-    for (std::size_t i = 0; i < size; ++i)
+    for (std::size_t i = 0; i < size; ++i) {
         bytes[i] = static_cast<std::uint8_t>(value >> 8 * i);
+    }
 }
 
 std::uint32_t LoadLittleEndian(const std::uint8_t* bytes, std::size_t size)
 {
     std::uint32_t value = 0;
-    for (std::size_t i = 0; i < size; ++i)
+    for (std::size_t i = 0; i < size; ++i) {
         value |= static_cast<std::uint32_t>(bytes[i]) << 8 * i;
+    }
     return value;
 }
 
@@ -36,8 +42,9 @@ std::uint32_t LoadLittleEndian(const std::uint8_t* bytes, std::size_t size)
 BatteryStatus UnknownBatteryStatus()
 {
     BatteryStatus status{};
-    for (const BatteryField& field : BatteryFields)
+    for (const BatteryField& field : BatteryFields) {
         StoreLittleEndian(&status[field.offset], FieldSize(field.type), field.whenUnknown);
+    }
     return status;
 }
 

@@ -11,17 +11,17 @@
 
 namespace {
 
-constexpr std::uint32_t sensor = 1; // the device whose settings these are
-constexpr std::uint32_t binningParameter = 10;
-constexpr std::uint32_t integrationTimeParameter = 11;
-constexpr std::uint32_t timeoutParameter = 12;
-constexpr std::uint32_t batteryParameter = 34;
+constexpr std::uint32_t Sensor = 1; // the device whose settings these are
+constexpr std::uint32_t BinningParameter = 10;
+constexpr std::uint32_t IntegrationTimeParameter = 11;
+constexpr std::uint32_t TimeoutParameter = 12;
+constexpr std::uint32_t BatteryParameter = 34;
 
-constexpr std::uint16_t sensorCodes[] = {12, 20};
-constexpr std::int32_t millisecondsPerMinute = 60000;
+constexpr std::uint16_t SensorCodes[] = {12, 20};
+constexpr std::int32_t MillisecondsPerMinute = 60000;
 
-constexpr UINT_PTR batteryTimer = 100;
-constexpr UINT batteryPeriod = 1000; // milliseconds
+constexpr UINT_PTR BatteryTimer = 100;
+constexpr UINT BatteryPeriod = 1000; // milliseconds
 
 } // namespace
 
@@ -29,7 +29,7 @@ CSensorSettingsDlg::CSensorSettingsDlg(CWnd* parent) : CDialog(SettingsDialogTem
 
 std::span<const DispatchEntry> CSensorSettingsDlg::DispatchTable() const
 {
-    static constexpr DispatchEntry table[] = {
+    static constexpr DispatchEntry Table[] = {
         on::Command<&CSensorSettingsDlg::SelectLowResolution>(IdLowResolution),
         on::Command<&CSensorSettingsDlg::SelectHighResolution>(IdHighResolution),
         on::Notify<&CSensorSettingsDlg::OnDrawIntegrationTime>(NM_CUSTOMDRAW, IdIntegrationTime),
@@ -37,7 +37,7 @@ std::span<const DispatchEntry> CSensorSettingsDlg::DispatchTable() const
         on::Timer<&CSensorSettingsDlg::OnTimer>(),
         on::Command<&CSensorSettingsDlg::ShowAddedSensor>(IdAddSensor),
     };
-    return table;
+    return Table;
 }
 
 BOOL CSensorSettingsDlg::OnInitDialog()
@@ -45,13 +45,13 @@ BOOL CSensorSettingsDlg::OnInitDialog()
     CDialog::OnInitDialog();
 
     std::uint32_t binning = 1;
-    GetDeviceInt(sensor, binningParameter, binning);
+    GetDeviceInt(Sensor, BinningParameter, binning);
     m_binning = static_cast<std::int32_t>(binning);
     CheckRadioButton(IdLowResolution, IdHighResolution,
                      m_binning == 1 ? IdHighResolution : IdLowResolution);
 
     std::uint32_t integrationTime = 0;
-    GetDeviceInt(sensor, integrationTimeParameter, integrationTime);
+    GetDeviceInt(Sensor, IntegrationTimeParameter, integrationTime);
     m_integrationTime = static_cast<std::int32_t>(
         std::min<std::uint32_t>(integrationTime, std::numeric_limits<std::int32_t>::max()));
     m_integrationTimeSlider.SetRange(0, 1000, FALSE);
@@ -59,13 +59,13 @@ BOOL CSensorSettingsDlg::OnInitDialog()
     m_integrationTimeSlider.SetPos(m_integrationTime);
 
     std::uint32_t timeout = 0;
-    GetDeviceInt(sensor, timeoutParameter, timeout);
-    m_timeoutMinutes = static_cast<std::int32_t>(timeout / millisecondsPerMinute);
+    GetDeviceInt(Sensor, TimeoutParameter, timeout);
+    m_timeoutMinutes = static_cast<std::int32_t>(timeout / MillisecondsPerMinute);
     m_timeoutSlider.SetRange(1, 10);
     m_timeoutSlider.SetTicFreq(1);
     m_timeoutSlider.SetPos(m_timeoutMinutes);
 
-    SetTimer(batteryTimer, batteryPeriod);
+    SetTimer(BatteryTimer, BatteryPeriod);
     return TRUE;
 }
 
@@ -110,30 +110,32 @@ LRESULT CSensorSettingsDlg::OnDrawTimeout()
 
 void CSensorSettingsDlg::OnTimer(UINT_PTR timer)
 {
-    if (timer == batteryTimer)
+    if (timer == BatteryTimer) {
         RefreshBattery();
+    }
     Default();
 }
 
 void CSensorSettingsDlg::RefreshBattery()
 {
     BatteryStatus status = UnknownBatteryStatus();
-    GetDeviceBlock(sensor, batteryParameter, status.data(), status.size());
-    for (const BatteryField& field : BatteryFields)
+    GetDeviceBlock(Sensor, BatteryParameter, status.data(), status.size());
+    for (const BatteryField& field : BatteryFields) {
         SetDlgItemInt(field.control, BatteryValue(status, field));
+    }
 }
 
 // The exchange of the framework's OK handling makes m_binning an index again, so it comes last.
 void CSensorSettingsDlg::OnOK()
 {
-    SetDeviceInt(sensor, integrationTimeParameter, static_cast<std::uint32_t>(m_integrationTime));
-    for (const std::uint16_t code : sensorCodes) {
+    SetDeviceInt(Sensor, IntegrationTimeParameter, static_cast<std::uint32_t>(m_integrationTime));
+    for (const std::uint16_t code : SensorCodes) {
         const BinningRecord record = EncodeBinning(m_binning, code);
-        SetDeviceBlock(sensor, binningParameter, record.data(), record.size());
+        SetDeviceBlock(Sensor, BinningParameter, record.data(), record.size());
     }
-    SetDeviceInt(sensor, timeoutParameter,
-                 static_cast<std::uint32_t>(m_timeoutMinutes * millisecondsPerMinute));
-    KillTimer(batteryTimer);
+    SetDeviceInt(Sensor, TimeoutParameter,
+                 static_cast<std::uint32_t>(m_timeoutMinutes * MillisecondsPerMinute));
+    KillTimer(BatteryTimer);
     CDialog::OnOK();
 }
 

@@ -72,23 +72,23 @@ template <std::size_t B>
 void GatherColumns(const CImage& image, std::uint32_t first, std::uint32_t count,
                    std::uint8_t* band)
 {
-    constexpr std::size_t tile = 256 / B / 16 * 16; // pixels: runs of 256 bytes touch few pages
-    std::uint8_t turned[tile * tile * B];
+    constexpr std::size_t Tile = 256 / B / 16 * 16; // pixels: runs of 256 bytes touch few pages
+    std::uint8_t turned[Tile * Tile * B];
     const std::size_t width = image.m_width;
     const std::size_t height = image.m_height;
     const bool isLeftward = (image.m_orientation & ColumnsRunForward) != 0;
     const bool isDownward = (image.m_orientation & RowsRunForward) != 0;
     const std::size_t left = isLeftward ? width - first - count : first;
-    for (std::size_t y = 0; y < height; y += tile) {
-        const std::size_t rows = std::min(tile, height - y);
+    for (std::size_t y = 0; y < height; y += Tile) {
+        const std::size_t rows = std::min(Tile, height - y);
         const std::size_t pixel = isDownward ? y : height - y - rows;
-        for (std::size_t x = 0; x < count; x += tile) {
-            const std::size_t columns = std::min<std::size_t>(tile, count - x);
+        for (std::size_t x = 0; x < count; x += Tile) {
+            const std::size_t columns = std::min<std::size_t>(Tile, count - x);
             TransposeTile<B>(image.m_data + (y * width + left + x) * B, width * B, rows, columns,
-                             turned, tile * B);
+                             turned, Tile * B);
             for (std::size_t i = 0; i < columns; ++i) {
                 const std::size_t row = isLeftward ? count - 1 - (x + i) : x + i;
-                const std::uint8_t* source = turned + i * tile * B;
+                const std::uint8_t* source = turned + i * Tile * B;
                 std::uint8_t* destination = band + (row * height + pixel) * B;
                 if (isDownward) {
                     std::memcpy(destination, source, rows * B);

@@ -119,8 +119,9 @@ TEST_F(MainDialog, StartUpOpensTheLibraryAndReadsItsOptions)
                                "TarnSetLibraryParam 16 block 01 00 01 00 1B 00 00 00 00 00 00 00",
                                "TarnSetNotifyWindow 1034"};
         EXPECT_EQ(library.CallsOf({"TarnOpen", "TarnSet"}), order);
-        for (const int box : {IdSaveRawFiles, IdEightBitRead, IdTestImageMode})
+        for (const int box : {IdSaveRawFiles, IdEightBitRead, IdTestImageMode}) {
             EXPECT_TRUE(hand.IsChecked(box)) << box;
+        }
         EXPECT_FALSE(hand.IsChecked(IdNoGainCheck));
         EXPECT_EQ(hand.Title(), "TarnTest");
 
@@ -151,7 +152,7 @@ TEST_F(MainDialog, UnreadableOptionsFallBack)
 
 TEST_F(MainDialog, TheButtonsFollowEveryDevice)
 {
-    constexpr std::uint32_t unread = 99;
+    constexpr std::uint32_t Unread = 99;
     const struct
     {
         std::vector<std::pair<std::uint32_t, std::uint32_t>> devices; // parameters 14 and 15
@@ -163,8 +164,8 @@ TEST_F(MainDialog, TheButtonsFollowEveryDevice)
         {{{1, 0}, {0, 1}}, true, true},
         {{{1, 1}, {1, 1}}, false, false},
         {{{0, 2}, {0, 0}}, true, false},
-        {{{unread, unread}}, false, false},
-        {{{0, 0}, {unread, unread}}, true, false},
+        {{{Unread, Unread}}, false, false},
+        {{{0, 0}, {Unread, Unread}}, true, false},
         {{}, false, false},
     };
     Run([&] {
@@ -173,7 +174,7 @@ TEST_F(MainDialog, TheButtonsFollowEveryDevice)
             library.deviceParams.clear();
             for (std::uint32_t number = 0; number < c.devices.size(); ++number) {
                 library.devices.push_back({number});
-                if (c.devices[number].first != unread) {
+                if (c.devices[number].first != Unread) {
                     library.SetDeviceInt(number, 14, c.devices[number].first);
                     library.SetDeviceInt(number, 15, c.devices[number].second);
                 }
@@ -252,8 +253,9 @@ TEST_F(MainDialog, EventsLeadToTheirReactions)
         hand.Click(IdAutoSaveImages);
         EXPECT_EQ(window.seriesNumber, 1u);
         library.calls.clear();
-        for (const std::uint32_t ignored : {5u, 8u, 16u, 18u, 0x010002u})
+        for (const std::uint32_t ignored : {5u, 8u, 16u, 18u, 0x010002u}) {
             Event(ignored);
+        }
         EXPECT_EQ(library.calls, None);
         Event(7);
         EXPECT_EQ(library.CallsOf({""}).size(), 1u);
@@ -265,8 +267,9 @@ TEST_F(MainDialog, EventsLeadToTheirReactions)
 TEST_F(MainDialog, ResultsThatComeWhileOneIsShownDoNotPileUp)
 {
     hand.WhenBox("Info number: 1\n", IDOK, [&] {
-        for (std::uint32_t i = 2; i <= 1000; ++i)
+        for (std::uint32_t i = 2; i <= 1000; ++i) {
             Event(0x300000 + i);
+        }
     });
     hand.WhenBox("Info number: 1000\nResult 0x3003E8\n\nEarlier results not shown: 998", IDOK,
                  [&] { Event(0x300007); });
@@ -298,22 +301,28 @@ TEST_F(MainDialog, AnImageLeavesTheStoreWhenSavedOrOnYes)
             if (c.folderBlocked) {
                 std::ofstream(folder.parent_path()) << "in the way";
             }
-            if (hand.IsChecked(IdAutoSaveImages) != c.save)
+            if (hand.IsChecked(IdAutoSaveImages) != c.save) {
                 hand.Click(IdAutoSaveImages);
-            if (hand.IsChecked(IdAutoEnable) != c.enable)
+            }
+            if (hand.IsChecked(IdAutoEnable) != c.enable) {
                 hand.Click(IdAutoEnable);
-            if (c.folderBlocked)
+            }
+            if (c.folderBlocked) {
                 hand.WhenBox("Invalid path on", IDOK);
-            if (c.answer != 0)
+            }
+            if (c.answer != 0) {
                 hand.WhenBox(Question, c.answer);
+            }
             library.calls.clear();
             window.imageNumber = id;
             Event(2, id);
             Strings expected;
-            if (c.removed)
+            if (c.removed) {
                 expected.push_back("TarnRemoveImage \"\" " + std::to_string(id));
-            if (c.enable)
+            }
+            if (c.enable) {
                 expected.push_back("TarnEnableCapture 0 \"My ID\" 0");
+            }
             EXPECT_EQ(library.CallsOf({"TarnRemove", "TarnEnable"}), expected);
             EXPECT_EQ(window.imageNumber, id + 1);
             const fs::path file = folder / ("Prog_A_1_1_" + std::to_string(id) + ".Q32");
@@ -338,7 +347,7 @@ TEST_F(MainDialog, AnEventWithoutAnImageRemovesNothing)
         library.Fail(Export::GetImage, 0x200009);
         hand.WhenBox("Error number: 9", IDOK);
         Event(2, 3);
-        // Its pixels did not come: it is shown grey, and asked about instead of saved.
+        // Its pixels did not come: it is shown gray, and asked about instead of saved.
         library.Break(Export::GetImage, Fault::NullEntries);
         hand.WhenBox(Question, IDNO);
         Event(2, 3);
@@ -410,7 +419,7 @@ TEST_F(MainDialog, EveryWayOutIsTakenInOrderOrRefused)
             hand.Click(IdOpen);
         }};
     Store(1);
-    for (int state = Idle; state <= Opening; ++state)
+    for (int state = Idle; state <= Opening; ++state) {
         for (int way = state == InSettings ? Escape : Exit; way <= Signal; ++way) {
             SCOPED_TRACE(testing::Message() << "state " << state << ", way " << way);
             Window another;
@@ -419,14 +428,16 @@ TEST_F(MainDialog, EveryWayOutIsTakenInOrderOrRefused)
             hand.Run(another, [&] {
                 another.KillTimer(2); // of the question about stored images
                 library.calls.clear();
-                if (state == Capturing && way != Signal)
+                if (state == Capturing && way != Signal) {
                     hand.WhenBox("Can not close during capturing!", IDOK);
+                }
                 states[state](another, ways[way]);
                 const bool closes = state == Idle || way == Signal;
                 EXPECT_TRUE(hand.Wait([&] { return another.IsWindowVisible() != closes; }));
                 Strings expected = closes ? inOrder : None;
-                if (state == Capturing && way == Signal)
+                if (state == Capturing && way == Signal) {
                     expected.insert(expected.begin(), "TarnDisableCapture 0 1");
+                }
                 EXPECT_EQ(closing(), expected);
                 if (!closes) {
                     SetStates(100, 0, 1);
@@ -436,6 +447,7 @@ TEST_F(MainDialog, EveryWayOutIsTakenInOrderOrRefused)
                 }
             });
         }
+    }
 }
 
 TEST_F(MainDialog, ARejectedFieldKeepsTheLibrariesOpen)
@@ -455,8 +467,8 @@ TEST_F(MainDialog, ARejectedFieldKeepsTheLibrariesOpen)
 TEST_F(MainDialog, AStormOfEventsLeavesRoomForTheOperator)
 {
     using Clock = std::chrono::steady_clock;
-    constexpr std::uint32_t events[] = {0x100005, 0x200005, 0x300005, 99, 2, 17};
-    constexpr int all = 100'000;
+    constexpr std::uint32_t Events[] = {0x100005, 0x200005, 0x300005, 99, 2, 17};
+    constexpr int All = 100'000;
     std::atomic<int> posted = 0;
     int open = 0, deepest = 0, served = 0;
     Clock::duration worst{};
@@ -465,8 +477,9 @@ TEST_F(MainDialog, AStormOfEventsLeavesRoomForTheOperator)
         worst = std::max(worst, Clock::now() - due);
         ++served;
         const auto next = Clock::now() + std::chrono::milliseconds(1);
-        if (posted < all)
+        if (posted < All) {
             hand.Later(1, [&click, next] { click(next); });
+        }
     };
     hand.WhenEveryBox("number: ", IDOK, [&] {
         deepest = std::max(deepest, ++open);
@@ -475,21 +488,22 @@ TEST_F(MainDialog, AStormOfEventsLeavesRoomForTheOperator)
     });
     Run([&] {
         std::thread storm([&, to = window.GetSafeHwnd()] {
-            while (posted < all)
-                posted += PostMessageA(to, WM_TARN_EVENT, 9, LPARAM{events[posted % 6]});
+            while (posted < All) {
+                posted += PostMessageA(to, WM_TARN_EVENT, 9, LPARAM{Events[posted % 6]});
+            }
         });
         click(Clock::now());
         hand.WhenDialog("Tolva Settings",
-                        [&] { EXPECT_TRUE(hand.Wait([&] { return posted > all / 2; }, 60'000)); });
+                        [&] { EXPECT_TRUE(hand.Wait([&] { return posted > All / 2; }, 60'000)); });
         hand.Wait([&] { return open == 0; });
         window.Send(WM_COMMAND, IdSettings);
-        EXPECT_TRUE(hand.Wait([&] { return posted == all && open == 0; }, 60'000));
+        EXPECT_TRUE(hand.Wait([&] { return posted == All && open == 0; }, 60'000));
         storm.join();
     });
     EXPECT_EQ(deepest, 1);
     EXPECT_GT(served, 20);
     EXPECT_LT(worst, std::chrono::milliseconds(500));
-    EXPECT_LT(hand.Boxes().size(), all / 100u);
+    EXPECT_LT(hand.Boxes().size(), All / 100u);
 }
 
 TEST_F(MainDialog, AnImageIsWindowedZoomedAndPanned)
@@ -514,8 +528,9 @@ TEST_F(MainDialog, AnImageIsWindowedZoomedAndPanned)
         EXPECT_LT(hand.Pixel(IdImageArea, 5, 5), hand.Pixel(IdImageArea, 5, 500));
 
         EXPECT_FALSE(hand.IsVisible(IdHorizontalBar));
-        for (int i = 0; i < 3; ++i)
+        for (int i = 0; i < 3; ++i) {
             hand.Click(IdZoomIn);
+        }
         EXPECT_TRUE(hand.IsVisible(IdHorizontalBar) && hand.IsVisible(IdVerticalBar));
         const int position = hand.Position(IdHorizontalBar);
         hand.Press(IdHorizontalBar, static_cast<int>(SB_LINEDOWN));
@@ -603,8 +618,9 @@ TEST_F(MainDialog, HostileTextsAreShownAndNothingElse)
     });
     EXPECT_EQ(std::distance(fs::directory_iterator(folder), {}), 5);
     EXPECT_FALSE(fs::exists(folder / "../../outside_1_1.Q32"));
-    for (const auto& file : fs::directory_iterator(folder))
+    for (const auto& file : fs::directory_iterator(folder)) {
         EXPECT_EQ(file.status().permissions(), fs::perms(0640)) << "as the umask says";
+    }
     umask(formerMask);
 }
 

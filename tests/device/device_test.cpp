@@ -196,10 +196,11 @@ TEST_F(Device, StatesHaveAWordOrTheLibrarysDescription)
                  {101, "Result 0x0"},
                  {0, "Unknown"},
                  {5, "Unknown"}};
-    for (const auto& [state, text] : cases)
+    for (const auto& [state, text] : cases) {
         EXPECT_EQ(DeviceStatusText({1, state, "N", nullptr}),
                   std::string("   ** N **\n\nStatus: ") + text +
                       "\nHwID: \nGain file: \nVersion:\n    ");
+    }
 }
 
 TEST_F(Device, TheReportListsVersionAndDevices)

@@ -30,8 +30,9 @@ void Draw(CImage& display, const CImage* source, double zoom, std::uint32_t cx, 
 // expected(row, column) of every display pixel
 void ExpectPixels(const CImage& display, auto expected)
 {
-    for (std::uint32_t i = 0; i < display.m_dataSize; ++i)
+    for (std::uint32_t i = 0; i < display.m_dataSize; ++i) {
         EXPECT_EQ(display.m_data[i], expected(i / display.m_width, i % display.m_width)) << i;
+    }
 }
 
 TEST(DisplayLut, HoldsTheValuesWorkedOutByHand)
@@ -41,7 +42,7 @@ TEST(DisplayLut, HoldsTheValuesWorkedOutByHand)
         std::uint32_t center, width;
         double gamma;
         bool negative;
-        std::uint32_t index, grey;
+        std::uint32_t index, gray;
     } cases[] = {
         {3700, 800, 1, false, 3300, 0},       {3700, 800, 1, false, 3700, 127},
         {3700, 800, 1, false, 4099, 254},     {3700, 800, 1, false, 4100, 255},
@@ -55,7 +56,7 @@ TEST(DisplayLut, HoldsTheValuesWorkedOutByHand)
     for (const auto& c : cases) {
         Lut lut(DisplayLutSize);
         BuildDisplayLut(lut.data(), DisplayLutSize, c.center, c.width, c.gamma, c.negative, 4095);
-        EXPECT_EQ(lut[c.index], c.grey) << &c - cases;
+        EXPECT_EQ(lut[c.index], c.gray) << &c - cases;
     }
 }
 
@@ -68,7 +69,7 @@ TEST(DisplayLut, EqualsTheLiteralFormulaBitForBit)
         const auto center = static_cast<std::uint32_t>(round % 5 ? random() % 70000 : random());
         const auto width = static_cast<std::uint32_t>(random() >> (random() % 32));
         const double gamma = gammas[random() % 9];
-        const bool negative = random() % 2;
+        const bool negative = (random() % 2) != 0u;
         const std::uint32_t maxValue = MaxSampleValue(8 * (1 + round % 4));
         Lut fast(size), literal(size);
         BuildDisplayLut(fast.data(), size, center, width, gamma, negative, maxValue);
@@ -77,7 +78,7 @@ TEST(DisplayLut, EqualsTheLiteralFormulaBitForBit)
     }
 }
 
-TEST(FitScaleRange, NeedsGreyPixelsOfOneOrTwoBytes)
+TEST(FitScaleRange, NeedsGrayPixelsOfOneOrTwoBytes)
 {
     CImage image(3, 1, 12, 0, 1);
     const std::uint16_t samples[] = {100, 103, 1101};
@@ -91,8 +92,8 @@ TEST(FitScaleRange, NeedsGreyPixelsOfOneOrTwoBytes)
 
 TEST(Render, LeavesTheDisplayAloneWithoutAPicture)
 {
-    CImage display(8, 8, 8, 0, 1), none(0, 0, 12, 0, 1), colour(8, 8, 8, 0, 2);
-    for (const CImage* source : {static_cast<CImage*>(nullptr), &none, &colour}) {
+    CImage display(8, 8, 8, 0, 1), none(0, 0, 12, 0, 1), color(8, 8, 8, 0, 2);
+    for (const CImage* source : {static_cast<CImage*>(nullptr), &none, &color}) {
         Draw(display, source, 1, 4, 4);
         ExpectPixels(display, [](auto...) { return DisplayBackground; });
     }
@@ -101,7 +102,7 @@ TEST(Render, LeavesTheDisplayAloneWithoutAPicture)
     RenderToDisplay(&display, nullptr, 1, 4, 4, &none);
 }
 
-TEST(Render, CentresVerticallyAndStartsAtTheLeft)
+TEST(Render, CentersVerticallyAndStartsAtTheLeft)
 {
     CImage source(4, 2, 16, 0, 1), display(8, 8, 8, 0, 1);
     const std::uint16_t samples[] = {1, 2, 3, 4096, 5, 6, 7, 4104};
@@ -117,8 +118,9 @@ TEST(Render, CentresVerticallyAndStartsAtTheLeft)
 TEST(Render, RepeatsTheLastPixelIntoEmptyBlocks)
 {
     CImage source(8, 8, 8, 0, 1), display(8, 8, 8, 0, 1);
-    for (std::uint32_t i = 0; i < 64; ++i)
+    for (std::uint32_t i = 0; i < 64; ++i) {
         source.m_data[i] = static_cast<std::uint8_t>(i);
+    }
     Draw(display, &source, 2, 8, 8);
     ExpectPixels(display, [](std::uint32_t row, std::uint32_t column) {
         const std::uint32_t y = 6 + row / 2, x = std::min(6 + column / 2, 7u);
@@ -129,8 +131,9 @@ TEST(Render, RepeatsTheLastPixelIntoEmptyBlocks)
 TEST(Resample, TakesBlocksWiderThanAStripAndAnyStep)
 {
     std::vector<std::uint8_t> samples(20000);
-    for (std::size_t i = 0; i < samples.size(); ++i)
+    for (std::size_t i = 0; i < samples.size(); ++i) {
         samples[i] = static_cast<std::uint8_t>(i / 5000);
+    }
     for (const std::uint32_t step : {1u, 999u, 0xFFFFFFFFu}) {
         CImage display(5, 1, 8, 0, 1);
         display.Fill(4);

@@ -44,8 +44,9 @@ TEST(Range, FindsTheBandWorkedOutByHand)
 {
     for (const RangeCase& c : RangeCases) {
         std::vector<std::uint32_t> histogram(65536);
-        for (const auto& [bin, count] : c.occupied)
+        for (const auto& [bin, count] : c.occupied) {
             histogram[bin] = count;
+        }
         double lo = -1, hi = -1;
         c.function(65536, histogram.data(), c.a, c.b, &lo, &hi);
         EXPECT_DOUBLE_EQ(lo, c.lo) << c.name;
@@ -75,8 +76,9 @@ TEST(Range, EqualsTheLiteralAlgorithmsBitForBit)
     for (int round = 0; round < 150; ++round) {
         const unsigned mask = round % 3 == 0 ? 0xFFF : round % 3 == 1 ? 0xFF : 0x3FFF;
         std::vector<std::uint16_t> wide(random() % 5000);
-        for (std::uint16_t& sample : wide)
+        for (std::uint16_t& sample : wide) {
             sample = static_cast<std::uint16_t>((random() % 5 ? random() % 90 : random()) & mask);
+        }
         compare(ComputeRange16, reference::ComputeRange16, wide);
         compare(ComputeRange8, reference::ComputeRange8,
                 std::vector<std::uint8_t>(wide.begin(), wide.end()));

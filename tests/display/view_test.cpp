@@ -9,7 +9,7 @@
 
 namespace {
 
-TEST(View, DescribesTheDisplayAsAGreyBitmap)
+TEST(View, DescribesTheDisplayAsAGrayBitmap)
 {
     BITMAPINFO256 info;
     FillBitmapHeader(info, 740, 480);

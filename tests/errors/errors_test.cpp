@@ -13,7 +13,7 @@ TEST(MsgWithArgs, ReplacesPlaceholdersByTheirArgument)
         const char* argument;
         const char* formatted;
     };
-    constexpr Case cases[] = {
+    constexpr Case Cases[] = {
         {"File %1% not found.", "a.q32", "File a.q32 not found."},
         {"", "x", ""},
         {"no placeholder", "x", "no placeholder"},
@@ -29,8 +29,9 @@ TEST(MsgWithArgs, ReplacesPlaceholdersByTheirArgument)
         {"%1%%", "x", "x%"},
         {"a%%%1%", "x", "a%%%1%"},
     };
-    for (const Case& row : cases)
+    for (const Case& row : Cases) {
         EXPECT_EQ(MsgWithArgs(row.text, row.argument).Format(), row.formatted) << row.text;
+    }
     EXPECT_EQ(MsgWithArgs("File %1%").Format(), "File %1%");
 }
 

@@ -33,7 +33,7 @@ enum class Moment
     Closing,
     Count
 };
-constexpr const char* momentNames[] = {"start",         "stored loop",   "idle",
+constexpr const char* MomentNames[] = {"start",         "stored loop",   "idle",
                                        "arming",        "armed",         "reading",
                                        "question open", "settings open", "closing"};
 
@@ -44,7 +44,7 @@ struct Operation
     bool givesValue = false;
     bool givesRows = false;
 };
-constexpr Operation operations[] = {
+constexpr Operation Operations[] = {
     {"TarnOpen"},
     {"TarnClose"},
     {"TarnSetNotifyWindow"},
@@ -72,7 +72,7 @@ struct Kind
     const char* rule;         // as the simulator takes it
     const char* boxText = ""; // the beginning of the box in which the operator sees the result
 };
-constexpr Kind kinds[] = {
+constexpr Kind Kinds[] = {
     {"warning 7", "Warning number: 7\n"},
     {"error 7", "Error number: 7\n"},
     {"information 7", "Info number: 7\n"},
@@ -92,7 +92,7 @@ struct Effect
     int resultBoxes; // when it fails
     int questions;   // more or less than in a healthy life
 };
-constexpr Effect effects[] = {
+constexpr Effect Effects[] = {
     {"TarnOpen", Moment::Start, 1, -6}, // whose failure the next call shares
     {"TarnSetLibraryParam", Moment::Start, 1, 0},
     {"TarnSetNotifyWindow", Moment::Start, 0, -4}, // no event comes
@@ -109,20 +109,23 @@ constexpr int HealthyQuestions = 6;
 bool Applies(const Kind& kind, const Operation& operation)
 {
     const std::string_view rule = kind.rule;
-    if (rule == "wrong-type")
+    if (rule == "wrong-type") {
         return operation.givesValue;
-    if (rule.starts_with("empty"))
+    }
+    if (rule.starts_with("empty")) {
         return operation.givesRows;
-    if (rule.starts_with("null"))
+    }
+    if (rule.starts_with("null")) {
         return operation.givesValue || operation.givesRows;
+    }
     return rule.find("block") != rule.npos || operation.name != std::string_view("TarnFreeObject");
 }
 
 template <class Function>
 Function* InSimulator(const char* name)
 {
-    static void* const library = dlopen(TARN_LIBRARY, RTLD_NOW);
-    return reinterpret_cast<Function*>(dlsym(library, name));
+    static void* const Library = dlopen(TARN_LIBRARY, RTLD_NOW);
+    return reinterpret_cast<Function*>(dlsym(Library, name));
 }
 
 // The settings file, and a store with one image of an earlier life.
@@ -137,8 +140,9 @@ public:
         TarnOpen(nullptr, "");
         TarnEnableCapture(0, "My ID", 0);
         std::uint32_t count = 0;
-        for (int tries = 0; count == 0 && tries < 20'000; TarnGetImageCount(&count), ++tries)
+        for (int tries = 0; count == 0 && tries < 20'000; TarnGetImageCount(&count), ++tries) {
             usleep(1000);
+        }
         TarnClose();
         fs::rename(m_folder / "Store", m_folder / "OldStore");
     }
@@ -195,8 +199,9 @@ public:
         m_moment = moment;
         m_begin = std::move(begin);
         m_end = std::move(end);
-        if (moment == Moment::Start)
+        if (moment == Moment::Start) {
             m_begin();
+        }
         m_bench.DoModal();
         EXPECT_EQ(headless::LiveWindows() + headless::LiveTimers() + headless::OpenBoxes(), 0u);
         Set("");
@@ -211,8 +216,9 @@ public:
     void ExpectNotices(int resultBoxes, const std::string& text, int questions) const
     {
         EXPECT_EQ(m_results.size(), static_cast<std::size_t>(resultBoxes));
-        for (const std::string& result : m_results)
+        for (const std::string& result : m_results) {
             EXPECT_TRUE(result.starts_with(text)) << result;
+        }
         EXPECT_EQ(m_questions, HealthyQuestions + questions);
     }
 
@@ -238,10 +244,10 @@ public:
             EXPECT_EQ(m_results.at(1), "Error number: 1\nThe capture library is not open.");
             m_results.pop_back();
         }
-        const auto effect = std::ranges::find_if(effects, [&](const Effect& line) {
+        const auto effect = std::ranges::find_if(Effects, [&](const Effect& line) {
             return line.operation == name && line.moment == moment;
         });
-        const bool seen = effect != std::end(effects);
+        const bool seen = effect != std::end(Effects);
         ExpectNotices(seen && fails ? effect->resultBoxes : 0, kind.boxText,
                       seen && noObject ? effect->questions : 0);
     }
@@ -305,18 +311,20 @@ private:
             headless::RunFor(2500);
             after = Expected();
         } while (before != after);
-        if (!IsOpen() || headless::Now() < 3500)
+        if (!IsOpen() || headless::Now() < 3500) {
             return;
+        }
         EXPECT_EQ(headless::IsEnabled(m_bench, IdEnable), after.enable && !m_hides);
         EXPECT_EQ(headless::IsEnabled(m_bench, IdAbort), after.abort && !m_hides);
     }
 
     void StartExposure()
     {
-        if (m_moment == Moment::Reading && m_exposures == 1)
+        if (m_moment == Moment::Reading && m_exposures == 1) {
             Set("readout_time = " + std::to_string(m_readOut)); // so that the moment lasts
-        else
+        } else {
             Set("");
+        }
         MakeReady();
         if (IsOpen()) {
             EXPECT_EQ(InSimulator<decltype(TarnSimulatorHandSwitch)>("TarnSimulatorHandSwitch")(),
@@ -333,7 +341,7 @@ private:
             headless::WaitForPost(std::chrono::seconds(10));
             headless::Pump();
         }
-        m_exposures -= !IsPlugged();
+        m_exposures -= IsPlugged() ? 0 : 1;
     }
     // The first image of the store; the tone after it tells that it was served.
     void Arrive()
@@ -348,13 +356,15 @@ private:
 
     void Use(CDialog& dialog)
     {
-        if (&dialog != &m_bench)
+        if (&dialog != &m_bench) {
             return UseSettings(dialog);
+        }
         Leave(Moment::Start);
         At(Moment::StoredLoop, [] { headless::RunFor(1000); });
         At(Moment::Idle, [&] {
-            for (const int id : {IdInfo, IdTestImageMode, IdEightBitRead, IdZoomIn})
+            for (const int id : {IdInfo, IdTestImageMode, IdEightBitRead, IdZoomIn}) {
                 headless::Click(dialog, id);
+            }
         });
         if (!m_refused) {
             At(Moment::Arming, [&] { headless::Click(dialog, IdEnable); });
@@ -376,8 +386,9 @@ private:
     void UseSettings(CDialog& dialog)
     {
         headless::RunFor(2000);
-        if (!m_refused)
+        if (!m_refused) {
             Arrive();
+        }
         headless::Drag(dialog, IdTimeout, 3);
         headless::Click(dialog, IDOK);
     }
@@ -386,27 +397,30 @@ private:
     {
         const bool image = box.text.starts_with("Image");
         const bool question = box.text.starts_with("Found old") || image;
-        m_questions += question;
-        if (!question && !box.text.starts_with("***** Tarn"))
+        m_questions += question ? 1 : 0;
+        if (!question && !box.text.starts_with("***** Tarn")) {
             m_results.push_back(box.text);
+        }
         if (image && std::exchange(m_awaited, false)) {
             m_keeps = true;
             At(Moment::Question, [this] { Arrive(); });
             m_keeps = false;
             return IDNO;
         }
-        if (image && m_keeps)
+        if (image && m_keeps) {
             return IDNO;
+        }
         // The stored-image loop goes on as long as it is told to.
         const bool again = box.text.starts_with("Found old image:") && m_givenUp != 0;
-        m_givenUp += question && !box.text.starts_with("Found old images") && !again;
+        m_givenUp += question && !box.text.starts_with("Found old images") && !again ? 1 : 0;
         return again ? IDCANCEL : (box.style & MB_YESNO) != 0 ? IDYES : IDOK;
     }
 
     void At(Moment moment, const std::function<void()>& act)
     {
-        if (m_moment == moment)
+        if (m_moment == moment) {
             m_begin();
+        }
         act();
         ExpectButtons();
         Leave(moment);
@@ -447,16 +461,19 @@ TEST(Faults, EveryOperationFailsAtEveryMoment)
 {
     const Simulator simulator;
     int cells = 0;
-    for (const Operation& operation : operations)
-        for (const Kind& kind : kinds)
+    for (const Operation& operation : Operations) {
+        for (const Kind& kind : Kinds) {
             for (int moment = 0; moment < static_cast<int>(Moment::Count); ++moment) {
-                if (!Applies(kind, operation))
+                if (!Applies(kind, operation)) {
                     continue;
+                }
                 SCOPED_TRACE(testing::Message() << operation.name << " = " << kind.rule << ", at "
-                                                << momentNames[moment]);
+                                                << MomentNames[moment]);
                 Life(simulator).RunWith(operation, kind, static_cast<Moment>(moment));
                 ++cells;
             }
+        }
+    }
     std::printf("fault matrix: %d cells\n", cells);
     EXPECT_GT(cells, 800);
 }
@@ -472,7 +489,7 @@ TEST(Faults, TheNextExposureWorksAfterEveryAccident)
         int resultBoxes;
         const char* text;
         int questions;
-    } accidents[] = {
+    } Accidents[] = {
         {"sensors = none", Moment::Idle, 0, "", 0},
         {"sensors = none", Moment::Armed, 1, "Warning number: 30\n", 0},
         {"sensors = none", Moment::Reading, 1, "Error number: 18\n", -1},
@@ -486,14 +503,15 @@ TEST(Faults, TheNextExposureWorksAfterEveryAccident)
         {"event_2 = missing", Moment::Reading, 1, "Error number: 12\n", -1},
     };
     const Simulator simulator;
-    for (const auto& accident : accidents)
+    for (const auto& accident : Accidents) {
         for (const bool leave : {false, true}) {
             SCOPED_TRACE(testing::Message() << accident.line << " at "
-                                            << momentNames[static_cast<int>(accident.moment)]
+                                            << MomentNames[static_cast<int>(accident.moment)]
                                             << (leave ? ", leaving" : ""));
             Life life(simulator);
-            if (accident.text == std::string_view("Error number: 18\n"))
+            if (accident.text == std::string_view("Error number: 18\n")) {
                 life.m_readOut = 100; // it is cut off
+            }
             bool left = false;
             life.Run(
                 accident.moment, [&] { life.Set(accident.line); },
@@ -501,11 +519,13 @@ TEST(Faults, TheNextExposureWorksAfterEveryAccident)
                     left = leave && life.Click(IdExit) && !life.IsOpen();
                     life.Set("");
                 });
-            if (!left)
+            if (!left) {
                 life.ExpectNotices(accident.resultBoxes, accident.text, accident.questions);
+            }
             const bool inBox = accident.moment == Moment::Question;
             EXPECT_EQ(left, leave && !inBox);
         }
+    }
 }
 
 TEST(Faults, ArmsAndAbortsAThousandTimes)
@@ -527,11 +547,12 @@ TEST(Faults, ArmsAndAbortsAThousandTimes)
 TEST(Faults, TheProgramEndsAHundredTimesAtEveryMoment)
 {
     const Simulator simulator;
-    for (int time = 0; time < 100; ++time)
+    for (int time = 0; time < 100; ++time) {
         for (int moment = static_cast<int>(Moment::StoredLoop); moment < 9; ++moment) {
-            SCOPED_TRACE(momentNames[moment]);
+            SCOPED_TRACE(MomentNames[moment]);
             Life(simulator).Run(static_cast<Moment>(moment), headless::EndSession, [] {});
         }
+    }
 }
 
 } // namespace

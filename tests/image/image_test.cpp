@@ -8,9 +8,9 @@ namespace {
 
 TEST(Image, TheFormatFollowsFromTheRequest)
 {
-    constexpr std::uint32_t most = 0xFFFFFFFF;
-    // width, height, bits, pixel bytes asked for, colour type; pixel bytes, samples, size made
-    constexpr std::array<std::uint32_t, 8> cases[] = {
+    constexpr std::uint32_t Most = 0xFFFFFFFF;
+    // width, height, bits, pixel bytes asked for, color type; pixel bytes, samples, size made
+    constexpr std::array<std::uint32_t, 8> Cases[] = {
         {640, 480, 12, 0, 1, 2, 1, 640 * 480 * 2},
         {640, 480, 12, 4, 1, 4, 1, 640 * 480 * 4},
         {5, 3, 9, 1, 1, 2, 1, 30},
@@ -20,9 +20,9 @@ TEST(Image, TheFormatFollowsFromTheRequest)
         {0, 3, 8, 0, 1, 1, 1, 0},
         {5, 3, 0, 0, 1, 0, 1, 0},
         {65536, 65537, 8, 0, 1, 1, 1, 0},
-        {most, most, most, 0, 2, 0x60000000, 3, 0},
+        {Most, Most, Most, 0, 2, 0x60000000, 3, 0},
     };
-    for (const auto& [width, height, bits, asked, colorType, pixelBytes, samples, size] : cases) {
+    for (const auto& [width, height, bits, asked, colorType, pixelBytes, samples, size] : Cases) {
         SCOPED_TRACE(testing::Message() << width << " x " << height << ", bits " << bits);
         const CImage image(width, height, bits, asked, colorType);
         EXPECT_TRUE(image.m_pixelBytes == pixelBytes && image.m_samples == samples);
@@ -59,10 +59,10 @@ TEST(Image, FillAndInvertChangeTheSamplesOfTheFormat)
 
 TEST(Image, PutPixelsCopiesWhatFits)
 {
-    constexpr std::uint32_t most = 0xFFFFFFFF;
+    constexpr std::uint32_t Most = 0xFFFFFFFF;
     const Bytes source(24 * 3, 7);
     for (const auto& [count, first, copied] : std::initializer_list<std::array<std::uint32_t, 3>>{
-             {3, 0, 3}, {50, 14, 10}, {1, 24, 0}, {1, 25, 0}, {most, 0, 24}, {24, most, 0}}) {
+             {3, 0, 3}, {50, 14, 10}, {1, 24, 0}, {1, 25, 0}, {Most, 0, 24}, {24, Most, 0}}) {
         CImage image(6, 4, 8, 0, 2);
         image.Fill(0);
         EXPECT_EQ(image.PutPixels(source.data(), count, first), copied) << first;

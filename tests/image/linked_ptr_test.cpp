@@ -72,26 +72,27 @@ TEST(LinkedPtr, AssigningJoinsTwoRingsOfOnePointee)
 
 TEST(LinkedPtr, ThreadsCopyAndReleaseHandlesOfTheirOwn)
 {
-    constexpr std::size_t threadCount = 4, rounds = 3000;
+    constexpr std::size_t ThreadCount = 4, Rounds = 3000;
     int destroyed = 0;
     std::atomic<std::size_t> shared = 0;
-    std::vector<Handle> own(threadCount);
+    std::vector<Handle> own(ThreadCount);
     own[0] = Handle(new Counted{destroyed});
     std::fill(own.begin() + 1, own.end(), own[0]);
     std::vector<std::thread> threads;
     threads.reserve(own.size());
-    for (Handle& mine : own)
+    for (Handle& mine : own) {
         threads.emplace_back([&mine, &shared] {
-            for (std::size_t i = 0; i < rounds; ++i) {
+            for (std::size_t i = 0; i < Rounds; ++i) {
                 Handle copy(mine), kept;
                 kept = copy;
                 copy = Handle();
-                shared += kept.Shares(mine);
+                shared += kept.Shares(mine) ? 1 : 0;
             }
             mine.Release();
         });
+    }
     std::ranges::for_each(threads, &std::thread::join);
-    EXPECT_TRUE(shared == threadCount * rounds && destroyed == 1);
+    EXPECT_TRUE(shared == ThreadCount * Rounds && destroyed == 1);
 }
 
 } // namespace

@@ -6,20 +6,21 @@ namespace {
 std::vector<Bytes> Seen(const CImage& image)
 {
     std::vector<Bytes> rows;
-    for (std::uint32_t r = 0; r < image.ViewRowCount(); ++r)
+    for (std::uint32_t r = 0; r < image.ViewRowCount(); ++r) {
         rows.push_back(ViewRow(image, r));
+    }
     return rows;
 }
 
 // One pixel, lines, odd sizes, squares, and blocks of several tiles with ragged edges.
-constexpr std::pair<std::uint32_t, std::uint32_t> sizes[] = {
+constexpr std::pair<std::uint32_t, std::uint32_t> Sizes[] = {
     {1, 1}, {1, 9}, {9, 1}, {5, 4}, {33, 33}, {64, 64}, {97, 161}, {150, 70}};
 
 TEST(Orientation, EveryChangeKeepsThePictureAndTurnsTheBlockAsTheLiteralDoes)
 {
-    for (const auto& [width, height] : sizes)
-        for (const std::uint32_t pixelBytes : reference::PixelSizes)
-            for (std::uint32_t from = 0; from < CImage::OrientationCount; ++from)
+    for (const auto& [width, height] : Sizes) {
+        for (const std::uint32_t pixelBytes : reference::PixelSizes) {
+            for (std::uint32_t from = 0; from < CImage::OrientationCount; ++from) {
                 for (const auto& [turn, name, run] : reference::Turns) {
                     SCOPED_TRACE(testing::Message()
                                  << width << " x " << height << " of " << pixelBytes << ", code "
@@ -41,6 +42,9 @@ TEST(Orientation, EveryChangeKeepsThePictureAndTurnsTheBlockAsTheLiteralDoes)
                         ASSERT_TRUE(Block(*turned) == expected.block && Seen(*turned) == seen);
                     }
                 }
+            }
+        }
+    }
 }
 
 TEST(Orientation, UnknownCodesAndEmptyImagesAreLeftAlone)

@@ -25,7 +25,7 @@ enum BenchId
     Nested
 };
 
-inline constexpr ControlTemplate benchControls[] = {
+inline constexpr ControlTemplate BenchControls[] = {
     {IDOK, ControlKind::DefaultButton, "E&xit", {4, 4, 40, 14}},
     {Go, ControlKind::PushButton, "&Go", {50, 4, 40, 14}},
     {Flag, ControlKind::CheckBox, "&Flag", {100, 4, 40, 10}},
@@ -42,13 +42,13 @@ inline constexpr ControlTemplate benchControls[] = {
     {Throw, ControlKind::PushButton, "&Throw", {120, 90, 40, 14}},
     {Nested, ControlKind::PushButton, "&Nested", {120, 110, 40, 14}},
 };
-inline constexpr DialogTemplate benchTemplate{1, "Bench",       210, 140, "MS Sans Serif",
-                                              8, benchControls, true};
+inline constexpr DialogTemplate BenchTemplate{1, "Bench",       210, 140, "MS Sans Serif",
+                                              8, BenchControls, true};
 
 class BenchDialog : public CDialog
 {
 public:
-    explicit BenchDialog(CWnd* parent = nullptr) : CDialog(benchTemplate, parent) {}
+    explicit BenchDialog(CWnd* parent = nullptr) : CDialog(BenchTemplate, parent) {}
 
     std::uint32_t m_whole = 3700;
     double m_real = 0.5;
@@ -72,23 +72,26 @@ private:
     }
     void OnGo()
     {
-        if (m_go)
+        if (m_go) {
             m_go();
+        }
     }
     void OnThrow() { throw std::runtime_error("<b>thrown</b>"); }
     void OnNested() { BenchDialog(this).DoModal(); }
     void OnLeave() { UpdateData(TRUE); }
     void OnPaint()
     {
-        if (m_paint)
+        if (m_paint) {
             m_paint();
+        }
     }
     void OnTimer(UINT_PTR timer) { m_seen.emplace_back(WM_TIMER, timer); }
     void OnScroll(UINT code, std::uint32_t position)
     {
         m_seen.emplace_back(code, position);
-        if (code == SB_LINEDOWN)
+        if (code == SB_LINEDOWN) {
             m_across.SetScrollPos(m_across.GetScrollPos() + 1);
+        }
     }
     LRESULT OnDraw()
     {
@@ -98,8 +101,9 @@ private:
     LRESULT OnMessage(WPARAM wParam, LPARAM)
     {
         m_seen.emplace_back(WM_USER, wParam);
-        if (m_message)
+        if (m_message) {
             m_message();
+        }
         return 7;
     }
     LRESULT OnDrop(WPARAM, LPARAM path)
@@ -110,7 +114,7 @@ private:
     std::span<const DispatchEntry> DispatchTable() const override
     {
         using Self = BenchDialog;
-        static constexpr DispatchEntry table[] = {
+        static constexpr DispatchEntry Table[] = {
             on::Command<&Self::OnGo>(Go),
             on::Command<&Self::OnThrow>(Throw),
             on::Command<&Self::OnNested>(Nested),
@@ -122,6 +126,6 @@ private:
             on::Message<&Self::OnMessage>(WM_USER),
             on::Message<&Self::OnDrop>(WM_DROPFILES),
         };
-        return table;
+        return Table;
     }
 };

@@ -69,11 +69,12 @@ TEST(Dialog, FieldsTakeNumbersOfTheirTypeOnly)
         for (const auto& c : cases) {
             dialog.UpdateData(FALSE);
             dialog.SetDlgItemText(c.id, c.text);
-            if (!c.accepted)
+            if (!c.accepted) {
                 op.WhenBox(c.id == Whole
                                ? "Scale center: takes a whole number from 0 to 4294967295."
                                : "Gamma: takes a number",
                            IDOK);
+            }
             dialog.m_whole = 3700;
             dialog.m_real = 0.5;
             EXPECT_EQ(dialog.UpdateData(), c.accepted) << c.text;
@@ -154,11 +155,13 @@ TEST(Dialog, PictureStandsRightSideUpAndClipped)
 {
     constexpr int Width = 8, Height = 4;
     std::vector<BYTE> bits(Width * Height);
-    for (std::size_t i = 0; i < bits.size(); ++i)
+    for (std::size_t i = 0; i < bits.size(); ++i) {
         bits[i] = static_cast<BYTE>(i + 1);
+    }
     BITMAPINFO256 info{{40, Width, Height, 1, 8, BI_RGB, 0, 0, 0, 256, 256}, {}};
-    for (int i = 0; i < 256; ++i)
+    for (int i = 0; i < 256; ++i) {
         info.bmiColors[i] = {static_cast<BYTE>(i), 0, 200, 0};
+    }
 
     Operator op;
     BenchDialog dialog;
@@ -180,13 +183,14 @@ TEST(Dialog, PictureStandsRightSideUpAndClipped)
         const struct
         {
             int x, y;
-            unsigned colour; // blue is the sample
+            unsigned color; // blue is the sample
         } cases[] = {{2, 1, 0xC80019},    {9, 1, 0xC80020},    {2, 4, 0xC80001},
                      {9, 4, 0xC80008},    {1, 1, background},  {2, 5, background},
                      {10, 1, background}, {147, 93, 0xC80002}, {20, 1, 0xC80014},
                      {21, 1, 0xC80015},   {20, 2, background}};
-        for (const auto& c : cases)
-            EXPECT_EQ(op.Pixel(Picture, c.x, c.y), c.colour) << c.x << ", " << c.y;
+        for (const auto& c : cases) {
+            EXPECT_EQ(op.Pixel(Picture, c.x, c.y), c.color) << c.x << ", " << c.y;
+        }
         EXPECT_EQ(lines, Height);
         EXPECT_EQ(second, 0) << "a request is painted once";
         CWnd frame = dialog.GetDlgItem(Picture);

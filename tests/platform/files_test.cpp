@@ -21,8 +21,9 @@ DWORD ReasonOf(const std::string& path, DWORD access, DWORD creation)
 {
     const HANDLE file =
         CreateFileA(path.c_str(), access, 0, nullptr, creation, FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (file == INVALID_HANDLE_VALUE)
+    if (file == INVALID_HANDLE_VALUE) {
         return GetLastError();
+    }
     CloseHandle(file);
     return None;
 }
@@ -31,8 +32,9 @@ DWORD ReasonOf(const std::string& path, DWORD access, DWORD creation)
 DWORD ReasonOfNobody(const std::string& path, DWORD access, DWORD creation)
 {
     const pid_t child = fork();
-    if (child == 0)
+    if (child == 0) {
         _exit(setuid(65534) == 0 ? static_cast<int>(ReasonOf(path, access, creation)) : 255);
+    }
     int status = 0;
     waitpid(child, &status, 0);
     return static_cast<DWORD>(WEXITSTATUS(status));
@@ -79,15 +81,17 @@ TEST_F(Files, FailuresHaveTheirReasons)
         {Path("fifo"), GENERIC_WRITE, CREATE_ALWAYS, ERROR_ACCESS_DENIED},
         {"/dev/full", GENERIC_WRITE, CREATE_ALWAYS, ERROR_ACCESS_DENIED},
     };
-    for (const auto& c : cases)
+    for (const auto& c : cases) {
         EXPECT_EQ(ReasonOf(c.path, c.access, c.creation), c.reason) << c.path;
+    }
     EXPECT_EQ(fs::file_size(Path("file")), 7u);
 }
 
 TEST_F(Files, PermissionsAreDenials)
 {
-    if (geteuid() != 0)
+    if (geteuid() != 0) {
         GTEST_SKIP() << "needs to become another user";
+    }
     chmod(Path("file").c_str(), 0444);
     EXPECT_EQ(ReasonOfNobody(Path("file"), GENERIC_READ, OPEN_EXISTING), None);
     EXPECT_EQ(ReasonOfNobody(Path("file"), GENERIC_WRITE, CREATE_ALWAYS), ERROR_ACCESS_DENIED);

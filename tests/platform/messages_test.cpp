@@ -18,8 +18,9 @@ class Storm
 public:
     explicit Storm(HWND window)
         : m_thread([this, window] {
-              for (WPARAM i = 0; !m_stop; ++i)
-                  m_refused += PostMessageA(window, WM_USER, i, 0) == 0;
+              for (WPARAM i = 0; !m_stop; ++i) {
+                  m_refused += PostMessageA(window, WM_USER, i, 0) == 0 ? 1 : 0;
+              }
           })
     {
     }
@@ -43,14 +44,17 @@ TEST(Messages, ComeInOrderFromEveryThreadWhileTheWindowLives)
     HWND window = nullptr;
     op.Run(dialog, [&] {
         window = dialog.GetSafeHwnd();
-        for (WPARAM i = 0; i < 10'000; ++i)
+        for (WPARAM i = 0; i < 10'000; ++i) {
             EXPECT_EQ(PostMessageA(window, WM_USER, i, 0), 1);
+        }
         EXPECT_EQ(PostMessageA(window, WM_USER, 0, 0), 0) << "the queue is full";
         EXPECT_TRUE(op.Wait([&] { return dialog.m_seen.size() >= 10'000; }));
         bool ordered = true;
-        for (WPARAM i = 0, next = 0; i < dialog.m_seen.size(); ++i)
-            if (dialog.m_seen[i].first == WM_USER)
+        for (WPARAM i = 0, next = 0; i < dialog.m_seen.size(); ++i) {
+            if (dialog.m_seen[i].first == WM_USER) {
                 ordered = ordered && dialog.m_seen[i].second == next++;
+            }
+        }
         EXPECT_TRUE(ordered);
         dialog.m_seen.clear();
         std::thread([&] { PostMessageA(window, WM_USER, 42, 0); }).join();

@@ -37,7 +37,7 @@ struct Reading
     std::uint32_t unknown, pattern, ones; // the last two: bytes 80 81 82 ..., all bytes FF
 };
 
-constexpr Reading readings[] = {
+constexpr Reading Readings[] = {
     {IdRefreshWear, "RefreshWear", 0, 0x83828180, ~0u},
     {IdTotalWear, "TotalWear", 0, 0x87868584, ~0u},
     {IdVoltage, "Voltage", 1200, 0x8988, 0xFFFF},
@@ -74,9 +74,11 @@ TEST_F(Settings, WhatIsReadIsShownHeldToTheRangesAndWrittenBack)
     for (const auto& c : cases) {
         SCOPED_TRACE(c.writtenBinning + " " + c.shownTime);
         library.deviceParams.clear();
-        for (std::uint32_t i = 0; i < 3; ++i)
-            if (c.read[i])
+        for (std::uint32_t i = 0; i < 3; ++i) {
+            if (c.read[i]) {
                 library.SetDeviceInt(1, 10 + i, *c.read[i]);
+            }
+        }
         library.calls.clear();
         library.Fail(Export::SetDeviceParam, 0x200001, 4);
         CSensorSettingsDlg opened(nullptr);
@@ -124,13 +126,15 @@ TEST_F(Settings, CancelWritesNothing)
 TEST_F(Settings, TheReadOutsFollowTheBatteryEverySecond)
 {
     ScriptedLibrary::Block pattern(36);
-    for (std::size_t i = 0; i < pattern.size(); ++i)
+    for (std::size_t i = 0; i < pattern.size(); ++i) {
         pattern[i] = static_cast<std::uint8_t>(0x80 + i);
+    }
     const auto expect = [&](std::uint32_t Reading::*column) {
-        for (const Reading& reading : readings)
+        for (const Reading& reading : Readings) {
             EXPECT_EQ(hand.Text(reading.control),
                       std::to_string(static_cast<std::int32_t>(reading.*column)))
                 << reading.label;
+        }
     };
     hand.Run(dialog, [&] {
         EXPECT_EQ(hand.Text(IdVoltage), "0");
@@ -173,11 +177,13 @@ TEST_F(Settings, TheTemplateHoldsEveryControlWithItsLabelAndNoneOverAnother)
 {
     const std::span<const ControlTemplate> controls = SettingsDialogTemplate.controls;
     const auto find = [&](int id) { return std::ranges::find(controls, id, &ControlTemplate::id); };
-    for (const DispatchEntry& entry : dialog.DispatchTable())
+    for (const DispatchEntry& entry : dialog.DispatchTable()) {
         EXPECT_TRUE(entry.id == DispatchEntry::AnyId || find(entry.id) != controls.end())
             << entry.id;
-    for (const Reading& reading : readings)
+    }
+    for (const Reading& reading : Readings) {
         EXPECT_STREQ(std::prev(find(reading.control))->text, reading.label);
+    }
 
     for (auto one = controls.begin(); one != controls.end(); ++one) {
         const DialogUnits& a = one->place;

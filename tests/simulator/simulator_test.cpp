@@ -23,23 +23,23 @@ std::vector<std::pair<std::uint32_t, std::uint32_t>> events; // event, image
 template <class Function>
 Function* Symbol(const char* name)
 {
-    static void* const library = dlopen(TARN_LIBRARY, RTLD_NOW);
-    return reinterpret_cast<Function*>(library == nullptr ? nullptr : dlsym(library, name));
+    static void* const Library = dlopen(TARN_LIBRARY, RTLD_NOW);
+    return reinterpret_cast<Function*>(Library == nullptr ? nullptr : dlsym(Library, name));
 }
 
-const auto tarnOpen = Symbol<decltype(Tarn_1)>("Tarn_1");
-const auto tarnClose = Symbol<decltype(Tarn_2)>("Tarn_2");
-const auto setNotifyWindow = Symbol<decltype(Tarn_3)>("Tarn_3");
-const auto enable = Symbol<decltype(Tarn_5)>("Tarn_5");
-const auto disable = Symbol<decltype(Tarn_6)>("Tarn_6");
-const auto setLibraryParam = Symbol<decltype(Tarn_8)>("Tarn_8");
-const auto getImage = Symbol<decltype(Tarn_20)>("Tarn_20");
-const auto removeImage = Symbol<decltype(Tarn_21)>("Tarn_21");
-const auto getImageCount = Symbol<decltype(Tarn_22)>("Tarn_22");
-const auto getDeviceParam = Symbol<decltype(Tarn_31)>("Tarn_31");
-const auto setDeviceParam = Symbol<decltype(Tarn_32)>("Tarn_32");
-const auto freeObject = Symbol<decltype(Tarn_99)>("Tarn_99");
-const auto handSwitch = Symbol<decltype(TarnSimulatorHandSwitch)>("TarnSimulatorHandSwitch");
+const auto TarnOpen = Symbol<decltype(Tarn_1)>("Tarn_1");
+const auto TarnClose = Symbol<decltype(Tarn_2)>("Tarn_2");
+const auto SetNotifyWindow = Symbol<decltype(Tarn_3)>("Tarn_3");
+const auto Enable = Symbol<decltype(Tarn_5)>("Tarn_5");
+const auto Disable = Symbol<decltype(Tarn_6)>("Tarn_6");
+const auto SetLibraryParam = Symbol<decltype(Tarn_8)>("Tarn_8");
+const auto GetImage = Symbol<decltype(Tarn_20)>("Tarn_20");
+const auto RemoveImage = Symbol<decltype(Tarn_21)>("Tarn_21");
+const auto GetImageCount = Symbol<decltype(Tarn_22)>("Tarn_22");
+const auto GetDeviceParam = Symbol<decltype(Tarn_31)>("Tarn_31");
+const auto SetDeviceParam = Symbol<decltype(Tarn_32)>("Tarn_32");
+const auto FreeObject = Symbol<decltype(Tarn_99)>("Tarn_99");
+const auto HandSwitch = Symbol<decltype(TarnSimulatorHandSwitch)>("TarnSimulatorHandSwitch");
 
 struct Image
 {
@@ -67,15 +67,15 @@ protected:
     }
     ~Simulator() override
     {
-        tarnClose();
+        TarnClose();
         std::filesystem::remove_all(folder);
     }
 
     void Open()
     {
         events.clear();
-        ASSERT_EQ(tarnOpen(nullptr, "test"), 0u);
-        setNotifyWindow(reinterpret_cast<HWND>(1), WM_TARN_EVENT);
+        ASSERT_EQ(TarnOpen(nullptr, "test"), 0u);
+        SetNotifyWindow(reinterpret_cast<HWND>(1), WM_TARN_EVENT);
     }
 
     // The file is replaced as a whole, because it is read at any moment.
@@ -96,13 +96,15 @@ protected:
         std::string taken;
         for (std::uint32_t last = code + 1; last != code; events.erase(events.begin())) {
             if (!eventArrived.wait_for(lock, std::chrono::seconds(20),
-                                       [] { return !events.empty(); }))
+                                       [] { return !events.empty(); })) {
                 return taken + "timeout";
+            }
             last = events.front().first;
             lastImage = events.front().second;
             taken.append(std::to_string(last));
-            if (lastImage != 0)
+            if (lastImage != 0) {
                 taken.append(1, ':').append(std::to_string(lastImage));
+            }
             taken.append(1, ' ');
         }
         return taken;
@@ -110,9 +112,9 @@ protected:
 
     std::uint32_t Expose()
     {
-        EXPECT_EQ(enable(0, "My ID", 0), 0u);
+        EXPECT_EQ(Enable(0, "My ID", 0), 0u);
         Until(15);
-        EXPECT_EQ(handSwitch(), 0u);
+        EXPECT_EQ(HandSwitch(), 0u);
         Until(2);
         const std::uint32_t number = lastImage;
         Until(4);
@@ -122,9 +124,10 @@ protected:
     Image Fetch(std::uint32_t number, std::uint32_t expected = 0)
     {
         TarnImageRecord* record = nullptr;
-        EXPECT_EQ(getImage("", number, &record), expected);
-        if (record == nullptr)
+        EXPECT_EQ(GetImage("", number, &record), expected);
+        if (record == nullptr) {
             return {};
+        }
         const std::size_t size = std::size_t{record->width} * record->height * record->pixelBytes;
         const auto* bytes = reinterpret_cast<const char*>(record->pixels);
         const auto text = [](const char* start) { return start == nullptr ? "null" : start; };
@@ -134,20 +137,21 @@ protected:
                        std::string(bytes, size),
                        text(record->headerText),
                        text(record->userId)};
-        freeObject(record);
+        FreeObject(record);
         return image;
     }
 
     std::string Parameter(std::uint32_t device, std::uint32_t parameter)
     {
         TarnValue* value = nullptr;
-        if (getDeviceParam(device, parameter, &value) != 0)
+        if (GetDeviceParam(device, parameter, &value) != 0) {
             return "-";
+        }
         const bool block = (value->tag & 0xFFFF) == TarnTypeBlock;
         std::string text = block
                                ? std::string(static_cast<const char*>(value->pointer), value->value)
                                : std::to_string(value->value);
-        freeObject(value);
+        FreeObject(value);
         return text;
     }
 
@@ -155,8 +159,9 @@ protected:
     std::string Buttons()
     {
         std::string codes;
-        for (std::uint32_t device = 0; device < 3; ++device)
+        for (std::uint32_t device = 0; device < 3; ++device) {
             codes.append(Parameter(device, 14)).append(Parameter(device, 15)).append(1, ' ');
+        }
         return codes;
     }
 
@@ -169,17 +174,17 @@ TEST_F(Simulator, ExposesInOrderAndSetsTheButtons)
 {
     Configure("series_length = 1\nreadout_time = 50\narming_delay = 20");
     EXPECT_EQ(Buttons(), "11 01 01 ");
-    EXPECT_NE(handSwitch(), 0u);
-    ASSERT_EQ(enable(0, "My ID", 0), 0u);
+    EXPECT_NE(HandSwitch(), 0u);
+    ASSERT_EQ(Enable(0, "My ID", 0), 0u);
     EXPECT_EQ(Buttons(), "11 10 10 ");
     EXPECT_EQ(Until(15), "15 ");
-    EXPECT_EQ(handSwitch(), 0u);
+    EXPECT_EQ(HandSwitch(), 0u);
     EXPECT_EQ(Buttons(), "22 22 22 ");
-    EXPECT_NE(disable(0, 1), 0u);
+    EXPECT_NE(Disable(0, 1), 0u);
     EXPECT_EQ(Until(4), "17 7 2:1 4 ");
-    ASSERT_EQ(enable(0, "My ID", 0), 0u);
+    ASSERT_EQ(Enable(0, "My ID", 0), 0u);
     EXPECT_EQ(Until(15), "6 15 ");
-    EXPECT_EQ(disable(0, 1), 0u);
+    EXPECT_EQ(Disable(0, 1), 0u);
     EXPECT_EQ(Until(3), "3 ");
     EXPECT_EQ(Buttons(), "11 01 01 ");
 }
@@ -200,13 +205,13 @@ TEST_F(Simulator, DisarmsByTimeoutPulledPlugAndFault)
     };
     for (const Case& row : cases) {
         Configure(row.before);
-        ASSERT_EQ(enable(0, "", 0), 0u);
+        ASSERT_EQ(Enable(0, "", 0), 0u);
         Until(15);
         Configure(row.change);
         EXPECT_EQ(Until(row.result), row.events);
     }
     Configure("sensors = none");
-    EXPECT_NE(enable(0, "", 0), 0u);
+    EXPECT_NE(Enable(0, "", 0), 0u);
     EXPECT_EQ(Buttons(), "11 -- -- ");
     Configure("");
     EXPECT_EQ(Fetch(Expose()).userId, "My ID");
@@ -216,12 +221,13 @@ TEST_F(Simulator, SameSeedGivesTheSameImageAndTheStoreSurvives)
 {
     const Image first = Fetch(Expose()), second = Fetch(Expose());
     EXPECT_NE(first.pixels, second.pixels);
-    tarnClose();
+    TarnClose();
     std::ofstream(folder / "store" / "0000000009.tarn.tmp") << "half";
     // None of these is an image; a run goes past them and leaves them alone.
     const std::string whole = ReadFile(folder / "store" / "0000000001.tarn");
-    for (const char* name : {"0000000003.tarn", "0000000004.tarn", "0000000005.tarn"})
+    for (const char* name : {"0000000003.tarn", "0000000004.tarn", "0000000005.tarn"}) {
         std::ofstream(folder / "store" / name) << "garbage " << whole;
+    }
     std::string cut = whole.substr(0, whole.size() - 1);
     cut[24] = 6; // its id
     std::ofstream(folder / "store" / "0000000006.tarn") << cut;
@@ -229,18 +235,18 @@ TEST_F(Simulator, SameSeedGivesTheSameImageAndTheStoreSurvives)
     std::filesystem::create_directory(folder / "store" / "0000000007.tarn");
     Open();
     std::uint32_t count = 0;
-    EXPECT_EQ(getImageCount(&count) + count, 7u);
+    EXPECT_EQ(GetImageCount(&count) + count, 7u);
     EXPECT_EQ(Fetch(0), first);
-    EXPECT_EQ(removeImage("other user", 1), 0x20000Cu);
-    EXPECT_EQ(removeImage("", 1), 0u);
+    EXPECT_EQ(RemoveImage("other user", 1), 0x20000Cu);
+    EXPECT_EQ(RemoveImage("", 1), 0u);
     EXPECT_EQ(Fetch(0), second);
-    EXPECT_EQ(removeImage("", 2), 0u);
+    EXPECT_EQ(RemoveImage("", 2), 0u);
     Fetch(0, 0x20000C);
-    EXPECT_EQ(getImageCount(&count) + count, 0u) << "they count no more";
-    tarnClose();
+    EXPECT_EQ(GetImageCount(&count) + count, 0u) << "they count no more";
+    TarnClose();
     Open();
     EXPECT_EQ(Expose(), 8u) << "ids are not used again";
-    tarnClose();
+    TarnClose();
     std::filesystem::remove_all(folder / "store");
     Open();
     EXPECT_EQ(Fetch(Expose()), first);
@@ -259,9 +265,9 @@ TEST_F(Simulator, ParametersChangeTheImageAndExposuresTheBattery)
     const std::uint8_t binning[] = {2, 0, 12, 0};
     const TarnValue block{10 << 16 | TarnTypeBlock, 0, sizeof binning, binning, {}};
     const TarnValue time{11 << 16 | TarnTypeInteger, 0, 30, nullptr, {}};
-    EXPECT_EQ(setDeviceParam(1, 10, &block), 0u);
-    EXPECT_EQ(setDeviceParam(1, 11, &time), 0u);
-    EXPECT_EQ(setDeviceParam(1, 10, &time), 0x200005u);
+    EXPECT_EQ(SetDeviceParam(1, 10, &block), 0u);
+    EXPECT_EQ(SetDeviceParam(1, 11, &time), 0u);
+    EXPECT_EQ(SetDeviceParam(1, 10, &time), 0x200005u);
     EXPECT_EQ(Parameter(1, 10) + Parameter(2, 10), "21");
     const Image dark = Fetch(Expose());
     EXPECT_EQ(dark.width * 10000 + dark.height, 6500850u);
@@ -269,12 +275,12 @@ TEST_F(Simulator, ParametersChangeTheImageAndExposuresTheBattery)
 
     const char* const chain = "MinMaxScaleTo8Bit";
     const TarnValue filter{17 << 16 | 9, 0, reinterpret_cast<std::uintptr_t>(chain), nullptr, {}};
-    EXPECT_EQ(setLibraryParam(17, &filter), 0u);
+    EXPECT_EQ(SetLibraryParam(17, &filter), 0u);
     EXPECT_EQ(Fetch(Expose()).pixels.size(), 650u * 850u);
-    EXPECT_EQ(enable(0, "", 0), 0x20000Fu) << "the battery is empty";
+    EXPECT_EQ(Enable(0, "", 0), 0x20000Fu) << "the battery is empty";
     Configure(ini + "external_power = on");
     const TarnValue testImage{80 << 16 | TarnTypeFlag, 0, 1, nullptr, {}};
-    EXPECT_EQ(setDeviceParam(0, 80, &testImage), 0u);
+    EXPECT_EQ(SetDeviceParam(0, 80, &testImage), 0u);
     const Image marks = Fetch(Expose());
     EXPECT_EQ(marks.bits, 8u);
     EXPECT_EQ(marks.pixels.back(), '\xBA') << "the mark 3000 of 4095 stands top right: last";
@@ -285,16 +291,16 @@ TEST_F(Simulator, RulesAndScriptsFailTheCallsTheyName)
     Configure("TarnGetImageCount = next 1 error 5\nTarnGetImage = no-header, no-user\n"
               "next_image_id = 4294967295\nevent_2 = next 1 twice");
     std::uint32_t count = 7;
-    EXPECT_EQ(getImageCount(&count), 0x200005u);
-    EXPECT_EQ(getImageCount(&count) + count, 0u);
+    EXPECT_EQ(GetImageCount(&count), 0x200005u);
+    EXPECT_EQ(GetImageCount(&count) + count, 0u);
     EXPECT_EQ(Expose(), 4294967295u);
     EXPECT_EQ(Fetch(0).header + Fetch(0).userId, "nullnull");
     Configure("TarnGetImage = always null\nTarnRemoveImage = every 2 0x400009\nstore_limit = 1\n"
               "events = error 3, 99");
     EXPECT_EQ(Fetch(0).width, 0u);
-    EXPECT_EQ(removeImage("", 1), 0x20000Cu);
-    EXPECT_EQ(removeImage("", 4294967295u), 0x400009u);
-    EXPECT_EQ(enable(0, "", 0), 0x20000Bu);
+    EXPECT_EQ(RemoveImage("", 1), 0x20000Cu);
+    EXPECT_EQ(RemoveImage("", 4294967295u), 0x400009u);
+    EXPECT_EQ(Enable(0, "", 0), 0x20000Bu);
     EXPECT_EQ(Until(99), "2097155 99 ");
     Configure("TarnGetImage = always null\nfaults = off");
     EXPECT_EQ(Fetch(0).width, 130u);
@@ -313,16 +319,17 @@ TEST_F(Simulator, ReportsWrongLinesAndUnfreedObjects)
     std::filesystem::resize_file(folder / "s.ini", std::uint64_t{1} << 40);
     EXPECT_EQ(Fetch(Expose()).width, 77u);
     TarnValue* value = nullptr;
-    getDeviceParam(1, 2, &value);
-    tarnClose();
-    freeObject(value);
-    freeObject(value);
+    GetDeviceParam(1, 2, &value);
+    TarnClose();
+    FreeObject(value);
+    FreeObject(value);
     const std::string report = testing::internal::GetCapturedStderr();
     for (const char* part :
          {":8: image_width takes a whole number, not 'wide'",
           ":9: there is no setting 'no_such_key'", ":10: TarnGetImage takes",
-          "s.ini: is no settings file", " objects handed out, 1 not freed", "is freed already"})
+          "s.ini: is no settings file", " objects handed out, 1 not freed", "is freed already"}) {
         EXPECT_NE(report.find(part), std::string::npos) << part << " in " << report;
+    }
     EXPECT_NE(ReadFile(folder / "trace").find(" TarnGetDeviceParam 1 2 -> 0\n"), std::string::npos);
     Open();
 }
@@ -330,10 +337,11 @@ TEST_F(Simulator, ReportsWrongLinesAndUnfreedObjects)
 TEST(SimulatorManual, NamesEveryKnob)
 {
     const std::string manual = ReadFile(SIMULATOR_MANUAL);
-    for (const tarn::Knob& knob : tarn::Knobs())
+    for (const tarn::Knob& knob : tarn::Knobs()) {
         EXPECT_NE(manual.find(std::string(1, '`').append(knob.key).append(1, '`')),
                   std::string::npos)
             << knob.key;
+    }
 }
 
 } // namespace

@@ -138,8 +138,9 @@ TEST(FileFailures, AFullFileSystemRaises)
                                mount("none", (folder / "").c_str(), "tmpfs", 0, "size=16k") == 0;
         return isMounted ? WriteFailure(folder / "a.Q32") : "not allowed";
     });
-    if (text == "not allowed")
+    if (text == "not allowed") {
         GTEST_SKIP() << "this user may not mount; the limited file size stands in for it";
+    }
     EXPECT_EQ(text, Message(DataFailed, folder / "a.Q32"));
 }
 

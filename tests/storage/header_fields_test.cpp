@@ -13,7 +13,7 @@ TEST(HeaderFields, ValuesAreFoundAndDecoded)
         const char* key;
         const char* value;
     };
-    constexpr Case cases[] = {
+    constexpr Case Cases[] = {
         {"Key=value;Next=1", "Key=", "value"},
         {"Key=;Next=1", "Key=", ""},
         {"Key= \t value;", "Key=", "value"},
@@ -33,7 +33,7 @@ TEST(HeaderFields, ValuesAreFoundAndDecoded)
         {"Key=  ", "Key=", ""},
         {"Key=a\\", "Key=", "a\\"},
     };
-    for (const Case& row : cases) {
+    for (const Case& row : Cases) {
         std::string value = "old";
         EXPECT_TRUE(GetHeaderValue(row.text, row.key, HeaderSeparator, "none", value)) << row.text;
         EXPECT_EQ(value, row.value) << row.text;

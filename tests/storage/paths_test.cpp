@@ -24,7 +24,7 @@ TEST(Paths, JoinAndRoot)
         PathStyle style;
         const char *base, *relative, *joined;
     };
-    constexpr Case cases[] = {
+    constexpr Case Cases[] = {
         {B, "C:\\prog\\", "TmpImages", "C:\\prog\\TmpImages"},
         {B, "C:\\prog", "TmpImages", "C:\\prog\\TmpImages"},
         {B, "C:\\prog\\", "D:\\x", "D:\\x"},
@@ -42,15 +42,16 @@ TEST(Paths, JoinAndRoot)
         {S, "/opt/x", "\\\\a", "/opt/x/\\\\a"},
         {S, "", "TmpImages", "TmpImages"},
     };
-    for (const Case& row : cases)
+    for (const Case& row : Cases) {
         EXPECT_EQ(JoinPath(row.base, row.relative, row.style), row.joined);
-    constexpr const char* roots[][2] = {{"C:\\a\\b", "C:"},
+    }
+    constexpr const char* Roots[][2] = {{"C:\\a\\b", "C:"},
                                         {"\\\\srv\\share\\a", "\\\\srv\\share"},
                                         {"\\\\srv\\share", ""},
                                         {"\\\\srv", ""},
                                         {"ab", ""},
                                         {"C:", ""}};
-    for (const auto& [path, root] : roots) {
+    for (const auto& [path, root] : Roots) {
         EXPECT_EQ(PathRoot(path, B), root);
         EXPECT_EQ(PathRoot(path, S), "");
     }
@@ -64,13 +65,13 @@ TEST(Paths, FoldersAreCreatedUpToTheLastSeparator)
     {
         PathStyle style;
         const char *path, *deepest, *absent;
-    } cases[] = {
+    } Cases[] = {
         {S, "a/b/", "a/b", "a/b/c"},    {S, "c/d", "c", "c/d"},
         {S, "e//f//", "e/f", "e/f/g"},  {B, "\\x\\y\\", "\\x\\y", "x"},
         {B, "\\z\\w", "\\z", "\\z\\w"},
     };
     const TestFolder folder;
-    for (const auto& row : cases) {
+    for (const auto& row : Cases) {
         EXPECT_TRUE(CreateFolderPath(folder / row.path, row.style)) << row.path;
         EXPECT_TRUE(std::filesystem::is_directory(folder / row.deepest)) << row.path;
         EXPECT_FALSE(std::filesystem::exists(folder / row.absent)) << row.path;
@@ -80,11 +81,13 @@ TEST(Paths, FoldersAreCreatedUpToTheLastSeparator)
     EXPECT_FALSE(CreateFolderPath(folder / "file/below/", S));
     EXPECT_TRUE(CreateFolderPath("TmpImages\\", B) && CreateFolderPath("TmpImages/", S));
     EXPECT_FALSE(std::filesystem::exists("TmpImages"));
-    for (const char* path : {"", "name", "/", "///", "a\\b"})
+    for (const char* path : {"", "name", "/", "///", "a\\b"}) {
         EXPECT_FALSE(CreateFolderPath(path, S)) << path;
+    }
     for (const char* path :
-         {"", "\\", "\\\\\\", "\\\\srv", "\\\\srv\\", "\\\\srv\\share", "\\\\srv\\share\\\\"})
+         {"", "\\", "\\\\\\", "\\\\srv", "\\\\srv\\", "\\\\srv\\share", "\\\\srv\\share\\\\"}) {
         EXPECT_FALSE(CreateFolderPath(path, B)) << path;
+    }
 }
 
 TEST(Paths, TheProgramsFolderHoldsTheImages)
@@ -115,8 +118,9 @@ TEST(Paths, NoProgramNameLeadsOutOfTheFolder)
         EXPECT_TRUE(text.empty() || text == "Invalid path on " + path + ".") << text;
         return !text.empty();
     };
-    for (const std::string& name : inside)
+    for (const std::string& name : inside) {
         EXPECT_FALSE(failure(name, S)) << name;
+    }
     for (const std::string& name : {std::string("../../x"), std::string("sub/../../x"), zero}) {
         EXPECT_TRUE(failure(name, S)) << name;
         EXPECT_TRUE(failure(name, B)) << name;

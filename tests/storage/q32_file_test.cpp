@@ -15,8 +15,9 @@ CImage* NoiseImage(std::uint32_t width, std::uint32_t height, std::uint32_t bits
                    std::uint32_t divisor = 1, std::uint32_t colorType = 1)
 {
     auto* image = new CImage(width, height, bits, 0, divisor, colorType);
-    for (std::uint32_t i = 0; i < image->m_dataSize; ++i)
+    for (std::uint32_t i = 0; i < image->m_dataSize; ++i) {
         image->m_data[i] = static_cast<std::uint8_t>(i * 2654435761u >> 13);
+    }
     return image;
 }
 
@@ -37,21 +38,21 @@ TEST(Q32File, IsLaidOutByteForByte)
 {
     const TestFolder folder;
     CImage image(2, 2, 12, 0, 3, 1);
-    constexpr std::uint16_t pixels[] = {0x0102, 0x0304, 0x0506, 0x0708};
-    image.PutPixels(pixels, 4, 0);
+    constexpr std::uint16_t Pixels[] = {0x0102, 0x0304, 0x0506, 0x0708};
+    image.PutPixels(Pixels, 4, 0);
     image.m_orientation = 3; // file row 0 is the last column, top-down
     image.m_widthDivisor = 1;
     image.m_imageId = 0xA1B2C3D4;
     image.m_headerText = "kV=60;";
     image.m_userId = "My ID";
     EXPECT_TRUE(WriteQ32File((folder / "a.Q32").c_str(), image));
-    constexpr char expected[] = "Wq\x00\x01\x2C\0\0\0"
+    constexpr char Expected[] = "Wq\x00\x01\x2C\0\0\0"
                                 "\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0"
                                 "\xD4\xC3\xB2\xA1\x01\0\0\0"
                                 "\x02\0\0\0\x02\0\0\0\x0C\0\0\0"
                                 "\x04\x03\x08\x07\x02\x01\x06\x05"
                                 "\x06\0\0\0kV=60;\x05\0\0\0My ID";
-    EXPECT_EQ(ReadBytes(folder / "a.Q32"), std::string(expected, sizeof expected - 1));
+    EXPECT_EQ(ReadBytes(folder / "a.Q32"), std::string(Expected, sizeof Expected - 1));
 }
 
 TEST(Q32File, BandsHoldTheRowsThatGetRowDelivers)
@@ -60,8 +61,8 @@ TEST(Q32File, BandsHoldTheRowsThatGetRowDelivers)
     {
         std::uint32_t bits, colorType;
     };
-    constexpr Format formats[] = {{8, 1}, {12, 1}, {8, 2}, {32, 1}, {16, 2}, {40, 1}};
-    for (const auto& [bits, colorType] : formats) {
+    constexpr Format Formats[] = {{8, 1}, {12, 1}, {8, 2}, {32, 1}, {16, 2}, {40, 1}};
+    for (const auto& [bits, colorType] : Formats) {
         for (const std::uint32_t divisor : {1u, 2u, 200u}) {
             const CLinkedPtr<CImage> image(NoiseImage(131, 70, bits, divisor, colorType));
             for (std::uint32_t code = 0; code < CImage::OrientationCount; ++code) {
@@ -85,9 +86,9 @@ TEST(Q32File, ReadsBackThePictureThatWasWritten)
 {
     const TestFolder folder;
     const std::string path = folder / "a.q32";
-    constexpr std::uint32_t sizes[][2] = {{1, 1}, {5, 3}, {67, 129}, {900, 701}};
-    for (const auto& [width, height] : sizes)
-        for (const std::uint32_t bits : {8u, 12u, 16u, 32u})
+    constexpr std::uint32_t Sizes[][2] = {{1, 1}, {5, 3}, {67, 129}, {900, 701}};
+    for (const auto& [width, height] : Sizes) {
+        for (const std::uint32_t bits : {8u, 12u, 16u, 32u}) {
             for (std::uint32_t code = 0; code < CImage::OrientationCount; ++code) {
                 SCOPED_TRACE(testing::Message() << width << ", " << bits << ", code " << code);
                 const CLinkedPtr<CImage> image(NoiseImage(width, height, bits));
@@ -99,26 +100,29 @@ TEST(Q32File, ReadsBackThePictureThatWasWritten)
                 EXPECT_EQ(std::filesystem::file_size(path), 44 + image->m_dataSize + 8 + 3004);
                 const CLinkedPtr<CImage> read = ReadQ32File(path.c_str());
                 ASSERT_EQ(read->ViewRowCount(), image->ViewRowCount());
-                for (std::uint32_t r = 0; r < read->ViewRowCount(); ++r)
+                for (std::uint32_t r = 0; r < read->ViewRowCount(); ++r) {
                     ASSERT_EQ(ViewRow(*read, r), ViewRow(*image, r));
+                }
                 EXPECT_TRUE(read->m_imageId == 77 && read->m_bitsPerSample == bits &&
                             read->m_orientation == 5 && read->m_userId == "user" &&
                             read->m_headerText == image->m_headerText);
             }
+        }
+    }
 }
 
 TEST(Q32File, RefusesWhatIsNoImage)
 {
-    constexpr std::uint32_t most = 0xFFFFFFFF, half = 1u << 15;
+    constexpr std::uint32_t Most = 0xFFFFFFFF, Half = 1u << 15;
     const std::string refused[] = {
         "",
         Header({Q32Magic, 44, {}, 1, 1, 2, 2, 12}).substr(0, 43),
         Header({Q32Magic ^ 0x20, 44, {}, 1, 1, 2, 2, 12}),
         Header({Q32Magic, 44, {}, 1, 1, 2, 2, 33}),
-        Header({Q32Magic, 44, {}, 1, 1, 2, 2, most}),
-        Header({Q32Magic, 44, {}, 1, 1, most, most, 32}),
-        Header({Q32Magic, 44, {}, 1, 1, half + 1, half / 2, 8}), // 512 MiB is the most
-        Header({Q32Magic, 44, {}, 1, 1, half, half, 12}),
+        Header({Q32Magic, 44, {}, 1, 1, 2, 2, Most}),
+        Header({Q32Magic, 44, {}, 1, 1, Most, Most, 32}),
+        Header({Q32Magic, 44, {}, 1, 1, Half + 1, Half / 2, 8}), // 512 MiB is the most
+        Header({Q32Magic, 44, {}, 1, 1, Half, Half, 12}),
     };
     const TestFolder folder;
     const std::string path = folder / "a.q32";

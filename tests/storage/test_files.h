@@ -59,8 +59,9 @@ std::string FailureOf(Action action)
 inline std::string InChild(const std::function<std::string()>& action)
 {
     int ends[2];
-    if (pipe(ends) != 0)
+    if (pipe(ends) != 0) {
         return "no pipe";
+    }
     const pid_t child = fork();
     if (child == 0) {
         const std::string text = action();

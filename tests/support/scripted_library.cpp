@@ -10,15 +10,15 @@ namespace {
 
 ScriptedLibrary* current = nullptr;
 
-constexpr const char* operationNames[] = {
+constexpr const char* OperationNames[] = {
     "TarnOpen",           "TarnClose",          "TarnSetNotifyWindow", "TarnClearNotifyWindow",
     "TarnEnableCapture",  "TarnDisableCapture", "TarnGetLibraryParam", "TarnSetLibraryParam",
     "TarnGetImage",       "TarnRemoveImage",    "TarnGetImageCount",   "TarnGetDeviceList",
     "TarnGetDeviceParam", "TarnSetDeviceParam", "TarnDescribeResult",  "TarnFreeObject",
     "QuilletOpen",        "QuilletClose",       "QuilletShow"};
-static_assert(std::size(operationNames) == static_cast<std::size_t>(Export::Count));
+static_assert(std::size(OperationNames) == static_cast<std::size_t>(Export::Count));
 
-constexpr std::uint32_t typeOfAlternative[] = {TarnTypeInteger, TarnTypeFlag, TarnTypeText,
+constexpr std::uint32_t TypeOfAlternative[] = {TarnTypeInteger, TarnTypeFlag, TarnTypeText,
                                                TarnTypeBlock};
 
 std::string Formatted(const char* format, std::uint32_t number)
@@ -31,7 +31,7 @@ std::string Formatted(const char* format, std::uint32_t number)
 // An argument as the call log shows it; empty for what it leaves out.
 std::string Word(const char* text)
 {
-    return text ? '"' + std::string(text) + '"' : "null";
+    return text != nullptr ? '"' + std::string(text) + '"' : "null";
 }
 
 std::string Word(std::integral auto number)
@@ -47,15 +47,19 @@ std::string Word(HWND)
 std::string Word(const TarnValue& value)
 {
     const std::uint32_t type = value.tag & 0xFFFF;
-    if (type == TarnTypeInteger)
+    if (type == TarnTypeInteger) {
         return "int " + std::to_string(value.value);
-    if (type == TarnTypeFlag)
+    }
+    if (type == TarnTypeFlag) {
         return "flag " + std::to_string(static_cast<std::int32_t>(value.value));
-    if (type == TarnTypeText)
+    }
+    if (type == TarnTypeText) {
         return "text " + Word(reinterpret_cast<const char*>(value.value));
+    }
     std::string words = type == TarnTypeBlock ? "block" : "type " + std::to_string(type);
-    for (std::uintptr_t i = 0; type == TarnTypeBlock && i < value.value; ++i)
+    for (std::uintptr_t i = 0; type == TarnTypeBlock && i < value.value; ++i) {
         words += Formatted(" %02X", static_cast<const std::uint8_t*>(value.pointer)[i]);
+    }
     return words;
 }
 
@@ -86,10 +90,10 @@ const ScriptedLibrary::Parameter* Find(const Table& table, const Key& key)
 struct ScriptedExports
 {
     // An export that does nothing but return the scripted result.
-    template <Export which, typename... Arguments>
+    template <Export Which, typename... Arguments>
     static std::uint32_t Plain(Arguments... arguments)
     {
-        return current->Begin(which, {Word(arguments)...}).result;
+        return current->Begin(Which, {Word(arguments)...}).result;
     }
 
     static std::uint32_t GetLibraryParam(std::uint32_t number, TarnValue** out)
@@ -102,8 +106,9 @@ struct ScriptedExports
     {
         const auto script =
             current->Begin(Export::SetLibraryParam, {Word(value->tag >> 16), Word(*value)});
-        if (!script.fails)
+        if (!script.fails) {
             current->libraryParams[number] = ParameterOf(*value);
+        }
         return script.result;
     }
 
@@ -119,8 +124,9 @@ struct ScriptedExports
     {
         const auto script = current->Begin(Export::SetDeviceParam,
                                            {Word(device), Word(value->tag >> 16), Word(*value)});
-        if (!script.fails)
+        if (!script.fails) {
             current->deviceParams[{device, number}] = ParameterOf(*value);
+        }
         return script.result;
     }
 
@@ -132,13 +138,15 @@ struct ScriptedExports
             TarnImageRecord record;
         };
         const auto script = current->Begin(Export::GetImage, {Word(userId), Word(number)});
-        if (script.fails || script.fault == Fault::NullObject)
+        if (script.fails || script.fault == Fault::NullObject) {
             return script.result;
+        }
         const auto found = std::ranges::find_if(current->images, [number](const auto& image) {
             return number == 0 || image.number == number;
         });
-        if (found == current->images.end())
+        if (found == current->images.end()) {
             return ScriptedLibrary::NoSuchImage;
+        }
         const auto holder = std::make_shared<Holder>(Holder{*found, {}});
         const ScriptedImage& image = holder->image;
         const bool texts = script.fault != Fault::NullTexts;
@@ -160,17 +168,19 @@ struct ScriptedExports
     static std::uint32_t RemoveImage(const char* userId, std::uint32_t imageId)
     {
         const auto script = current->Begin(Export::RemoveImage, {Word(userId), Word(imageId)});
-        if (!script.fails)
+        if (!script.fails) {
             std::erase_if(current->images,
                           [imageId](const auto& image) { return image.imageId == imageId; });
+        }
         return script.result;
     }
 
     static std::uint32_t GetImageCount(std::uint32_t* count)
     {
         const auto script = current->Begin(Export::GetImageCount, {});
-        if (!script.fails)
+        if (!script.fails) {
             *count = static_cast<std::uint32_t>(current->images.size());
+        }
         return script.result;
     }
 
@@ -183,14 +193,16 @@ struct ScriptedExports
             DeviceList list;
         };
         const auto script = current->Begin(Export::GetDeviceList, {});
-        if (script.fails || script.fault == Fault::NullObject)
+        if (script.fails || script.fault == Fault::NullObject) {
             return script.result;
+        }
         const auto holder = std::make_shared<Holder>(Holder{current->devices, {}, {}});
         const bool texts = script.fault != Fault::NullTexts;
-        for (const auto& device : holder->devices)
+        for (const auto& device : holder->devices) {
             holder->entries.push_back({device.number, device.state,
                                        texts ? device.name.c_str() : nullptr,
                                        texts ? device.description.c_str() : nullptr});
+        }
         holder->list.count = static_cast<std::uint32_t>(holder->entries.size());
         holder->list.entries =
             script.fault == Fault::NullEntries ? nullptr : holder->entries.data();
@@ -203,8 +215,9 @@ struct ScriptedExports
     {
         const auto script =
             current->Begin(Export::DescribeResult, {Formatted("0x%X", result), Word(capacity)});
-        if (script.fails)
+        if (script.fails) {
             return script.result;
+        }
         const auto found = current->descriptions.find(result);
         const std::string description =
             found != current->descriptions.end() ? found->second : Formatted("Result 0x%X", result);
@@ -215,9 +228,10 @@ struct ScriptedExports
 
     static void FreeObject(void* object)
     {
-        current->Begin(Export::FreeObject, {object ? "" : "null"});
-        if (object && current->m_objects.erase(object) == 0)
+        current->Begin(Export::FreeObject, {object != nullptr ? "" : "null"});
+        if (object != nullptr && current->m_objects.erase(object) == 0) {
             ++current->wrongFrees;
+        }
     }
 
     static std::uint32_t QuilletOpen(HWND, std::uint32_t, const RECT* area, std::uint32_t,
@@ -226,8 +240,9 @@ struct ScriptedExports
         const auto script =
             current->Begin(Export::QuilletOpen, {Word(area->left), Word(area->top),
                                                  Word(area->right), Word(area->bottom)});
-        if (!script.fails)
+        if (!script.fails) {
             *handle = ScriptedLibrary::PreviewHandle;
+        }
         return script.result;
     }
 };
@@ -277,26 +292,32 @@ void ScriptedLibrary::Break(Export which, Fault fault, unsigned callCount, std::
 std::vector<std::string> ScriptedLibrary::CallsOf(std::initializer_list<const char*> prefixes) const
 {
     std::vector<std::string> found;
-    for (const std::string& call : calls)
-        if (std::ranges::any_of(prefixes, [&](const char* p) { return call.starts_with(p); }))
+    for (const std::string& call : calls) {
+        if (std::ranges::any_of(prefixes, [&](const char* p) { return call.starts_with(p); })) {
             found.push_back(call);
+        }
+    }
     return found;
 }
 
 ScriptedLibrary::Script ScriptedLibrary::Begin(Export which,
                                                std::initializer_list<std::string> arguments)
 {
-    std::string line = operationNames[static_cast<int>(which)];
-    for (const std::string& argument : arguments)
+    std::string line = OperationNames[static_cast<int>(which)];
+    for (const std::string& argument : arguments) {
         line += (argument.empty() ? "" : " ") + argument;
+    }
     calls.push_back(line);
-    if (onCall)
+    if (onCall) {
         onCall(which);
+    }
     Script& script = m_scripts[which];
-    if (script.calls == 0)
+    if (script.calls == 0) {
         return {};
-    if (script.calls != Always)
+    }
+    if (script.calls != Always) {
         --script.calls;
+    }
     return script;
 }
 
@@ -308,21 +329,26 @@ std::uint32_t ScriptedLibrary::Read(const Script& script, std::uint32_t number,
         Parameter parameter;
         TarnValue value;
     };
-    if (script.fails || script.fault == Fault::NullObject)
+    if (script.fails || script.fault == Fault::NullObject) {
         return script.result;
-    if (!parameter)
+    }
+    if (parameter == nullptr) {
         return NoSuchParameter;
+    }
     const auto holder = std::make_shared<Holder>(Holder{*parameter, {}});
     TarnValue& value = holder->value;
     value.tag = number << 16 |
-                (script.fault == Fault::WrongType ? 99 : typeOfAlternative[parameter->index()]);
+                (script.fault == Fault::WrongType ? 99 : TypeOfAlternative[parameter->index()]);
     const bool pointers = script.fault != Fault::NullTexts;
-    if (const auto* integer = std::get_if<std::uint32_t>(parameter))
+    if (const auto* integer = std::get_if<std::uint32_t>(parameter)) {
         value.value = *integer;
-    if (const auto* flag = std::get_if<std::int32_t>(parameter))
+    }
+    if (const auto* flag = std::get_if<std::int32_t>(parameter)) {
         value.value = static_cast<std::uint32_t>(*flag);
-    if (const auto* text = std::get_if<std::string>(&holder->parameter))
+    }
+    if (const auto* text = std::get_if<std::string>(&holder->parameter)) {
         value.value = pointers ? reinterpret_cast<std::uintptr_t>(text->c_str()) : 0;
+    }
     if (const auto* block = std::get_if<Block>(&holder->parameter)) {
         value.value = block->size();
         value.pointer = pointers ? block->data() : nullptr;

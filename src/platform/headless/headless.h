@@ -74,7 +74,7 @@ bool Scroll(CDialog& dialog, int id, UINT code, std::uint32_t thumb = 0);
 bool DropFile(CDialog& dialog, const std::string& path);
 bool Escape(CDialog& dialog);
 bool CloseButton(CDialog& dialog);
-bool Minimise(CDialog& dialog);
+bool Minimize(CDialog& dialog);
 
 std::string Text(const CDialog& dialog, int id); // of a control; id 0: the dialog's title
 bool IsChecked(const CDialog& dialog, int id);
@@ -87,7 +87,7 @@ struct Picture
 {
     int width = 0;
     int height = 0;
-    std::vector<std::uint8_t> greys;
+    std::vector<std::uint8_t> grays;
 };
 const Picture& LastPicture();
 

@@ -21,8 +21,9 @@ int PostMessageA(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
 {
     MessageQueue& queue = desktop.queue;
     const std::lock_guard lock(queue.mutex);
-    if (!queue.windows.contains(window) || queue.messages.size() >= MessageQueue::Capacity)
+    if (!queue.windows.contains(window) || queue.messages.size() >= MessageQueue::Capacity) {
         return 0;
+    }
     queue.messages.push_back({window, message, wParam, lParam});
     queue.posted.notify_one();
     return 1;
@@ -46,10 +47,12 @@ std::size_t Pump()
     std::size_t served = 0;
     for (; served < waiting; ++served) {
         const auto message = NextPosted();
-        if (!message) // a nested loop has served the rest
+        if (!message) { // a nested loop has served the rest
             break;
-        if (const Window* const window = Find(message->window))
+        }
+        if (const Window* const window = Find(message->window)) {
             window->dialog->Send(message->number, message->wParam, message->lParam);
+        }
     }
     served += ServeTimers();
     served += ServePaintRequests();
@@ -64,8 +67,9 @@ void RunFor(std::uint32_t milliseconds)
     for (;;) {
         Pump();
         const auto next = std::ranges::min_element(desktop.timers, {}, &Timer::due);
-        if (next == desktop.timers.end() || next->due > end)
+        if (next == desktop.timers.end() || next->due > end) {
             break;
+        }
         desktop.now = std::max(desktop.now, next->due);
     }
     desktop.now = std::max(desktop.now, end);
@@ -91,8 +95,9 @@ std::optional<Message> NextPosted()
 {
     const std::lock_guard lock(desktop.queue.mutex);
     auto& messages = desktop.queue.messages;
-    if (messages.empty())
+    if (messages.empty()) {
         return std::nullopt;
+    }
     const Message message = messages.front();
     messages.pop_front();
     return message;
@@ -105,8 +110,9 @@ std::size_t ServeTimers()
     std::size_t served = 0;
     for (std::size_t turns = desktop.timers.size(); turns > 0; --turns) {
         const auto due = std::ranges::min_element(desktop.timers, {}, &Timer::due);
-        if (due == desktop.timers.end() || due->due > desktop.now)
+        if (due == desktop.timers.end() || due->due > desktop.now) {
             break;
+        }
         due->due = desktop.now + std::max<std::uint32_t>(due->period, 1);
         if (const Window* const window = Find(due->window)) {
             window->dialog->Send(WM_TIMER, due->id);
@@ -121,8 +127,9 @@ std::size_t ServePaintRequests()
     std::size_t served = 0;
     for (const HWND handle : OpenDialogs()) {
         Window* const window = Find(handle);
-        if (!window || !window->visible || !std::exchange(window->invalid, false))
+        if (window == nullptr || !window->visible || !std::exchange(window->invalid, false)) {
             continue;
+        }
         const HWND outer = std::exchange(desktop.painted, handle);
         desktop.paintBegun.clear();
         window->dialog->Send(WM_PAINT);
@@ -137,15 +144,17 @@ std::size_t ServeSliders()
 {
     std::size_t served = 0;
     for (const HWND handle : OpenDialogs()) {
-        const CDialog* const dialog = Find(handle) ? Find(handle)->dialog : nullptr;
-        if (!dialog)
+        const CDialog* const dialog = Find(handle) != nullptr ? Find(handle)->dialog : nullptr;
+        if (dialog == nullptr) {
             continue;
+        }
         for (const ControlTemplate& line : dialog->Template().controls) {
             Window* const slider = line.kind == ControlKind::TrackBar
                                        ? headless::FindControl(*dialog, line.id)
                                        : nullptr;
-            if (!slider || !std::exchange(slider->invalid, false))
+            if (slider == nullptr || !std::exchange(slider->invalid, false)) {
                 continue;
+            }
             const NMHDR header{slider->handle, static_cast<UINT_PTR>(line.id), NM_CUSTOMDRAW};
             slider->dialog->Send(WM_NOTIFY, header.idFrom, reinterpret_cast<LPARAM>(&header));
             ++served;
@@ -157,9 +166,11 @@ std::size_t ServeSliders()
 std::vector<HWND> OpenDialogs()
 {
     std::vector<HWND> open;
-    for (const ModalLoop* loop : desktop.loops)
-        if (loop->Dialog() && !loop->IsOver())
+    for (const ModalLoop* loop : desktop.loops) {
+        if (loop->Dialog() != nullptr && !loop->IsOver()) {
             open.push_back(loop->Dialog()->GetSafeHwnd());
+        }
+    }
     return open;
 }
 

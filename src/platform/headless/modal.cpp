@@ -24,8 +24,9 @@ namespace headless {
 ModalLoop::ModalLoop(HWND owner, CDialog* dialog)
     : m_owner(owner), m_formerFocus(desktop.focus), m_dialog(dialog)
 {
-    if (Window* const window = Find(owner))
+    if (Window* const window = Find(owner)) {
         ++window->blockers;
+    }
     MoveFocus(nullptr);
     desktop.loops.push_back(this);
 }
@@ -33,21 +34,25 @@ ModalLoop::ModalLoop(HWND owner, CDialog* dialog)
 ModalLoop::~ModalLoop()
 {
     std::erase(desktop.loops, this);
-    if (Window* const window = Find(m_owner))
+    if (Window* const window = Find(m_owner)) {
         --window->blockers;
-    desktop.focus = Find(m_formerFocus) ? m_formerFocus : nullptr;
-    if (desktop.loops.empty())
+    }
+    desktop.focus = Find(m_formerFocus) != nullptr ? m_formerFocus : nullptr;
+    if (desktop.loops.empty()) {
         desktop.sessionEnded = false;
+    }
 }
 
 void ModalLoop::Quit()
 {
-    if (std::exchange(m_over, true))
+    if (std::exchange(m_over, true)) {
         return;
+    }
     const auto self = std::ranges::find(desktop.loops, this);
     const std::vector<ModalLoop*> inside(self + 1, desktop.loops.end());
-    for (auto loop = inside.rbegin(); loop != inside.rend(); ++loop)
-        (*loop)->Dialog() ? (*loop)->Dialog()->EndDialog(IDCANCEL) : (*loop)->Quit();
+    for (auto loop = inside.rbegin(); loop != inside.rend(); ++loop) {
+        (*loop)->Dialog() != nullptr ? (*loop)->Dialog()->EndDialog(IDCANCEL) : (*loop)->Quit();
+    }
 }
 
 ModalLoop* LoopOf(const CDialog& dialog)
@@ -58,10 +63,12 @@ ModalLoop* LoopOf(const CDialog& dialog)
 
 void AskOutermostToEnd()
 {
-    if (!desktop.sessionEnded || desktop.loops.size() != 1 || desktop.loops[0]->IsOver())
+    if (!desktop.sessionEnded || desktop.loops.size() != 1 || desktop.loops[0]->IsOver()) {
         return;
-    if (CDialog* const dialog = desktop.loops[0]->Dialog())
+    }
+    if (CDialog* const dialog = desktop.loops[0]->Dialog()) {
         dialog->Send(WM_QUERYENDSESSION);
+    }
 }
 
 } // namespace headless
@@ -78,34 +85,38 @@ CDialog::~CDialog()
 
 int CDialog::DoModal()
 {
-    if (desktop.sessionEnded)
+    if (desktop.sessionEnded) {
         return IDCANCEL;
+    }
     struct OwnWindows
     {
         HWND& window;
         ~OwnWindows() { DestroyWindows(std::exchange(window, nullptr)); }
     };
     m_result = IDCANCEL;
-    ModalLoop loop(m_parent ? m_parent->GetSafeHwnd() : nullptr, this);
+    ModalLoop loop(m_parent != nullptr ? m_parent->GetSafeHwnd() : nullptr, this);
     const OwnWindows windows{m_hWnd = CreateWindows(*this)};
 
     OnInitDialog();
     if (!loop.IsOver()) {
         ShowWindow(SW_SHOW);
         const auto atTheScreen = desktop.atTheScreen;
-        if (atTheScreen->useDialog)
+        if (atTheScreen->useDialog) {
             atTheScreen->useDialog(*this);
+        }
     }
-    if (!loop.IsOver())
+    if (!loop.IsOver()) {
         Send(WM_QUERYENDSESSION);
+    }
     return m_result;
 }
 
 void CDialog::EndDialog(int result)
 {
     ModalLoop* const loop = LoopOf(*this);
-    if (!loop || loop->IsOver())
+    if (loop == nullptr || loop->IsOver()) {
         return;
+    }
     m_result = result;
     std::erase_if(desktop.timers, [this](const Timer& timer) { return timer.window == m_hWnd; });
     ShowWindow(SW_HIDE);
@@ -116,8 +127,9 @@ CWnd CDialog::GetDlgItem(int id) const
 {
     const auto controls = m_template.controls;
     const auto line = std::ranges::find(controls, id, &ControlTemplate::id);
-    if (!m_hWnd || line == controls.end())
+    if (m_hWnd == nullptr || line == controls.end()) {
         return CWnd();
+    }
     // A dialog's controls follow it in the order of its template.
     const auto index = static_cast<std::uintptr_t>(line - controls.begin());
     return CWnd(reinterpret_cast<HWND>(reinterpret_cast<std::uintptr_t>(m_hWnd) + 1 + index));
@@ -128,7 +140,7 @@ void CDialog::SetIcon(HICON, BOOL) {}
 void ReportException(HWND dialog, const std::string& text)
 {
     const CWinApp* const application = AfxGetApp();
-    MessageBoxA(dialog, text.c_str(), application ? application->Name().c_str() : "",
+    MessageBoxA(dialog, text.c_str(), application != nullptr ? application->Name().c_str() : "",
                 MB_OK | MB_ICONSTOP | MB_TOPMOST);
 }
 
@@ -141,8 +153,9 @@ int CWinApp::Run(int, char**)
 int MessageBoxA(HWND owner, const char* text, const char* caption, UINT style)
 {
     const int escape = EscapeAnswer(style);
-    if (desktop.sessionEnded)
+    if (desktop.sessionEnded) {
         return escape;
+    }
     ++desktop.boxesShown;
     const ModalLoop loop(owner);
     const auto atTheScreen = desktop.atTheScreen;
@@ -155,15 +168,15 @@ int AfxMessageBox(const char* text, UINT style)
 {
     const CWinApp* const application = AfxGetApp();
     const CDialog* const active = TopDialog();
-    return MessageBoxA(active ? active->GetSafeHwnd() : nullptr, text,
-                       application ? application->Name().c_str() : "", style);
+    return MessageBoxA(active != nullptr ? active->GetSafeHwnd() : nullptr, text,
+                       application != nullptr ? application->Name().c_str() : "", style);
 }
 
 CFileDialog::CFileDialog(BOOL, const char* defaultExtension, const char* fileName, DWORD flags,
                          const char* filter, CWnd* parent)
-    : m_defaultExtension(defaultExtension ? defaultExtension : ""),
-      m_fileName(fileName ? fileName : ""),
-      m_filter(filter ? filter : ""),
+    : m_defaultExtension(defaultExtension != nullptr ? defaultExtension : ""),
+      m_fileName(fileName != nullptr ? fileName : ""),
+      m_filter(filter != nullptr ? filter : ""),
       m_flags(flags),
       m_parent(parent)
 {
@@ -171,9 +184,10 @@ CFileDialog::CFileDialog(BOOL, const char* defaultExtension, const char* fileNam
 
 int CFileDialog::DoModal()
 {
-    if (desktop.sessionEnded)
+    if (desktop.sessionEnded) {
         return IDCANCEL;
-    const ModalLoop loop(m_parent ? m_parent->GetSafeHwnd() : nullptr);
+    }
+    const ModalLoop loop(m_parent != nullptr ? m_parent->GetSafeHwnd() : nullptr);
     const auto atTheScreen = desktop.atTheScreen;
     m_path = atTheScreen->chooseFile ? atTheScreen->chooseFile() : "";
     return loop.IsOver() || m_path.empty() ? IDCANCEL : IDOK;
@@ -208,8 +222,8 @@ HWND CreateWindows(CDialog& dialog)
     for (const ControlTemplate& line : dialogTemplate.controls) {
         Window& control = add(&line, line.place);
         control.text = line.text;
-        control.visible = !(line.flags & ControlHidden);
-        control.enabled = !(line.flags & ControlDisabled);
+        control.visible = ((line.flags & ControlHidden) == 0u);
+        control.enabled = ((line.flags & ControlDisabled) == 0u);
     }
     const std::lock_guard lock(desktop.queue.mutex);
     desktop.queue.windows.insert(handle);
@@ -219,8 +233,9 @@ HWND CreateWindows(CDialog& dialog)
 void DestroyWindows(HWND dialog)
 {
     const Window* const own = Find(dialog);
-    if (!own)
+    if (own == nullptr) {
         return;
+    }
     {
         const std::lock_guard lock(desktop.queue.mutex);
         desktop.queue.windows.erase(dialog);
@@ -230,7 +245,7 @@ void DestroyWindows(HWND dialog)
     const CDialog* const object = own->dialog;
     std::erase_if(desktop.timers, [object](const Timer& timer) {
         const Window* const window = Find(timer.window);
-        return !window || window->dialog == object;
+        return window == nullptr || window->dialog == object;
     });
     std::erase_if(desktop.windows,
                   [object](const auto& entry) { return entry.second.dialog == object; });

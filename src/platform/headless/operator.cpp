@@ -40,27 +40,30 @@ void SetBaseUnits(int width, int height)
 
 void EndSession()
 {
-    if (desktop.loops.empty())
+    if (desktop.loops.empty()) {
         return;
+    }
     desktop.sessionEnded = true;
     ModalLoop* const outermost = desktop.loops.front();
     const std::vector<ModalLoop*> inside(desktop.loops.begin() + 1, desktop.loops.end());
-    for (auto loop = inside.rbegin(); loop != inside.rend(); ++loop)
-        (*loop)->Dialog() ? (*loop)->Dialog()->EndDialog(IDCANCEL) : (*loop)->Quit();
-    if (!outermost->Dialog())
+    for (auto loop = inside.rbegin(); loop != inside.rend(); ++loop) {
+        (*loop)->Dialog() != nullptr ? (*loop)->Dialog()->EndDialog(IDCANCEL) : (*loop)->Quit();
+    }
+    if (outermost->Dialog() == nullptr) {
         outermost->Quit();
+    }
     AskOutermostToEnd();
 }
 
 bool IsOpen(const CDialog& dialog)
 {
     const ModalLoop* const loop = LoopOf(dialog);
-    return loop && !loop->IsOver();
+    return loop != nullptr && !loop->IsOver();
 }
 
 bool TakesInput(const CDialog& dialog)
 {
-    return IsOpen(dialog) && dialog.IsWindowEnabled();
+    return IsOpen(dialog) && (dialog.IsWindowEnabled() != 0);
 }
 
 CDialog* TopDialog()
@@ -73,12 +76,14 @@ CDialog* TopDialog()
 bool Click(CDialog& dialog, int id)
 {
     Window* const control = Reach(dialog, id);
-    if (!control)
+    if (control == nullptr) {
         return false;
-    if (control->control->kind == ControlKind::CheckBox)
-        control->checked = !control->checked;
-    else if (control->control->kind == ControlKind::RadioButton)
+    }
+    if (control->control->kind == ControlKind::CheckBox) {
+        control->checked = control->checked == 0 ? 1 : 0;
+    } else if (control->control->kind == ControlKind::RadioButton) {
         ChooseRadioButton(dialog, *control);
+    }
     dialog.Send(WM_COMMAND, MAKEWPARAM(static_cast<UINT>(id), BN_CLICKED));
     return true;
 }
@@ -86,8 +91,9 @@ bool Click(CDialog& dialog, int id)
 bool Type(CDialog& dialog, int id, const std::string& text)
 {
     Window* const field = Reach(dialog, id);
-    if (!field || field->control->kind != ControlKind::Edit)
+    if (field == nullptr || field->control->kind != ControlKind::Edit) {
         return false;
+    }
     field->text = text;
     field->rejected = false;
     return true;
@@ -101,8 +107,9 @@ bool Focus(CDialog& dialog, int id)
 bool Drag(CDialog& dialog, int id, int position)
 {
     Window* const slider = Reach(dialog, id);
-    if (!slider || slider->control->kind != ControlKind::TrackBar)
+    if (slider == nullptr || slider->control->kind != ControlKind::TrackBar) {
         return false;
+    }
     slider->position = std::clamp(position, slider->minimum, slider->maximum);
     for (const UINT code : {NM_CUSTOMDRAW, NM_RELEASEDCAPTURE}) {
         const NMHDR header{dialog.GetDlgItem(id).GetSafeHwnd(), static_cast<UINT_PTR>(id), code};
@@ -114,9 +121,11 @@ bool Drag(CDialog& dialog, int id, int position)
 bool Scroll(CDialog& dialog, int id, UINT code, std::uint32_t thumb)
 {
     const Window* const bar = Reach(dialog, id);
-    const bool horizontal = bar && bar->control->kind == ControlKind::HorizontalScrollBar;
-    if (!horizontal && !(bar && bar->control->kind == ControlKind::VerticalScrollBar))
+    const bool horizontal =
+        bar != nullptr && bar->control->kind == ControlKind::HorizontalScrollBar;
+    if (!horizontal && !(bar != nullptr && bar->control->kind == ControlKind::VerticalScrollBar)) {
         return false;
+    }
     dialog.Send(horizontal ? WM_HSCROLL : WM_VSCROLL, static_cast<WPARAM>(thumb) << 16 | code,
                 reinterpret_cast<LPARAM>(bar->handle));
     return true;
@@ -137,10 +146,11 @@ bool CloseButton(CDialog& dialog)
     return Ask(dialog, WM_CLOSE);
 }
 
-bool Minimise(CDialog& dialog)
+bool Minimize(CDialog& dialog)
 {
-    if (!TakesInput(dialog) || !dialog.Template().minimizable)
+    if (!TakesInput(dialog) || !dialog.Template().minimizable) {
         return false;
+    }
     dialog.ShowWindow(SW_MINIMIZE);
     return true;
 }
@@ -148,31 +158,31 @@ bool Minimise(CDialog& dialog)
 std::string Text(const CDialog& dialog, int id)
 {
     const Window* const window = FindControl(dialog, id);
-    return window ? window->text : std::string();
+    return window != nullptr ? window->text : std::string();
 }
 
 bool IsChecked(const CDialog& dialog, int id)
 {
     const Window* const window = FindControl(dialog, id);
-    return window && window->checked != 0;
+    return window != nullptr && window->checked != 0;
 }
 
 bool IsEnabled(const CDialog& dialog, int id)
 {
     const Window* const window = FindControl(dialog, id);
-    return window && window->enabled;
+    return window != nullptr && window->enabled;
 }
 
 bool IsVisible(const CDialog& dialog, int id)
 {
     const Window* const window = FindControl(dialog, id);
-    return window && window->visible;
+    return window != nullptr && window->visible;
 }
 
 int Position(const CDialog& dialog, int id)
 {
     const Window* const window = FindControl(dialog, id);
-    return window ? window->position : 0;
+    return window != nullptr ? window->position : 0;
 }
 
 const Picture& LastPicture()
@@ -211,12 +221,15 @@ Window* Reach(CDialog& dialog, int id)
 {
     const auto workable = [&]() -> Window* {
         Window* const control = TakesInput(dialog) ? FindControl(dialog, id) : nullptr;
-        return control && control->control && control->visible && control->enabled ? control
-                                                                                   : nullptr;
+        return control != nullptr && control->control != nullptr && control->visible &&
+                       control->enabled
+                   ? control
+                   : nullptr;
     };
     const Window* const target = workable();
-    if (!target)
+    if (target == nullptr) {
         return nullptr;
+    }
     // The field that is left may speak up, keep the focus, or even end the dialog.
     const HWND handle = target->handle;
     MoveFocus(handle);
@@ -227,22 +240,26 @@ void ChooseRadioButton(const CDialog& dialog, const Window& chosen)
 {
     const auto controls = dialog.Template().controls;
     const ControlTemplate* first = chosen.control;
-    while (!(first->flags & GroupStart) && first != controls.data())
+    while (!(first->flags & GroupStart) && first != controls.data()) {
         --first;
+    }
     const ControlTemplate* const end = controls.data() + controls.size();
     const ControlTemplate* line = first;
     do {
-        if (line->kind == ControlKind::RadioButton)
-            if (Window* const button = FindControl(dialog, line->id))
-                button->checked = line == chosen.control;
+        if (line->kind == ControlKind::RadioButton) {
+            if (Window* const button = FindControl(dialog, line->id)) {
+                button->checked = line == chosen.control ? 1 : 0;
+            }
+        }
         ++line;
-    } while (line != end && !(line->flags & GroupStart));
+    } while (line != end && ((line->flags & GroupStart) == 0u));
 }
 
 bool Ask(CDialog& dialog, UINT message, WPARAM wParam, LPARAM lParam)
 {
-    if (!TakesInput(dialog))
+    if (!TakesInput(dialog)) {
         return false;
+    }
     dialog.Send(message, wParam, lParam);
     return true;
 }

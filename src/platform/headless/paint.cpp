@@ -13,10 +13,11 @@ struct CPaintDC::Surface
 CPaintDC::CPaintDC(CWnd* window)
 {
     const Window* const target = Find(window->GetSafeHwnd());
-    const bool asked =
-        target && desktop.painted && target->dialog->GetSafeHwnd() == desktop.painted;
-    if (asked && desktop.paintBegun.insert(target->handle).second)
+    const bool asked = target != nullptr && desktop.painted != nullptr &&
+                       target->dialog->GetSafeHwnd() == desktop.painted;
+    if (asked && desktop.paintBegun.insert(target->handle).second) {
         m_surface = std::make_unique<Surface>();
+    }
 }
 
 CPaintDC::~CPaintDC() = default;
@@ -26,7 +27,7 @@ void CPaintDC::DrawIcon(int, int, HICON) {}
 int SetStretchBltMode(HDC dc, int mode)
 {
     CPaintDC::Surface* const surface = dc->GetSurface();
-    return surface ? std::exchange(surface->stretchMode, mode) : 0;
+    return surface != nullptr ? std::exchange(surface->stretchMode, mode) : 0;
 }
 
 int SetDIBitsToDevice(HDC dc, int, int, DWORD width, DWORD height, int sourceX, int sourceY,
@@ -36,17 +37,19 @@ int SetDIBitsToDevice(HDC dc, int, int, DWORD width, DWORD height, int sourceX, 
     const bool whole = sourceX == 0 && sourceY == 0 && firstLine == 0 && lines == height &&
                        header.biWidth == static_cast<LONG>(width) &&
                        header.biHeight == static_cast<LONG>(height);
-    if (!dc->GetSurface() || !bits || header.biBitCount != 8 || !whole)
+    if (dc->GetSurface() == nullptr || bits == nullptr || header.biBitCount != 8 || !whole) {
         return 0;
+    }
     const std::size_t rowBytes = (std::size_t{width} + 3) / 4 * 4;
     Picture& picture = desktop.picture;
     picture.width = static_cast<int>(width);
     picture.height = static_cast<int>(height);
-    picture.greys.clear();
+    picture.grays.clear();
     for (std::size_t line = height; line-- > 0;) {
         const auto* row = static_cast<const std::uint8_t*>(bits) + line * rowBytes;
-        for (std::size_t column = 0; column < width; ++column)
-            picture.greys.push_back(info->bmiColors[row[column]].rgbRed);
+        for (std::size_t column = 0; column < width; ++column) {
+            picture.grays.push_back(info->bmiColors[row[column]].rgbRed);
+        }
     }
     return static_cast<int>(lines);
 }

@@ -25,9 +25,10 @@ void MoveFocus(HWND target)
 {
     const HWND former = std::exchange(desktop.focus, target);
     const Window* const left = former == target ? nullptr : Find(former);
-    if (left && left->control && left->control->kind == ControlKind::Edit)
+    if (left != nullptr && left->control != nullptr && left->control->kind == ControlKind::Edit) {
         left->dialog->Send(WM_COMMAND,
                            MAKEWPARAM(static_cast<UINT>(left->control->id), EN_KILLFOCUS));
+    }
 }
 
 } // namespace headless
@@ -45,26 +46,28 @@ void CWnd::SetWindowText(const std::string& text)
 std::string CWnd::GetWindowText() const
 {
     const Window* const window = Find(m_hWnd);
-    return window ? window->text : std::string();
+    return window != nullptr ? window->text : std::string();
 }
 
 void CWnd::EnableWindow(BOOL enable)
 {
-    if (Window* const window = Find(m_hWnd))
+    if (Window* const window = Find(m_hWnd)) {
         window->enabled = enable != FALSE;
+    }
 }
 
 BOOL CWnd::IsWindowEnabled() const
 {
     const Window* const window = Find(m_hWnd);
-    return window && window->enabled && window->blockers == 0;
+    return window != nullptr && window->enabled && window->blockers == 0 ? TRUE : FALSE;
 }
 
 void CWnd::ShowWindow(int command)
 {
     Window* const window = Find(m_hWnd);
-    if (!window)
+    if (window == nullptr) {
         return;
+    }
     window->visible = command != SW_HIDE;
     window->iconic = command == SW_MINIMIZE;
     window->invalid |= command != SW_HIDE;
@@ -73,25 +76,26 @@ void CWnd::ShowWindow(int command)
 BOOL CWnd::IsWindowVisible() const
 {
     const Window* const window = Find(m_hWnd);
-    return window && window->visible;
+    return window != nullptr && window->visible ? TRUE : FALSE;
 }
 
 BOOL CWnd::IsIconic() const
 {
     const Window* const window = Find(m_hWnd);
-    return window && window->iconic;
+    return window != nullptr && window->iconic ? TRUE : FALSE;
 }
 
 void CWnd::SetFocus()
 {
-    if (Find(m_hWnd))
+    if (Find(m_hWnd) != nullptr) {
         MoveFocus(m_hWnd);
+    }
 }
 
 void CWnd::GetWindowRect(RECT* rect) const
 {
     const Window* const window = Find(m_hWnd);
-    *rect = window ? window->place : RECT{};
+    *rect = window != nullptr ? window->place : RECT{};
 }
 
 void CWnd::GetClientRect(RECT* rect) const
@@ -104,8 +108,9 @@ void CWnd::GetClientRect(RECT* rect) const
 void CWnd::SetWindowPos(int x, int y, int width, int height, UINT flags)
 {
     Window* const window = Find(m_hWnd);
-    if (!window)
+    if (window == nullptr) {
         return;
+    }
     RECT& place = window->place;
     if (flags & SWP_NOMOVE) {
         x = place.left;
@@ -120,15 +125,17 @@ void CWnd::SetWindowPos(int x, int y, int width, int height, UINT flags)
 
 void CWnd::Invalidate(BOOL)
 {
-    if (Window* const window = Find(m_hWnd))
+    if (Window* const window = Find(m_hWnd)) {
         window->invalid = true;
+    }
 }
 
 void CWnd::SetTimer(UINT_PTR id, UINT period)
 {
     KillTimer(id);
-    if (Find(m_hWnd))
+    if (Find(m_hWnd) != nullptr) {
         desktop.timers.push_back({m_hWnd, id, period, desktop.now + period});
+    }
 }
 
 void CWnd::KillTimer(UINT_PTR id)
@@ -140,20 +147,21 @@ void CWnd::KillTimer(UINT_PTR id)
 int CButton::GetCheck() const
 {
     const Window* const window = Find(m_hWnd);
-    return window ? window->checked : 0;
+    return window != nullptr ? window->checked : 0;
 }
 
 void CButton::SetCheck(int check)
 {
-    if (Window* const window = Find(m_hWnd))
-        window->checked = check != 0;
+    if (Window* const window = Find(m_hWnd)) {
+        window->checked = check != 0 ? 1 : 0;
+    }
 }
 
 void CScrollBar::GetScrollRange(int* minimum, int* maximum) const
 {
     const Window* const window = Find(m_hWnd);
-    *minimum = window ? window->minimum : 0;
-    *maximum = window ? window->maximum : 0;
+    *minimum = window != nullptr ? window->minimum : 0;
+    *maximum = window != nullptr ? window->maximum : 0;
 }
 
 void CScrollBar::SetScrollRange(int minimum, int maximum, BOOL)
@@ -168,13 +176,14 @@ void CScrollBar::SetScrollRange(int minimum, int maximum, BOOL)
 int CScrollBar::GetScrollPos() const
 {
     const Window* const window = Find(m_hWnd);
-    return window ? window->position : 0;
+    return window != nullptr ? window->position : 0;
 }
 
 void CScrollBar::SetScrollPos(int position, BOOL)
 {
-    if (Window* const window = Find(m_hWnd))
+    if (Window* const window = Find(m_hWnd)) {
         window->position = std::clamp(position, window->minimum, window->maximum);
+    }
 }
 
 void CSliderCtrl::SetRange(int minimum, int maximum, BOOL)
@@ -191,7 +200,7 @@ void CSliderCtrl::SetTicFreq(int) {}
 int CSliderCtrl::GetPos() const
 {
     const Window* const window = Find(m_hWnd);
-    return window ? window->position : 0;
+    return window != nullptr ? window->position : 0;
 }
 
 void CSliderCtrl::SetPos(int position)
@@ -205,16 +214,18 @@ void CSliderCtrl::SetPos(int position)
 void RejectEdit(const CDataExchange& dx, HWND field, const std::string& reason)
 {
     Window* const edit = Find(field);
-    if (!edit)
+    if (edit == nullptr) {
         return;
+    }
     const bool isNew = !std::exchange(edit->rejected, true);
     // Told once, the operator may leave the field as it is, but not act on it.
-    if (!isNew && dx.m_leavingField)
+    if (!isNew && dx.m_leavingField) {
         return;
+    }
     if (isNew) {
         const CWinApp* const application = AfxGetApp();
         MessageBoxA(dx.m_pDlg->GetSafeHwnd(), reason.c_str(),
-                    application ? application->Name().c_str() : "",
+                    application != nullptr ? application->Name().c_str() : "",
                     MB_OK | MB_ICONEXCLAMATION | MB_TOPMOST);
     }
     CWnd(field).SetFocus();

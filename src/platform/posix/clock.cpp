@@ -31,10 +31,11 @@ void KeepFreedBlocks()
 {
 #ifdef __GLIBC__
     // Whoever measures what is in use sets the threshold from outside.
-    if (std::getenv("MALLOC_TRIM_THRESHOLD_") != nullptr)
+    if (std::getenv("MALLOC_TRIM_THRESHOLD_") != nullptr) {
         return;
-    constexpr int keptAtMost = 256 << 20;
+    }
+    constexpr int KeptAtMost = 256 << 20;
     mallopt(M_MMAP_MAX, 0);
-    mallopt(M_TRIM_THRESHOLD, keptAtMost);
+    mallopt(M_TRIM_THRESHOLD, KeptAtMost);
 #endif
 }

@@ -35,16 +35,18 @@ HANDLE CreateFileA(const char* path, DWORD access, DWORD shareMode, const void*,
     const bool written = (access & GENERIC_WRITE) != 0;
     const int flags = created ? O_RDWR | O_CREAT : written ? O_WRONLY : O_RDONLY;
     const int file = OpenLocked(path, flags, shareMode == 0 ? LOCK_EX : LOCK_SH, created);
-    if (file < 0)
+    if (file < 0) {
         return INVALID_HANDLE_VALUE;
+    }
     return reinterpret_cast<HANDLE>(static_cast<std::intptr_t>(file) + 1);
 }
 
 BOOL CloseHandle(HANDLE handle)
 {
-    if (close(static_cast<int>(reinterpret_cast<std::intptr_t>(handle)) - 1) == 0)
+    if (close(static_cast<int>(reinterpret_cast<std::intptr_t>(handle)) - 1) == 0) {
         return TRUE;
-    return Fail(errno, "");
+    }
+    return Fail(errno, "") ? TRUE : FALSE;
 }
 
 DWORD GetLastError()
@@ -57,8 +59,9 @@ std::FILE* OpenStream(const char* path, const char* mode)
     const bool written = mode[0] == 'w';
     const int file = OpenLocked(path, written ? O_WRONLY | O_CREAT : O_RDONLY,
                                 written ? LOCK_EX : LOCK_SH, written);
-    if (file < 0)
+    if (file < 0) {
         return nullptr;
+    }
     std::FILE* stream = fdopen(file, mode);
     if (stream == nullptr) {
         Fail(errno, path);
@@ -69,8 +72,9 @@ std::FILE* OpenStream(const char* path, const char* mode)
 
 bool SyncStream(std::FILE* stream)
 {
-    if (std::fflush(stream) == 0 && std::ferror(stream) == 0 && fsync(fileno(stream)) == 0)
+    if (std::fflush(stream) == 0 && std::ferror(stream) == 0 && fsync(fileno(stream)) == 0) {
         return true;
+    }
     return Fail(errno, "");
 }
 
@@ -79,8 +83,9 @@ void SyncFolderOf(const char* path)
     const std::filesystem::path folder = std::filesystem::path(path).parent_path();
     const int entry =
         open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (entry < 0)
+    if (entry < 0) {
         return;
+    }
     fsync(entry);
     close(entry);
 }
@@ -103,12 +108,12 @@ HANDLE FindFirstFileA(const char* path, WIN32_FIND_DATAA* found)
 
 BOOL FindClose(HANDLE search)
 {
-    return search == reinterpret_cast<HANDLE>(SearchHandle);
+    return search == reinterpret_cast<HANDLE>(SearchHandle) ? TRUE : FALSE;
 }
 
 BOOL CreateDirectoryA(const char* path, const void*)
 {
-    return mkdir(path, 0777) == 0 || Fail(errno, path);
+    return mkdir(path, 0777) == 0 || Fail(errno, path) ? TRUE : FALSE;
 }
 
 namespace {
@@ -117,10 +122,12 @@ namespace {
 int OpenLocked(const char* path, int flags, int lock, bool emptied)
 {
     const int file = OpenFile(path, flags);
-    if (file < 0)
+    if (file < 0) {
         return -1;
-    if (Lock(file, lock) && (!emptied || ftruncate(file, 0) == 0))
+    }
+    if (Lock(file, lock) && (!emptied || ftruncate(file, 0) == 0)) {
         return file;
+    }
     Fail(errno, path);
     close(file);
     return -1;
@@ -133,15 +140,21 @@ int OpenFile(const char* path, int flags)
     struct stat entry
     {
     };
-    if (stat(path, &entry) == 0 && !S_ISREG(entry.st_mode))
-        return Fail(EACCES, path) - 1;
+    if (stat(path, &entry) == 0 && !S_ISREG(entry.st_mode)) {
+        Fail(EACCES, path);
+        return -1;
+    }
     const int file = open(path, flags | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0666);
-    if (file < 0)
-        return Fail(errno, path) - 1;
-    if (fstat(file, &entry) == 0 && S_ISREG(entry.st_mode))
+    if (file < 0) {
+        Fail(errno, path);
+        return -1;
+    }
+    if (fstat(file, &entry) == 0 && S_ISREG(entry.st_mode)) {
         return file;
+    }
     close(file);
-    return Fail(EACCES, path) - 1;
+    Fail(EACCES, path);
+    return -1;
 }
 
 // A file system that knows no locks lets everybody in.
@@ -164,7 +177,7 @@ DWORD ErrorFrom(int error, const char* path)
         int error;
         DWORD code;
     };
-    static constexpr Row rows[] = {
+    static constexpr Row Rows[] = {
         {ENOTDIR, ERROR_PATH_NOT_FOUND},
         {ELOOP, ERROR_PATH_NOT_FOUND},
         {ENAMETOOLONG, ERROR_INVALID_NAME},
@@ -183,19 +196,23 @@ DWORD ErrorFrom(int error, const char* path)
         {EWOULDBLOCK, ERROR_SHARING_VIOLATION},
         {EEXIST, ERROR_FILE_EXISTS},
     };
-    if (error == ENOENT)
+    if (error == ENOENT) {
         return FolderExists(path) ? ERROR_FILE_NOT_FOUND : ERROR_PATH_NOT_FOUND;
-    for (const Row& row : rows)
-        if (row.error == error)
+    }
+    for (const Row& row : Rows) {
+        if (row.error == error) {
             return row.code;
+        }
+    }
     return static_cast<DWORD>(error);
 }
 
 // Whether the folder exists in which the path names an entry.
 bool FolderExists(const char* path)
 {
-    if (*path == '\0')
+    if (*path == '\0') {
         return false;
+    }
     const std::filesystem::path folder = std::filesystem::path(path).parent_path();
     return folder.empty() || access(folder.c_str(), F_OK) == 0;
 }

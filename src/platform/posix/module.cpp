@@ -39,14 +39,15 @@ HMODULE LoadLibraryA(const char* name)
     // A library that stands beside the program and is broken is not replaced by another one.
     const bool isBeside = access(beside.c_str(), F_OK) == 0;
     void* module = dlopen(isBeside ? beside.c_str() : file.c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (module == nullptr)
+    if (module == nullptr) {
         loadFailure = "The library " + file + " can not be loaded: " + LoaderReason();
+    }
     return static_cast<HMODULE>(module);
 }
 
 BOOL FreeLibrary(HMODULE module)
 {
-    return module != nullptr && dlclose(module) == 0;
+    return module != nullptr && dlclose(module) == 0 ? TRUE : FALSE;
 }
 
 void* GetProcAddress(HMODULE module, unsigned number)
@@ -58,8 +59,9 @@ void* GetProcAddress(HMODULE module, unsigned number)
 
     const std::string symbol = stem + "_" + std::to_string(number);
     void* address = dlsym(module, symbol.c_str());
-    if (address == nullptr)
+    if (address == nullptr) {
         loadFailure = "The library " + file + " has no export " + symbol + ": " + LoaderReason();
+    }
     return address;
 }
 
@@ -71,8 +73,9 @@ std::string LoadFailure()
 DWORD GetModuleFileNameA(HMODULE module, char* path, DWORD size)
 {
     const std::string full = PathOf(module);
-    if (full.empty() || full.size() >= size)
+    if (full.empty() || full.size() >= size) {
         return 0;
+    }
     std::memcpy(path, full.c_str(), full.size() + 1);
     return static_cast<DWORD>(full.size());
 }

@@ -37,7 +37,7 @@ public:
 private:
     static void OnSignal(int);
 
-    static inline std::array<int, 2> s_pipe{};
+    static inline std::array<int, 2> sPipe{};
     std::array<struct sigaction, 2> m_former{};
     std::unique_ptr<QSocketNotifier> m_notifier;
 };
@@ -49,8 +49,9 @@ int CWinApp::Run(int argc, char** argv)
 {
     KeepFreedBlocks();
     std::unique_ptr<QApplication> toolkit;
-    if (qApp == nullptr)
+    if (qApp == nullptr) {
         toolkit = std::make_unique<QApplication>(argc, argv);
+    }
     SetUpToolkit();
     QApplication::setApplicationDisplayName({});
     const EndSignals endSignals;
@@ -76,8 +77,9 @@ BOOL Beep(DWORD frequency, DWORD duration)
         });
         return TRUE;
     }
-    if (speaker >= 0)
+    if (speaker >= 0) {
         close(speaker);
+    }
     QApplication::beep();
     return TRUE;
 }
@@ -107,13 +109,15 @@ bool SendTone(int speaker, DWORD frequency)
 
 EndSignals::EndSignals()
 {
-    if (pipe2(s_pipe.data(), O_CLOEXEC | O_NONBLOCK) != 0)
+    if (pipe2(sPipe.data(), O_CLOEXEC | O_NONBLOCK) != 0) {
         return;
-    m_notifier = std::make_unique<QSocketNotifier>(s_pipe[0], QSocketNotifier::Read);
+    }
+    m_notifier = std::make_unique<QSocketNotifier>(sPipe[0], QSocketNotifier::Read);
     QObject::connect(m_notifier.get(), &QSocketNotifier::activated, [] {
         char byte;
-        while (read(s_pipe[0], &byte, 1) == 1)
+        while (read(sPipe[0], &byte, 1) == 1) {
             continue;
+        }
         ModalLoop::AskToEnd();
     });
     struct sigaction action
@@ -127,19 +131,20 @@ EndSignals::EndSignals()
 
 EndSignals::~EndSignals()
 {
-    if (m_notifier == nullptr)
+    if (m_notifier == nullptr) {
         return;
+    }
     sigaction(SIGTERM, &m_former[0], nullptr);
     sigaction(SIGINT, &m_former[1], nullptr);
     m_notifier.reset();
-    close(s_pipe[0]);
-    close(s_pipe[1]);
+    close(sPipe[0]);
+    close(sPipe[1]);
 }
 
 void EndSignals::OnSignal(int)
 {
     const char byte = 0;
-    [[maybe_unused]] const ssize_t written = write(s_pipe[1], &byte, 1);
+    [[maybe_unused]] const ssize_t written = write(sPipe[1], &byte, 1);
 }
 
 } // namespace

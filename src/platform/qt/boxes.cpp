@@ -37,8 +37,9 @@ QString NameFilter(const std::string& filter);
 
 int MessageBoxA(HWND owner, const char* text, const char* caption, UINT style)
 {
-    if (ModalLoop::IsEnding())
+    if (ModalLoop::IsEnding()) {
         return AnswerOnLeaving(style);
+    }
     auto* const box =
         new QMessageBox(IconOf(style), ShownTitle(caption), {}, ButtonsOf(style), OwnerOf(owner));
     box->setWindowFlag(Qt::WindowStaysOnTopHint, (style & MB_TOPMOST) != 0);
@@ -78,8 +79,9 @@ CFileDialog::CFileDialog(BOOL, const char* defaultExtension, const char* fileNam
 
 int CFileDialog::DoModal()
 {
-    if (ModalLoop::IsEnding())
+    if (ModalLoop::IsEnding()) {
         return IDCANCEL;
+    }
     const HWND owner = m_parent != nullptr ? m_parent->GetSafeHwnd() : nullptr;
     auto* const window = new QFileDialog(OwnerOf(owner));
     // The native dialog of a desktop could not be closed when the program is asked to end.
@@ -89,18 +91,21 @@ int CFileDialog::DoModal()
                                                            : QFileDialog::AnyFile);
     window->setNameFilter(NameFilter(m_filter));
     window->setDefaultSuffix(FromBytes(m_defaultExtension));
-    if (!m_folder.empty())
+    if (!m_folder.empty()) {
         window->setDirectory(QFile::decodeName(m_folder.c_str()));
-    if (!m_fileName.empty())
+    }
+    if (!m_fileName.empty()) {
         window->selectFile(QFile::decodeName(m_fileName.c_str()));
+    }
 
     QString chosen;
     QObject::connect(window, &QFileDialog::fileSelected,
                      [&chosen](const QString& file) { chosen = file; });
     int result = QDialog::Rejected;
     Serve(*window, owner, result);
-    if (result != QDialog::Accepted || chosen.isEmpty())
+    if (result != QDialog::Accepted || chosen.isEmpty()) {
         return IDCANCEL;
+    }
     m_path = QFile::encodeName(chosen).toStdString();
     return IDOK;
 }
@@ -117,8 +122,9 @@ CWaitCursor::~CWaitCursor()
 
 void CWaitCursor::Restore()
 {
-    if (m_shown)
+    if (m_shown) {
         QApplication::restoreOverrideCursor();
+    }
     m_shown = false;
 }
 
@@ -131,10 +137,12 @@ int AnswerOnLeaving(UINT style)
 
 QMessageBox::StandardButtons ButtonsOf(UINT style)
 {
-    if ((style & MB_YESNO) != 0)
+    if ((style & MB_YESNO) != 0) {
         return QMessageBox::Yes | QMessageBox::No;
-    if ((style & MB_OKCANCEL) != 0)
+    }
+    if ((style & MB_OKCANCEL) != 0) {
         return QMessageBox::Ok | QMessageBox::Cancel;
+    }
     return QMessageBox::Ok;
 }
 
@@ -152,7 +160,7 @@ QMessageBox::Icon IconOf(UINT style)
     }
 }
 
-// Window managers hide a box together with an owner that is minimised or not shown yet.
+// Window managers hide a box together with an owner that is minimized or not shown yet.
 QWidget* OwnerOf(HWND owner)
 {
     QWidget* const widget = WidgetOf(owner);
@@ -179,13 +187,17 @@ void SetText(QMessageBox& box, const QString& text)
 
 bool FitsLabel(const QMessageBox& box, const QString& text)
 {
-    if (text.size() > LongestLabel)
+    if (text.size() > LongestLabel) {
         return false;
+    }
     const QFontMetrics metrics = box.fontMetrics();
-    for (const QString& word : text.split(QChar(' ')))
-        for (const QString& piece : word.split(QChar('\n')))
-            if (metrics.horizontalAdvance(piece) > WidestLabel)
+    for (const QString& word : text.split(QChar(' '))) {
+        for (const QString& piece : word.split(QChar('\n'))) {
+            if (metrics.horizontalAdvance(piece) > WidestLabel) {
                 return false;
+            }
+        }
+    }
     const int height =
         metrics.boundingRect(QRect(0, 0, WidestLabel, 0), Qt::TextWordWrap, text).height();
     return height < box.screen()->availableSize().height() / 2;
@@ -213,8 +225,9 @@ void Serve(QDialog& window, HWND owner, int& result)
 {
     const QPointer<QDialog> open(&window);
     ModalLoop loop([open] {
-        if (open)
+        if (open != nullptr) {
             open->reject();
+        }
     });
     QObject::connect(&window, &QDialog::finished, [&](int finished) {
         result = finished;
@@ -227,8 +240,9 @@ void Serve(QDialog& window, HWND owner, int& result)
     window.activateWindow();
     loop.Run();
     delete open; // with its connections: cut before, the accessibility tree would keep it
-    if (QWidget* const ownerWindow = OwnerOf(owner))
+    if (QWidget* const ownerWindow = OwnerOf(owner)) {
         ownerWindow->activateWindow();
+    }
 }
 
 // "label|pattern||" in the toolkit's way, "label (pattern)".

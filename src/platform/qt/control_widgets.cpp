@@ -20,7 +20,7 @@
 namespace {
 
 constexpr int WheelNotch = 120; // eighths of a degree
-constexpr QColor RejectedColour(192, 0, 0);
+constexpr QColor RejectedColor(192, 0, 0);
 
 template <typename Button>
 Button* MakeButton(DialogWindow& dialog, const ControlTemplate& control)
@@ -82,8 +82,9 @@ EditControl::EditControl(DialogWindow& dialog, int id)
 
 bool EditControl::Reject(const QString& reason)
 {
-    if (m_rejected)
+    if (m_rejected) {
         return false;
+    }
     m_rejected = true;
     setToolTip(reason);
     setAccessibleDescription(reason);
@@ -93,15 +94,17 @@ bool EditControl::Reject(const QString& reason)
 
 void EditControl::Write(const QString& text)
 {
-    if (text != this->text())
+    if (text != this->text()) {
         setText(text);
+    }
     Accept();
 }
 
 void EditControl::Accept()
 {
-    if (!m_rejected)
+    if (!m_rejected) {
         return;
+    }
     m_rejected = false;
     setToolTip({});
     setAccessibleDescription({});
@@ -115,17 +118,19 @@ void EditControl::focusOutEvent(QFocusEvent* event)
     const Qt::FocusReason reason = event->reason();
     const bool ofMenu = reason == Qt::PopupFocusReason || reason == Qt::MenuBarFocusReason;
     const bool ofBox = reason == Qt::ActiveWindowFocusReason && m_dialog.m_showsRejection;
-    if (!ofMenu && !ofBox)
+    if (!ofMenu && !ofBox) {
         m_dialog.NotifyCommand(m_id, EN_KILLFOCUS);
+    }
 }
 
 void EditControl::paintEvent(QPaintEvent* event)
 {
     QLineEdit::paintEvent(event);
-    if (!m_rejected)
+    if (!m_rejected) {
         return;
+    }
     QPainter painter(this);
-    painter.setPen(QPen(RejectedColour, 2));
+    painter.setPen(QPen(RejectedColor, 2));
     painter.drawRect(rect().adjusted(1, 1, -1, -1));
 }
 
@@ -161,14 +166,17 @@ void ScrollBarControl::SetPosition(int position)
 void ScrollBarControl::wheelEvent(QWheelEvent* event)
 {
     event->setAccepted(hasFocus());
-    if (!hasFocus())
+    if (!hasFocus()) {
         return;
+    }
     const QPoint turn = event->angleDelta();
     m_wheel += turn.y() != 0 ? turn.y() : turn.x();
-    for (; m_wheel >= WheelNotch; m_wheel -= WheelNotch)
+    for (; m_wheel >= WheelNotch; m_wheel -= WheelNotch) {
         triggerAction(SliderSingleStepSub);
-    for (; m_wheel <= -WheelNotch; m_wheel += WheelNotch)
+    }
+    for (; m_wheel <= -WheelNotch; m_wheel += WheelNotch) {
         triggerAction(SliderSingleStepAdd);
+    }
 }
 
 // The toolkit has moved the thumb already but not the value; the thumb goes back, and the dialog's
@@ -179,15 +187,17 @@ void ScrollBarControl::OnAction(int action)
     {
         int action;
         UINT code;
-    } codes[] = {
+    } Codes[] = {
         {SliderSingleStepSub, SB_LINEUP}, {SliderSingleStepAdd, SB_LINEDOWN},
         {SliderPageStepSub, SB_PAGEUP},   {SliderPageStepAdd, SB_PAGEDOWN},
         {SliderToMinimum, SB_TOP},        {SliderToMaximum, SB_BOTTOM},
     };
     setSliderPosition(value());
-    for (const auto& row : codes)
-        if (row.action == action)
+    for (const auto& row : Codes) {
+        if (row.action == action) {
             Report(row.code);
+        }
+    }
 }
 
 void ScrollBarControl::OnReleased()
@@ -248,8 +258,9 @@ void TrackBarControl::paintEvent(QPaintEvent* event)
 void TrackBarControl::wheelEvent(QWheelEvent* event)
 {
     event->setAccepted(hasFocus());
-    if (hasFocus())
+    if (hasFocus()) {
         QSlider::wheelEvent(event);
+    }
 }
 
 void TrackBarControl::Report(UINT code)
@@ -277,8 +288,9 @@ void FrameControl::paintEvent(QPaintEvent* event)
     m_dialog.Notify(WM_PAINT);
 
     QPainter painter(this);
-    for (const QRect& rest : (request.m_region - request.m_drawn).translated(client))
+    for (const QRect& rest : (request.m_region - request.m_drawn).translated(client)) {
         painter.fillRect(rest, palette().window());
+    }
     drawFrame(&painter);
 }
 

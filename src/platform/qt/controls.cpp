@@ -26,50 +26,58 @@ RECT Rect(QPoint topLeft, QSize size);
 
 void CWnd::SetWindowText(const std::string& text)
 {
-    if (auto* const dialog = As<DialogWindow>(m_hWnd))
+    if (auto* const dialog = As<DialogWindow>(m_hWnd)) {
         dialog->setWindowTitle(ShownTitle(text));
-    else if (auto* const edit = As<EditControl>(m_hWnd))
+    } else if (auto* const edit = As<EditControl>(m_hWnd)) {
         edit->Write(FromBytes(text));
-    else if (auto* const label = As<QLabel>(m_hWnd))
+    } else if (auto* const label = As<QLabel>(m_hWnd)) {
         label->setText(ShownText(text));
-    else if (auto* const button = As<QAbstractButton>(m_hWnd))
+    } else if (auto* const button = As<QAbstractButton>(m_hWnd)) {
         button->setText(ShownText(text));
-    else if (auto* const group = As<QGroupBox>(m_hWnd))
+    } else if (auto* const group = As<QGroupBox>(m_hWnd)) {
         group->setTitle(ShownText(text));
+    }
 }
 
 std::string CWnd::GetWindowText() const
 {
-    if (const auto* const dialog = As<DialogWindow>(m_hWnd))
+    if (const auto* const dialog = As<DialogWindow>(m_hWnd)) {
         return dialog->windowTitle().toStdString();
-    if (const auto* const edit = As<EditControl>(m_hWnd))
+    }
+    if (const auto* const edit = As<EditControl>(m_hWnd)) {
         return edit->text().toStdString();
-    if (const auto* const label = As<QLabel>(m_hWnd))
+    }
+    if (const auto* const label = As<QLabel>(m_hWnd)) {
         return label->text().toStdString();
-    if (const auto* const button = As<QAbstractButton>(m_hWnd))
+    }
+    if (const auto* const button = As<QAbstractButton>(m_hWnd)) {
         return button->text().toStdString();
-    if (const auto* const group = As<QGroupBox>(m_hWnd))
+    }
+    if (const auto* const group = As<QGroupBox>(m_hWnd)) {
         return group->title().toStdString();
+    }
     return {};
 }
 
 void CWnd::EnableWindow(BOOL enable)
 {
-    if (QWidget* const widget = WidgetOf(m_hWnd))
+    if (QWidget* const widget = WidgetOf(m_hWnd)) {
         widget->setEnabled(enable != FALSE);
+    }
 }
 
 BOOL CWnd::IsWindowEnabled() const
 {
     const QWidget* const widget = WidgetOf(m_hWnd);
-    return widget != nullptr && widget->isEnabled();
+    return widget != nullptr && widget->isEnabled() ? TRUE : FALSE;
 }
 
 void CWnd::ShowWindow(int command)
 {
     QWidget* const widget = WidgetOf(m_hWnd);
-    if (widget == nullptr)
+    if (widget == nullptr) {
         return;
+    }
     switch (command) {
     case SW_HIDE:
         return widget->hide();
@@ -87,24 +95,30 @@ void CWnd::ShowWindow(int command)
 BOOL CWnd::IsWindowVisible() const
 {
     const QWidget* const widget = WidgetOf(m_hWnd);
-    return widget != nullptr && (widget->isWindow() ? widget->isVisible() : !widget->isHidden());
+    if (widget == nullptr) {
+        return FALSE;
+    }
+    const bool visible = widget->isWindow() ? widget->isVisible() : !widget->isHidden();
+    return visible ? TRUE : FALSE;
 }
 
 BOOL CWnd::IsIconic() const
 {
     const QWidget* const widget = WidgetOf(m_hWnd);
-    return widget != nullptr && widget->isMinimized();
+    return widget != nullptr && widget->isMinimized() ? TRUE : FALSE;
 }
 
 void CWnd::SetFocus()
 {
     QWidget* const widget = WidgetOf(m_hWnd);
-    if (widget == nullptr)
+    if (widget == nullptr) {
         return;
-    if (widget->isWindow())
+    }
+    if (widget->isWindow()) {
         widget->activateWindow();
-    else
+    } else {
         widget->setFocus(Qt::OtherFocusReason);
+    }
 }
 
 void CWnd::GetWindowRect(RECT* rect) const
@@ -122,40 +136,49 @@ void CWnd::GetClientRect(RECT* rect) const
 void CWnd::SetWindowPos(int x, int y, int width, int height, UINT flags)
 {
     QWidget* const widget = WidgetOf(m_hWnd);
-    if (widget == nullptr)
+    if (widget == nullptr) {
         return;
-    if ((flags & SWP_NOMOVE) == 0)
+    }
+    if ((flags & SWP_NOMOVE) == 0) {
         widget->move(x, y);
-    if ((flags & SWP_NOSIZE) == 0 && widget->isWindow())
+    }
+    if ((flags & SWP_NOSIZE) == 0 && widget->isWindow()) {
         widget->setFixedSize(width, height);
-    else if ((flags & SWP_NOSIZE) == 0)
+    } else if ((flags & SWP_NOSIZE) == 0) {
         widget->resize(width, height);
+    }
 }
 
-// What a dialog paints is what its frames show, or its icon while it is minimised. Its background
+// What a dialog paints is what its frames show, or its icon while it is minimized. Its background
 // and its other controls repaint themselves when they change.
 void CWnd::Invalidate(BOOL)
 {
     QWidget* const widget = WidgetOf(m_hWnd);
-    if (widget == nullptr)
+    if (widget == nullptr) {
         return;
-    if (!widget->isWindow() || widget->isMinimized())
+    }
+    if (!widget->isWindow() || widget->isMinimized()) {
         return widget->update();
-    for (QWidget* const child : widget->findChildren<QWidget*>(Qt::FindDirectChildrenOnly))
-        if (dynamic_cast<FrameControl*>(child) != nullptr)
+    }
+    for (QWidget* const child : widget->findChildren<QWidget*>(Qt::FindDirectChildrenOnly)) {
+        if (dynamic_cast<FrameControl*>(child) != nullptr) {
             child->update();
+        }
+    }
 }
 
 void CWnd::SetTimer(UINT_PTR id, UINT period)
 {
-    if (auto* const dialog = As<DialogWindow>(m_hWnd))
+    if (auto* const dialog = As<DialogWindow>(m_hWnd)) {
         dialog->StartTimer(id, period);
+    }
 }
 
 void CWnd::KillTimer(UINT_PTR id)
 {
-    if (auto* const dialog = As<DialogWindow>(m_hWnd))
+    if (auto* const dialog = As<DialogWindow>(m_hWnd)) {
         dialog->StopTimer(id);
+    }
 }
 
 int CButton::GetCheck() const
@@ -168,13 +191,16 @@ int CButton::GetCheck() const
 void CButton::SetCheck(int check)
 {
     auto* const button = As<QAbstractButton>(m_hWnd);
-    if (button == nullptr)
+    if (button == nullptr) {
         return;
-    if (button->group() != nullptr)
+    }
+    if (button->group() != nullptr) {
         button->group()->setExclusive(check != 0);
+    }
     button->setChecked(check != 0);
-    if (button->group() != nullptr)
+    if (button->group() != nullptr) {
         button->group()->setExclusive(true);
+    }
 }
 
 void CScrollBar::GetScrollRange(int* minimum, int* maximum) const
@@ -186,8 +212,9 @@ void CScrollBar::GetScrollRange(int* minimum, int* maximum) const
 
 void CScrollBar::SetScrollRange(int minimum, int maximum, BOOL)
 {
-    if (auto* const bar = As<ScrollBarControl>(m_hWnd))
+    if (auto* const bar = As<ScrollBarControl>(m_hWnd)) {
         bar->SetRange(minimum, maximum);
+    }
 }
 
 int CScrollBar::GetScrollPos() const
@@ -198,20 +225,23 @@ int CScrollBar::GetScrollPos() const
 
 void CScrollBar::SetScrollPos(int position, BOOL)
 {
-    if (auto* const bar = As<ScrollBarControl>(m_hWnd))
+    if (auto* const bar = As<ScrollBarControl>(m_hWnd)) {
         bar->SetPosition(position);
+    }
 }
 
 void CSliderCtrl::SetRange(int minimum, int maximum, BOOL)
 {
-    if (auto* const bar = As<TrackBarControl>(m_hWnd))
+    if (auto* const bar = As<TrackBarControl>(m_hWnd)) {
         bar->SetRange(minimum, maximum);
+    }
 }
 
 void CSliderCtrl::SetTicFreq(int frequency)
 {
-    if (auto* const bar = As<TrackBarControl>(m_hWnd))
+    if (auto* const bar = As<TrackBarControl>(m_hWnd)) {
         bar->setTickInterval(frequency);
+    }
 }
 
 int CSliderCtrl::GetPos() const
@@ -222,8 +252,9 @@ int CSliderCtrl::GetPos() const
 
 void CSliderCtrl::SetPos(int position)
 {
-    if (auto* const bar = As<TrackBarControl>(m_hWnd))
+    if (auto* const bar = As<TrackBarControl>(m_hWnd)) {
         bar->SetPosition(position);
+    }
 }
 
 namespace {

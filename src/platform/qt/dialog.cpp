@@ -50,10 +50,11 @@ CDialog::~CDialog() = default;
 
 int CDialog::DoModal()
 {
-    if (ModalLoop::IsEnding())
+    if (ModalLoop::IsEnding()) {
         return IDCANCEL;
+    }
 
-    // The handle dies with the window, also when the initialisation throws.
+    // The handle dies with the window, also when the initialization throws.
     struct Handle
     {
         HWND& window;
@@ -64,18 +65,21 @@ int CDialog::DoModal()
 
     const BOOL defaultFocus = OnInitDialog();
     window.Open();
-    if (defaultFocus)
+    if (defaultFocus) {
         window.FocusFirst();
+    }
     const int result = window.Serve();
-    if (QWidget* const owner = WidgetOf(m_parent != nullptr ? m_parent->GetSafeHwnd() : nullptr))
+    if (QWidget* const owner = WidgetOf(m_parent != nullptr ? m_parent->GetSafeHwnd() : nullptr)) {
         owner->activateWindow();
+    }
     return result;
 }
 
 void CDialog::EndDialog(int result)
 {
-    if (DialogWindow* const window = DialogOf(m_hWnd))
+    if (DialogWindow* const window = DialogOf(m_hWnd)) {
         window->End(result);
+    }
 }
 
 CWnd CDialog::GetDlgItem(int id) const
@@ -94,11 +98,13 @@ DialogWindow::DialogWindow(CDialog& dialog, QWidget* owner)
     Qt::WindowFlags flags = owner != nullptr ? Qt::Dialog : Qt::Window;
     flags |= Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowSystemMenuHint |
              Qt::WindowCloseButtonHint;
-    if (form.minimizable)
+    if (form.minimizable) {
         flags |= Qt::WindowMinimizeButtonHint;
+    }
     setWindowFlags(flags);
-    if (owner != nullptr)
+    if (owner != nullptr) {
         setWindowModality(Qt::WindowModal);
+    }
     setWindowTitle(ShownTitle(form.title));
     setFixedSize(Pixels({0, 0, form.width, form.height}).size());
     setAcceptDrops(TakesDrops());
@@ -111,10 +117,12 @@ DialogWindow::~DialogWindow()
     m_ended = true;
     CloseQueue(m_handle);
     RemoveWindow(m_handle);
-    for (const auto& [id, control] : m_controls)
+    for (const auto& [id, control] : m_controls) {
         RemoveWindow(control);
-    for (const HWND control : m_unnamedControls)
+    }
+    for (const HWND control : m_unnamedControls) {
         RemoveWindow(control);
+    }
 }
 
 void DialogWindow::CreateControls()
@@ -126,38 +134,47 @@ void DialogWindow::CreateControls()
         widget->setGeometry(Pixels(control.place));
         widget->setEnabled((control.flags & ControlDisabled) == 0);
         widget->setVisible((control.flags & ControlHidden) == 0);
-        if (control.accessibleName != nullptr)
+        if (control.accessibleName != nullptr) {
             widget->setAccessibleName(control.accessibleName);
+        }
 
         const HWND handle = AddWindow({widget, this});
-        if (control.id == 0)
+        if (control.id == 0) {
             m_unnamedControls.push_back(handle);
-        else
+        } else {
             m_controls.emplace(control.id, handle);
-        if (auto* const bar = dynamic_cast<ScrollBarControl*>(widget))
+        }
+        if (auto* const bar = dynamic_cast<ScrollBarControl*>(widget)) {
             bar->SetHandle(handle);
-        if (auto* const bar = dynamic_cast<TrackBarControl*>(widget))
+        }
+        if (auto* const bar = dynamic_cast<TrackBarControl*>(widget)) {
             bar->SetHandle(handle);
-        if (auto* const frame = dynamic_cast<FrameControl*>(widget))
+        }
+        if (auto* const frame = dynamic_cast<FrameControl*>(widget)) {
             frame->SetHandle(handle);
+        }
 
         if (control.kind == ControlKind::Edit && lastLabel != nullptr) {
             lastLabel->setBuddy(widget);
-            if (control.accessibleName == nullptr)
+            if (control.accessibleName == nullptr) {
                 widget->setAccessibleName(lastLabel->text().remove('&'));
+            }
         }
         lastLabel = qobject_cast<QLabel*>(widget);
 
         if (control.kind == ControlKind::RadioButton) {
-            if (group == nullptr || (control.flags & GroupStart) != 0)
+            if (group == nullptr || (control.flags & GroupStart) != 0) {
                 group = new QButtonGroup(this);
+            }
             group->addButton(static_cast<QAbstractButton*>(widget));
         }
         // The frame around controls must not lie over them.
-        if (control.kind == ControlKind::GroupBox)
+        if (control.kind == ControlKind::GroupBox) {
             widget->lower();
-        if (!m_tabOrder.empty())
+        }
+        if (!m_tabOrder.empty()) {
             setTabOrder(m_tabOrder.back(), widget);
+        }
         m_tabOrder.push_back(widget);
     }
 }
@@ -170,20 +187,22 @@ HWND DialogWindow::Control(int id) const
 
 void DialogWindow::Open()
 {
-    if (m_ended)
+    if (m_ended) {
         return;
+    }
     show();
     activateWindow();
 }
 
 void DialogWindow::FocusFirst()
 {
-    for (QWidget* const widget : m_tabOrder)
+    for (QWidget* const widget : m_tabOrder) {
         if ((widget->focusPolicy() & Qt::TabFocus) != 0 && widget->isVisibleTo(this) &&
             widget->isEnabled()) {
             widget->setFocus(Qt::TabFocusReason);
             return;
         }
+    }
 }
 
 int DialogWindow::Serve()
@@ -194,8 +213,9 @@ int DialogWindow::Serve()
 
 void DialogWindow::End(int result)
 {
-    if (m_ended)
+    if (m_ended) {
         return;
+    }
     m_ended = true;
     m_result = result;
     m_timers.clear();
@@ -210,9 +230,10 @@ LRESULT DialogWindow::Notify(UINT message, WPARAM wParam, LPARAM lParam)
 
 void DialogWindow::StartTimer(UINT_PTR id, UINT period)
 {
-    if (!m_ended)
+    if (!m_ended) {
         m_timers[id].start(static_cast<int>(std::clamp(period, ShortestPeriod, 0x7FFF'FFFFu)),
                            Qt::PreciseTimer, this);
+    }
 }
 
 void DialogWindow::StopTimer(UINT_PTR id)
@@ -229,18 +250,22 @@ void DialogWindow::closeEvent(QCloseEvent* event)
 {
     event->ignore();
     // Behind a box or another dialog a handler is still at work with what a close would take away.
-    if (ModalLoop::IsInnermost(&m_dialog))
+    if (ModalLoop::IsInnermost(&m_dialog)) {
         Notify(WM_CLOSE);
+    }
 }
 
 void DialogWindow::keyPressEvent(QKeyEvent* event)
 {
-    if (event->key() != Qt::Key_F1 || AfxGetApp() == nullptr)
+    if (event->key() != Qt::Key_F1 || AfxGetApp() == nullptr) {
         return QDialog::keyPressEvent(event);
+    }
     try {
-        for (const DispatchEntry& entry : AfxGetApp()->DispatchTable())
-            if (entry.message == WM_COMMAND && entry.id == ID_HELP)
+        for (const DispatchEntry& entry : AfxGetApp()->DispatchTable()) {
+            if (entry.message == WM_COMMAND && entry.id == ID_HELP) {
                 entry.call(*AfxGetApp(), MAKEWPARAM(ID_HELP, BN_CLICKED), 0);
+            }
+        }
     } catch (const std::exception& e) {
         ReportException(m_handle, e.what());
     }
@@ -251,18 +276,20 @@ void DialogWindow::timerEvent(QTimerEvent* event)
     const auto timer = std::find_if(m_timers.begin(), m_timers.end(), [event](const auto& entry) {
         return entry.second.timerId() == event->timerId();
     });
-    if (timer != m_timers.end())
+    if (timer != m_timers.end()) {
         Notify(WM_TIMER, timer->first);
-    else
+    } else {
         QDialog::timerEvent(event);
+    }
 }
 
-// Only a minimised window paints on itself; otherwise its frame controls are what is painted.
+// Only a minimized window paints on itself; otherwise its frame controls are what is painted.
 void DialogWindow::paintEvent(QPaintEvent* event)
 {
     QDialog::paintEvent(event);
-    if (!isMinimized())
+    if (!isMinimized()) {
         return;
+    }
     QPoint offset;
     QPaintDevice* const device = redirected(&offset);
     const PaintRequest request(m_handle, this, device, -offset, {}, event->region());
@@ -272,8 +299,9 @@ void DialogWindow::paintEvent(QPaintEvent* event)
 void DialogWindow::dragEnterEvent(QDragEnterEvent* event)
 {
     const QList<QUrl> urls = event->mimeData()->urls();
-    if (ModalLoop::IsInnermost(&m_dialog) && urls.size() == 1 && urls.front().isLocalFile())
+    if (ModalLoop::IsInnermost(&m_dialog) && urls.size() == 1 && urls.front().isLocalFile()) {
         event->acceptProposedAction();
+    }
 }
 
 // The handler may open a box; the program that the file comes from must not wait for its answer.
@@ -306,18 +334,19 @@ bool DialogWindow::TakesDrops() const
 // for the end of it, and so that every further painting does not bring one more, it stands alone.
 void ReportException(HWND dialog, const std::string& text)
 {
-    constexpr UINT style = MB_OK | MB_ICONSTOP | MB_TOPMOST;
+    constexpr UINT Style = MB_OK | MB_ICONSTOP | MB_TOPMOST;
     const std::string caption = AfxGetApp() != nullptr ? AfxGetApp()->Name() : "";
     if (!PaintRequest::IsAnyServed()) {
-        MessageBoxA(dialog, text.c_str(), caption.c_str(), style);
+        MessageBoxA(dialog, text.c_str(), caption.c_str(), Style);
         return;
     }
     static bool waiting = false;
-    if (waiting)
+    if (waiting) {
         return;
+    }
     waiting = true;
     QTimer::singleShot(0, [dialog, text, caption] {
-        MessageBoxA(dialog, text.c_str(), caption.c_str(), style);
+        MessageBoxA(dialog, text.c_str(), caption.c_str(), Style);
         waiting = false;
     });
 }
@@ -328,8 +357,9 @@ void RejectEdit(const CDataExchange& dx, HWND field, const std::string& reason)
     const bool isNew = edit->Reject(FromBytes(reason));
 
     // Told once, the operator may leave the field as it is, but not act on it.
-    if (!isNew && dx.m_leavingField)
+    if (!isNew && dx.m_leavingField) {
         return;
+    }
     if (isNew) {
         DialogWindow* const window = DialogOf(field);
         window->m_showsRejection = true;
@@ -339,8 +369,9 @@ void RejectEdit(const CDataExchange& dx, HWND field, const std::string& reason)
         // A mouse press that took the focus away reaches its button only now, and its release went
         // to the box: the click is lost, the button must not stay down.
         QTimer::singleShot(0, window, [window] {
-            for (QAbstractButton* const button : window->findChildren<QAbstractButton*>())
+            for (QAbstractButton* const button : window->findChildren<QAbstractButton*>()) {
                 button->setDown(false);
+            }
         });
     }
     edit->setFocus(Qt::OtherFocusReason);
@@ -356,11 +387,13 @@ void LetXLibraryForget()
 {
     const auto* const x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
     void* const library = x11 != nullptr ? dlopen("libX11.so.6", RTLD_LAZY | RTLD_NOLOAD) : nullptr;
-    if (library == nullptr)
+    if (library == nullptr) {
         return;
+    }
     using Sync = int (*)(Display*, int);
-    if (const auto sync = reinterpret_cast<Sync>(dlsym(library, "XSync")))
+    if (const auto sync = reinterpret_cast<Sync>(dlsym(library, "XSync"))) {
         sync(x11->display(), 0);
+    }
     dlclose(library);
 }
 

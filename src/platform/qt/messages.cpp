@@ -58,11 +58,13 @@ std::optional<PostedMessage> TakeMessage();
 int PostMessageA(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
 {
     const std::lock_guard lock(mutex);
-    if (!windows.contains(window) || messages.size() >= LongestQueue)
+    if (!windows.contains(window) || messages.size() >= LongestQueue) {
         return 0;
+    }
     messages.push_back({window, message, wParam, lParam});
-    if (!delivering)
+    if (!delivering) {
         QCoreApplication::postEvent(deliverer.get(), new QEvent(QEvent::User));
+    }
     delivering = true;
     return 1;
 }
@@ -70,8 +72,9 @@ int PostMessageA(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
 void OpenQueue(HWND window)
 {
     const std::lock_guard lock(mutex);
-    if (windows.empty())
+    if (windows.empty()) {
         deliverer = std::make_unique<Deliverer>();
+    }
     windows.insert(window);
 }
 
@@ -98,11 +101,13 @@ void Deliverer::timerEvent(QTimerEvent*)
     slice.start();
     for (int i = 0; i < SliceMessages && slice.elapsed() < SliceMilliseconds; ++i) {
         const std::optional<PostedMessage> next = TakeMessage();
-        if (!next)
+        if (!next) {
             return;
+        }
         m_next.start(0, this);
-        if (DialogWindow* const dialog = DialogOf(next->window))
+        if (DialogWindow* const dialog = DialogOf(next->window)) {
             dialog->Dialog().Send(next->message, next->wParam, next->lParam);
+        }
     }
 }
 

@@ -24,20 +24,23 @@ ModalLoop::ModalLoop(std::function<void()> cancel, CDialog* dialog)
 ModalLoop::~ModalLoop()
 {
     std::erase(loops, this);
-    if (loops.empty() && m_dialog != nullptr)
+    if (loops.empty() && m_dialog != nullptr) {
         ending = false;
+    }
 }
 
 void ModalLoop::Run()
 {
-    if (!m_quit)
+    if (!m_quit) {
         m_loop.exec();
+    }
 }
 
 void ModalLoop::Quit()
 {
-    if (m_quit)
+    if (m_quit) {
         return;
+    }
     m_quit = true;
     m_loop.quit();
     const auto self = std::find(loops.begin(), loops.end(), this);
@@ -52,13 +55,16 @@ bool ModalLoop::IsInnermost(const CDialog* dialog)
 
 void ModalLoop::AskToEnd()
 {
-    if (loops.empty())
+    if (loops.empty()) {
         return;
+    }
     ending = true;
     const std::vector<ModalLoop*> open = loops;
-    for (std::size_t i = open.size(); i-- > 0;)
-        if (i > 0 || open[i]->m_dialog == nullptr)
+    for (std::size_t i = open.size(); i-- > 0;) {
+        if (i > 0 || open[i]->m_dialog == nullptr) {
             open[i]->m_cancel();
+        }
+    }
     EndOutermost();
 }
 
@@ -67,13 +73,16 @@ void ModalLoop::AskToEnd()
 void ModalLoop::EndOutermost()
 {
     QTimer::singleShot(0, [] {
-        if (loops.empty())
+        if (loops.empty()) {
             return;
-        if (loops.size() > 1)
+        }
+        if (loops.size() > 1) {
             return EndOutermost();
+        }
         ModalLoop* const outermost = loops.front();
-        if (outermost->m_dialog != nullptr)
+        if (outermost->m_dialog != nullptr) {
             outermost->m_dialog->Send(WM_QUERYENDSESSION);
+        }
         ending = outermost->m_quit; // a refusal lets boxes open again
     });
 }

@@ -52,8 +52,9 @@ void SetUpToolkitOnce()
     static char name[] = "test";
     static char* arguments[] = {name, nullptr};
     static int count = 1;
-    if (qApp != nullptr)
+    if (qApp != nullptr) {
         return;
+    }
     new QApplication(count, arguments); // for all tests of the process
     DialogProgram(nullptr).RunDialog();
 }
@@ -64,9 +65,9 @@ UINT StyleOf(const QMessageBox& box)
     const UINT offered = (buttons & QMessageBox::Yes) != 0      ? MB_YESNO
                          : (buttons & QMessageBox::Cancel) != 0 ? MB_OKCANCEL
                                                                 : MB_OK;
-    constexpr UINT icons[] = {0, MB_ICONASTERISK, MB_ICONEXCLAMATION, MB_ICONHAND};
+    constexpr UINT Icons[] = {0, MB_ICONASTERISK, MB_ICONEXCLAMATION, MB_ICONHAND};
     const UINT topmost = (box.windowFlags() & Qt::WindowStaysOnTopHint) != 0 ? MB_TOPMOST : 0;
-    return offered | icons[box.icon()] | topmost;
+    return offered | Icons[box.icon()] | topmost;
 }
 
 void PressKey(QWidget* window, int key, const QString& text = {})
@@ -106,11 +107,13 @@ struct Operator::Desk : QObject
     template <typename Widget = QWidget>
     Widget* Find(int id) const
     {
-        for (int i = 0; i < 20 && !Window().isActiveWindow(); ++i)
+        for (int i = 0; i < 20 && !Window().isActiveWindow(); ++i) {
             QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+        }
         auto* const widget = dynamic_cast<Widget*>(WidgetOf(Window().Control(id)));
-        if (widget == nullptr)
+        if (widget == nullptr) {
             ADD_FAILURE() << "The dialog has no such control " << id;
+        }
         return widget;
     }
 
@@ -135,9 +138,11 @@ int Operator::Run(CDialog& dialog, const std::function<void()>& script)
     m_desk->scripts.insert(m_desk->scripts.begin(), {dialog.Template().title, script});
     const int result =
         AfxGetApp() != nullptr ? dialog.DoModal() : DialogProgram(&dialog).RunDialog();
-    for (const Desk::Expectation& expected : m_desk->boxes)
-        if (!expected.stays)
+    for (const Desk::Expectation& expected : m_desk->boxes) {
+        if (!expected.stays) {
             ADD_FAILURE() << "No box came with the text: " << expected.part;
+        }
+    }
     m_desk->boxes.clear();
     m_desk->scripts.clear();
     return result;
@@ -146,16 +151,17 @@ int Operator::Run(CDialog& dialog, const std::function<void()>& script)
 // The box or dialog is worked once its own loop runs.
 bool Operator::Desk::eventFilter(QObject* object, QEvent* event)
 {
-    if (event->type() != QEvent::Show || object->property("seen").toBool())
+    if (event->type() != QEvent::Show || object->property("seen").toBool()) {
         return false;
+    }
     auto* const box = qobject_cast<QMessageBox*>(object);
     auto* const chooser = qobject_cast<QFileDialog*>(object);
     auto* const dialog = dynamic_cast<DialogWindow*>(object);
-    if (box != nullptr)
+    if (box != nullptr) {
         QTimer::singleShot(0, box, [this, box] { Answer(*box); });
-    else if (chooser != nullptr)
+    } else if (chooser != nullptr) {
         QTimer::singleShot(0, chooser, [this, chooser] { Choose(*chooser); });
-    else if (dialog != nullptr) {
+    } else if (dialog != nullptr) {
         dialogs.push_back(dialog);
         connect(dialog, &QObject::destroyed, this, [this, dialog] { std::erase(dialogs, dialog); });
         QTimer::singleShot(0, dialog, [this, dialog] { Work(*dialog); });
@@ -173,47 +179,59 @@ void Operator::Desk::Answer(QMessageBox& box)
     const auto expected = std::find_if(boxes.begin(), boxes.end(), [&](const Expectation& e) {
         return text.find(e.part) != std::string::npos;
     });
-    if (expected == boxes.end())
+    if (expected == boxes.end()) {
         ADD_FAILURE() << "An unexpected box came: " << text;
+    }
     const Expectation expectation = expected != boxes.end() ? *expected : Expectation{};
-    if (expected != boxes.end() && !expected->stays)
+    if (expected != boxes.end() && !expected->stays) {
         boxes.erase(expected);
+    }
 
     const QAccessibleInterface* const seen = QAccessible::queryAccessibleInterface(&box);
     EXPECT_TRUE(seen != nullptr && seen->isValid()) << "No screen reader sees the box: " << text;
 
     const QPointer<QMessageBox> open = &box;
-    if (expectation.meanwhile)
+    if (expectation.meanwhile) {
         expectation.meanwhile();
-    if (!open || !open->isVisible())
+    }
+    if (open == nullptr || !open->isVisible()) {
         return;
-    constexpr std::pair<int, QMessageBox::StandardButton> buttons[] = {
+    }
+    constexpr std::pair<int, QMessageBox::StandardButton> Buttons[] = {
         {IDOK, QMessageBox::Ok},
         {IDCANCEL, QMessageBox::Cancel},
         {IDYES, QMessageBox::Yes},
         {IDNO, QMessageBox::No}};
-    for (const auto& [answer, standard] : buttons)
-        if (answer == expectation.answer && open->button(standard) != nullptr)
+    for (const auto& [answer, standard] : Buttons) {
+        if (answer == expectation.answer && open->button(standard) != nullptr) {
             return open->button(standard)->click();
-    if (expectation.answer != 0)
+        }
+    }
+    if (expectation.answer != 0) {
         ADD_FAILURE() << "The box does not offer the answer " << expectation.answer << ": " << text;
+    }
     PressKey(open, Qt::Key_Escape);
 }
 
 void Operator::Desk::Choose(QFileDialog& dialog)
 {
-    if (files.empty())
+    if (files.empty()) {
         ADD_FAILURE() << "An unexpected open-file dialog came";
+    }
     const auto [path, meanwhile] = files.empty() ? decltype(files)::value_type() : files.front();
-    if (!files.empty())
+    if (!files.empty()) {
         files.erase(files.begin());
+    }
     const QPointer<QFileDialog> open = &dialog;
-    if (meanwhile)
+    if (meanwhile) {
         meanwhile();
-    if (!open || !open->isVisible())
+    }
+    if (open == nullptr || !open->isVisible()) {
         return;
-    if (path.empty())
+    }
+    if (path.empty()) {
         return dialog.reject();
+    }
     dialog.selectFile(QString::fromStdString(path));
     QMetaObject::invokeMethod(&dialog, "accept");
 }
@@ -224,15 +242,16 @@ void Operator::Desk::Work(DialogWindow& dialog)
     const auto found = std::find_if(scripts.begin(), scripts.end(),
                                     [&](const auto& script) { return script.first == title; });
     const QPointer<DialogWindow> open = &dialog;
-    if (found == scripts.end())
+    if (found == scripts.end()) {
         ADD_FAILURE() << "An unexpected dialog came: " << title;
-    else {
+    } else {
         const std::function<void()> script = found->second;
         scripts.erase(found);
         script();
     }
-    if (open)
+    if (open != nullptr) {
         open->End(IDCANCEL);
+    }
 }
 
 void Operator::WhenBox(std::string part, int answer, std::function<void()> meanwhile)
@@ -267,8 +286,9 @@ bool Operator::Wait(const std::function<bool()>& condition, int milliseconds)
     QElapsedTimer passed;
     passed.start();
     while (!condition()) {
-        if (passed.elapsed() > milliseconds)
+        if (passed.elapsed() > milliseconds) {
             return false;
+        }
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
     }
     return true;
@@ -284,48 +304,56 @@ void Operator::Click(int id)
 {
     auto* const button = m_desk->Find<QAbstractButton>(id);
     if (button == nullptr || !button->isEnabled() || button->isHidden() ||
-        m_desk->Active() != button->window())
+        m_desk->Active() != button->window()) {
         return;
+    }
     button->setFocus(Qt::MouseFocusReason);
-    if (button->window()->focusWidget() == button)
+    if (button->window()->focusWidget() == button) {
         button->click();
+    }
 }
 
 void Operator::Type(int id, const std::string& text)
 {
     auto* const edit = m_desk->Find<EditControl>(id);
-    if (edit == nullptr)
+    if (edit == nullptr) {
         return;
+    }
     edit->setFocus(Qt::MouseFocusReason);
     edit->selectAll();
     PressKey(edit->window(), Qt::Key_Delete);
-    for (const QChar character : QString::fromStdString(text))
+    for (const QChar character : QString::fromStdString(text)) {
         PressKey(edit->window(), 0, character);
+    }
 }
 
 void Operator::Focus(int id)
 {
-    if (auto* const widget = m_desk->Find(id))
+    if (auto* const widget = m_desk->Find(id)) {
         widget->setFocus(Qt::TabFocusReason);
+    }
 }
 
 void Operator::Press(Key key)
 {
-    constexpr int keys[] = {Qt::Key_Return, Qt::Key_Escape, Qt::Key_F1};
-    PressKey(m_desk->Active(), keys[static_cast<int>(key)]);
+    constexpr int Keys[] = {Qt::Key_Return, Qt::Key_Escape, Qt::Key_F1};
+    PressKey(m_desk->Active(), Keys[static_cast<int>(key)]);
 }
 
 void Operator::Press(int id, int scrollCode)
 {
     using Slider = QAbstractSlider;
-    static constexpr std::pair<UINT, Slider::SliderAction> actions[] = {
+    static constexpr std::pair<UINT, Slider::SliderAction> Actions[] = {
         {SB_LINEUP, Slider::SliderSingleStepSub}, {SB_LINEDOWN, Slider::SliderSingleStepAdd},
         {SB_PAGEUP, Slider::SliderPageStepSub},   {SB_PAGEDOWN, Slider::SliderPageStepAdd},
         {SB_TOP, Slider::SliderToMinimum},        {SB_BOTTOM, Slider::SliderToMaximum}};
-    if (auto* const bar = m_desk->Find<Slider>(id))
-        for (const auto& [code, action] : actions)
-            if (code == static_cast<UINT>(scrollCode))
+    if (auto* const bar = m_desk->Find<Slider>(id)) {
+        for (const auto& [code, action] : Actions) {
+            if (code == static_cast<UINT>(scrollCode)) {
                 bar->triggerAction(action);
+            }
+        }
+    }
 }
 
 void Operator::Drag(int id, int position)
@@ -350,8 +378,9 @@ void Operator::Drop(const std::string& path)
     enter.setAccepted(false);
     QCoreApplication::sendEvent(&m_desk->Window(), &enter);
     QDropEvent drop({}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
-    if (enter.isAccepted())
+    if (enter.isAccepted()) {
         QCoreApplication::sendEvent(&m_desk->Window(), &drop);
+    }
 }
 
 CDialog& Operator::Dialog() const
@@ -373,8 +402,9 @@ int Operator::Position(int id) const
 unsigned Operator::Pixel(int id, int x, int y) const
 {
     const QWidget* const widget = m_desk->Find(id);
-    if (widget == nullptr)
+    if (widget == nullptr) {
         return 0;
+    }
     QCoreApplication::processEvents();
     const QPoint at =
         widget->mapTo(widget->window(), widget->contentsRect().topLeft() + QPoint(x, y));

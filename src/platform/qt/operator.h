@@ -39,7 +39,7 @@ public:
 
     // Runs the script in the loop of the next dialog with this title, as Run does.
     void WhenDialog(std::string title, std::function<void()> script);
-    // The next open-file dialog chooses this file; it is cancelled when the path is empty.
+    // The next open-file dialog chooses this file; it is canceled when the path is empty.
     void WhenFileDialog(std::string path, std::function<void()> meanwhile = {});
 
     // Serves messages until the condition holds; false when it did not within the time.
@@ -62,9 +62,9 @@ public:
     void Press(int id, int scrollCode); // an arrow, page or end of a scroll bar
     void Drag(int id, int position);    // a thumb, and lets it go there
     void CloseWindow();                 // the close button
-    void Minimise(bool minimised = true)
+    void Minimize(bool minimized = true)
     {
-        Dialog().ShowWindow(minimised ? SW_MINIMIZE : SW_RESTORE);
+        Dialog().ShowWindow(minimized ? SW_MINIMIZE : SW_RESTORE);
     }
     void Drop(const std::string& path); // a file onto the window
 

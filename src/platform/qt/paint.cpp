@@ -36,13 +36,13 @@ struct Bitmap
     }
 };
 
-using Colours = std::array<QRgb, 256>;
+using Colors = std::array<QRgb, 256>;
 
-Colours ColoursOf(const BITMAPINFO256& info);
+Colors ColorsOf(const BITMAPINFO256& info);
 QImage* WritableImage(QPaintDevice* device);
-void WriteRows(const Bitmap& bitmap, const Colours& colours, QRect part, QPoint target,
-               QImage& image, QPoint imageOrigin);
-void DrawRows(const Bitmap& bitmap, const Colours& colours, QRect part, QPoint target,
+void WriteRows(const Bitmap& bitmap, const Colors& colors, QRect part, QPoint target, QImage& image,
+               QPoint imageOrigin);
+void DrawRows(const Bitmap& bitmap, const Colors& colors, QRect part, QPoint target,
               const PaintRequest& request);
 QImage ImageOf(const IconResource& icon);
 
@@ -58,8 +58,9 @@ CPaintDC::~CPaintDC() = default;
 void CPaintDC::DrawIcon(int x, int y, HICON icon)
 {
     PaintRequest* const request = m_surface->request;
-    if (request == nullptr || icon == nullptr)
+    if (request == nullptr || icon == nullptr) {
         return;
+    }
     QPainter painter(request->m_widget);
     painter.translate(request->m_clientOrigin);
     painter.setClipRegion(request->m_region);
@@ -75,15 +76,16 @@ int SetStretchBltMode(HDC dc, int mode)
 
 int SetDIBitsToDevice(HDC dc, int x, int y, DWORD width, DWORD height, int sourceX, int sourceY,
                       UINT firstLine, UINT lines, const void* bits, const BITMAPINFO256* info,
-                      UINT colourUse)
+                      UINT colorUse)
 {
     const BITMAPINFOHEADER& header = info->bmiHeader;
     PaintRequest* const request = dc->GetSurface()->request;
     if (request == nullptr || bits == nullptr || header.biBitCount != 8 || header.biWidth <= 0 ||
-        header.biHeight <= 0 || header.biCompression != BI_RGB || colourUse != DIB_RGB_COLORS ||
+        header.biHeight <= 0 || header.biCompression != BI_RGB || colorUse != DIB_RGB_COLORS ||
         sourceX < 0 || sourceY < 0 || sourceX >= header.biWidth || sourceY >= header.biHeight ||
-        firstLine >= static_cast<UINT>(header.biHeight))
+        firstLine >= static_cast<UINT>(header.biHeight)) {
         return 0;
+    }
 
     // What the target shows is held to the bitmap, then to the lines that were given.
     const int columns =
@@ -99,18 +101,21 @@ int SetDIBitsToDevice(HDC dc, int x, int y, DWORD width, DWORD height, int sourc
                         sourceY + asked - 1};
     const int top = std::min(bitmap.topLine, endLine - 1);
     const int bottom = std::max(sourceY, bitmap.firstLine);
-    if (top < bottom || columns <= 0)
+    if (top < bottom || columns <= 0) {
         return 0;
+    }
     const QRect target(x, y + bitmap.topLine - top, columns, top - bottom + 1);
 
-    const Colours colours = ColoursOf(*info);
+    const Colors colors = ColorsOf(*info);
     QImage* const image = WritableImage(request->m_device);
     const QRegion visible = request->m_region & target;
-    for (const QRect& part : visible)
-        if (image != nullptr)
-            WriteRows(bitmap, colours, part, {x, y}, *image, request->m_deviceOrigin);
-        else
-            DrawRows(bitmap, colours, part, {x, y}, *request);
+    for (const QRect& part : visible) {
+        if (image != nullptr) {
+            WriteRows(bitmap, colors, part, {x, y}, *image, request->m_deviceOrigin);
+        } else {
+            DrawRows(bitmap, colors, part, {x, y}, *request);
+        }
+    }
     request->m_drawn += visible;
     return target.height();
 }
@@ -123,8 +128,9 @@ int GetSystemMetrics(int index)
 void CDialog::SetIcon(HICON icon, BOOL)
 {
     QWidget* const widget = WidgetOf(m_hWnd);
-    if (widget != nullptr && icon != nullptr)
+    if (widget != nullptr && icon != nullptr) {
         widget->setWindowIcon(QPixmap::fromImage(ImageOf(*icon)));
+    }
 }
 
 namespace {
@@ -153,8 +159,9 @@ PaintRequest::~PaintRequest()
 
 PaintRequest* PaintRequest::Take(HWND window)
 {
-    if (innermost == nullptr || innermost->m_window != window || innermost->m_taken)
+    if (innermost == nullptr || innermost->m_window != window || innermost->m_taken) {
         return nullptr;
+    }
     innermost->m_taken = true;
     return innermost;
 }
@@ -166,19 +173,20 @@ bool PaintRequest::IsAnyServed()
 
 namespace {
 
-Colours ColoursOf(const BITMAPINFO256& info)
+Colors ColorsOf(const BITMAPINFO256& info)
 {
-    Colours colours{};
-    std::transform(info.bmiColors, info.bmiColors + 256, colours.begin(),
+    Colors colors{};
+    std::transform(info.bmiColors, info.bmiColors + 256, colors.begin(),
                    [](const RGBQUAD& c) { return qRgb(c.rgbRed, c.rgbGreen, c.rgbBlue); });
-    return colours;
+    return colors;
 }
 
 // The surface as an image of 32-bit pixels that nobody shares and no scale lies on; else null.
 QImage* WritableImage(QPaintDevice* device)
 {
-    if (device == nullptr || device->devType() != QInternal::Image)
+    if (device == nullptr || device->devType() != QInternal::Image) {
         return nullptr;
+    }
     QImage* const image = static_cast<QImage*>(device);
     const bool direct = image->format() == QImage::Format_RGB32 ||
                         image->format() == QImage::Format_ARGB32_Premultiplied;
@@ -186,21 +194,22 @@ QImage* WritableImage(QPaintDevice* device)
 }
 
 // part: what is written, target: where the picture's top left stands, both in client coordinates.
-void WriteRows(const Bitmap& bitmap, const Colours& colours, QRect part, QPoint target,
-               QImage& image, QPoint imageOrigin)
+void WriteRows(const Bitmap& bitmap, const Colors& colors, QRect part, QPoint target, QImage& image,
+               QPoint imageOrigin)
 {
     const QRect inImage = part.translated(imageOrigin) & image.rect();
     for (int row = inImage.top(); row <= inImage.bottom(); ++row) {
         const QPoint start = QPoint(inImage.left(), row) - imageOrigin - target;
         const BYTE* from = bitmap.At(bitmap.sourceX + start.x(), bitmap.topLine - start.y());
         QRgb* to = reinterpret_cast<QRgb*>(image.scanLine(row)) + inImage.left();
-        for (QRgb* const end = to + inImage.width(); to != end; ++to, ++from)
-            *to = colours[*from];
+        for (QRgb* const end = to + inImage.width(); to != end; ++to, ++from) {
+            *to = colors[*from];
+        }
     }
 }
 
 // The way through the toolkit's painter, for surfaces of any kind.
-void DrawRows(const Bitmap& bitmap, const Colours& colours, QRect part, QPoint target,
+void DrawRows(const Bitmap& bitmap, const Colors& colors, QRect part, QPoint target,
               const PaintRequest& request)
 {
     QPainter painter(request.m_widget);
@@ -209,7 +218,7 @@ void DrawRows(const Bitmap& bitmap, const Colours& colours, QRect part, QPoint t
         const QPoint start = QPoint(part.left(), row) - target;
         const BYTE* const from = bitmap.At(bitmap.sourceX + start.x(), bitmap.topLine - start.y());
         QImage line(from, part.width(), 1, part.width(), QImage::Format_Indexed8);
-        line.setColorTable({colours.begin(), colours.end()});
+        line.setColorTable({colors.begin(), colors.end()});
         painter.drawImage(part.left(), row, line);
     }
 }
@@ -219,11 +228,15 @@ QImage ImageOf(const IconResource& icon)
     const int size = static_cast<int>(icon.rows.size());
     QImage image(size, size, QImage::Format_ARGB32);
     image.fill(Qt::transparent);
-    for (int y = 0; y < size; ++y)
-        for (int x = 0; x < size; ++x)
-            for (const IconColour& colour : icon.palette)
-                if (colour.key == icon.rows[static_cast<std::size_t>(y)][x])
-                    image.setPixel(x, y, 0xFF000000 | colour.rgb);
+    for (int y = 0; y < size; ++y) {
+        for (int x = 0; x < size; ++x) {
+            for (const IconColor& color : icon.palette) {
+                if (color.key == icon.rows[static_cast<std::size_t>(y)][x]) {
+                    image.setPixel(x, y, 0xFF000000 | color.rgb);
+                }
+            }
+        }
+    }
     return image;
 }
 

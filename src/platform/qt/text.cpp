@@ -14,12 +14,15 @@ bool TurnsDirection(char16_t c)
 QChar Shown(QChar character)
 {
     const char16_t c = character.unicode();
-    if (c == '\n' || c == '\t')
+    if (c == '\n' || c == '\t') {
         return character;
-    if (c < 0x20)
+    }
+    if (c < 0x20) {
         return QChar(0x2400 + c);
-    if (c == 0x7F)
+    }
+    if (c == 0x7F) {
         return QChar(0x2421);
+    }
     return TurnsDirection(c) || (c >= 0x80 && c < 0xA0) ? QChar(QChar::ReplacementCharacter)
                                                         : character;
 }
@@ -35,8 +38,9 @@ QString ShownText(std::string_view bytes)
 {
     QString text = FromBytes(bytes);
     text.replace("\r\n", "\n");
-    for (QChar& character : text)
+    for (QChar& character : text) {
         character = Shown(character);
+    }
     return text;
 }
 
@@ -44,7 +48,8 @@ QString ShownTitle(std::string_view bytes)
 {
     QString title = ShownText(bytes);
     title.replace('\n', ' ');
-    if (title.size() <= LongestTitle)
+    if (title.size() <= LongestTitle) {
         return title;
+    }
     return title.left(LongestTitle / 2) + QChar(0x2026) + title.right(LongestTitle / 2 - 1);
 }
