@@ -1,18 +1,17 @@
 // The exchange of data between controls and members, by the contract's own operations.
-#include "platform/boxes.h"
 #include "platform/dialog.h"
-#include "platform/dialog_hooks.h"
 #include "platform/field_text.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <vector>
 
 namespace {
 
-HWND Control(const CDataExchange& dx, int id);
-bool Reads(const CDataExchange& dx);
+using Pass = CDataExchange::Pass;
 
+HWND Control(const CDataExchange& dx, int id);
 template <typename Number>
 void ExchangeNumber(CDataExchange& dx, int id, Number& value, const char* takes);
 
@@ -38,9 +37,9 @@ void DDX_Text(CDataExchange* dx, int id, double& value)
 void DDX_Check(CDataExchange* dx, int id, BOOL& value)
 {
     CButton button(Control(*dx, id));
-    if (Reads(*dx)) {
+    if (dx->m_pass == Pass::Read) {
         value = button.GetCheck() != 0 ? TRUE : FALSE;
-    } else if (!dx->m_bSaveAndValidate) {
+    } else if (dx->m_bSaveAndValidate == FALSE) {
         button.SetCheck(value != FALSE ? 1 : 0);
     }
 }
@@ -48,15 +47,13 @@ void DDX_Check(CDataExchange* dx, int id, BOOL& value)
 void DDX_Radio(CDataExchange* dx, int id, int& value)
 {
     std::vector<CButton> group = RadioGroup(*dx, id);
-    if (Reads(*dx)) {
-        value = -1;
-    }
-    for (int i = 0; i < static_cast<int>(group.size()); ++i) {
-        CButton& button = group[static_cast<std::size_t>(i)];
-        if (!dx->m_bSaveAndValidate) {
-            button.SetCheck(i == value ? 1 : 0);
-        } else if (Reads(*dx) && button.GetCheck() != 0) {
-            value = i;
+    if (dx->m_pass == Pass::Read) {
+        const auto checked = std::ranges::find_if(
+            group, [](const CButton& button) { return button.GetCheck() != 0; });
+        value = checked == group.end() ? -1 : static_cast<int>(checked - group.begin());
+    } else if (dx->m_pass == Pass::Write) {
+        for (int i = 0; i < static_cast<int>(group.size()); ++i) {
+            group[static_cast<std::size_t>(i)].SetCheck(i == value ? 1 : 0);
         }
     }
 }
@@ -64,9 +61,9 @@ void DDX_Radio(CDataExchange* dx, int id, int& value)
 void DDX_Slider(CDataExchange* dx, int id, std::int32_t& value)
 {
     CSliderCtrl slider(Control(*dx, id));
-    if (Reads(*dx)) {
+    if (dx->m_pass == Pass::Read) {
         value = slider.GetPos();
-    } else if (!dx->m_bSaveAndValidate) {
+    } else if (dx->m_pass == Pass::Write) {
         slider.SetPos(value);
     }
 }
@@ -84,20 +81,20 @@ HWND Control(const CDataExchange& dx, int id)
     std::abort();
 }
 
-bool Reads(const CDataExchange& dx)
-{
-    return (dx.m_bSaveAndValidate != 0) && !dx.m_rejected;
-}
-
 template <typename Number>
 void ExchangeNumber(CDataExchange& dx, int id, Number& value, const char* takes)
 {
     CEdit edit(Control(dx, id));
-    if (!dx.m_bSaveAndValidate) {
+    if (dx.m_pass == Pass::Write) {
         edit.SetWindowText(FormatNumber(value));
-    } else if (Reads(dx) && !ParseNumber(edit.GetWindowText(), value)) {
-        dx.m_rejected = true;
-        RejectEdit(dx, edit.GetSafeHwnd(), FieldName(dx.m_pDlg->Template(), id) + ": " + takes);
+    } else if (dx.m_bSaveAndValidate != FALSE && dx.m_rejectedField == nullptr) {
+        Number number = value;
+        if (!ParseNumber(edit.GetWindowText(), number)) {
+            dx.m_rejectedField = edit.GetSafeHwnd();
+            dx.m_rejectionReason = FieldName(dx.m_pDlg->Template(), id) + ": " + takes;
+        } else if (dx.m_pass == Pass::Read) {
+            value = number;
+        }
     }
 }
 

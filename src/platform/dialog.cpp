@@ -84,10 +84,26 @@ void CDialog::OnCancel()
 
 BOOL CDialog::UpdateData(BOOL saveAndValidate)
 {
-    CDataExchange dx(this, saveAndValidate);
-    dx.m_leavingField = m_current.message == WM_COMMAND && (m_current.wParam >> 16) == EN_KILLFOCUS;
-    DoDataExchange(&dx);
-    return dx.m_rejected ? FALSE : TRUE;
+    const auto run = [this](CDataExchange::Pass pass) {
+        CDataExchange dx(this, pass);
+        DoDataExchange(&dx);
+        return dx;
+    };
+    if (saveAndValidate == FALSE) {
+        run(CDataExchange::Pass::Write);
+        return TRUE;
+    }
+    CDataExchange check = run(CDataExchange::Pass::Check);
+    if (check.m_rejectedField == nullptr) {
+        run(CDataExchange::Pass::Read);
+        return TRUE;
+    }
+    // Before the box, in whose loop the program goes on with the members as they are.
+    run(CDataExchange::Pass::RestoreChecks);
+    check.m_leavingField =
+        m_current.message == WM_COMMAND && (m_current.wParam >> 16) == EN_KILLFOCUS;
+    RejectEdit(check);
+    return FALSE;
 }
 
 void CDialog::SetDlgItemText(int id, const std::string& text)

@@ -12,28 +12,38 @@ using HICON = const IconResource*;
 
 class CDialog;
 
-// One pass of CDialog::DoDataExchange. After the first rejected field the rest of a reading pass
-// does nothing, so that the members from that field on keep their values.
+// One pass of CDialog::DoDataExchange over the controls and members of a dialog.
 class CDataExchange
 {
 public:
-    CDataExchange(CDialog* dialog, BOOL saveAndValidate)
-        : m_pDlg(dialog), m_bSaveAndValidate(saveAndValidate)
+    enum class Pass
+    {
+        Check,         // looks for a text that cannot be taken and changes nothing
+        Read,          // controls -> members, after a Check that found none
+        Write,         // members -> controls
+        RestoreChecks, // members -> controls, check boxes only
+    };
+
+    CDataExchange(CDialog* dialog, Pass pass)
+        : m_pDlg(dialog),
+          m_bSaveAndValidate(pass == Pass::Check || pass == Pass::Read ? TRUE : FALSE),
+          m_pass(pass)
     {
     }
 
     CDialog* m_pDlg;
-    BOOL m_bSaveAndValidate; // TRUE: controls -> members, FALSE: members -> controls
-    bool m_rejected = false;
-    bool m_leavingField = false; // the pass serves an edit field's loss of the focus
+    BOOL m_bSaveAndValidate; // TRUE: Check or Read
+    Pass m_pass;
+    bool m_leavingField = false;    // the pass serves an edit field's loss of the focus
+    HWND m_rejectedField = nullptr; // the first one, null for none
+    std::string m_rejectionReason;  // for the operator
 };
 
 // Each binds the control of this id of the pass's dialog to the member. An id that the template
 // does not hold is a programming error and ends the program with a message on standard error.
 //
 // A text that is no number of the member's type (empty, not a number, nan, inf, a sign where
-// unsigned, out of range) rejects the field: one box names it and says what it takes, the focus
-// goes back to it, and the box is not shown a second time for the same edit.
+// unsigned, out of range) rejects the field.
 void DDX_Control(CDataExchange* dx, int id, CWnd& control);
 void DDX_Text(CDataExchange* dx, int id, std::uint32_t& value);
 void DDX_Text(CDataExchange* dx, int id, double& value);
@@ -63,7 +73,10 @@ public:
     // An exception of a handler ends here, in a box with its text.
     LRESULT Send(UINT message, WPARAM wParam = 0, LPARAM lParam = 0);
 
-    // Runs DoDataExchange; FALSE when a field was rejected.
+    // TRUE: reads the controls into the members; FALSE: writes the members into the controls. A
+    // reading that finds a rejected field changes no member and returns FALSE: the check boxes show
+    // the members again, a box names the field and says what it takes, and the focus goes back to
+    // it. An operator who was told and leaves the field as it is, is not told again before acting.
     BOOL UpdateData(BOOL saveAndValidate = TRUE);
 
     CWnd GetDlgItem(int id) const;

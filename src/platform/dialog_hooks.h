@@ -8,6 +8,6 @@
 // Tells the operator about the exception that ended a handler of this dialog.
 void ReportException(HWND dialog, const std::string& text);
 
-// The field's text was rejected for this reason: unless the operator was told so before and has not
-// edited the field since, a box says it; the focus goes back to the field.
-void RejectEdit(const CDataExchange& dx, HWND field, const std::string& reason);
+// Marks the rejected field and says so in a box, unless the operator was told about this text
+// before and only leaves the field; otherwise the focus goes back to the field.
+void RejectEdit(const CDataExchange& dx);

@@ -85,7 +85,7 @@ TEST(Dialog, FieldsTakeNumbersOfTheirTypeOnly)
     });
 }
 
-TEST(Dialog, OneEditBringsOneBox)
+TEST(Dialog, ARejectedFieldIsToldOnceAndWheneverTheOperatorActs)
 {
     Operator op;
     BenchDialog dialog;
@@ -96,13 +96,14 @@ TEST(Dialog, OneEditBringsOneBox)
         EXPECT_TRUE(op.HasFocus(Whole));
         op.Focus(Go);
         EXPECT_FALSE(op.HasFocus(Whole)) << "told once, the operator may leave the field";
-        op.Click(IDOK);
-        op.PressEnter();
         EXPECT_EQ(op.Boxes().size(), 1u);
+        op.WhenBox("Scale center", IDOK);
+        op.Click(IDOK);
+        EXPECT_TRUE(op.HasFocus(Whole)) << "but not act on it";
         op.WhenBox("Scale center", IDOK);
         op.Type(Whole, "y");
         op.Focus(Go);
-        EXPECT_EQ(op.Boxes().size(), 2u);
+        EXPECT_EQ(op.Boxes().size(), 3u);
         op.Type(Whole, "10");
         op.Focus(Go);
         EXPECT_EQ(dialog.m_whole, 10u);

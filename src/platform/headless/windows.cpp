@@ -211,22 +211,19 @@ void CSliderCtrl::SetPos(int position)
     }
 }
 
-void RejectEdit(const CDataExchange& dx, HWND field, const std::string& reason)
+void RejectEdit(const CDataExchange& dx)
 {
-    Window* const edit = Find(field);
+    Window* const edit = Find(dx.m_rejectedField);
     if (edit == nullptr) {
         return;
     }
     const bool isNew = !std::exchange(edit->rejected, true);
-    // Told once, the operator may leave the field as it is, but not act on it.
     if (!isNew && dx.m_leavingField) {
         return;
     }
-    if (isNew) {
-        const CWinApp* const application = AfxGetApp();
-        MessageBoxA(dx.m_pDlg->GetSafeHwnd(), reason.c_str(),
-                    application != nullptr ? application->Name().c_str() : "",
-                    MB_OK | MB_ICONEXCLAMATION | MB_TOPMOST);
-    }
-    CWnd(field).SetFocus();
+    const CWinApp* const application = AfxGetApp();
+    MessageBoxA(dx.m_pDlg->GetSafeHwnd(), dx.m_rejectionReason.c_str(),
+                application != nullptr ? application->Name().c_str() : "",
+                MB_OK | MB_ICONEXCLAMATION | MB_TOPMOST);
+    CWnd(dx.m_rejectedField).SetFocus();
 }

@@ -351,29 +351,25 @@ void ReportException(HWND dialog, const std::string& text)
     });
 }
 
-void RejectEdit(const CDataExchange& dx, HWND field, const std::string& reason)
+void RejectEdit(const CDataExchange& dx)
 {
-    auto* const edit = dynamic_cast<EditControl*>(WidgetOf(field));
-    const bool isNew = edit->Reject(FromBytes(reason));
-
-    // Told once, the operator may leave the field as it is, but not act on it.
+    auto* const edit = dynamic_cast<EditControl*>(WidgetOf(dx.m_rejectedField));
+    const bool isNew = edit->Reject(FromBytes(dx.m_rejectionReason));
     if (!isNew && dx.m_leavingField) {
         return;
     }
-    if (isNew) {
-        DialogWindow* const window = DialogOf(field);
-        window->m_showsRejection = true;
-        MessageBoxA(window->Handle(), reason.c_str(), AfxGetApp()->Name().c_str(),
-                    MB_OK | MB_ICONEXCLAMATION | MB_TOPMOST);
-        window->m_showsRejection = false;
-        // A mouse press that took the focus away reaches its button only now, and its release went
-        // to the box: the click is lost, the button must not stay down.
-        QTimer::singleShot(0, window, [window] {
-            for (QAbstractButton* const button : window->findChildren<QAbstractButton*>()) {
-                button->setDown(false);
-            }
-        });
-    }
+    DialogWindow* const window = DialogOf(dx.m_rejectedField);
+    window->m_showsRejection = true;
+    MessageBoxA(window->Handle(), dx.m_rejectionReason.c_str(), AfxGetApp()->Name().c_str(),
+                MB_OK | MB_ICONEXCLAMATION | MB_TOPMOST);
+    window->m_showsRejection = false;
+    // A mouse press that took the focus away reaches its button only now, and its release went to
+    // the box: the click is lost, the button must not stay down.
+    QTimer::singleShot(0, window, [window] {
+        for (QAbstractButton* const button : window->findChildren<QAbstractButton*>()) {
+            button->setDown(false);
+        }
+    });
     edit->setFocus(Qt::OtherFocusReason);
     edit->selectAll();
 }
