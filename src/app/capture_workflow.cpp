@@ -1,5 +1,6 @@
 // The capture workflow: arming, the library's events, receiving, keeping and removing images.
 #include "app/main_dialog.h"
+#include "app/scope.h"
 #include "device/libraries.h"
 #include "device/parameters.h"
 #include "device/results.h"
@@ -9,6 +10,7 @@
 #include "storage/header_fields.h"
 
 #include <algorithm>
+#include <new>
 #include <utility>
 
 namespace {
@@ -19,24 +21,12 @@ constexpr char AnyUserId[] = "";          // fetches and removes
 // Passes in a row that may fetch nothing before the stored-image loop gives up.
 constexpr int MaxFruitlessPasses = 3;
 
-// Images that may wait for an answer at once, each in a box nested in the one before. An image that
-// arrives beyond that stays in the library's store.
-constexpr int MaxImagesInQuestion = 8;
-
-// Counts for the life of the object.
-class Counted
-{
-public:
-    explicit Counted(int& count) : m_count(count) { ++m_count; }
-    ~Counted() { --m_count; }
-    Counted(const Counted&) = delete;
-    Counted& operator=(const Counted&) = delete;
-
-private:
-    int& m_count;
-};
+// Images that may be handled at once, each in a box nested in the one before. One that arrives
+// beyond that stays in the library's store.
+constexpr int MaxImagesInHand = 8;
 
 CLinkedPtr<CImage> ImageFromRecord(const TarnImageRecord& record);
+std::string QuestionAboutStored(const CImage& image);
 
 } // namespace
 
@@ -104,74 +94,97 @@ void CTarnTestDlg::OnImageReady(std::uint32_t number)
     if (IsIconic()) {
         ShowWindow(SW_RESTORE);
     }
-    if (m_imagesInQuestion == MaxImagesInQuestion) {
+    if (m_imagesInHand == MaxImagesInHand) {
+        m_imagesLeft.insert(number);
         return;
     }
-    const Counted inQuestion(m_imagesInQuestion);
-    std::uint32_t imageId = 0;
-    const std::uint32_t result = TryFetchImage(AnyUserId, number, imageId);
-    if (result != 0) {
-        ReportEventResult(result);
-    }
-    if (imageId == 0) {
-        if (autoEnable) {
-            EnableCapture();
-        }
-        return;
-    }
-
-    // Other images may become current while a question about this one is open.
-    const CLinkedPtr<CImage> image = currentImage;
-    const bool saved = (autoSaveImages != 0) && TrySave(image);
-    const bool unasked = saved || ((autoEnable != 0) && (autoSaveImages == 0));
-    if ((unasked || AskToRemove()) && !m_librariesClosed) {
-        TarnRemoveImage(AnyUserId, imageId);
+    const ScopedValue inHand(m_imagesInHand, m_imagesInHand + 1);
+    const ScopeExit restorePicture([this] { ShowImageInQuestion(); });
+    if (const CLinkedPtr<CImage> image = FetchImage(AnyUserId, number)) {
+        m_imagesLeft.erase(number);
+        KeepOrRemove(image);
     }
     if (autoEnable) {
         EnableCapture();
     }
-    ++imageNumber;
+    if (m_imagesInHand == 1) {
+        ReportImagesLeft();
+    }
 }
 
-std::uint32_t CTarnTestDlg::FetchImage(const char* userId, std::uint32_t number)
-{
-    std::uint32_t imageId = 0;
-    ReportResult(TryFetchImage(userId, number, imageId), m_hWnd, appTitle);
-    return imageId;
-}
-
-std::uint32_t CTarnTestDlg::TryFetchImage(const char* userId, std::uint32_t number,
-                                          std::uint32_t& imageId)
+CLinkedPtr<CImage> CTarnTestDlg::FetchImage(const char* userId, std::uint32_t number)
 {
     currentImage.Release();
     TarnImageRecord* fetched = nullptr;
     const std::uint32_t result = TarnGetImage(userId, number, &fetched);
-    const LibraryObject<TarnImageRecord> record(fetched);
-    if (result != 0) {
-        return result;
+    LibraryObject<TarnImageRecord> record(fetched);
+    if (result == 0 && record != nullptr) {
+        const CLinkedPtr<CImage> image = ImageFromRecord(*record);
+        record.reset();
+        ShowImage(image);
+        return image;
     }
-    if (record) {
-        currentImage = ImageFromRecord(*record);
-        imageId = currentImage->m_imageId;
+    record.reset();
+    if (m_inQuestion.empty()) {
+        m_lastImage.Release();
     }
-    UpdateDisplay(true);
-    return 0;
+    ShowImageInQuestion();
+    if (result == 0) {
+        UpdateDisplay(true);
+    } else {
+        ReportEventResult(result);
+    }
+    return {};
 }
 
-bool CTarnTestDlg::TrySave(const CLinkedPtr<CImage>& image)
+// Other images may arrive while a box about this one is open, so it takes its numbers first.
+void CTarnTestDlg::KeepOrRemove(const CLinkedPtr<CImage>& image)
 {
+    const std::uint32_t series = seriesNumber;
+    const std::uint32_t number = imageNumber++;
+    const bool saves = autoSaveImages != FALSE;
+    const bool unasked = saves ? TrySave(image, series, number) : autoEnable != FALSE;
+    const bool removed = unasked || Ask(image, "Image ready!\n\nRemove image?", MB_YESNO) == IDYES;
+    if (removed && !m_librariesClosed) {
+        TarnRemoveImage(AnyUserId, image->m_imageId);
+    }
+    ShowImageInQuestion();
+}
+
+bool CTarnTestDlg::TrySave(const CLinkedPtr<CImage>& image, std::uint32_t series,
+                           std::uint32_t number)
+{
+    constexpr UINT Style = MB_OK | MB_ICONSTOP | MB_TOPMOST;
     try {
-        return AutoSaveImage(image);
+        return AutoSaveImage(image, series, number);
     } catch (const eExcptAny& failure) {
-        MessageBoxA(m_hWnd, failure.what(), appTitle.c_str(), MB_OK | MB_ICONSTOP | MB_TOPMOST);
-        return false;
+        MessageBoxA(m_hWnd, failure.what(), appTitle.c_str(), Style);
+    } catch (const std::bad_alloc&) {
+        MessageBoxA(m_hWnd, "The image is not saved: out of memory.", appTitle.c_str(), Style);
     }
+    return false;
 }
 
-bool CTarnTestDlg::AskToRemove()
+int CTarnTestDlg::Ask(const CLinkedPtr<CImage>& image, const std::string& question, UINT buttons)
 {
-    return MessageBoxA(m_hWnd, "Image ready!\n\nRemove image?", appTitle.c_str(),
-                       MB_YESNO | MB_TOPMOST) == IDYES;
+    m_inQuestion.push_back(image);
+    const ScopeExit answered([this] {
+        m_inQuestion.pop_back();
+        ShowImageInQuestion();
+    });
+    return MessageBoxA(m_hWnd, question.c_str(), appTitle.c_str(), buttons | MB_TOPMOST);
+}
+
+void CTarnTestDlg::ReportImagesLeft()
+{
+    const std::size_t count = std::exchange(m_imagesLeft, {}).size();
+    if (count != 0) {
+        const std::string text =
+            std::to_string(count) + (count == 1 ? " image" : " images") +
+            " arrived while too many questions were open.\n\nThe library's store keeps " +
+            (count == 1 ? "it." : "them.");
+        MessageBoxA(m_hWnd, text.c_str(), appTitle.c_str(), MB_OK | MB_TOPMOST);
+    }
 }
 
 void CTarnTestDlg::OnCaptureEnded(std::uint32_t)
@@ -193,8 +206,9 @@ void CTarnTestDlg::OnNewSeries(std::uint32_t)
 
 void CTarnTestDlg::RestartSeries()
 {
-    UpdateData();
-    seriesNumber = 1;
+    if (UpdateData()) {
+        seriesNumber = 1;
+    }
 }
 
 void CTarnTestDlg::OnPreviewEnded(std::uint32_t)
@@ -212,26 +226,9 @@ void CTarnTestDlg::OnExposureTone(std::uint32_t)
     Beep(400, 50);
 }
 
-// A flood of results must not bury the window in boxes: while one is open the next ones wait, and
-// of those that waited only the last is shown.
 void CTarnTestDlg::ReportEventResult(std::uint32_t result)
 {
-    if (m_eventResultShown) {
-        m_waitingResult = result;
-        ++m_waitingResults;
-        return;
-    }
-    m_eventResultShown = true;
-    ReportResult(result, m_hWnd, appTitle);
-    while (m_waitingResults != 0) {
-        const std::uint32_t before = std::exchange(m_waitingResults, 0) - 1;
-        if (before == 0) {
-            ReportResult(m_waitingResult, m_hWnd, appTitle);
-        } else {
-            ReportLastResult(m_waitingResult, before, m_hWnd, appTitle);
-        }
-    }
-    m_eventResultShown = false;
+    m_eventResults.Report(result, m_hWnd, appTitle);
 }
 
 void CTarnTestDlg::CheckStoredImages()
@@ -246,31 +243,26 @@ void CTarnTestDlg::CheckStoredImages()
     }
 
     // Each pass takes the first image of the store, so the loop walks it while images are removed.
+    const ScopeExit restorePicture([this] { ShowImageInQuestion(); });
     int fruitlessPasses = 0;
     while (fruitlessPasses < MaxFruitlessPasses && !m_librariesClosed) {
         if (TarnGetImageCount(&count) != 0 || count == 0) {
             return;
         }
-        if (FetchImage(AnyUserId, 0) == 0) {
+        const CLinkedPtr<CImage> image = FetchImage(AnyUserId, 0);
+        if (!image) {
             ++fruitlessPasses;
             continue;
         }
         fruitlessPasses = 0;
-
-        const CLinkedPtr<CImage> image = currentImage;
-        std::string question = "Found old image:\n  UserID: " + image->m_userId;
-        std::string date;
-        if (GetHeaderValue(image->m_headerText, DateKey, HeaderSeparator, "", date)) {
-            question += "\n  Date: " + date;
-        }
-        question += "\n\nRemove image?";
-        if (MessageBoxA(m_hWnd, question.c_str(), appTitle.c_str(), MB_OKCANCEL | MB_TOPMOST) !=
-            IDOK) {
+        if (Ask(image, QuestionAboutStored(*image), MB_OKCANCEL) != IDOK) {
             return;
         }
         TarnRemoveImage(AnyUserId, image->m_imageId);
-        currentImage.Release();
-        UpdateDisplay(true);
+        if (m_lastImage.Get() == image.Get()) {
+            m_lastImage.Release();
+            ShowImageInQuestion();
+        }
     }
 }
 
@@ -311,6 +303,16 @@ CLinkedPtr<CImage> ImageFromRecord(const TarnImageRecord& record)
     image->m_imageId = record.imageId;
     image->m_imageTag = record.tag;
     return image;
+}
+
+std::string QuestionAboutStored(const CImage& image)
+{
+    std::string question = "Found old image:\n  UserID: " + image.m_userId;
+    std::string date;
+    if (GetHeaderValue(image.m_headerText, DateKey, HeaderSeparator, "", date)) {
+        question += "\n  Date: " + date;
+    }
+    return question + "\n\nRemove image?";
 }
 
 } // namespace

@@ -29,6 +29,28 @@ void CTarnTestDlg::LayoutImageArea()
     ApplyScaleFields();
 }
 
+void CTarnTestDlg::ShowImage(const CLinkedPtr<CImage>& image)
+{
+    m_lastImage = image;
+    currentImage = image;
+    UpdateDisplay(true);
+}
+
+// Also runs while an exception leaves a handler. When memory is short the area stays gray.
+void CTarnTestDlg::ShowImageInQuestion() noexcept
+{
+    const CLinkedPtr<CImage>& image = m_inQuestion.empty() ? m_lastImage : m_inQuestion.back();
+    if (image.Get() == currentImage.Get()) {
+        return;
+    }
+    currentImage = image;
+    try {
+        UpdateDisplay(true);
+    } catch (...) {
+        Invalidate();
+    }
+}
+
 void CTarnTestDlg::UpdateDisplay(bool recompute)
 {
     if (!displayImage) {

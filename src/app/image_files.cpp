@@ -28,16 +28,18 @@ LRESULT CTarnTestDlg::OnFileDropped(WPARAM, LPARAM lParam)
 
 void CTarnTestDlg::OpenImageFile(const std::string& path)
 {
+    CLinkedPtr<CImage> image;
     try {
-        currentImage = ReadQ32File(path.c_str());
+        image = ReadQ32File(path.c_str());
     } catch (const eExcptAny& failure) {
         MessageBoxA(m_hWnd, failure.what(), appTitle.c_str(), MB_OK | MB_ICONSTOP | MB_TOPMOST);
         return;
     }
-    UpdateDisplay(true);
+    ShowImage(image);
 }
 
-bool CTarnTestDlg::AutoSaveImage(CLinkedPtr<CImage> image)
+bool CTarnTestDlg::AutoSaveImage(CLinkedPtr<CImage> image, std::uint32_t series,
+                                 std::uint32_t number)
 {
     // An image whose pixels never arrived must stay where it can be fetched again.
     if (!image || image->m_data == nullptr) {
@@ -49,7 +51,7 @@ bool CTarnTestDlg::AutoSaveImage(CLinkedPtr<CImage> image)
     }
     std::string programName;
     GetHeaderValue(image->m_headerText, ProgramNameKey, HeaderSeparator, "", programName);
-    const std::string path = AutoSavePath(folder, programName, seriesNumber, imageNumber);
+    const std::string path = AutoSavePath(folder, programName, series, number);
     RequireInside(folder, path);
     return SaveImage(path, image);
 }

@@ -1,6 +1,7 @@
 // The main window's start-up, timers, capture buttons and closing.
 #include "app/main_dialog.h"
 
+#include "app/scope.h"
 #include "device/libraries.h"
 #include "device/parameters.h"
 #include "device/report.h"
@@ -94,6 +95,17 @@ void CTarnTestDlg::DoDataExchange(CDataExchange* dx)
 
 BOOL CTarnTestDlg::OnInitDialog()
 {
+    try {
+        StartUp();
+    } catch (...) {
+        CloseLibraries();
+        throw;
+    }
+    return TRUE;
+}
+
+void CTarnTestDlg::StartUp()
+{
     CDialog::OnInitDialog();
     appTitle = "Tarn test";
     SetIcon(appIcon, TRUE);
@@ -111,7 +123,6 @@ BOOL CTarnTestDlg::OnInitDialog()
     LayoutImageArea();
     TarnSetNotifyWindow(m_hWnd, WM_TARN_EVENT);
     SetTimer(StartUpTimer, StartUpDelay);
-    return TRUE;
 }
 
 void CTarnTestDlg::ReadLibraryOptions()
@@ -142,9 +153,9 @@ void CTarnTestDlg::OnTimer(UINT_PTR timer)
 {
     if (timer == StartUpTimer) {
         KillTimer(StartUpTimer);
+        const ScopeExit polling([this] { SetTimer(PollingTimer, PollingPeriod); });
         CheckStoredImages();
         UpdateCaptureButtons();
-        SetTimer(PollingTimer, PollingPeriod);
     } else if (timer == PollingTimer) {
         UpdateCaptureButtons();
     }
@@ -156,14 +167,15 @@ void CTarnTestDlg::UpdateCaptureButtons()
     if (m_librariesClosed) {
         return;
     }
-    DeviceList* list = nullptr;
-    TarnGetDeviceList(&list);
+    DeviceList* given = nullptr;
+    TarnGetDeviceList(&given);
+    LibraryObject<DeviceList> list(given);
 
     bool canArm = false; // some device waits to be armed
     bool mayArm = true;  // and none forbids it
     bool canAbort = false;
     bool mayAbort = true;
-    for (const DeviceListEntry& entry : Entries(list)) {
+    for (const DeviceListEntry& entry : Entries(list.get())) {
         std::uint32_t abortState = 2;
         GetDeviceInt(entry.number, DeviceParameter::AbortState, abortState);
         std::uint32_t enableState = 1;
@@ -173,7 +185,7 @@ void CTarnTestDlg::UpdateCaptureButtons()
         canAbort |= abortState != 1;
         mayAbort &= abortState != 2;
     }
-    TarnFreeObject(list);
+    TarnFreeObject(list.release()); // also when none was given
     enableButton.EnableWindow(canArm && mayArm ? TRUE : FALSE);
     abortButton.EnableWindow(canAbort && mayAbort ? TRUE : FALSE);
 }
@@ -226,8 +238,9 @@ void CTarnTestDlg::OnEscape()
 
 LRESULT CTarnTestDlg::OnEndSession(WPARAM, LPARAM)
 {
-    // The process is being ended: no question can be asked, but no sensor may stay armed.
-    if (!m_librariesClosed && !AllDevicesIdle()) {
+    // The process is being ended: no question can be asked, but no sensor may stay armed. One that
+    // has just been told to arm may still report that it is idle.
+    if (!m_librariesClosed) {
         TarnDisableCapture(0, 1);
     }
     CloseLibraries();

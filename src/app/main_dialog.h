@@ -7,6 +7,7 @@
 //   image_files.cpp       opening and saving
 #pragma once
 
+#include "app/event_results.h"
 #include "display/mapping.h"
 #include "image/image.h"
 #include "platform/dialog.h"
@@ -15,7 +16,9 @@
 #include <array>
 #include <cstdint>
 #include <memory>
+#include <set>
 #include <string>
+#include <vector>
 
 // Ticks of the performance counter in a second, read when the main window opens.
 extern std::int64_t perfFrequency;
@@ -38,9 +41,10 @@ public:
     // Handler of WM_TARN_EVENT; always 0.
     LRESULT OnTarnEvent(WPARAM wParam, LPARAM lParam);
 
-    // Makes the library's image of this number the current one (0: the first in the store) and
-    // shows it. Returns its id in the library's store, 0 when nothing was fetched.
-    std::uint32_t FetchImage(const char* userId, std::uint32_t number);
+    // Makes the library's image of this number the current one (0: the first in the store), shows
+    // it and returns it; empty when nothing was fetched. A failure is reported as an event's
+    // result.
+    CLinkedPtr<CImage> FetchImage(const char* userId, std::uint32_t number);
 
     // Offers the images left in the library's store by earlier runs for removal, one by one.
     void CheckStoredImages();
@@ -59,9 +63,9 @@ public:
     void OpenImageFile(const std::string& path);
 
     // Writes the image into "TmpImages" beside the program, under a name made of its program name
-    // and the counters. False when it was not saved: there is nothing to save, or the folder could
+    // and the numbers. False when it was not saved: there is nothing to save, or the folder could
     // not be made. Raises what WriteQ32File raises.
-    bool AutoSaveImage(CLinkedPtr<CImage> image);
+    bool AutoSaveImage(CLinkedPtr<CImage> image, std::uint32_t series, std::uint32_t number);
 
 protected:
     BOOL OnInitDialog() override;
@@ -77,8 +81,8 @@ protected:
     double zoom = 1.0;
     std::uint32_t viewCenterX = 0; // source pixels
     std::uint32_t viewCenterY = 0;
-    std::uint32_t seriesNumber = 1; // both number the automatically saved files
-    std::uint32_t imageNumber = 1;
+    std::uint32_t seriesNumber = 1; // both number the automatically saved files: those of the
+    std::uint32_t imageNumber = 1;  // next image, which takes them when it is fetched
     std::string appTitle;
     std::string rawFilesFolder; // sent while "Save raw files" is checked
     std::string filterChain;    // sent while "8 bit read" is checked
@@ -103,6 +107,7 @@ protected:
 
 private:
     // Start-up, timers and closing.
+    void StartUp();
     void ReadLibraryOptions();
     void OnTimer(UINT_PTR timer);
     void UpdateCaptureButtons();
@@ -125,13 +130,16 @@ private:
     void OnReadyToExpose(std::uint32_t number);
     void OnExposureTone(std::uint32_t number);
     void ReportEventResult(std::uint32_t result);
-    // Returns the library's result; imageId stays 0 when there was no image.
-    std::uint32_t TryFetchImage(const char* userId, std::uint32_t number, std::uint32_t& imageId);
-    bool TrySave(const CLinkedPtr<CImage>& image);
-    bool AskToRemove();
+    void KeepOrRemove(const CLinkedPtr<CImage>& image);
+    bool TrySave(const CLinkedPtr<CImage>& image, std::uint32_t series, std::uint32_t number);
+    int Ask(const CLinkedPtr<CImage>& image, const std::string& question, UINT buttons);
+    void ReportImagesLeft();
     void RestartSeries();
 
-    // Display.
+    // Display. The picture belongs to the topmost open question, so that no answer is given over
+    // another image's picture; with no question open, to the image received or opened last.
+    void ShowImage(const CLinkedPtr<CImage>& image);
+    void ShowImageInQuestion() noexcept;
     void LayoutImageArea();
     void OnPaint();
     void PaintMinimized();
@@ -154,8 +162,9 @@ private:
 
     std::string m_openFolder; // where the last opened file stood
     bool m_librariesClosed = false;
-    int m_imagesInQuestion = 0;      // arrived and not yet answered for
-    bool m_eventResultShown = false; // one box for event results at a time
-    std::uint32_t m_waitingResult = 0;
-    std::uint32_t m_waitingResults = 0;
+    EventResults m_eventResults;
+    int m_imagesInHand = 0; // whose event is being handled, each nested in the one before
+    std::set<std::uint32_t> m_imagesLeft;         // numbers of those that came while too many were
+    std::vector<CLinkedPtr<CImage>> m_inQuestion; // one an open question, the topmost last
+    CLinkedPtr<CImage> m_lastImage;               // received or opened last; shown at rest
 };
