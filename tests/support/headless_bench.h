@@ -14,5 +14,6 @@ struct HeadlessBench : CTarnTestDlg
     using CTarnTestDlg::autoEnable;
     using CTarnTestDlg::autoSaveImages;
     using CTarnTestDlg::currentImage;
+    using CTarnTestDlg::displayLut;
     using CTarnTestDlg::imageNumber;
 };

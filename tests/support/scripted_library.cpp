@@ -161,6 +161,9 @@ struct ScriptedExports
                           pixels ? image.pixels.data() : nullptr,
                           texts ? image.headerText.c_str() : nullptr,
                           texts ? image.userId.c_str() : nullptr};
+        if (current->onImage && script.result == 0) {
+            current->onImage(holder->record);
+        }
         *out = current->HandOut(holder, holder->record);
         return script.result;
     }

@@ -109,6 +109,8 @@ public:
 
     // Runs before the call does its work: sends events, changes the tables, waits.
     std::function<void(Export)> onCall;
+    // Sees each image that TarnGetImage is about to hand out with the result 0.
+    std::function<void(const TarnImageRecord&)> onImage;
 
     // Every call in order: the operation's name and its arguments, texts in quotes, window handles
     // left out: TarnEnableCapture 0 "My ID" 0; TarnSetDeviceParam 1 10 block 01 00 0C 00.
