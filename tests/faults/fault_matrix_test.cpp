@@ -5,7 +5,9 @@
 #include "platform/boxes.h"
 #include "resources/settings_dialog_template.h"
 #include "simulator/tarn/hand_switch.h"
+#include "storage/paths.h"
 #include "support/headless_bench.h"
+#include "support/image_ledger.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -13,6 +15,8 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <set>
+#include <tuple>
 #include <unistd.h>
 
 namespace {
@@ -29,13 +33,14 @@ enum class Moment
     Armed,
     Reading,
     Question,
+    Saving,
     Settings,
     Closing,
     Count
 };
-constexpr const char* MomentNames[] = {"start",         "stored loop",   "idle",
-                                       "arming",        "armed",         "reading",
-                                       "question open", "settings open", "closing"};
+constexpr const char* MomentNames[] = {"start",         "stored loop", "idle",          "arming",
+                                       "armed",         "reading",     "question open", "saving",
+                                       "settings open", "closing"};
 
 // Who can fail in which way.
 struct Operation
@@ -102,6 +107,7 @@ constexpr Effect Effects[] = {
     {"TarnEnableCapture", Moment::Arming, 1, 0},
     {"TarnGetImage", Moment::Reading, 1, -1},
     {"TarnGetImage", Moment::Question, 1, -1},
+    {"TarnGetImage", Moment::Saving, 1, 0},
     {"TarnGetImage", Moment::Settings, 1, -1},
 };
 constexpr int HealthyQuestions = 6;
@@ -163,12 +169,38 @@ public:
         fs::remove_all(m_folder / "Store");
         fs::copy(m_folder / "OldStore", m_folder / "Store");
     }
-    std::size_t StoredImages() const
+    std::vector<std::uint32_t> StoredIds() const
     {
-        return static_cast<std::size_t>(
-            std::ranges::count_if(fs::directory_iterator(m_folder / "Store"), [](const auto& file) {
-                return file.path().extension() == ".tarn";
-            }));
+        std::vector<std::uint32_t> ids;
+        for (const auto& file : fs::directory_iterator(m_folder / "Store")) {
+            if (file.path().extension() == ".tarn") {
+                ids.push_back(static_cast<std::uint32_t>(std::stoul(file.path().stem())));
+            }
+        }
+        return ids;
+    }
+    // Notes the image as the library hands it out.
+    void HandOut(std::uint32_t id, bool hasPixels, bool hasTexts, ImageLedger& ledger) const
+    {
+        char name[32];
+        std::snprintf(name, sizeof name, "%010u.tarn", id);
+        std::ifstream file(m_folder / "Store" / name, std::ios::binary);
+        std::uint32_t head[10] = {}; // 2 words of magic, then the sizes as the record has them
+        file.read(reinterpret_cast<char*>(head), sizeof head);
+        const auto [width, height, pixelBytes, bits] =
+            std::tuple(head[2], head[3], head[4], head[5]);
+        const auto next = [&](std::size_t size) {
+            std::string bytes(size, ' ');
+            file.read(bytes.data(), static_cast<std::streamsize>(size));
+            return bytes;
+        };
+        const std::string pixels = next(std::size_t{width} * height * pixelBytes);
+        const std::string headerText = next(head[8]), userId = next(head[9]);
+        ledger.HandedOut(
+            {width, height, pixelBytes, bits, 0, id, head[7],
+             hasPixels ? reinterpret_cast<const std::uint8_t*>(pixels.data()) : nullptr,
+             hasTexts ? headerText.c_str() : nullptr, hasTexts ? userId.c_str() : nullptr},
+            false);
     }
 
 private:
@@ -184,13 +216,18 @@ public:
     explicit Life(const Simulator& simulator) : m_simulator(simulator)
     {
         simulator.RestoreStore();
+        fs::remove_all(m_folder);
         Set("");
         headless::SetBaseUnits(SmallBaseWidth, SmallBaseHeight);
         headless::SetOperator({[this](CDialog& dialog) { Use(dialog); },
                                [this](const headless::Box& box) { return Answer(box); },
                                {}});
     }
-    ~Life() { headless::Reset(); }
+    ~Life()
+    {
+        headless::Reset();
+        fs::remove_all(m_folder);
+    }
 
     // A life in which begin runs at the moment and end after it. A program that is asked to end
     // meanwhile takes no further part.
@@ -208,7 +245,9 @@ public:
         if (m_leftOpen) {
             EXPECT_EQ(TarnClose(), 0u);
         }
-        EXPECT_LE(m_exposures - m_simulator.StoredImages(), m_givenUp) << "an image was lost";
+        Watch();
+        m_ledger.EndRun(true);
+        EXPECT_EQ(m_ledger.Breaks(), std::vector<std::string>());
     }
 
     // What the operator has seen: result boxes that begin so, and more or fewer questions than in a
@@ -248,8 +287,11 @@ public:
             return line.operation == name && line.moment == moment;
         });
         const bool seen = effect != std::end(Effects);
+        // What came without pixels is asked about instead of saved.
+        const bool unsaved =
+            name == "TarnGetImage" && rule.starts_with("empty") && moment == Moment::Saving;
         ExpectNotices(seen && fails ? effect->resultBoxes : 0, kind.boxText,
-                      seen && noObject ? effect->questions : 0);
+                      (seen && noObject ? effect->questions : 0) + (unsaved ? 1 : 0));
     }
 
     void Set(const std::string& lines)
@@ -267,6 +309,7 @@ public:
         for (int round = 0; IsOpen() && !condition(); ++round) {
             ASSERT_LT(round, 3000);
             headless::WaitForPost(std::chrono::milliseconds(1));
+            Watch(); // before the event of an image leads to its removal
             headless::RunFor(500);
         }
     }
@@ -376,6 +419,10 @@ private:
             StartExposure();
             FinishExposure();
             m_awaited = false;
+            headless::Click(dialog, IdAutoSaveImages);
+            StartExposure();
+            At(Moment::Saving, [&] { FinishExposure(); });
+            headless::Click(dialog, IdAutoSaveImages);
         }
         At(Moment::Settings, [&] { headless::Click(dialog, IdSettings); });
         Disarm();
@@ -401,6 +448,18 @@ private:
         if (!question && !box.text.starts_with("***** Tarn")) {
             m_results.push_back(box.text);
         }
+        const int answer = Decide(box, image);
+        Watch();
+        if (box.text.ends_with("Remove image?")) {
+            headless::Paint();
+            m_ledger.Answered(headless::LastPicture(), m_bench.displayLut.data(),
+                              answer == IDYES || answer == IDOK);
+        }
+        return answer;
+    }
+
+    int Decide(const headless::Box& box, bool image)
+    {
         if (image && std::exchange(m_awaited, false)) {
             m_keeps = true;
             At(Moment::Question, [this] { Arrive(); });
@@ -411,13 +470,31 @@ private:
             return IDNO;
         }
         // The stored-image loop goes on as long as it is told to.
-        const bool again = box.text.starts_with("Found old image:") && m_givenUp != 0;
-        m_givenUp += question && !box.text.starts_with("Found old images") && !again ? 1 : 0;
+        const bool again =
+            box.text.starts_with("Found old image:") && std::exchange(m_removes, true);
+        m_removes |= image;
         return again ? IDCANCEL : (box.style & MB_YESNO) != 0 ? IDYES : IDOK;
+    }
+
+    void Watch()
+    {
+        const std::vector<std::uint32_t> stored = m_simulator.StoredIds();
+        const bool isEmpty = m_lines.starts_with("TarnGetImage = empty-image");
+        const bool isTextless = m_lines.starts_with("TarnGetImage = null-texts");
+        for (const std::uint32_t id : stored) {
+            if (m_known.insert(id).second) {
+                m_simulator.HandOut(id, true, true, m_ledger);
+            }
+            if (isEmpty || isTextless) {
+                m_simulator.HandOut(id, !isEmpty, !isTextless, m_ledger);
+            }
+        }
+        m_ledger.Watch(stored, false);
     }
 
     void At(Moment moment, const std::function<void()>& act)
     {
+        Watch();
         if (m_moment == moment) {
             m_begin();
         }
@@ -441,13 +518,16 @@ private:
     }
 
     const Simulator& m_simulator;
+    const std::string m_folder = AutoSaveFolder(ProgramFolder(nullptr));
+    ImageLedger m_ledger{m_folder};
+    std::set<std::uint32_t> m_known; // to the ledger
     HeadlessBench m_bench;
     std::string m_lines;
     Moment m_moment = Moment::Count;
     std::function<void()> m_begin, m_end;
     std::vector<std::string> m_results; // texts of the boxes that show one
     std::size_t m_exposures = 1;        // whose images came into the store
-    std::size_t m_givenUp = 0;          // answers that allow to remove an image
+    bool m_removes = false;             // said yes to an image's removal before
     int m_questions = 0;
     bool m_awaited = false; // the question at whose moment something happens
     bool m_keeps = false;   // whatever is asked about
@@ -548,7 +628,8 @@ TEST(Faults, TheProgramEndsAHundredTimesAtEveryMoment)
 {
     const Simulator simulator;
     for (int time = 0; time < 100; ++time) {
-        for (int moment = static_cast<int>(Moment::StoredLoop); moment < 9; ++moment) {
+        for (int moment = static_cast<int>(Moment::StoredLoop);
+             moment < static_cast<int>(Moment::Count); ++moment) {
             SCOPED_TRACE(MomentNames[moment]);
             Life(simulator).Run(static_cast<Moment>(moment), headless::EndSession, [] {});
         }

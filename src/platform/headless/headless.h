@@ -47,6 +47,9 @@ inline constexpr int StandardBaseHeight = 13;
 // returns how many messages it served.
 std::size_t Pump();
 
+// Serves the paint requests alone, as they are served before anybody looks at the screen.
+void Paint();
+
 // Moves the clock on by so many milliseconds; timers fire on the way at their times.
 void RunFor(std::uint32_t milliseconds);
 std::uint64_t Now(); // milliseconds since the last Reset

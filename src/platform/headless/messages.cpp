@@ -61,6 +61,11 @@ std::size_t Pump()
     return served;
 }
 
+void Paint()
+{
+    ServePaintRequests();
+}
+
 void RunFor(std::uint32_t milliseconds)
 {
     const std::uint64_t end = desktop.now + milliseconds;
