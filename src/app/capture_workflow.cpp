@@ -91,9 +91,7 @@ LRESULT CTarnTestDlg::OnTarnEvent(WPARAM wParam, LPARAM lParam)
 
 void CTarnTestDlg::OnImageReady(std::uint32_t number)
 {
-    if (IsIconic()) {
-        ShowWindow(SW_RESTORE);
-    }
+    RestoreWindow();
     if (m_imagesInHand == MaxImagesInHand) {
         m_imagesLeft.insert(number);
         return;
@@ -172,7 +170,18 @@ int CTarnTestDlg::Ask(const CLinkedPtr<CImage>& image, const std::string& questi
         m_inQuestion.pop_back();
         ShowImageInQuestion();
     });
+    // Another image may have been shown while a box about this one was open.
+    ShowImageInQuestion();
+    RestoreWindow();
     return MessageBoxA(m_hWnd, question.c_str(), appTitle.c_str(), buttons | MB_TOPMOST);
+}
+
+// Nobody can answer for a picture in a minimized window.
+void CTarnTestDlg::RestoreWindow()
+{
+    if (IsIconic()) {
+        ShowWindow(SW_RESTORE);
+    }
 }
 
 void CTarnTestDlg::ReportImagesLeft()

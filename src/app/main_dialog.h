@@ -133,6 +133,7 @@ private:
     void KeepOrRemove(const CLinkedPtr<CImage>& image);
     bool TrySave(const CLinkedPtr<CImage>& image, std::uint32_t series, std::uint32_t number);
     int Ask(const CLinkedPtr<CImage>& image, const std::string& question, UINT buttons);
+    void RestoreWindow();
     void ReportImagesLeft();
     void RestartSeries();
 

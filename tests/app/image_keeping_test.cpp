@@ -130,6 +130,21 @@ TEST_F(MainDialog, ThePictureBelongsToTheTopmostQuestion)
     });
 }
 
+// Another image is shown while the failure to save this one is told, before the question comes.
+TEST_F(MainDialog, AQuestionAfterAFailedSaveShowsItsOwnImage)
+{
+    Store(1, "ProgramName=a/b");
+    Store(2, "ProgramName=P");
+    ForgetOldImages();
+    Run([&] {
+        hand.Click(IdAutoSaveImages);
+        hand.WhenBox("a/b_1_1.Q32", IDOK, [&] { Event(2, 2); });
+        hand.WhenBox(Question, IDNO, [&] { EXPECT_EQ(hand.Title(), "a/b"); });
+        Event(2, 1);
+        EXPECT_EQ(hand.Title(), "P");
+    });
+}
+
 // An image arrives while an old one is asked about.
 TEST_F(MainDialog, TheStoredImageIsShownAgainWhenAnArrivedOneIsAnswered)
 {
