@@ -3,6 +3,7 @@
 #include "errors/exceptions.h"
 #include "platform/boxes.h"
 #include "storage/header_fields.h"
+#include "storage/image_saving.h"
 #include "storage/paths.h"
 #include "storage/q32_file.h"
 
@@ -52,6 +53,6 @@ bool CTarnTestDlg::AutoSaveImage(CLinkedPtr<CImage> image, std::uint32_t series,
     std::string programName;
     GetHeaderValue(image->m_headerText, ProgramNameKey, HeaderSeparator, "", programName);
     const std::string path = AutoSavePath(folder, programName, series, number);
-    RequireInside(folder, path);
-    return SaveImage(path, image);
+    SaveNewImage(folder, path, *image);
+    return true;
 }

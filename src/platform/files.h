@@ -4,6 +4,7 @@
 #include "platform/types.h"
 
 #include <cstdio>
+#include <string>
 
 using HANDLE = struct HANDLE__*;
 inline const HANDLE INVALID_HANDLE_VALUE = reinterpret_cast<HANDLE>(static_cast<std::intptr_t>(-1));
@@ -25,6 +26,8 @@ inline constexpr DWORD ERROR_LOCK_VIOLATION = 33;
 inline constexpr DWORD ERROR_FILE_EXISTS = 80;
 inline constexpr DWORD ERROR_INVALID_NAME = 123;
 inline constexpr DWORD ERROR_ALREADY_EXISTS = 183;
+// Causes without a number of their own: this bit and the operating system's number.
+inline constexpr DWORD ERROR_OF_SYSTEM = 0x20000000;
 
 // Opens (or creates) a file with the asked access. shareMode 0: nobody else may have it open; the
 // program's own streams count, see OpenStream. securityAttributes and templateFile are null here.
@@ -34,6 +37,9 @@ HANDLE CreateFileA(const char* path, DWORD access, DWORD shareMode, const void* 
                    DWORD creation, DWORD attributes, HANDLE templateFile);
 BOOL CloseHandle(HANDLE handle);
 DWORD GetLastError(); // of this thread's last failed operation of this header
+
+// What the operating system calls a cause of the bit ERROR_OF_SYSTEM; empty for every other error.
+std::string SystemErrorText(DWORD error);
 
 // Opens a stream and locks the file as long as the stream is open: "rb" shared with other readers,
 // "wb" for this stream alone. "wb" creates the file or, once the lock is held, empties it. Null on
@@ -49,6 +55,31 @@ bool SyncStream(std::FILE* stream);
 // power cut. Where the folder may not be read or its file system knows nothing of it, nothing is
 // done: the file itself is there.
 void SyncFolderOf(const char* path);
+
+// An open folder. It stays the same folder whatever becomes of its path, and nothing done in it
+// leaves it: names are relative to it, and a name that leads through a symbolic link or ".." is
+// refused with ERROR_PATH_NOT_FOUND. Failures have their cause in GetLastError.
+class OpenFolder
+{
+public:
+    explicit OpenFolder(const char* path); // which may itself be a link to a folder
+    ~OpenFolder();
+    OpenFolder(const OpenFolder&) = delete;
+    OpenFolder& operator=(const OpenFolder&) = delete;
+
+    bool IsOpen() const;
+    // Creates the file and opens it as OpenStream does with "wb"; the caller closes it. Null when
+    // it cannot be created, with ERROR_FILE_EXISTS when the name is taken, by a link, too.
+    std::FILE* CreateStream(const char* name) const;
+    // Gives the file another name. An existing entry is never replaced: ERROR_FILE_EXISTS. What is
+    // no file is not moved: a link is refused as above, the rest with ERROR_ACCESS_DENIED.
+    bool Rename(const char* name, const char* newName) const;
+    // As SyncFolderOf, for the folder that the name is an entry of.
+    void SyncFolderOf(const char* name) const;
+
+private:
+    std::intptr_t m_folder;
+};
 
 struct WIN32_FIND_DATAA
 {

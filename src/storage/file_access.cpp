@@ -30,7 +30,7 @@ constexpr AccessMessage AccessMessages[] = {
 };
 
 DWORD TryOpen(const char* path, DWORD access, DWORD creation);
-const char* MessageOf(DWORD error);
+std::string MessageOf(DWORD error);
 
 } // namespace
 
@@ -45,8 +45,15 @@ void CheckFileAccess(const char* path, std::uint32_t mode)
     }
     const bool isReadable =
         isWrite && error == ERROR_ACCESS_DENIED && TryOpen(path, GENERIC_READ, OPEN_EXISTING) == 0;
-    throw eFileAccessExcpt(OrdinaryFailure, FileAccessModule,
-                           isReadable ? ReadOnlyText : MessageOf(error), path);
+    if (isReadable) {
+        throw eFileAccessExcpt(OrdinaryFailure, FileAccessModule, ReadOnlyText, path);
+    }
+    RaiseFileAccess(error, path);
+}
+
+void RaiseFileAccess(std::uint32_t error, const std::string& path)
+{
+    throw eFileAccessExcpt(OrdinaryFailure, FileAccessModule, MessageOf(error), path);
 }
 
 namespace {
@@ -63,12 +70,16 @@ DWORD TryOpen(const char* path, DWORD access, DWORD creation)
     return 0;
 }
 
-const char* MessageOf(DWORD error)
+std::string MessageOf(DWORD error)
 {
     const auto found =
         std::find_if(std::begin(AccessMessages), std::end(AccessMessages),
                      [error](const AccessMessage& row) { return row.error == error; });
-    return found != std::end(AccessMessages) ? found->text : UnknownAccessText;
+    if (found != std::end(AccessMessages)) {
+        return found->text;
+    }
+    const std::string reason = SystemErrorText(error);
+    return reason.empty() ? UnknownAccessText : UnknownAccessText + (": " + reason);
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 #include "errors/exceptions.h"
 
 #include <cstdint>
+#include <string>
 
 inline constexpr ModuleDesc FileAccessModule = {0xE154ECD0, "Check file access"};
 
@@ -18,3 +19,7 @@ inline constexpr std::uint32_t AccessCreate = 4; // likewise
 // Opens the file as the mode asks, closes it and returns; raises eFileAccessExcpt when it cannot be
 // opened. Called after an open has failed, to learn the cause.
 void CheckFileAccess(const char* path, std::uint32_t mode);
+
+// Raises eFileAccessExcpt with the message of this error (as GetLastError gives it). An error
+// without a message of its own is an unknown one, and what the system says of it follows.
+[[noreturn]] void RaiseFileAccess(std::uint32_t error, const std::string& path);

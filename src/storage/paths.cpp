@@ -2,12 +2,9 @@
 #include "storage/paths.h"
 
 #include "storage/file_access.h"
-#include "storage/header_fields.h"
-#include "storage/q32_file.h"
 
 #include <algorithm>
 #include <array>
-#include <filesystem>
 #include <string_view>
 
 namespace {
@@ -24,7 +21,6 @@ std::string WithSingleSeparators(std::string_view path, PathStyle style);
 bool CreateMissingFolders(const std::string& path, PathStyle style);
 bool ExistsEntry(const std::string& path);
 bool StaysBelow(std::string_view relative, PathStyle style);
-bool FollowsNoLinkOut(const std::string& folder, const std::string& path);
 
 } // namespace
 
@@ -98,16 +94,10 @@ std::string AutoSavePath(const std::string& folder, const std::string& programNa
 void RequireInside(const std::string& folder, const std::string& path, PathStyle style)
 {
     const bool isInside = path.starts_with(folder) && path.find('\0') == std::string::npos &&
-                          StaysBelow(std::string_view(path).substr(folder.size()), style) &&
-                          (style != NativePathStyle || FollowsNoLinkOut(folder, path));
+                          StaysBelow(std::string_view(path).substr(folder.size()), style);
     if (!isInside) {
         throw eFileAccessExcpt(OrdinaryFailure, FileAccessModule, InvalidPathText, path);
     }
-}
-
-bool SaveImage(const std::string& path, CLinkedPtr<CImage> image)
-{
-    return image && WriteQ32File(path.c_str(), *image);
 }
 
 namespace {
@@ -159,9 +149,7 @@ bool CreateMissingFolders(const std::string& path, PathStyle style)
     if (isShare && pos != std::string::npos) {
         pos = path.find(separator, pos + 1);
     }
-    const bool namesFolderOrFile = path.find_first_not_of(separator) != std::string::npos &&
-                                   !(isShare && pos + 1 == path.size());
-    if (pos == std::string::npos || !namesFolderOrFile) {
+    if (pos == std::string::npos) {
         return false;
     }
     while ((pos = path.find(separator, pos + 1)) != std::string::npos) {
@@ -203,22 +191,6 @@ bool StaysBelow(std::string_view relative, PathStyle style)
         relative.remove_prefix(std::min(end + 1, relative.size()));
     }
     return depth > 0;
-}
-
-// Writing through a link would reach the file it stands for, wherever that is; so the file itself
-// must be no link, and its folder, links resolved, must lie in the resolved folder.
-bool FollowsNoLinkOut(const std::string& folder, const std::string& path)
-{
-    namespace fs = std::filesystem;
-    std::error_code error;
-    if (fs::is_symlink(fs::symlink_status(path, error))) {
-        return false;
-    }
-    const fs::path root = fs::weakly_canonical(fs::path(folder).parent_path(), error);
-    const fs::path place = error ? root : fs::weakly_canonical(fs::path(path).parent_path(), error);
-    const fs::path inside = place.lexically_relative(root);
-    // A place that cannot be resolved cannot be opened either; the attempt will tell why.
-    return error || (!inside.empty() && *inside.begin() != "..");
 }
 
 } // namespace

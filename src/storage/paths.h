@@ -1,7 +1,6 @@
 // Names and folders of image files.
 #pragma once
 
-#include "image/image.h"
 #include "platform/files.h"
 
 #include <cstdint>
@@ -34,7 +33,7 @@ std::string PathRoot(const std::string& path, PathStyle style = NativePathStyle)
 
 // Creates the missing folders of the path. The component before the first separator, a share, and
 // the text after the last separator (a file name) are not created. True when all exist afterwards;
-// an existing file counts as present. False also for a path of separators or a share alone.
+// an existing file counts as present. False also for a path without a separator that ends a folder.
 bool CreateFolderPath(const std::string& path, PathStyle style = NativePathStyle);
 
 // The full path of a loaded module (null: the program); empty on failure or beyond 1000 characters.
@@ -49,10 +48,7 @@ std::string AutoSavePath(const std::string& folder, const std::string& programNa
                          std::uint32_t series, std::uint32_t image);
 
 // Raises eFileAccessExcpt "Invalid path on %1%." when the path, which starts with the folder and
-// its final separator, would leave it: by "..", by a zero byte that cuts the name short, and for
-// the native style also by a symbolic link below the folder. The folder itself may be a link.
+// its final separator, would leave it: by "..", or by a zero byte that cuts the name short. Links
+// are the matter of who opens the file.
 void RequireInside(const std::string& folder, const std::string& path,
                    PathStyle style = NativePathStyle);
-
-// WriteQ32File of the image; false for an empty handle.
-bool SaveImage(const std::string& path, CLinkedPtr<CImage> image);

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#include <iterator>
 #include <new>
 #include <utility>
 #include <vector>
@@ -30,11 +31,10 @@ constexpr BoundaryTexts ReadTexts = {"Fatal memory allocation error on error rea
 constexpr BoundaryTexts WriteTexts = {"Fatal memory allocation error on error writing q32 file %1%",
                                       "Unexpected error on writing q32 file %1%"};
 
-constexpr std::uint32_t RowsAreRows = 4; // bit of the orientation code
+constexpr std::uint32_t RowsAreRowsBit = 4; // of the orientation code
 constexpr std::uint32_t MinBits = 8;
 constexpr std::uint32_t MaxBits = 32;
 constexpr std::uint32_t AssumedBits = 12;
-constexpr std::size_t TextPiece = 998;
 constexpr std::size_t BandBytes = std::size_t{1} << 20; // rows are gathered and written in bands
 
 using HeaderBytes = std::array<std::uint8_t, sizeof(Q32FileHeader)>;
@@ -46,6 +46,9 @@ std::FILE* OpenOrExplain(CFileHolder& file, const char* path, const char* mode,
                          std::uint32_t access);
 Q32FileHeader ReadHeader(std::FILE* stream, const char* path);
 CLinkedPtr<CImage> ReadPixels(const Q32FileHeader& header, std::FILE* stream);
+void RequirePixels(const CImage& image);
+void WriteImage(CFileHolder& file, const char* path, const CImage& image);
+bool RowsAreRows(const CImage& image);
 Q32FileHeader DescribeImage(const CImage& image);
 void WritePixels(const CImage& image, const Q32FileHeader& header, std::FILE* stream,
                  const char* path);
@@ -53,8 +56,6 @@ void WriteRows(const CImage& image, const Q32FileHeader& header, std::FILE* stre
                const char* path);
 void RequireDone(bool isDone, const char* text, const char* path);
 void SwapToLittleEndian(std::uint8_t* data, std::size_t size, std::size_t sampleBytes);
-std::uint32_t LoadWord(const std::uint8_t* bytes);
-void StoreWord(std::uint32_t word, std::uint8_t* bytes);
 
 } // namespace
 
@@ -75,22 +76,41 @@ CLinkedPtr<CImage> ReadQ32File(const char* path)
 bool WriteQ32File(const char* path, const CImage& image)
 {
     return WithinBoundary(path, WriteTexts, [path, &image] {
-        const Q32FileHeader header = DescribeImage(image);
+        RequirePixels(image);
         CFileHolder file;
-        std::FILE* stream = OpenOrExplain(file, path, "wb", AccessWrite | AccessCreate);
-        const HeaderBytes bytes = EncodeQ32Header(header);
-        RequireDone(std::fwrite(bytes.data(), 1, bytes.size(), stream) == bytes.size(),
-                    HeaderFailedText, path);
-        WritePixels(image, header, stream, path);
-        WriteLengthPrefixedText(image.m_headerText, stream);
-        WriteLengthPrefixedText(image.m_userId, stream);
-        // The caller may remove its only other copy once this returns, so a file is not done
-        // before the disk has it. A text that was cut short shows here as well.
-        RequireDone(SyncStream(stream), DataFailedText, path);
-        RequireDone(file.Close(), DataFailedText, path);
+        OpenOrExplain(file, path, "wb", AccessWrite | AccessCreate);
+        WriteImage(file, path, image);
         SyncFolderOf(path);
         return true;
     });
+}
+
+void WriteQ32Stream(CFileHolder& file, const char* path, const CImage& image)
+{
+    WithinBoundary(path, WriteTexts, [&] { WriteImage(file, path, image); });
+}
+
+std::string WhyNotQ32(const CImage& image)
+{
+    const std::uint32_t bits = image.m_bitsPerSample;
+    const struct
+    {
+        bool broken;
+        const char* reason;
+    } rules[] = {
+        {image.m_data == nullptr, "it has no pixels"},
+        {image.m_colorType != 1, "a pixel has more than one sample"},
+        {bits < MinBits || bits > MaxBits, "a sample has fewer than 8 bits or more than 32"},
+        {image.m_pixelBytes != (bits + 7) / 8, "a pixel takes more bytes than its bits need"},
+        {image.m_dataSize > Q32MaxPixelBytes, "its pixels take more than 512 MiB"},
+        {image.m_widthDivisor == 0 || (image.m_widthDivisor != 1 && !RowsAreRows(image)),
+         "its rows are divided"},
+        {image.m_headerText.find('\0') != std::string::npos, "its header text has a zero byte"},
+        {image.m_userId.find('\0') != std::string::npos, "its user id has a zero byte"},
+    };
+    const auto broken = std::find_if(std::begin(rules), std::end(rules),
+                                     [](const auto& rule) { return rule.broken; });
+    return broken != std::end(rules) ? broken->reason : "";
 }
 
 HeaderBytes EncodeQ32Header(const Q32FileHeader& header)
@@ -110,52 +130,6 @@ Q32FileHeader DecodeQ32Header(const HeaderBytes& bytes)
         words[i] = LoadWord(&bytes[4 * i]);
     }
     return std::bit_cast<Q32FileHeader>(words);
-}
-
-void ReadLengthPrefixedText(std::string& text, std::FILE* stream)
-{
-    text.clear();
-    std::uint8_t prefix[4];
-    if (std::fread(prefix, 1, sizeof prefix, stream) != sizeof prefix) {
-        return;
-    }
-    char piece[TextPiece + 2];
-    std::size_t got = 1;
-    for (std::size_t remaining = LoadWord(prefix); remaining > 0 && got > 0; remaining -= got) {
-        got = std::fread(piece, 1, std::min(remaining, TextPiece), stream);
-        piece[got] = '\0';
-        text += piece;
-    }
-}
-
-void WriteLengthPrefixedText(const std::string& text, std::FILE* stream)
-{
-    std::uint8_t prefix[4];
-    StoreWord(static_cast<std::uint32_t>(text.size()), prefix);
-    std::fwrite(prefix, 1, sizeof prefix, stream);
-    std::fwrite(text.data(), 1, text.size(), stream);
-}
-
-CFileHolder::~CFileHolder()
-{
-    Close();
-}
-
-std::FILE* CFileHolder::Open(const char* path, const char* mode)
-{
-    Close();
-    if (path != nullptr) {
-        // Not fopen: that would wait for the other end of a pipe, and would let a second copy of
-        // the program empty a file that this one is reading.
-        m_stream = OpenStream(path, mode);
-    }
-    return m_stream;
-}
-
-bool CFileHolder::Close()
-{
-    std::FILE* stream = std::exchange(m_stream, nullptr);
-    return stream == nullptr || std::fclose(stream) == 0;
 }
 
 namespace {
@@ -229,12 +203,38 @@ CLinkedPtr<CImage> ReadPixels(const Q32FileHeader& header, std::FILE* stream)
     return image;
 }
 
-Q32FileHeader DescribeImage(const CImage& image)
+void RequirePixels(const CImage& image)
 {
     if (image.m_data == nullptr && image.m_width != 0 && image.m_height != 0) {
         throw std::bad_alloc();
     }
-    const bool rowsAreRows = (image.m_orientation & RowsAreRows) != 0;
+}
+
+// The caller may remove its only other copy once this returns, so a file is not done before the
+// disk has it. A text that was cut short shows here as well.
+void WriteImage(CFileHolder& file, const char* path, const CImage& image)
+{
+    RequirePixels(image);
+    std::FILE* const stream = file.Get();
+    const Q32FileHeader header = DescribeImage(image);
+    const HeaderBytes bytes = EncodeQ32Header(header);
+    RequireDone(std::fwrite(bytes.data(), 1, bytes.size(), stream) == bytes.size(),
+                HeaderFailedText, path);
+    WritePixels(image, header, stream, path);
+    WriteLengthPrefixedText(image.m_headerText, stream);
+    WriteLengthPrefixedText(image.m_userId, stream);
+    RequireDone(SyncStream(stream), DataFailedText, path);
+    RequireDone(file.Close(), DataFailedText, path);
+}
+
+bool RowsAreRows(const CImage& image)
+{
+    return (image.m_orientation & RowsAreRowsBit) != 0;
+}
+
+Q32FileHeader DescribeImage(const CImage& image)
+{
+    const bool rowsAreRows = RowsAreRows(image);
     return {.magic = Q32Magic,
             .dataOffset = sizeof(Q32FileHeader),
             .reserved = {},
@@ -292,19 +292,6 @@ void SwapToLittleEndian(std::uint8_t* data, std::size_t size, std::size_t sample
         for (std::size_t i = 0; i + sampleBytes <= size; i += sampleBytes) {
             std::reverse(data + i, data + i + sampleBytes);
         }
-    }
-}
-
-std::uint32_t LoadWord(const std::uint8_t* bytes)
-{
-    return static_cast<std::uint32_t>(bytes[0]) | static_cast<std::uint32_t>(bytes[1]) << 8 |
-           static_cast<std::uint32_t>(bytes[2]) << 16 | static_cast<std::uint32_t>(bytes[3]) << 24;
-}
-
-void StoreWord(std::uint32_t word, std::uint8_t* bytes)
-{
-    for (int i = 0; i < 4; ++i) {
-        bytes[i] = static_cast<std::uint8_t>(word >> 8 * i);
     }
 }
 

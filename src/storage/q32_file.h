@@ -9,6 +9,7 @@
 
 #include "errors/exceptions.h"
 #include "image/image.h"
+#include "storage/file_stream.h"
 
 #include <array>
 #include <cstddef>
@@ -49,30 +50,13 @@ CLinkedPtr<CImage> ReadQ32File(const char* path);
 // size but no pixels (their memory could not be had) is a memory failure, not an empty file.
 bool WriteQ32File(const char* path, const CImage& image);
 
+// The same into the open stream that the holder owns, and closes it; the path is for messages.
+void WriteQ32Stream(CFileHolder& file, const char* path, const CImage& image);
+
+// Why a file of the image would not read back as the same image (pixels in viewing order, bits,
+// texts and id), as the end of a sentence; empty when it would.
+std::string WhyNotQ32(const CImage& image);
+
 // The two ends of the header, by offset and little-endian on any host.
 std::array<std::uint8_t, sizeof(Q32FileHeader)> EncodeQ32Header(const Q32FileHeader& header);
 Q32FileHeader DecodeQ32Header(const std::array<std::uint8_t, sizeof(Q32FileHeader)>& bytes);
-
-// Reads a text record. A record cut short gives what there is; a zero byte drops the rest of the
-// 998-byte piece it lies in.
-void ReadLengthPrefixedText(std::string& text, std::FILE* stream);
-void WriteLengthPrefixedText(const std::string& text, std::FILE* stream);
-
-// Owns a stream and closes it on every way out.
-class CFileHolder
-{
-public:
-    CFileHolder() = default;
-    CFileHolder(const CFileHolder&) = delete;
-    CFileHolder& operator=(const CFileHolder&) = delete;
-    virtual ~CFileHolder();
-
-    // Closes the held stream, then opens path unless it is null. Mode "rb" or "wb". Returns the
-    // stream, null when it could not be opened; the holder keeps owning it.
-    std::FILE* Open(const char* path, const char* mode);
-    // False when the stream could not be closed, which for a written file means lost bytes.
-    bool Close();
-
-private:
-    std::FILE* m_stream = nullptr;
-};

@@ -1,5 +1,6 @@
 // Files that cannot be opened or written, made so by the operating system itself.
 #include "storage/file_access.h"
+#include "storage/image_saving.h"
 #include "storage/paths.h"
 #include "storage/q32_file.h"
 #include "test_files.h"

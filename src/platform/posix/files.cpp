@@ -1,26 +1,80 @@
 // Files over POSIX calls, with the operating system's reasons in the numbers of files.h.
 #include "platform/files.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
 #include <string>
+#include <string_view>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <system_error>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 
 thread_local DWORD lastError = 0;
 
+constexpr int FolderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+
+// Stands for the path of a name whose folder is there.
+constexpr char InOpenFolder[] = ".";
+
 // A found entry needs no state: the search is for one name and never goes on.
 constexpr std::intptr_t SearchHandle = INTPTR_MAX;
 
+// A descriptor, closed at the end of the scope; negative for none.
+class Descriptor
+{
+public:
+    explicit Descriptor(int file) : m_file(file) {}
+    ~Descriptor()
+    {
+        if (m_file >= 0) {
+            close(m_file);
+        }
+    }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+
+    int Get() const { return m_file; }
+    void Reset(int file) { const Descriptor former(std::exchange(m_file, file)); }
+
+private:
+    int m_file;
+};
+
+// A name below an open folder: the folder that it is an entry of, and its last part.
+struct Entry
+{
+    // Walks the name's folders, each opened in the one before and none through a link. Without a
+    // descriptor, and with the cause in GetLastError, when one of them cannot be opened.
+    Entry(int openFolder, const char* path);
+
+    Descriptor folder;
+    std::string name;
+};
+
+// The result of a system call, made again when a signal interrupts it.
+template <typename Call>
+int Retried(Call call)
+{
+    int result = 0;
+    do {
+        result = call();
+    } while (result < 0 && errno == EINTR);
+    return result;
+}
+
+bool MoveWithoutReplacing(const Entry& from, const Entry& to);
 int OpenLocked(const char* path, int flags, int lock, bool emptied);
 int OpenFile(const char* path, int flags);
 bool Lock(int file, int lock);
+std::FILE* StreamOf(int file, const char* mode, const char* path);
 bool Fail(int error, const char* path);
 DWORD ErrorFrom(int error, const char* path);
 bool FolderExists(const char* path);
@@ -54,25 +108,25 @@ DWORD GetLastError()
     return lastError;
 }
 
+std::string SystemErrorText(DWORD error)
+{
+    return (error & ERROR_OF_SYSTEM) != 0
+               ? std::generic_category().message(static_cast<int>(error & ~ERROR_OF_SYSTEM))
+               : "";
+}
+
 std::FILE* OpenStream(const char* path, const char* mode)
 {
     const bool written = mode[0] == 'w';
     const int file = OpenLocked(path, written ? O_WRONLY | O_CREAT : O_RDONLY,
                                 written ? LOCK_EX : LOCK_SH, written);
-    if (file < 0) {
-        return nullptr;
-    }
-    std::FILE* stream = fdopen(file, mode);
-    if (stream == nullptr) {
-        Fail(errno, path);
-        close(file);
-    }
-    return stream;
+    return file < 0 ? nullptr : StreamOf(file, mode, path);
 }
 
 bool SyncStream(std::FILE* stream)
 {
-    if (std::fflush(stream) == 0 && std::ferror(stream) == 0 && fsync(fileno(stream)) == 0) {
+    if (std::fflush(stream) == 0 && std::ferror(stream) == 0 &&
+        Retried([stream] { return fsync(fileno(stream)); }) == 0) {
         return true;
     }
     return Fail(errno, "");
@@ -88,6 +142,72 @@ void SyncFolderOf(const char* path)
     }
     fsync(entry);
     close(entry);
+}
+
+OpenFolder::OpenFolder(const char* path)
+    : m_folder(Retried([path] { return open(path, O_RDONLY | O_DIRECTORY | O_CLOEXEC); }))
+{
+    if (m_folder < 0) {
+        Fail(errno, path);
+    }
+}
+
+OpenFolder::~OpenFolder()
+{
+    const Descriptor closed(static_cast<int>(m_folder));
+}
+
+bool OpenFolder::IsOpen() const
+{
+    return m_folder >= 0;
+}
+
+std::FILE* OpenFolder::CreateStream(const char* name) const
+{
+    constexpr int Flags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
+    const Entry entry(static_cast<int>(m_folder), name);
+    if (entry.folder.Get() < 0) {
+        return nullptr;
+    }
+    const int file =
+        Retried([&] { return openat(entry.folder.Get(), entry.name.c_str(), Flags, 0666); });
+    if (file < 0) {
+        Fail(errno, InOpenFolder);
+        return nullptr;
+    }
+    if (!Lock(file, LOCK_EX)) {
+        Fail(errno, InOpenFolder);
+        close(file);
+        return nullptr;
+    }
+    return StreamOf(file, "wb", InOpenFolder);
+}
+
+bool OpenFolder::Rename(const char* name, const char* newName) const
+{
+    const Entry from(static_cast<int>(m_folder), name);
+    const Entry to(static_cast<int>(m_folder), newName);
+    if (from.folder.Get() < 0 || to.folder.Get() < 0) {
+        return false;
+    }
+    struct stat kind
+    {
+    };
+    if (fstatat(from.folder.Get(), from.name.c_str(), &kind, AT_SYMLINK_NOFOLLOW) != 0) {
+        return Fail(errno, InOpenFolder);
+    }
+    if (!S_ISREG(kind.st_mode)) {
+        return Fail(S_ISLNK(kind.st_mode) ? ELOOP : EACCES, InOpenFolder);
+    }
+    return MoveWithoutReplacing(from, to) || Fail(errno, InOpenFolder);
+}
+
+void OpenFolder::SyncFolderOf(const char* name) const
+{
+    const Entry entry(static_cast<int>(m_folder), name);
+    if (entry.folder.Get() >= 0) {
+        Retried([&entry] { return fsync(entry.folder.Get()); });
+    }
 }
 
 HANDLE FindFirstFileA(const char* path, WIN32_FIND_DATAA* found)
@@ -118,6 +238,41 @@ BOOL CreateDirectoryA(const char* path, const void*)
 
 namespace {
 
+Entry::Entry(int openFolder, const char* path)
+    : folder(Retried([openFolder] { return openat(openFolder, ".", FolderFlags); }))
+{
+    std::string_view rest = path;
+    for (std::size_t end = rest.find('/'); folder.Get() >= 0 && end != rest.npos;
+         end = rest.find('/')) {
+        const std::string part(rest.substr(0, end));
+        rest.remove_prefix(end + 1);
+        if (part == "..") {
+            errno = ELOOP;
+            folder.Reset(-1);
+        } else if (!part.empty()) {
+            folder.Reset(Retried([&] { return openat(folder.Get(), part.c_str(), FolderFlags); }));
+        }
+    }
+    if (folder.Get() < 0) {
+        Fail(errno == ENOENT ? ENOTDIR : errno, path);
+    }
+    name = rest;
+}
+
+// Where the file system cannot rename without replacing, the file has both names for a moment.
+bool MoveWithoutReplacing(const Entry& from, const Entry& to)
+{
+    const int fromFolder = from.folder.Get();
+    const int toFolder = to.folder.Get();
+    if (renameat2(fromFolder, from.name.c_str(), toFolder, to.name.c_str(), RENAME_NOREPLACE) ==
+        0) {
+        return true;
+    }
+    return (errno == EINVAL || errno == ENOSYS) &&
+           linkat(fromFolder, from.name.c_str(), toFolder, to.name.c_str(), 0) == 0 &&
+           unlinkat(fromFolder, from.name.c_str(), 0) == 0;
+}
+
 // The lock comes before the emptying, so that a file in use elsewhere keeps its content.
 int OpenLocked(const char* path, int flags, int lock, bool emptied)
 {
@@ -144,7 +299,8 @@ int OpenFile(const char* path, int flags)
         Fail(EACCES, path);
         return -1;
     }
-    const int file = open(path, flags | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0666);
+    const int file =
+        Retried([&] { return open(path, flags | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0666); });
     if (file < 0) {
         Fail(errno, path);
         return -1;
@@ -157,10 +313,22 @@ int OpenFile(const char* path, int flags)
     return -1;
 }
 
-// A file system that knows no locks lets everybody in.
+// A file system that knows no locks lets everybody in; so does one that locks a file exclusively
+// only for who may write it, and calls another descriptor bad.
 bool Lock(int file, int lock)
 {
-    return flock(file, lock | LOCK_NB) == 0 || errno == ENOLCK || errno == ENOTSUP;
+    return Retried([file, lock] { return flock(file, lock | LOCK_NB); }) == 0 || errno == ENOLCK ||
+           errno == ENOTSUP || errno == EBADF;
+}
+
+std::FILE* StreamOf(int file, const char* mode, const char* path)
+{
+    std::FILE* const stream = fdopen(file, mode);
+    if (stream == nullptr) {
+        Fail(errno, path);
+        close(file);
+    }
+    return stream;
 }
 
 // Keeps the reason for GetLastError; always false.
@@ -204,7 +372,7 @@ DWORD ErrorFrom(int error, const char* path)
             return row.code;
         }
     }
-    return static_cast<DWORD>(error);
+    return ERROR_OF_SYSTEM | static_cast<DWORD>(error);
 }
 
 // Whether the folder exists in which the path names an entry.
