@@ -7,7 +7,6 @@
 #include "settings/battery_status.h"
 
 #include <algorithm>
-#include <limits>
 
 namespace {
 
@@ -18,7 +17,8 @@ constexpr std::uint32_t TimeoutParameter = 12;
 constexpr std::uint32_t BatteryParameter = 34;
 
 constexpr std::uint16_t SensorCodes[] = {12, 20};
-constexpr std::int32_t MillisecondsPerMinute = 60000;
+constexpr std::uint32_t MillisecondsPerMinute = 60000;
+constexpr int LongestIntegrationTime = 1000; // milliseconds
 
 constexpr UINT_PTR BatteryTimer = 100;
 constexpr UINT BatteryPeriod = 1000; // milliseconds
@@ -52,11 +52,11 @@ BOOL CSensorSettingsDlg::OnInitDialog()
 
     std::uint32_t integrationTime = 0;
     GetDeviceInt(Sensor, IntegrationTimeParameter, integrationTime);
-    m_integrationTime = static_cast<std::int32_t>(
-        std::min<std::uint32_t>(integrationTime, std::numeric_limits<std::int32_t>::max()));
-    m_integrationTimeSlider.SetRange(0, 1000, FALSE);
+    m_integrationTime = static_cast<std::int32_t>(integrationTime);
+    m_integrationTimeSlider.SetRange(0, LongestIntegrationTime, FALSE);
     m_integrationTimeSlider.SetTicFreq(100);
-    m_integrationTimeSlider.SetPos(m_integrationTime);
+    m_integrationTimeSlider.SetPos(
+        static_cast<int>(std::min<std::uint32_t>(integrationTime, LongestIntegrationTime)));
 
     std::uint32_t timeout = 0;
     GetDeviceInt(Sensor, TimeoutParameter, timeout);
@@ -134,7 +134,7 @@ void CSensorSettingsDlg::OnOK()
         SetDeviceBlock(Sensor, BinningParameter, record.data(), record.size());
     }
     SetDeviceInt(Sensor, TimeoutParameter,
-                 static_cast<std::uint32_t>(m_timeoutMinutes * MillisecondsPerMinute));
+                 static_cast<std::uint32_t>(m_timeoutMinutes) * MillisecondsPerMinute);
     KillTimer(BatteryTimer);
     CDialog::OnOK();
 }

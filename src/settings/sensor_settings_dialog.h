@@ -31,6 +31,7 @@ private:
     // The binning factor: 1 high (1x1), 2 low (2x2), or whatever the library gave. During a data
     // exchange the index of the checked radio button.
     std::int32_t m_binning = -1;
+    // As read (a time from 2^31 up as its bits) until the slider is drawn, which clamps them.
     std::int32_t m_integrationTime = 0; // milliseconds
     std::int32_t m_timeoutMinutes = 0;
 

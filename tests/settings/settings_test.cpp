@@ -1,4 +1,4 @@
-// The sensor settings dialog, worked by an operator over a scripted library.
+// The sensor settings dialog, driven by an operator over a scripted library.
 #include "platform/qt/operator.h"
 #include "resources/settings_dialog_template.h"
 #include "settings/battery_status.h"
@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <gtest/gtest.h>
 #include <optional>
+#include <tuple>
 
 namespace {
 
@@ -28,6 +29,18 @@ protected:
     ScriptedLibrary library;
     Operator hand;
     CSensorSettingsDlg dialog{nullptr};
+};
+
+// Whose OK comes before anything is drawn.
+struct HastySettings : CSensorSettingsDlg
+{
+    using CSensorSettingsDlg::CSensorSettingsDlg;
+    BOOL OnInitDialog() override
+    {
+        const BOOL chooseFocus = CSensorSettingsDlg::OnInitDialog();
+        OnOK();
+        return chooseFocus;
+    }
 };
 
 struct Reading
@@ -54,7 +67,7 @@ constexpr Reading Readings[] = {
 
 } // namespace
 
-TEST_F(Settings, WhatIsReadIsShownHeldToTheRangesAndWrittenBack)
+TEST_F(Settings, WhatIsReadIsShownClampedAndWrittenBack)
 {
     const struct
     {
@@ -95,6 +108,22 @@ TEST_F(Settings, WhatIsReadIsShownHeldToTheRangesAndWrittenBack)
                                      "TarnSetDeviceParam 1 10 block " + c.writtenBinning + " 0C 00",
                                      "TarnSetDeviceParam 1 10 block " + c.writtenBinning + " 14 00",
                                      "TarnSetDeviceParam 1 12 int " + c.writtenTimeout}));
+    }
+}
+
+TEST_F(Settings, WhatWasReadIsWrittenBackBeforeTheFirstDrawing)
+{
+    for (const auto& [time, timeout, writtenTime, writtenTimeout] :
+         {std::tuple{1001u, 900000u, "1001", "900000"},
+          {~0u, ~0u, "4294967295", "4294920000"},
+          {0u, 30000u, "0", "0"}}) {
+        library.SetDeviceInt(1, 11, time);
+        library.SetDeviceInt(1, 12, timeout);
+        library.calls.clear();
+        HastySettings hasty(nullptr);
+        EXPECT_EQ(hand.Run(hasty, [] {}), IDOK);
+        EXPECT_EQ(Writes().front(), std::string("TarnSetDeviceParam 1 11 int ") + writtenTime);
+        EXPECT_EQ(Writes().back(), std::string("TarnSetDeviceParam 1 12 int ") + writtenTimeout);
     }
 }
 
@@ -183,6 +212,7 @@ TEST_F(Settings, TheTemplateHoldsEveryControlWithItsLabelAndNoneOverAnother)
     }
     for (const Reading& reading : Readings) {
         EXPECT_STREQ(std::prev(find(reading.control))->text, reading.label);
+        EXPECT_STREQ(find(reading.control)->accessibleName, reading.label);
     }
 
     for (auto one = controls.begin(); one != controls.end(); ++one) {

@@ -32,6 +32,9 @@ void CWnd::SetWindowText(const std::string& text)
         edit->Write(FromBytes(text));
     } else if (auto* const label = As<QLabel>(m_hWnd)) {
         label->setText(ShownText(text));
+        // A name of its own takes the text's place for a screen reader, which then reads both.
+        label->setAccessibleDescription(label->accessibleName().isEmpty() ? QString()
+                                                                          : label->text());
     } else if (auto* const button = As<QAbstractButton>(m_hWnd)) {
         button->setText(ShownText(text));
     } else if (auto* const group = As<QGroupBox>(m_hWnd)) {
