@@ -1,4 +1,4 @@
-// CImage, the one in-memory picture: a block of pixels, its format and its orientation.
+// CImage, the picture in memory: a block of pixels, its format and its orientation.
 #pragma once
 
 #include "image/linked_ptr.h"
@@ -61,10 +61,15 @@ public:
     // Copies whole pixels into storage from pixel index first on; returns how many fitted.
     std::uint32_t PutPixels(const void* source, std::uint32_t count, std::uint32_t first);
 
+    // The bits of the orientation code, by what they mean when set.
+    bool RowsAreRows() const { return (m_orientation & 4) != 0; }
+    bool RowsRunForward() const { return (m_orientation & 2) != 0; }
+    bool ColumnsRunForward() const { return (m_orientation & 1) != 0; }
+
     // Rows of the picture in viewing order.
     std::uint32_t ViewRowCount() const;
     std::uint32_t ViewRowLength() const; // pixels
-    // First stored pixel that belongs to view row r (held to the last row); null when empty.
+    // First stored pixel that belongs to view row r (clamped to the last row); null when empty.
     const std::uint8_t* RowAddress(std::uint32_t r) const;
     // Copies view row r in viewing order into a buffer of size bytes; returns the pixels delivered.
     // A mirrored or upward-running row that does not fit is delivered from its stored start.

@@ -95,7 +95,6 @@ struct PixelRoutines
 {
     std::uint32_t pixelBytes;
     void (*reverse)(std::uint8_t* first, std::size_t count);
-    void (*reverseCopy)(const std::uint8_t* source, std::size_t count, std::uint8_t* destination);
     void (*transposeSquare)(std::uint8_t* block, std::size_t side);
     void (*transpose)(const std::uint8_t* source, std::size_t width, std::size_t height,
                       std::uint8_t* destination);
@@ -108,11 +107,11 @@ void TransposeBlock(const std::uint8_t* source, std::size_t width, std::size_t h
                     std::uint8_t* destination);
 
 constexpr PixelRoutines AllPixelRoutines[] = {
-    {1, ReversePixels<1>, ReverseCopy<1>, TransposeSquareBlock<1>, TransposeBlock<1>},
-    {2, ReversePixels<2>, ReverseCopy<2>, TransposeSquareBlock<2>, TransposeBlock<2>},
-    {3, ReversePixels<3>, ReverseCopy<3>, TransposeSquareBlock<3>, TransposeBlock<3>},
-    {4, ReversePixels<4>, ReverseCopy<4>, TransposeSquareBlock<4>, TransposeBlock<4>},
-    {6, ReversePixels<6>, ReverseCopy<6>, TransposeSquareBlock<6>, TransposeBlock<6>},
+    {1, ReversePixels<1>, TransposeSquareBlock<1>, TransposeBlock<1>},
+    {2, ReversePixels<2>, TransposeSquareBlock<2>, TransposeBlock<2>},
+    {3, ReversePixels<3>, TransposeSquareBlock<3>, TransposeBlock<3>},
+    {4, ReversePixels<4>, TransposeSquareBlock<4>, TransposeBlock<4>},
+    {6, ReversePixels<6>, TransposeSquareBlock<6>, TransposeBlock<6>},
 };
 
 void Rearrange(CImage& image, Transform transform);
@@ -198,12 +197,11 @@ bool TransposeStorage(CImage& image, const PixelRoutines& routines, std::uint32_
     std::swap(image.m_width, image.m_height);
     const std::size_t rowBytes = std::size_t{image.m_width} * image.m_pixelBytes;
     for (std::size_t y = 0; y < image.m_height; ++y) {
-        const std::size_t row = inverts & InvertB1 ? image.m_height - 1 - y : y;
+        const std::size_t place = inverts & InvertB1 ? image.m_height - 1 - y : y;
+        std::uint8_t* const row = image.m_data + place * rowBytes;
+        std::memcpy(row, scratch.Get() + y * rowBytes, rowBytes);
         if (inverts & InvertB0) {
-            routines.reverseCopy(scratch.Get() + y * rowBytes, image.m_width,
-                                 image.m_data + row * rowBytes);
-        } else {
-            std::memcpy(image.m_data + row * rowBytes, scratch.Get() + y * rowBytes, rowBytes);
+            routines.reverse(row, image.m_width);
         }
     }
     return true;
@@ -232,12 +230,6 @@ void FlipStorage(CImage& image)
         std::swap_ranges(low, low + rowBytes, high);
     }
 }
-
-// Runs of 256 bytes a row, and not less, keep the number of pages touched small.
-template <std::size_t B>
-constexpr std::size_t TileSide = B == 3   ? 128
-                                 : B == 6 ? 64
-                                          : 256 / B;
 
 // Every tile changes places with the tile on the other side of the diagonal.
 template <std::size_t B>

@@ -1,5 +1,16 @@
-// Moving pixels of B bytes, 1, 2, 3, 4 or 6: reversed, and transposed a tile at a time. Compilers
-// with vector types move 16 bytes at once; the plain loops give the same and serve any other.
+// Moves pixels of B bytes (1, 2, 3, 4 or 6): reversed in place, and transposed a tile at a time.
+//
+// Every change of orientation and every row in viewing order is made of these two:
+//
+//   ReversePixels   16 bytes from either end at once, each turned around by one shuffle; what
+//                   remains in the middle pixel by pixel
+//   TransposeTile   squares whose rows fill a vector are transposed in registers (1, 2 and 4
+//                   bytes), others pixel by pixel; the callers walk the picture tile by tile, put
+//                   each tile into a buffer on the stack and copy its rows from there, because the
+//                   rows of a picture are often a power of two apart, where a whole tile would
+//                   fall into the same few cache lines
+//
+// The shuffles are vector extensions of GCC and Clang, for any processor.
 #pragma once
 
 #include <algorithm>
@@ -8,9 +19,12 @@
 #include <cstring>
 #include <utility>
 
-// destination[k] = source[count - 1 - k]; the two must not overlap.
+// Rows and columns of a tile: runs of some 256 bytes a row, and not less, keep the number of pages
+// touched small.
 template <std::size_t B>
-void ReverseCopy(const std::uint8_t* source, std::size_t count, std::uint8_t* destination);
+inline constexpr std::size_t TileSide = B == 3   ? 128
+                                        : B == 6 ? 64
+                                                 : 256 / B;
 
 // Exchanges pixel k with pixel count - 1 - k.
 template <std::size_t B>
@@ -22,14 +36,6 @@ void TransposeTile(const std::uint8_t* from, std::size_t fromStep, std::size_t r
                    std::size_t columns, std::uint8_t* to, std::size_t toStep);
 
 namespace pixels {
-
-#if defined(__has_builtin)
-#if __has_builtin(__builtin_shufflevector)
-#define TARNTEST_VECTORS
-#endif
-#endif
-
-#ifdef TARNTEST_VECTORS
 
 using Vector = std::uint8_t __attribute__((vector_size(16)));
 inline constexpr auto VectorBytes = std::make_index_sequence<16>();
@@ -77,21 +83,9 @@ TARNTEST_SHUFFLES Vector ReversedToHigh(Vector low, Vector high, std::index_sequ
         low, high, (I >= 16 % B ? ((15 - I) / B + 1) * B - 1 - (15 - I) % B : 16 + I)...);
 }
 
-// Both return how many pixels were placed: the first ones, or as many at either end.
-template <std::size_t B>
-TARNTEST_SHUFFLES std::size_t ReverseCopyVectors(const std::uint8_t* source, std::size_t count,
-                                                 std::uint8_t* destination)
-{
-    std::size_t k = 0;
-    for (; (count - k) * B >= 16; k += 16 / B) {
-        const Vector last = Load(source + (count - k) * B - 16);
-        Store(destination + k * B, ReversedToLow<B>(last, last, VectorBytes));
-    }
-    return k;
-}
-
 // Windows of 3- and 6-byte pixels overlap by a byte or four: the next are loaded before these are
-// stored, because a load that has to wait for part of a store waits long.
+// stored, because a load that has to wait for part of a store waits long. Returns how many pixels
+// were placed at either end.
 template <std::size_t B>
 TARNTEST_SHUFFLES std::size_t ReverseVectors(std::uint8_t* first, std::size_t count)
 {
@@ -124,15 +118,6 @@ Vector Interleave(Vector a, Vector b, std::index_sequence<I...>)
         a, b, (Half * 8 + I / (2 * B) * B + I % B + (I / B % 2 == 0 ? 0 : 16))...);
 }
 
-#else
-
-inline bool ShufflesAreFast()
-{
-    return false;
-}
-
-#endif
-
 // Transposes a square of n x n pixels.
 template <std::size_t B>
 inline constexpr std::size_t SquareSide = 16 % B == 0 ? 16 / B : 8;
@@ -142,7 +127,6 @@ void TransposeSquare(const std::uint8_t* from, std::size_t fromStep, std::uint8_
                      std::size_t toStep)
 {
     constexpr std::size_t N = SquareSide<B>;
-#ifdef TARNTEST_VECTORS
     if constexpr (16 % B == 0) {
         // A row fills a vector. Interleaving row i with row i + n/2 halves the distance of pixels
         // that belong together; log2(n) rounds make columns of rows.
@@ -162,7 +146,6 @@ void TransposeSquare(const std::uint8_t* from, std::size_t fromStep, std::uint8_
         }
         return;
     }
-#endif
     for (std::size_t y = 0; y < N; ++y) {
         for (std::size_t x = 0; x < N; ++x) {
             std::memcpy(to + x * toStep + y * B, from + y * fromStep + x * B, B);
@@ -172,11 +155,9 @@ void TransposeSquare(const std::uint8_t* from, std::size_t fromStep, std::uint8_
 
 // Has the processor fetch the n rows behind the n rows that begin here: the tiles of a wide picture
 // jump from page to page, which no processor foresees. Only a hint, so they may lie beyond its end.
-inline void FetchRowsBehind([[maybe_unused]] const std::uint8_t* rows,
-                            [[maybe_unused]] std::size_t step, [[maybe_unused]] std::size_t n,
-                            [[maybe_unused]] std::size_t rowBytes)
+inline void FetchRowsBehind(const std::uint8_t* rows, std::size_t step, std::size_t n,
+                            std::size_t rowBytes)
 {
-#ifdef __GNUC__
     constexpr std::size_t CacheLine = 64;
     const auto first = reinterpret_cast<std::uintptr_t>(rows) + n * step;
     for (std::size_t i = 0; i < n; ++i) {
@@ -184,34 +165,17 @@ inline void FetchRowsBehind([[maybe_unused]] const std::uint8_t* rows,
             __builtin_prefetch(reinterpret_cast<const void*>(first + i * step + x));
         }
     }
-#endif
 }
 
 } // namespace pixels
 
 template <std::size_t B>
-void ReverseCopy(const std::uint8_t* source, std::size_t count, std::uint8_t* destination)
-{
-    std::size_t k = 0;
-#ifdef TARNTEST_VECTORS
-    if (pixels::ShufflesAreFast()) {
-        k = pixels::ReverseCopyVectors<B>(source, count, destination);
-    }
-#endif
-    for (; k < count; ++k) {
-        std::memcpy(destination + k * B, source + (count - 1 - k) * B, B);
-    }
-}
-
-template <std::size_t B>
 void ReversePixels(std::uint8_t* first, std::size_t count)
 {
     std::size_t k = 0;
-#ifdef TARNTEST_VECTORS
     if (pixels::ShufflesAreFast()) {
         k = pixels::ReverseVectors<B>(first, count);
     }
-#endif
     for (; k < count / 2; ++k) {
         std::uint8_t held[B];
         std::memcpy(held, first + k * B, B);
@@ -242,4 +206,3 @@ void TransposeTile(const std::uint8_t* from, std::size_t fromStep, std::size_t r
 }
 
 #undef TARNTEST_SHUFFLES
-#undef TARNTEST_VECTORS

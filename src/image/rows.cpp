@@ -38,19 +38,6 @@ constexpr GatherRow GatherFamily[] = {
     {6, ContiguousReversed<6>, ColumnForward<6>, ColumnReversed<6>},
 };
 
-constexpr bool RowsAreRows(std::uint32_t code)
-{
-    return (code & 4) != 0;
-}
-constexpr bool RowsRunForward(std::uint32_t code)
-{
-    return (code & 2) != 0;
-}
-constexpr bool ColumnsRunForward(std::uint32_t code)
-{
-    return (code & 1) != 0;
-}
-
 } // namespace
 
 std::uint32_t CImage::GetRow(std::uint32_t r, void* destination, std::size_t size) const
@@ -62,7 +49,7 @@ std::uint32_t CImage::GetRow(std::uint32_t r, void* destination, std::size_t siz
     const auto count =
         static_cast<std::uint32_t>(std::min<std::size_t>(size / m_pixelBytes, ViewRowLength()));
     auto* pixels = static_cast<std::uint8_t*>(destination);
-    if (RowsAreRows(m_orientation) && ColumnsRunForward(m_orientation)) {
+    if (RowsAreRows() && ColumnsRunForward()) {
         if (count != 0) {
             std::memcpy(pixels, source, std::size_t{count} * m_pixelBytes);
         }
@@ -72,9 +59,9 @@ std::uint32_t CImage::GetRow(std::uint32_t r, void* destination, std::size_t siz
     if (family == std::end(GatherFamily)) {
         return count;
     }
-    const Gather gather = RowsAreRows(m_orientation)      ? family->contiguousReversed
-                          : RowsRunForward(m_orientation) ? family->columnForward
-                                                          : family->columnReversed;
+    const Gather gather = RowsAreRows()      ? family->contiguousReversed
+                          : RowsRunForward() ? family->columnForward
+                                             : family->columnReversed;
     gather(source, std::size_t{m_width} * m_pixelBytes, count, pixels);
     return count;
 }
@@ -85,22 +72,22 @@ const std::uint8_t* CImage::RowAddress(std::uint32_t r) const
         return nullptr;
     }
     const std::size_t row = std::min(r, ViewRowCount() - 1);
-    if (RowsAreRows(m_orientation)) {
-        const std::size_t storedRow = RowsRunForward(m_orientation) ? row : m_height - 1 - row;
+    if (RowsAreRows()) {
+        const std::size_t storedRow = RowsRunForward() ? row : m_height - 1 - row;
         return m_data + storedRow * m_width * m_pixelBytes;
     }
-    const std::size_t storedColumn = ColumnsRunForward(m_orientation) ? row : m_width - 1 - row;
+    const std::size_t storedColumn = ColumnsRunForward() ? row : m_width - 1 - row;
     return m_data + storedColumn * m_pixelBytes;
 }
 
 std::uint32_t CImage::ViewRowCount() const
 {
-    return RowsAreRows(m_orientation) ? m_height : m_width / std::max(m_widthDivisor, 1u);
+    return RowsAreRows() ? m_height : m_width / std::max(m_widthDivisor, 1u);
 }
 
 std::uint32_t CImage::ViewRowLength() const
 {
-    return RowsAreRows(m_orientation) ? m_width : m_height;
+    return RowsAreRows() ? m_width : m_height;
 }
 
 namespace {
@@ -109,7 +96,8 @@ template <std::size_t B>
 void ContiguousReversed(const std::uint8_t* source, std::size_t, std::uint32_t count,
                         std::uint8_t* destination)
 {
-    ReverseCopy<B>(source, count, destination);
+    std::memcpy(destination, source, count * B);
+    ReversePixels<B>(destination, count);
 }
 
 template <std::size_t B>

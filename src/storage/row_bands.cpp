@@ -65,14 +65,12 @@ Gather TransposedGather(const CImage& image)
 }
 
 // File row k is stored column k, or W-1-k when columns run forward, for the file begins with the
-// last view row. Both the stored rows and the band's rows are often a power of two apart, where a
-// whole tile would fall into the same few cache lines; hence each tile is turned in a buffer of its
-// own.
+// last view row.
 template <std::size_t B>
 void GatherColumns(const CImage& image, std::uint32_t first, std::uint32_t count,
                    std::uint8_t* band)
 {
-    constexpr std::size_t Tile = 256 / B / 16 * 16; // pixels: runs of 256 bytes touch few pages
+    constexpr std::size_t Tile = TileSide<B>;
     std::uint8_t turned[Tile * Tile * B];
     const std::size_t width = image.m_width;
     const std::size_t height = image.m_height;
@@ -90,10 +88,9 @@ void GatherColumns(const CImage& image, std::uint32_t first, std::uint32_t count
                 const std::size_t row = isLeftward ? count - 1 - (x + i) : x + i;
                 const std::uint8_t* source = turned + i * Tile * B;
                 std::uint8_t* destination = band + (row * height + pixel) * B;
-                if (isDownward) {
-                    std::memcpy(destination, source, rows * B);
-                } else {
-                    ReverseCopy<B>(source, rows, destination);
+                std::memcpy(destination, source, rows * B);
+                if (!isDownward) {
+                    ReversePixels<B>(destination, rows);
                 }
             }
         }

@@ -1,6 +1,24 @@
 // Turning the storage: what a viewer sees stays, and every turn is the one its table row says.
 #include "test_image.h"
 
+#include <cstddef>
+#include <new>
+
+namespace {
+
+bool isMemoryRefused = false; // to whoever asks for a block without an exception
+
+} // namespace
+
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept
+{
+    try {
+        return isMemoryRefused ? nullptr : ::operator new[](size);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+
 namespace {
 
 std::vector<Bytes> Seen(const CImage& image)
@@ -53,6 +71,27 @@ TEST(Orientation, UnknownCodesAndEmptyImagesAreLeftAlone)
     image.SetOrientation(8);
     empty.SetOrientation(0);
     EXPECT_TRUE(image.m_orientation == 5 && empty.m_orientation == 5 && empty.m_height == 2);
+}
+
+TEST(Orientation, WithoutMemoryAPictureThatIsNoSquareIsNotTransposed)
+{
+    for (const auto& [turn, name, run] : reference::Turns) {
+        for (const std::uint32_t width : {3u, 2u}) {
+            SCOPED_TRACE(testing::Message() << name << ", width " << width);
+            CImage image(width, 2, 8, 0, 1);
+            reference::FillWithNoise(image);
+            const reference::Picture old{width, 2, 1, image.m_orientation, Block(image)};
+            const bool isLeftAlone = turn >= reference::Turn::Transpose && width != 2;
+            const reference::Picture expected = isLeftAlone ? old : reference::Turned(old, turn);
+            isMemoryRefused = true;
+            (image.*run)();
+            isMemoryRefused = false;
+            EXPECT_EQ(image.m_width, expected.width);
+            EXPECT_EQ(image.m_height, expected.height);
+            EXPECT_EQ(image.m_orientation, expected.orientation);
+            EXPECT_EQ(Block(image), expected.block);
+        }
+    }
 }
 
 } // namespace
