@@ -1,7 +1,8 @@
 // Times range, table and render, literal and fast, and one plain read pass over the same pixels.
 #include "bench/reference_display.h"
-#include "display/mapping.h"
+#include "display/lut.h"
 #include "display/range.h"
+#include "display/resample.h"
 
 #include <algorithm>
 #include <benchmark/benchmark.h>

@@ -1,4 +1,4 @@
-// The display algorithms written down literally.
+// The display algorithms step by step.
 #include "bench/reference_display.h"
 
 #include <algorithm>

@@ -1,8 +1,9 @@
-// The display algorithms written down literally, step by step: what the fast ones must equal bit
-// for bit, and what they are measured against. Signatures as in display/range.h and mapping.h.
+// Reference implementations of the display algorithms, step by step: what the fast ones must equal
+// bit for bit, and what they are measured against. Signatures as in display/range.h, lut.h and
+// resample.h.
 #pragma once
 
-#include "display/mapping.h"
+#include "display/lut.h"
 #include "display/range.h"
 
 namespace reference {

@@ -1,4 +1,4 @@
-// The literal way of reading and turning a picture, pixel by pixel: slow, and plainly right.
+// Reference implementations of reading and turning a picture: pixel by pixel, slow, plainly right.
 #pragma once
 
 #include "image/image.h"

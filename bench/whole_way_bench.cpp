@@ -2,7 +2,8 @@
 // what of that is paint alone and range, table and render alone.
 #include "app/main_dialog.h"
 #include "device/libraries.h"
-#include "display/mapping.h"
+#include "display/lut.h"
+#include "display/resample.h"
 #include "platform/qt/operator.h"
 #include "platform/system.h"
 

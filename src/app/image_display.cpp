@@ -1,6 +1,6 @@
 // The current image on screen: range, display table, rendering, zoom, scrolling and painting.
 #include "app/main_dialog.h"
-#include "display/range.h"
+#include "display/resample.h"
 #include "display/view.h"
 #include "platform/paint.h"
 #include "platform/system.h"

@@ -8,7 +8,7 @@
 #pragma once
 
 #include "app/event_results.h"
-#include "display/mapping.h"
+#include "display/lut.h"
 #include "image/image.h"
 #include "platform/dialog.h"
 #include "platform/paint.h"

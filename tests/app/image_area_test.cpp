@@ -1,4 +1,5 @@
 // The image area in fonts that make it any number of pixels wide.
+#include "display/resample.h"
 #include "support/headless_bench.h"
 #include "support/scripted_library.h"
 

@@ -1,4 +1,4 @@
-// The range functions: cases worked out by hand, and random ones against the literal algorithms.
+// The range functions: cases worked out by hand, and random ones against the reference.
 #include "bench/reference_display.h"
 #include "display/range.h"
 
@@ -29,7 +29,7 @@ const RangeCase RangeCases[] = {
     {"fit: one level", MMFitWindow, Single, 0.5, 0, 700, 700},
     {"count: one level is cut like any other", MMCountCut, Single, 0.5, 0.5, 701, 701},
     {"equal: both ends cut", MMEqualCut, Ends, 0.1, 0.2, 200, 900},
-    {"equal: held to the bins", MMEqualCut, Ends, -1, -100, 0, 65535},
+    {"equal: clamped to the bins", MMEqualCut, Ends, -1, -100, 0, 65535},
     {"average: to the mean", MMAvgWeightCut, {{0, 3}, {100, 1}}, 1, 1, 25, 25},
     {"count: exactly one bin", MMCountCut, Two, 0.5, 0.5, 11, 19},
     {"count: into the next bin", MMCountCut, Two, 0.6, 0, 21, 21},
@@ -54,23 +54,23 @@ TEST(Range, FindsTheBandWorkedOutByHand)
     }
 }
 
-// The literal functions, in the order of RangeFunctionNames; no function stands at the end.
-const RangeFunction Literal[] = {reference::MMEqualCut, reference::MMAvgWeightCut,
-                                 reference::MMCountCut, reference::MMFitWindow, nullptr};
+// The reference functions, in the order of RangeFunctionNames; no function stands at the end.
+const RangeFunction References[] = {reference::MMEqualCut, reference::MMAvgWeightCut,
+                                    reference::MMCountCut, reference::MMFitWindow, nullptr};
 
-TEST(Range, EqualsTheLiteralAlgorithmsBitForBit)
+TEST(Range, EqualsTheReferenceBitForBit)
 {
     std::mt19937 random(1);
     const double fractions[] = {-0.7, 0, 0.01, 0.25, 0.5, 1 - 33.3 * 0.01, 0.99, 1, 1.5};
-    const auto compare = [&](auto fast, auto literal, const auto& samples) {
+    const auto compare = [&](auto fast, auto expected, const auto& samples) {
         const auto count = static_cast<std::int32_t>(samples.size());
         const double a = fractions[random() % 9], b = fractions[random() % 9];
         for (std::size_t f = 0; f < 5; ++f) {
-            double lo, hi, literalLo, literalHi;
+            double lo, hi, expectedLo, expectedHi;
             fast(count, samples.data(), a, b, RangeFunctionNames[f].function, &lo, &hi);
-            literal(count, samples.data(), a, b, Literal[f], &literalLo, &literalHi);
-            ASSERT_EQ(lo, literalLo) << f << " " << a << " " << b;
-            ASSERT_EQ(hi, literalHi) << f << " " << a << " " << b;
+            expected(count, samples.data(), a, b, References[f], &expectedLo, &expectedHi);
+            ASSERT_EQ(lo, expectedLo) << f << " " << a << " " << b;
+            ASSERT_EQ(hi, expectedHi) << f << " " << a << " " << b;
         }
     };
     for (int round = 0; round < 150; ++round) {

@@ -34,7 +34,7 @@ std::vector<Bytes> Seen(const CImage& image)
 constexpr std::pair<std::uint32_t, std::uint32_t> Sizes[] = {
     {1, 1}, {1, 9}, {9, 1}, {5, 4}, {33, 33}, {64, 64}, {97, 161}, {150, 70}};
 
-TEST(Orientation, EveryChangeKeepsThePictureAndTurnsTheBlockAsTheLiteralDoes)
+TEST(Orientation, EveryChangeKeepsThePictureAndTurnsTheBlockAsTheReferenceDoes)
 {
     for (const auto& [width, height] : Sizes) {
         for (const std::uint32_t pixelBytes : reference::PixelSizes) {

@@ -2,7 +2,7 @@
 #include "support/image_ledger.h"
 
 #include "device/libraries.h"
-#include "display/mapping.h"
+#include "display/resample.h"
 #include "storage/q32_file.h"
 
 #include <algorithm>

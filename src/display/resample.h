@@ -1,0 +1,26 @@
+// From an image to the display image: scaled, and through the table. The display image has one byte
+// a pixel; its row 0 is the bottom line on screen.
+#pragma once
+
+#include "image/image.h"
+
+#include <cstdint>
+
+inline constexpr std::uint32_t DisplayBackground = 128; // gray where there is no picture
+
+// Draws the source over the display image, as large as fits at zoom 1, around the view center
+// (cx, cy in source pixels) above it; the picture starts at the left edge and is centered
+// vertically. Pixels outside the picture stay as they are. lut: DisplayLutSize entries, of which
+// the lowest 4,096 are used. Does nothing when an image is missing or has no pixels, when the
+// source's pixels are not of 1 or 2 bytes, or when the zoom is not above 0.
+void RenderToDisplay(const CImage* source, const std::uint8_t* lut, double zoom, std::uint32_t cx,
+                     std::uint32_t cy, CImage* display);
+
+// The average of every step-th row and column of each block of scaleX x scaleY source pixels
+// becomes, through the table, one display pixel. Return the number of display pixels visited.
+std::uint32_t Resample8(const std::uint8_t* samples, std::uint32_t width, std::uint32_t height,
+                        const std::uint8_t* lut, std::uint32_t cx, std::uint32_t cy, double scaleX,
+                        double scaleY, std::uint32_t step, CImage& display);
+std::uint32_t Resample16(const std::uint16_t* samples, std::uint32_t width, std::uint32_t height,
+                         const std::uint8_t* lut, std::uint32_t cx, std::uint32_t cy, double scaleX,
+                         double scaleY, std::uint32_t step, CImage& display);
