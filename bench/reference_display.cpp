@@ -229,7 +229,7 @@ void ComputeRange(std::int32_t bins, std::uint32_t* histogram, std::int32_t coun
     for (std::int32_t i = 0; i < count; ++i) {
         ++histogram[samples[i]];
     }
-    if (function) {
+    if (function != nullptr) {
         function(bins, histogram, a, b, lo, hi);
     } else {
         MMEqualCut(bins, histogram, 0, 0, lo, hi);

@@ -2,7 +2,6 @@
 #include "app/application.h"
 
 #include "app/main_dialog.h"
-#include "resources/resource.h"
 #include "resources/version.h"
 
 CTarnTestApp::CTarnTestApp() : CWinApp("Tarn test")
@@ -23,7 +22,7 @@ BOOL CTarnTestApp::InitInstance()
 std::span<const DispatchEntry> CTarnTestApp::DispatchTable() const
 {
     static constexpr DispatchEntry Table[] = {
-        on::Command<&CTarnTestApp::OnHelp>(IdHelp),
+        on::Command<&CTarnTestApp::OnHelp>(ID_HELP),
     };
     return Table;
 }

@@ -45,7 +45,7 @@ std::span<const DispatchEntry> CTarnTestDlg::DispatchTable() const
         on::Message<&CTarnTestDlg::OnTarnEvent>(WM_TARN_EVENT),
         on::Close<&CTarnTestDlg::OnCloseRequest>(),
         on::Message<&CTarnTestDlg::OnEndSession>(WM_QUERYENDSESSION),
-        on::Command<&CTarnTestDlg::OnEscape>(IdCancel),
+        on::Command<&CTarnTestDlg::OnEscape>(IDCANCEL),
         on::Command<&CTarnTestDlg::OnExit>(IdExit),
         on::LeaveField<&CTarnTestDlg::ApplyScaleFields>(IdScaleWidth),
         on::LeaveField<&CTarnTestDlg::ApplyScaleFields>(IdScaleCenter),

@@ -152,7 +152,7 @@ void ComputeRange(std::int32_t count, const Sample* samples, double a, double b,
 {
     // A window as wide as the occupied range has no choice of start: no histogram is needed.
     const bool wholeRange = function == MMFitWindow && WindowShare(a) >= 1;
-    if (!function || wholeRange) {
+    if (function == nullptr || wholeRange) {
         const auto [first, last] = FindOccupiedSamples(count, samples);
         *lo = first;
         *hi = wholeRange ? first + WindowShare(a) * (last - first) : last;

@@ -3,7 +3,6 @@
 // row the sums of the source columns first, with vectors, then the averages of the columns shown.
 #include "display/resample.h"
 
-#include "display/lut.h"
 #include "display/truncate.h"
 #include "display/vector_clones.h"
 
@@ -135,7 +134,7 @@ template <typename Sample>
 std::uint32_t Resample(const Source<Sample>& source, const std::uint8_t* lut, std::uint32_t cx,
                        std::uint32_t cy, double scaleX, double scaleY, CImage& display)
 {
-    if (!display.m_data || !(scaleX > 0) || !(scaleY > 0) || source.step == 0) {
+    if (display.m_data == nullptr || !(scaleX > 0) || !(scaleY > 0) || source.step == 0) {
         return 0;
     }
     const std::uint32_t rows =

@@ -1,4 +1,4 @@
-// The one place that says how a loop gets a faster copy for processors with wider vectors.
+// Marks loops that are compiled a second time for processors with wider vectors.
 #pragma once
 
 // A function so marked is compiled twice, and the loader chooses once which copy runs. Without the

@@ -1,4 +1,4 @@
-// CImage: its making, and what is done to every sample alike.
+// CImage: construction, copies, and operations on all samples.
 #include "image/image.h"
 
 #include <algorithm>

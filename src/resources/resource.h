@@ -4,11 +4,7 @@
 inline constexpr int IdMainDialog = 102;
 inline constexpr int IdMainIcon = 131;
 
-// Command of the F1 key.
-inline constexpr int IdHelp = 0xE146;
-
 inline constexpr int IdExit = 1;
-inline constexpr int IdCancel = 2; // the Escape key
 inline constexpr int IdEnable = 1001;
 inline constexpr int IdAbort = 1002;
 inline constexpr int IdImageArea = 1003;

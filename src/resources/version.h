@@ -1,5 +1,4 @@
-// The program's name and version.
+// The program's version.
 #pragma once
 
-inline constexpr char ProgramName[] = "TarnTest";
 inline constexpr char ProgramVersion[] = TARNTEST_VERSION; // from the project's build description

@@ -29,7 +29,7 @@ struct BatteryField
 {
     std::size_t offset;
     FieldType type;
-    std::uint32_t whenUnknown; // shown while the status can not be read
+    std::uint32_t whenUnknown; // shown while the status cannot be read
     int control;
 };
 

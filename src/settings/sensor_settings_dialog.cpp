@@ -1,4 +1,4 @@
-// The sensor settings on their way from the library to the controls and back.
+// Moves the sensor settings between the library and the controls.
 #include "settings/sensor_settings_dialog.h"
 
 #include "device/parameters.h"

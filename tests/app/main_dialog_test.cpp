@@ -17,7 +17,7 @@ namespace fs = std::filesystem;
 TEST_F(MainDialog, TheDispatchTableNamesControlsOfTheTemplate)
 {
     for (const DispatchEntry& entry : window.DispatchTable()) {
-        if (entry.id != DispatchEntry::AnyId && entry.id != IdCancel) {
+        if (entry.id != DispatchEntry::AnyId && entry.id != IDCANCEL) {
             EXPECT_EQ(std::ranges::count(MainDialogControls, entry.id, &ControlTemplate::id), 1)
                 << entry.id;
         }

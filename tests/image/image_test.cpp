@@ -1,4 +1,4 @@
-// Making pictures of every format, and what is done to all samples alike.
+// Construction of images of every format, and operations on all samples.
 #include "test_image.h"
 
 #include <algorithm>
