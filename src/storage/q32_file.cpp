@@ -31,7 +31,6 @@ constexpr BoundaryTexts ReadTexts = {"Fatal memory allocation error on error rea
 constexpr BoundaryTexts WriteTexts = {"Fatal memory allocation error on error writing q32 file %1%",
                                       "Unexpected error on writing q32 file %1%"};
 
-constexpr std::uint32_t RowsAreRowsBit = 4; // of the orientation code
 constexpr std::uint32_t MinBits = 8;
 constexpr std::uint32_t MaxBits = 32;
 constexpr std::uint32_t AssumedBits = 12;
@@ -48,7 +47,6 @@ Q32FileHeader ReadHeader(std::FILE* stream, const char* path);
 CLinkedPtr<CImage> ReadPixels(const Q32FileHeader& header, std::FILE* stream);
 void RequirePixels(const CImage& image);
 void WriteImage(CFileHolder& file, const char* path, const CImage& image);
-bool RowsAreRows(const CImage& image);
 Q32FileHeader DescribeImage(const CImage& image);
 void WritePixels(const CImage& image, const Q32FileHeader& header, std::FILE* stream,
                  const char* path);
@@ -103,7 +101,7 @@ std::string WhyNotQ32(const CImage& image)
         {bits < MinBits || bits > MaxBits, "a sample has fewer than 8 bits or more than 32"},
         {image.m_pixelBytes != (bits + 7) / 8, "a pixel takes more bytes than its bits need"},
         {image.m_dataSize > Q32MaxPixelBytes, "its pixels take more than 512 MiB"},
-        {image.m_widthDivisor == 0 || (image.m_widthDivisor != 1 && !RowsAreRows(image)),
+        {image.m_widthDivisor == 0 || (image.m_widthDivisor != 1 && !image.RowsAreRows()),
          "its rows are divided"},
         {image.m_headerText.find('\0') != std::string::npos, "its header text has a zero byte"},
         {image.m_userId.find('\0') != std::string::npos, "its user id has a zero byte"},
@@ -227,14 +225,9 @@ void WriteImage(CFileHolder& file, const char* path, const CImage& image)
     RequireDone(file.Close(), DataFailedText, path);
 }
 
-bool RowsAreRows(const CImage& image)
-{
-    return (image.m_orientation & RowsAreRowsBit) != 0;
-}
-
 Q32FileHeader DescribeImage(const CImage& image)
 {
-    const bool rowsAreRows = RowsAreRows(image);
+    const bool rowsAreRows = image.RowsAreRows();
     return {.magic = Q32Magic,
             .dataOffset = sizeof(Q32FileHeader),
             .reserved = {},

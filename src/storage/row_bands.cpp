@@ -9,10 +9,6 @@
 
 namespace {
 
-constexpr std::uint32_t RowsAreRows = 4; // bits of the orientation code
-constexpr std::uint32_t RowsRunForward = 2;
-constexpr std::uint32_t ColumnsRunForward = 1;
-
 using Gather = void (*)(const CImage& image, std::uint32_t first, std::uint32_t count,
                         std::uint8_t* band);
 
@@ -30,7 +26,7 @@ void GatherFileRows(const CImage& image, std::uint32_t first, std::uint32_t coun
         gather(image, first, count, band);
         return;
     }
-    const bool rowsAreRows = (image.m_orientation & RowsAreRows) != 0;
+    const bool rowsAreRows = image.RowsAreRows();
     const std::uint32_t rows = rowsAreRows ? image.m_height : image.m_width;
     const std::size_t rowBytes = std::size_t{image.ViewRowLength()} * image.m_pixelBytes;
     for (std::uint32_t k = 0; k < count; ++k) {
@@ -44,8 +40,7 @@ namespace {
 // divisor, where only some of the columns are view rows.
 Gather TransposedGather(const CImage& image)
 {
-    if ((image.m_orientation & RowsAreRows) != 0 || image.m_widthDivisor > 1 ||
-        image.m_data == nullptr) {
+    if (image.RowsAreRows() || image.m_widthDivisor > 1 || image.m_data == nullptr) {
         return nullptr;
     }
     switch (image.m_pixelBytes) {
@@ -74,8 +69,8 @@ void GatherColumns(const CImage& image, std::uint32_t first, std::uint32_t count
     std::uint8_t turned[Tile * Tile * B];
     const std::size_t width = image.m_width;
     const std::size_t height = image.m_height;
-    const bool isLeftward = (image.m_orientation & ColumnsRunForward) != 0;
-    const bool isDownward = (image.m_orientation & RowsRunForward) != 0;
+    const bool isLeftward = image.ColumnsRunForward();
+    const bool isDownward = image.RowsRunForward();
     const std::size_t left = isLeftward ? width - first - count : first;
     for (std::size_t y = 0; y < height; y += Tile) {
         const std::size_t rows = std::min(Tile, height - y);
