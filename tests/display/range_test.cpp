@@ -1,5 +1,5 @@
 // The range functions: cases worked out by hand, and random ones against the reference.
-#include "bench/reference_display.h"
+#include "benchmarks/reference_display.h"
 #include "display/range.h"
 
 #include <gtest/gtest.h>

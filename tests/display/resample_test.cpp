@@ -1,5 +1,5 @@
 // The resampler: borders worked out by hand, and random images against the reference.
-#include "bench/reference_display.h"
+#include "benchmarks/reference_display.h"
 #include "display/lut.h"
 #include "display/resample.h"
 

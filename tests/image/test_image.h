@@ -1,7 +1,7 @@
 // Pictures and rows as bytes that tests compare.
 #pragma once
 
-#include "bench/reference_image.h"
+#include "benchmarks/reference_image.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 """Measures the built program from outside, on a display of its own: its start, what wakes it while
-nobody works with it, and its memory with the largest picture. process_bench.py RESULT.json BUILD"""
+nobody works with it, and its memory with the largest picture. process_benchmark.py RESULT.json BUILD"""
 import json
 import pathlib
 import re
@@ -88,9 +88,9 @@ def main():
         bench = bench_process.BenchProcess(build / "bin", pathlib.Path(scratch))
         try:
             bench.open_display()
-            figures = measure(bench, build / "bin" / "bench" / "empty_window")
+            figures = measure(bench, build / "bin" / "benchmarks" / "empty_window")
         except bench_process.Failure as failure:
-            sys.exit(f"process_bench: {failure}\n{bench.evidence()}")
+            sys.exit(f"process_benchmark: {failure}\n{bench.evidence()}")
         finally:
             bench.end()
     result.write_text(json.dumps({"figures": figures}, indent=1))

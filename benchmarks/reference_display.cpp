@@ -1,5 +1,5 @@
 // The display algorithms step by step.
-#include "bench/reference_display.h"
+#include "benchmarks/reference_display.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Prints the ratios of bench/ratios.txt from the results of the benchmark programs.
+"""Prints the ratios of benchmarks/ratios.txt from the results of the benchmark programs.
 
 usage: table.py RESULT.json...
 """

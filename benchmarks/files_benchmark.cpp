@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::uint32_t Side = 4096; // pixels, 12 bits in two bytes
 
-const std::string Path = "/dev/shm/tarntest-bench-" + std::to_string(::getpid()) + ".q32";
+const std::string Path = "/dev/shm/tarntest-benchmark-" + std::to_string(::getpid()) + ".q32";
 
 std::unique_ptr<CImage> Picture(std::uint32_t orientation)
 {

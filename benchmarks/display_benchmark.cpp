@@ -1,5 +1,5 @@
 // Times range, table and render, literal and fast, and one plain read pass over the same pixels.
-#include "bench/reference_display.h"
+#include "benchmarks/reference_display.h"
 #include "display/lut.h"
 #include "display/range.h"
 #include "display/resample.h"
@@ -18,8 +18,8 @@ namespace {
 constexpr std::uint32_t DisplayWidth = 740, DisplayHeight = 480;
 constexpr std::int32_t Bins = 65536;
 
-// One picture and what is made of it.
-struct Bench
+// One image and what is made of it.
+struct Picture
 {
     std::string name;
     std::unique_ptr<CImage> image;
@@ -46,24 +46,24 @@ const Algorithms AlgorithmSets[] = {
      MMFitWindow, BuildDisplayLut, RenderToDisplay, 1},
 };
 
-std::unique_ptr<Bench> MakeBench(const std::string& name, std::uint32_t width, std::uint32_t height,
-                                 std::uint32_t bits);
-void Register(Bench& bench);
+std::unique_ptr<Picture> MakePicture(const std::string& name, std::uint32_t width,
+                                     std::uint32_t height, std::uint32_t bits);
+void Register(Picture& picture);
 
-void ReadPass(benchmark::State& state, const Bench& bench);
-void NewImage(benchmark::State& state, const Algorithms& algorithms, Bench& bench);
-void Range(benchmark::State& state, const Algorithms& algorithms, Bench& bench, double share);
-void FitWindow(benchmark::State& state, const Algorithms& algorithms, Bench& bench);
-void Table(benchmark::State& state, const Algorithms& algorithms, Bench& bench);
-void Render(benchmark::State& state, const Algorithms& algorithms, Bench& bench, double zoom);
+void ReadPass(benchmark::State& state, const Picture& picture);
+void NewImage(benchmark::State& state, const Algorithms& algorithms, Picture& picture);
+void Range(benchmark::State& state, const Algorithms& algorithms, Picture& picture, double share);
+void FitWindow(benchmark::State& state, const Algorithms& algorithms, Picture& picture);
+void Table(benchmark::State& state, const Algorithms& algorithms, Picture& picture);
+void Render(benchmark::State& state, const Algorithms& algorithms, Picture& picture, double zoom);
 
 // A radiograph's shape: a bright field, an absorbing body that fades to its edges, noise.
-std::unique_ptr<Bench> MakeBench(const std::string& name, std::uint32_t width, std::uint32_t height,
-                                 std::uint32_t bits)
+std::unique_ptr<Picture> MakePicture(const std::string& name, std::uint32_t width,
+                                     std::uint32_t height, std::uint32_t bits)
 {
-    auto bench = std::make_unique<Bench>();
-    bench->name = name;
-    bench->image = std::make_unique<CImage>(width, height, bits, 2, 1);
+    auto picture = std::make_unique<Picture>();
+    picture->name = name;
+    picture->image = std::make_unique<CImage>(width, height, bits, 2, 1);
     std::mt19937 random(bits);
     const double white = MaxSampleValue(bits);
     std::vector<std::uint16_t> row(width);
@@ -75,30 +75,31 @@ std::unique_ptr<Bench> MakeBench(const std::string& name, std::uint32_t width, s
             const double noise = (static_cast<double>(random() % 2001) - 1000) / 1000;
             const double value = signal + noise * std::sqrt(signal * white) * 0.03;
             row[x] = static_cast<std::uint16_t>(std::clamp(value, 0.0, white));
-            ++bench->histogram[row[x]];
+            ++picture->histogram[row[x]];
         }
-        bench->image->PutPixels(row.data(), width, y * width);
+        picture->image->PutPixels(row.data(), width, y * width);
     }
     const std::uint16_t ends[] = {0, static_cast<std::uint16_t>(white)};
-    bench->image->PutPixels(ends, 2, 0);
-    ++bench->histogram[ends[0]];
-    ++bench->histogram[ends[1]];
-    const ScaleRange range = *FitScaleRange(*bench->image, 100);
-    BuildDisplayLut(bench->lut.data(), DisplayLutSize, range.center, range.width, 1.0, false, 4095);
-    return bench;
+    picture->image->PutPixels(ends, 2, 0);
+    ++picture->histogram[ends[0]];
+    ++picture->histogram[ends[1]];
+    const ScaleRange range = *FitScaleRange(*picture->image, 100);
+    BuildDisplayLut(picture->lut.data(), DisplayLutSize, range.center, range.width, 1.0, false,
+                    4095);
+    return picture;
 }
 
-void Register(Bench& bench)
+void Register(Picture& picture)
 {
     const auto add = [&](const std::string& name, auto function, auto... arguments) {
-        return benchmark::RegisterBenchmark((name + "/" + bench.name).c_str(), function,
+        return benchmark::RegisterBenchmark((name + "/" + picture.name).c_str(), function,
                                             arguments...);
     };
-    add("read", ReadPass, std::cref(bench));
+    add("read", ReadPass, std::cref(picture));
     for (const Algorithms& algorithms : AlgorithmSets) {
         const std::string set = algorithms.name;
         const auto with = std::cref(algorithms);
-        const auto on = std::ref(bench);
+        const auto on = std::ref(picture);
         add(set + "/new image", NewImage, with, on);
         add(set + "/range 100", Range, with, on, 100.0);
         add(set + "/range 50", Range, with, on, 50.0);
@@ -110,10 +111,10 @@ void Register(Bench& bench)
     }
 }
 
-void ReadPass(benchmark::State& state, const Bench& bench)
+void ReadPass(benchmark::State& state, const Picture& picture)
 {
-    const auto* words = reinterpret_cast<const std::uint64_t*>(bench.image->m_data);
-    const std::size_t count = bench.image->m_dataSize / sizeof(std::uint64_t);
+    const auto* words = reinterpret_cast<const std::uint64_t*>(picture.image->m_data);
+    const std::size_t count = picture.image->m_dataSize / sizeof(std::uint64_t);
     for ([[maybe_unused]] auto _ : state) {
         std::uint64_t sum = 0;
         for (std::size_t i = 0; i < count; ++i) {
@@ -121,44 +122,44 @@ void ReadPass(benchmark::State& state, const Bench& bench)
         }
         benchmark::DoNotOptimize(sum);
     }
-    state.SetBytesProcessed(state.iterations() * bench.image->m_dataSize);
+    state.SetBytesProcessed(state.iterations() * picture.image->m_dataSize);
 }
 
-void NewImage(benchmark::State& state, const Algorithms& algorithms, Bench& bench)
+void NewImage(benchmark::State& state, const Algorithms& algorithms, Picture& picture)
 {
-    const CImage& image = *bench.image;
+    const CImage& image = *picture.image;
     for ([[maybe_unused]] auto _ : state) {
         const ScaleRange range = algorithms.fitScaleRange(image, 100);
-        algorithms.buildDisplayLut(bench.lut.data(), DisplayLutSize, range.center, range.width, 1.0,
-                                   false, 4095);
+        algorithms.buildDisplayLut(picture.lut.data(), DisplayLutSize, range.center, range.width,
+                                   1.0, false, 4095);
         for (int i = 0; i < algorithms.rendersOfNewImage; ++i) {
-            bench.display.Fill(DisplayBackground);
-            algorithms.renderToDisplay(&image, bench.lut.data(), 1.0, image.m_width / 2,
-                                       image.m_height / 2, &bench.display);
+            picture.display.Fill(DisplayBackground);
+            algorithms.renderToDisplay(&image, picture.lut.data(), 1.0, image.m_width / 2,
+                                       image.m_height / 2, &picture.display);
         }
         benchmark::ClobberMemory();
     }
 }
 
-void Range(benchmark::State& state, const Algorithms& algorithms, Bench& bench, double share)
+void Range(benchmark::State& state, const Algorithms& algorithms, Picture& picture, double share)
 {
     for ([[maybe_unused]] auto _ : state) {
-        benchmark::DoNotOptimize(algorithms.fitScaleRange(*bench.image, share));
+        benchmark::DoNotOptimize(algorithms.fitScaleRange(*picture.image, share));
     }
 }
 
-void FitWindow(benchmark::State& state, const Algorithms& algorithms, Bench& bench)
+void FitWindow(benchmark::State& state, const Algorithms& algorithms, Picture& picture)
 {
     for ([[maybe_unused]] auto _ : state) {
         double lo, hi;
-        algorithms.fitWindow(Bins, bench.histogram.data(), 0.5, 0.0, &lo, &hi);
+        algorithms.fitWindow(Bins, picture.histogram.data(), 0.5, 0.0, &lo, &hi);
         benchmark::DoNotOptimize(hi);
     }
 }
 
-void Table(benchmark::State& state, const Algorithms& algorithms, Bench& bench)
+void Table(benchmark::State& state, const Algorithms& algorithms, Picture& picture)
 {
-    const ScaleRange range = *FitScaleRange(*bench.image, 100);
+    const ScaleRange range = *FitScaleRange(*picture.image, 100);
     std::vector<std::uint8_t> lut(DisplayLutSize);
     for ([[maybe_unused]] auto _ : state) {
         algorithms.buildDisplayLut(lut.data(), DisplayLutSize, range.center, range.width, 1.0,
@@ -167,12 +168,12 @@ void Table(benchmark::State& state, const Algorithms& algorithms, Bench& bench)
     }
 }
 
-void Render(benchmark::State& state, const Algorithms& algorithms, Bench& bench, double zoom)
+void Render(benchmark::State& state, const Algorithms& algorithms, Picture& picture, double zoom)
 {
-    const CImage& image = *bench.image;
+    const CImage& image = *picture.image;
     for ([[maybe_unused]] auto _ : state) {
-        algorithms.renderToDisplay(&image, bench.lut.data(), zoom, image.m_width / 2,
-                                   image.m_height / 2, &bench.display);
+        algorithms.renderToDisplay(&image, picture.lut.data(), zoom, image.m_width / 2,
+                                   image.m_height / 2, &picture.display);
         benchmark::ClobberMemory();
     }
 }
@@ -181,14 +182,14 @@ void Render(benchmark::State& state, const Algorithms& algorithms, Bench& bench,
 
 int main(int argc, char** argv)
 {
-    const std::unique_ptr<Bench> benches[] = {
-        MakeBench("1500x2000", 1500, 2000, 12),
-        MakeBench("2048x2048", 2048, 2048, 12),
-        MakeBench("4096x4096", 4096, 4096, 12),
-        MakeBench("16-bit", 2048, 2048, 16),
+    const std::unique_ptr<Picture> pictures[] = {
+        MakePicture("1500x2000", 1500, 2000, 12),
+        MakePicture("2048x2048", 2048, 2048, 12),
+        MakePicture("4096x4096", 4096, 4096, 12),
+        MakePicture("16-bit", 2048, 2048, 16),
     };
-    for (const auto& bench : benches) {
-        Register(*bench);
+    for (const auto& picture : pictures) {
+        Register(*picture);
     }
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();

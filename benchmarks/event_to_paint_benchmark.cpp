@@ -16,10 +16,10 @@ namespace {
 // The picture that the library hands out.
 TarnImageRecord record{};
 std::vector<std::uint8_t> pixels;
-constexpr char HeaderText[] = "ProgramName=Bench;ExposureTime=100;mA=8;kV=60;Date=24.11.2026;";
+constexpr char HeaderText[] = "ProgramName=Benchmark;ExposureTime=100;mA=8;kV=60;Date=24.11.2026;";
 
 // A capture library that always has that picture, and does nothing else.
-LibraryExports BenchLibrary()
+LibraryExports OnePictureLibrary()
 {
     LibraryExports library;
     library.open = [](HWND, const char*) { return 0u; };
@@ -49,7 +49,7 @@ LibraryExports BenchLibrary()
     return library;
 }
 
-struct BenchWindow : CTarnTestDlg
+struct TimedWindow : CTarnTestDlg
 {
     using CTarnTestDlg::autoEnable;
     using CTarnTestDlg::displayImage;
@@ -66,12 +66,12 @@ void SetPicture(std::uint32_t width, std::uint32_t height)
     record = {width, height, 2, 12, 0, 1, 0, pixels.data(), HeaderText, ""};
 }
 
-void WaitForPaint(BenchWindow& window, Operator& hand)
+void WaitForPaint(TimedWindow& window, Operator& hand)
 {
     hand.Wait([&] { return window.paintTime != 0.0; });
 }
 
-void Pipeline(benchmark::State& state, BenchWindow& window)
+void Pipeline(benchmark::State& state, TimedWindow& window)
 {
     CImage image(record.width, record.height, 12, 2, 1);
     image.PutPixels(pixels.data(), record.width * record.height, 0);
@@ -85,7 +85,7 @@ void Pipeline(benchmark::State& state, BenchWindow& window)
     }
 }
 
-void Paint(benchmark::State& state, BenchWindow& window, Operator& hand)
+void Paint(benchmark::State& state, TimedWindow& window, Operator& hand)
 {
     for ([[maybe_unused]] auto _ : state) {
         window.paintTime = 0.0;
@@ -94,7 +94,7 @@ void Paint(benchmark::State& state, BenchWindow& window, Operator& hand)
     }
 }
 
-void EventToPaint(benchmark::State& state, BenchWindow& window, Operator& hand)
+void EventToPaint(benchmark::State& state, TimedWindow& window, Operator& hand)
 {
     window.autoEnable = TRUE; // no question stands between two images
     for ([[maybe_unused]] auto _ : state) {
@@ -110,9 +110,9 @@ int main(int argc, char** argv)
 {
     benchmark::Initialize(&argc, argv);
     KeepFreedBlocks();
-    const LibraryExports library = BenchLibrary();
+    const LibraryExports library = OnePictureLibrary();
     UseLibraryExports(&library);
-    BenchWindow window;
+    TimedWindow window;
     Operator hand;
     for (const auto& [width, height] : {std::pair{1500u, 2000u}, {2048u, 2048u}, {4096u, 4096u}}) {
         const std::string size = std::to_string(width) + "x" + std::to_string(height);

@@ -1,5 +1,5 @@
 // Times every turn of a picture and its inversion, and one copy of the same block.
-#include "bench/reference_image.h"
+#include "benchmarks/reference_image.h"
 
 #include <benchmark/benchmark.h>
 #include <cstring>
