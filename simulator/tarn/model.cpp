@@ -31,7 +31,8 @@ Model::Model(SettingsFile& settings, EventSink sink)
     : m_settingsFile(settings),
       m_sink(std::move(sink)),
       m_settings(settings.Current()),
-      m_store(ResolvePath(m_settings->storeFolder)),
+      m_store(ResolvePath(m_settings->storeFolder),
+              m_settings->removedFolder.empty() ? "" : ResolvePath(m_settings->removedFolder)),
       m_runSeed(m_settings->seed != 0 ? m_settings->seed : std::random_device()())
 {
     m_registers.testImageMode = m_settings->testImageMode;

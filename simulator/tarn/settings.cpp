@@ -50,6 +50,7 @@ const std::vector<Knob>& Knobs()
         {"external_power", &Settings::externalPower},
         {"image_folder", &Settings::imageFolder},
         {"store_folder", &Settings::storeFolder},
+        {"removed_folder", &Settings::removedFolder},
         {"store_limit", &Settings::storeLimit},
         {"next_image_id", &Settings::nextImageId},
         {"image_width", &Settings::imageWidth, 0, 16384},

@@ -57,6 +57,7 @@ struct Settings
 
     std::string imageFolder;
     std::string storeFolder = "TarnStore";
+    std::string removedFolder; // empty: removed images are deleted
     std::uint32_t storeLimit = 1000000;
     std::uint32_t nextImageId = 0; // 0: the one after the last
     std::uint32_t imageWidth = 0;  // 0: the sensor's

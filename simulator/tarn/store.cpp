@@ -46,13 +46,16 @@ std::string_view Bytes(const void* start, std::size_t size);
 
 } // namespace
 
-ImageStore::ImageStore(std::string folder) : m_folder(std::move(folder))
+ImageStore::ImageStore(std::string folder, std::string removedFolder)
+    : m_folder(std::move(folder)), m_removedFolder(std::move(removedFolder))
 {
     std::error_code error;
-    std::filesystem::create_directories(m_folder, error);
-    if (error) {
-        throw std::runtime_error("cannot make the image store " + m_folder + ": " +
-                                 error.message());
+    for (const std::string& needed : {m_folder, m_removedFolder}) {
+        std::filesystem::create_directories(needed, error);
+        if (error && !needed.empty()) {
+            throw std::runtime_error("cannot make the image store " + needed + ": " +
+                                     error.message());
+        }
     }
     for (const auto& entry : std::filesystem::directory_iterator(m_folder)) {
         if (entry.path().extension() == Unfinished) {
@@ -188,7 +191,11 @@ bool ImageStore::Remove(std::uint32_t imageId)
     if (!m_ids.contains(imageId)) {
         return false;
     }
-    if (unlink(Path(imageId).c_str()) != 0 && errno != ENOENT) {
+    const std::string path = Path(imageId);
+    const std::string kept = m_removedFolder + path.substr(m_folder.size());
+    const int failed =
+        m_removedFolder.empty() ? unlink(path.c_str()) : rename(path.c_str(), kept.c_str());
+    if (failed != 0 && errno != ENOENT) {
         return false;
     }
     m_ids.erase(imageId);

@@ -28,9 +28,10 @@ struct StoredImage
 class ImageStore
 {
 public:
-    // Makes the folder, takes over the images in it and removes what was half written. Throws
-    // std::runtime_error.
-    explicit ImageStore(std::string folder);
+    // Makes the folders, takes over the images in the first and deletes what was half written.
+    // Removed images are moved into the second, on the same disk, or deleted when it is empty.
+    // Throws std::runtime_error.
+    explicit ImageStore(std::string folder, std::string removedFolder = "");
 
     std::uint32_t Count() const;
     std::vector<std::uint32_t> Ids() const; // ascending
@@ -53,6 +54,7 @@ private:
     std::string Path(std::uint32_t id) const;
 
     const std::string m_folder;
+    const std::string m_removedFolder;
     mutable std::mutex m_mutex;
     std::set<std::uint32_t> m_ids;
     std::uint32_t m_nextId = 1; // never 0

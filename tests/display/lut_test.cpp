@@ -1,5 +1,5 @@
 // The range and the table: values worked out by hand, and random cases against the reference.
-#include "bench/reference_display.h"
+#include "benchmarks/reference_display.h"
 #include "display/lut.h"
 
 #include <cmath>

@@ -1,6 +1,5 @@
-"""Works the built program from outside: finds controls by the names that a screen reader speaks,
-sends real key and mouse events, takes pictures, and reads what the simulated library saw."""
-import os
+"""The program as an operator with a screen reader meets it: finds controls by their accessible names,
+sends real key and mouse events, takes screenshots, and reads what the simulated library saw."""
 import pathlib
 import re
 import shutil
@@ -9,56 +8,37 @@ import time
 
 import pyatspi
 
-PATIENCE = 15.0  # seconds, for a machine that builds meanwhile
-PROGRAM_FILES = ("TarnTest", "libplatform.so", "libTarn.so", "libQuillet.so")
+from program import Program
 
 
-class Bench:
-    """One folder with a copy of the program, its simulator settings, its store and its log, so that
-    a run leaves nothing beside the built program."""
+class OperatedProgram(Program):
+    """The program and all that an operator sees of it and does with it."""
 
-    def __init__(self, build, scratch):
-        self.pictures = pathlib.Path(build) / "tour"
-        self.folder = pathlib.Path(scratch)
-        self.trace_file, self.said = self.folder / "trace.log", self.folder / "stderr.log"
-        self.settings = {"store_folder": self.folder / "store", "trace_file": self.trace_file}
-        self.process, self.station, self.read_lines = None, "start", 0
-        shutil.rmtree(self.pictures, ignore_errors=True)
-        self.pictures.mkdir(parents=True)
-        for name in PROGRAM_FILES:
-            shutil.copy2(pathlib.Path(build) / "bin" / name, self.folder)
+    patience = 15.0  # seconds, on a machine that builds at the same time
+
+    def __init__(self, build, folder):
+        super().__init__(build, folder)
+        self.environment |= {"QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1"}
+        self.screenshots, self.step = pathlib.Path(build) / "tour", "start"
+        shutil.rmtree(self.screenshots, ignore_errors=True)
+        self.screenshots.mkdir(parents=True)
         pyatspi.Registry.getDesktop(0).set_cache_mask(0)  # nobody here serves change events
 
     # -- The program and its library
 
-    def configure(self, **settings):
-        """Changes the simulator's settings; a running library reads them anew."""
-        self.settings |= settings
-        new = self.folder / "settings.new"
-        new.write_text("".join(f"{key} = {value}\n" for key, value in self.settings.items()))
-        new.rename(self.folder / "settings.ini")
-
     def start(self):
-        environment = os.environ | {"TARN_SIMULATOR": str(self.folder / "settings.ini")}
-        self.process = subprocess.Popen([self.folder / "TarnTest"], env=environment,
-                                        stderr=self.said.open("a"))
+        self.launch()
         self.find("TarnTest", "dialog", "frame")
 
     def expect_end(self):
         self.wait(lambda: self.process.poll() is not None, "the program to end")
         assert self.process.returncode == 0, f"the program ended with {self.process.returncode}"
-        complaints = [line for line in self.complaints() if not line.endswith(" 0 not freed")]
-        assert not complaints, complaints
+        errors = [line for line in self.own_messages() if not line.endswith(" 0 not freed")]
+        assert not errors, errors
 
-    def complaints(self):
-        """What the program and its libraries said, without the toolkit's own mutterings."""
-        return [line for line in self.said.read_text().splitlines() if "AtSpi" not in line]
-
-    def calls(self):
-        """The log's lines since the last call of this, as "Name arguments"."""
-        lines = self.trace_file.read_text().split("\n")[:-1]
-        new, self.read_lines = lines[self.read_lines:], len(lines)
-        return [line.partition(" ")[2] for line in new]
+    def own_messages(self):
+        """What the program and its libraries wrote, without the toolkit's own messages."""
+        return [line for line in self.messages.read_text().splitlines() if "AtSpi" not in line]
 
     def calls_until(self, name, count):
         """The calls from now until that one came so often."""
@@ -68,12 +48,12 @@ class Bench:
         return calls
 
     def limit_disk(self):
-        """Puts a disk of 64 KiB under the folder of saved images; False where that is not allowed."""
-        return not subprocess.run(["mount", "-t", "tmpfs", "-o", "size=64k", "tmpfs",
-                                   self.folder / "TmpImages"], capture_output=True).returncode
+        """Mounts a disk of 64 KiB as the folder of saved images; False where that is not allowed."""
+        return not subprocess.run(["mount", "-t", "tmpfs", "-o", "size=64k", "tmpfs", self.images],
+                                  capture_output=True).returncode
 
     def free_disk(self):
-        subprocess.run(["umount", "-q", "-l", self.folder / "TmpImages"], capture_output=True)
+        subprocess.run(["umount", "-q", "-l", self.images], capture_output=True)
 
     def expect_calls(self, *patterns):
         """The library saw calls that match these patterns, in this order, others between them."""
@@ -129,22 +109,22 @@ class Bench:
         return next((node.name for node in self.everything() if has(node, pyatspi.STATE_FOCUSED)), None)
 
     def answer(self, text, button, caption="Tarn test"):
-        """Waits for the box with this text (a pattern), pictures it and presses its button."""
+        """Waits for the box with this text (a pattern), takes a screenshot and presses its button."""
         box = self.find(caption, "alert")
         said = "".join(node.queryText().getText(0, -1) if role(node) == "text" else node.name
                        for node in descendants(box) if role(node) in ("label", "text"))
         assert re.fullmatch(text, said), f"box says {said!r}, not {text!r}"
-        self.picture()
+        self.take_screenshot()
         self.click(next(node for node in descendants(box) if node.name.replace("&", "") == button))
         self.wait(lambda: not has(box, pyatspi.STATE_SHOWING), f"box '{said}' to close")
 
-    def picture(self, suffix=""):
-        """Keeps the screen around the main window as <number>-<station>.png."""
+    def take_screenshot(self, suffix=""):
+        """Keeps the screen around the main window as <number>-<step>.png."""
         x, y, width, height = place(self.main())
         area = f"{max(x - 1, 0)},{max(y - 21, 0)},{width + 2},{height + 26}"
-        number = len(list(self.pictures.glob("*.png"))) + 1
+        number = len(list(self.screenshots.glob("*.png"))) + 1
         time.sleep(0.15)
-        screenshot(self.pictures / f"{number:02}-{self.station}{suffix}.png", "-a", area)
+        screenshot(self.screenshots / f"{number:02}-{self.step}{suffix}.png", "-a", area)
 
     def shown(self, name="Image area"):
         """The pixels over a control, to compare with earlier ones."""
@@ -162,55 +142,51 @@ class Bench:
         """A click of the left button; at: where in the control, 0 to 1 from its left and top."""
         node = self.find(target, *roles) if isinstance(target, str) else target
         x, y, width, height = place(node)
-        xdotool("mousemove", int(x + width * at[0]), int(y + height * at[1]), "click", 1)
-
-    def key(self, *keys):
-        xdotool("key", "--delay", 20, *keys)
+        self.xdotool("mousemove", int(x + width * at[0]), int(y + height * at[1]), "click", 1)
 
     def type(self, field, value):
         """Replaces a field's text and leaves the field, away from "LUT wnd width:", which computes
         a new range whenever it is left."""
         self.click(field, "text")
         self.key("ctrl+a")
-        xdotool("type", "--delay", 10, value)
+        self.xdotool("type", "--delay", 10, value)
         self.key("shift+Tab")
 
     def open_file(self, path, before_return=lambda: None):
         self.click("Open", "push button")
         self.find("File name:", "text")
         self.key("ctrl+a")
-        xdotool("type", "--delay", 5, path)
+        self.xdotool("type", "--delay", 5, path)
         before_return()
         self.key("Return")
 
     def close_button(self):
         x, y, width, _ = place(self.main())
-        xdotool("mousemove", x + width - 9, y - 11, "click", 1)
+        self.xdotool("mousemove", x + width - 9, y - 11, "click", 1)
 
-    def wait(self, condition, what, seconds=PATIENCE):
-        end = time.monotonic() + seconds
-        while True:
-            try:
-                if result := condition():
-                    return result
-            except Exception as gone:  # a control that went while it was looked at
-                if "Atspi" not in repr(gone) and not isinstance(gone, (LookupError, AttributeError)):
-                    raise
-            if time.monotonic() > end:
-                raise AssertionError(f"waited {seconds} s for {what() if callable(what) else what}")
-            time.sleep(0.03)
+    def wait(self, condition, what, seconds=None, pause=0.03):
+        return super().wait(lambda: look_again(condition), what, seconds, pause)
 
     def evidence(self):
-        """A picture, and what a screen reader would see, for the report of a failure."""
+        """A screenshot, and what a screen reader would tell, for the report of a failure."""
         lines = [f"  {role(node)} '{node.name}' {place(node)}" for node in self.everything()]
-        screenshot(self.pictures / "failed.png")
-        return "\n".join([f"picture: {self.pictures}/failed.png", *lines, *self.complaints()[-20:]])
+        screenshot(self.screenshots / "failed.png")
+        return "\n".join([f"screenshot: {self.screenshots}/failed.png", *lines,
+                          *self.own_messages()[-20:]])
 
     def kill(self):
         self.free_disk()
-        if self.process and self.process.poll() is None:
-            self.process.kill()
-            self.process.wait()
+        super().kill()
+
+
+def look_again(condition):
+    """The condition's value; false when a control went while it was looked at."""
+    try:
+        return condition()
+    except Exception as gone:
+        if "Atspi" not in repr(gone) and not isinstance(gone, (LookupError, AttributeError)):
+            raise
+        return None
 
 
 def expect_order(calls, *patterns):
@@ -243,7 +219,3 @@ def place(node):
 def screenshot(target, *area):
     subprocess.run(["scrot", "--silent", "--overwrite", *area, target], check=True)
     return target
-
-
-def xdotool(*arguments):
-    subprocess.run(["xdotool", *map(str, arguments)], check=True)
