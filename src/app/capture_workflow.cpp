@@ -32,7 +32,7 @@ std::string QuestionAboutStored(const CImage& image);
 
 void CTarnTestDlg::EnableCapture()
 {
-    if (m_librariesClosed) {
+    if (m_librariesClosed || IsSessionEnding()) {
         return;
     }
     enableButton.EnableWindow(FALSE);

@@ -350,6 +350,27 @@ TEST_F(MainDialog, EveryWayOutIsTakenInOrderOrRefused)
     }
 }
 
+// The toolkit's own box runs a loop of its own.
+TEST_F(MainDialog, EverySignalEndsTheProgramAlsoOverABoxOfTheToolkit)
+{
+    for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
+        Window another;
+        library.calls.clear();
+        hand.WhenFileDialog("/no/such.q32");
+        hand.WhenBox("such.q32", IDOK, [&] {
+            std::raise(signal);
+            hand.Serve(50);
+        });
+        hand.Run(another, [&] {
+            another.KillTimer(2); // of the question about stored images
+            hand.Click(IdOpen);
+            EXPECT_TRUE(hand.Wait([&] { return !another.IsWindowVisible(); }));
+        });
+        EXPECT_EQ(library.CallsOf({"TarnDisable", "TarnClose"}),
+                  (Strings{"TarnDisableCapture 0 1", "TarnClose"}));
+    }
+}
+
 TEST_F(MainDialog, ARejectedFieldKeepsTheLibrariesOpen)
 {
     Run([&] {

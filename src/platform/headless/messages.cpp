@@ -18,7 +18,7 @@ std::vector<HWND> OpenDialogs();
 } // namespace
 
 int PostMessageA(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
-{
+try {
     MessageQueue& queue = desktop.queue;
     const std::lock_guard lock(queue.mutex);
     if (!queue.windows.contains(window) || queue.messages.size() >= MessageQueue::Capacity) {
@@ -27,6 +27,8 @@ int PostMessageA(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
     queue.messages.push_back({window, message, wParam, lParam});
     queue.posted.notify_one();
     return 1;
+} catch (...) {
+    return 0;
 }
 
 BOOL Beep(DWORD, DWORD)

@@ -73,6 +73,11 @@ void AskOutermostToEnd()
 
 } // namespace headless
 
+bool IsSessionEnding()
+{
+    return desktop.sessionEnded;
+}
+
 CDialog::CDialog(const DialogTemplate& dialogTemplate, CWnd* parent)
     : m_template(dialogTemplate), m_parent(parent)
 {

@@ -6,6 +6,7 @@
 #include "platform/qt/text.h"
 #include "platform/qt/window_table.h"
 
+#include <QAbstractItemView>
 #include <QApplication>
 #include <QFile>
 #include <QFileDialog>
@@ -96,6 +97,11 @@ int CFileDialog::DoModal()
     }
     if (!m_fileName.empty()) {
         window->selectFile(QFile::decodeName(m_fileName.c_str()));
+    }
+
+    // A drag runs a loop of its own, and leads nowhere from here.
+    for (auto* const view : window->findChildren<QAbstractItemView*>()) {
+        view->setDragEnabled(false);
     }
 
     QString chosen;

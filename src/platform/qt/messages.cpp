@@ -55,18 +55,22 @@ std::optional<PostedMessage> TakeMessage();
 
 } // namespace
 
+// Called from the libraries' threads, through which nothing may be thrown.
 int PostMessageA(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
-{
+try {
     const std::lock_guard lock(mutex);
     if (!windows.contains(window) || messages.size() >= LongestQueue) {
         return 0;
     }
+    auto wake = delivering ? nullptr : std::make_unique<QEvent>(QEvent::User);
     messages.push_back({window, message, wParam, lParam});
-    if (!delivering) {
-        QCoreApplication::postEvent(deliverer.get(), new QEvent(QEvent::User));
+    if (wake != nullptr) {
+        QCoreApplication::postEvent(deliverer.get(), wake.release());
+        delivering = true;
     }
-    delivering = true;
     return 1;
+} catch (...) {
+    return 0;
 }
 
 void OpenQueue(HWND window)

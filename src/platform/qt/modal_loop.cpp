@@ -2,16 +2,37 @@
 #include "platform/qt/modal_loop.h"
 
 #include "platform/dialog.h"
+#include "platform/qt/dialog_window.h"
 
+#include <QApplication>
 #include <QTimer>
 
 #include <algorithm>
+#include <chrono>
 #include <vector>
 
 namespace {
 
+constexpr std::chrono::milliseconds EndingPeriod(10);
+
 std::vector<ModalLoop*> loops; // outermost first
 bool ending = false;
+
+// The toolkit's own boxes and menus run loops that stand in nobody's list here.
+void LeaveToolkitLoops()
+{
+    for (QWidget* const window : QApplication::topLevelWidgets()) {
+        auto* const dialog = qobject_cast<QDialog*>(window);
+        if (!window->isVisible() || dynamic_cast<DialogWindow*>(window) != nullptr) {
+            continue;
+        }
+        if (dialog != nullptr) {
+            dialog->reject();
+        } else if (window->windowType() == Qt::Popup) {
+            window->close();
+        }
+    }
+}
 
 } // namespace
 
@@ -59,6 +80,7 @@ void ModalLoop::AskToEnd()
         return;
     }
     ending = true;
+    LeaveToolkitLoops();
     const std::vector<ModalLoop*> open = loops;
     for (std::size_t i = open.size(); i-- > 0;) {
         if (i > 0 || open[i]->m_dialog == nullptr) {
@@ -72,11 +94,12 @@ void ModalLoop::AskToEnd()
 // what the dialog's handler is going to close.
 void ModalLoop::EndOutermost()
 {
-    QTimer::singleShot(0, [] {
-        if (loops.empty()) {
+    QTimer::singleShot(EndingPeriod, [] {
+        if (loops.empty() || !ending) { // meanwhile the program has ended
             return;
         }
         if (loops.size() > 1) {
+            LeaveToolkitLoops();
             return EndOutermost();
         }
         ModalLoop* const outermost = loops.front();
@@ -90,4 +113,9 @@ void ModalLoop::EndOutermost()
 bool ModalLoop::IsEnding()
 {
     return ending;
+}
+
+bool IsSessionEnding()
+{
+    return ModalLoop::IsEnding();
 }

@@ -1,0 +1,25 @@
+// The signals that ask the program to end.
+#pragma once
+
+#include <array>
+#include <csignal>
+
+// While it lives, SIGTERM, SIGINT and SIGHUP make a descriptor readable instead of ending the
+// process. A second one ends it at once, with the status of the signal: a call into a library that
+// never returns cannot be waited for. One at a time.
+class EndSignals
+{
+public:
+    EndSignals(); // without a descriptor the signals keep their effect
+    ~EndSignals();
+    EndSignals(const EndSignals&) = delete;
+    EndSignals& operator=(const EndSignals&) = delete;
+
+    int Descriptor() const; // negative for none
+    void Clear();           // makes it unreadable again
+
+private:
+    static constexpr std::array Signals = {SIGTERM, SIGINT, SIGHUP};
+
+    std::array<struct sigaction, Signals.size()> m_former{};
+};

@@ -1,0 +1,46 @@
+// Signals that ask the program to end: one asks, the second ends it at once.
+#include "platform/posix/end_signals.h"
+
+#include <cerrno>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+bool IsReadable(int descriptor)
+{
+    pollfd state{descriptor, POLLIN, 0};
+    return poll(&state, 1, 0) == 1;
+}
+
+TEST(EndSignals, TheFirstAsksAndLeavesErrnoAlone)
+{
+    EndSignals signals;
+    EXPECT_FALSE(IsReadable(signals.Descriptor()));
+    errno = ERANGE;
+    std::raise(SIGHUP);
+    EXPECT_EQ(errno, ERANGE);
+    EXPECT_TRUE(IsReadable(signals.Descriptor()));
+    signals.Clear();
+    EXPECT_FALSE(IsReadable(signals.Descriptor()));
+}
+
+TEST(EndSignals, TheSecondEndsTheProcessWithItsStatus)
+{
+    for (const int first : {SIGTERM, SIGINT, SIGHUP}) {
+        const pid_t child = fork();
+        if (child == 0) {
+            const EndSignals signals;
+            std::raise(first);
+            std::raise(SIGTERM);
+            _exit(0);
+        }
+        int status = 0;
+        waitpid(child, &status, 0);
+        EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGTERM) << status;
+    }
+}
+
+} // namespace
