@@ -248,6 +248,7 @@ TEST(Program, EndsInOrderWhenASignalAsksForIt)
             });
             answer = MessageBoxA(dialog.GetSafeHwnd(), "Sure?", "", MB_YESNO);
             answer += MessageBoxA(dialog.GetSafeHwnd(), "Not shown", "", MB_YESNO);
+            EXPECT_TRUE(IsSessionEnding());
         });
         dialog.Send(WM_COMMAND, Nested);
     };
@@ -257,6 +258,7 @@ TEST(Program, EndsInOrderWhenASignalAsksForIt)
                          EXPECT_TRUE(op.Wait([&] { return !dialog.IsWindowVisible(); }, 200));
                      }),
               IDCANCEL);
+    EXPECT_FALSE(IsSessionEnding()) << "the next run is a new one";
     EXPECT_EQ(answer, 2 * IDNO);
     EXPECT_EQ(op.Boxes().size(), 1u);
 }

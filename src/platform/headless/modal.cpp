@@ -90,7 +90,7 @@ CDialog::~CDialog()
 
 int CDialog::DoModal()
 {
-    if (desktop.sessionEnded) {
+    if (IsSessionEnding()) {
         return IDCANCEL;
     }
     struct OwnWindows
@@ -158,7 +158,7 @@ int CWinApp::Run(int, char**)
 int MessageBoxA(HWND owner, const char* text, const char* caption, UINT style)
 {
     const int escape = EscapeAnswer(style);
-    if (desktop.sessionEnded) {
+    if (IsSessionEnding()) {
         return escape;
     }
     ++desktop.boxesShown;
@@ -189,7 +189,7 @@ CFileDialog::CFileDialog(BOOL, const char* defaultExtension, const char* fileNam
 
 int CFileDialog::DoModal()
 {
-    if (desktop.sessionEnded) {
+    if (IsSessionEnding()) {
         return IDCANCEL;
     }
     const ModalLoop loop(m_parent != nullptr ? m_parent->GetSafeHwnd() : nullptr);

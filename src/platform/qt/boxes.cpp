@@ -38,7 +38,7 @@ QString NameFilter(const std::string& filter);
 
 int MessageBoxA(HWND owner, const char* text, const char* caption, UINT style)
 {
-    if (ModalLoop::IsEnding()) {
+    if (IsSessionEnding()) {
         return AnswerOnLeaving(style);
     }
     auto* const box =
@@ -80,7 +80,7 @@ CFileDialog::CFileDialog(BOOL, const char* defaultExtension, const char* fileNam
 
 int CFileDialog::DoModal()
 {
-    if (ModalLoop::IsEnding()) {
+    if (IsSessionEnding()) {
         return IDCANCEL;
     }
     const HWND owner = m_parent != nullptr ? m_parent->GetSafeHwnd() : nullptr;

@@ -50,7 +50,7 @@ CDialog::~CDialog() = default;
 
 int CDialog::DoModal()
 {
-    if (ModalLoop::IsEnding()) {
+    if (IsSessionEnding()) {
         return IDCANCEL;
     }
 

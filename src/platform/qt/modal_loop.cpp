@@ -110,12 +110,7 @@ void ModalLoop::EndOutermost()
     });
 }
 
-bool ModalLoop::IsEnding()
-{
-    return ending;
-}
-
 bool IsSessionEnding()
 {
-    return ModalLoop::IsEnding();
+    return ending;
 }

@@ -27,7 +27,6 @@ public:
     // Ends every loop but the outermost dialog's; from now on no dialog and no box opens. That
     // dialog gets WM_QUERYENDSESSION when the loops inside it have returned.
     static void AskToEnd();
-    static bool IsEnding();
 
 private:
     static void EndOutermost();
