@@ -9,19 +9,22 @@ std::string FormatInPlace(std::string text, const std::string& argument)
     std::size_t scan = 0;
     while (scan < text.size()) {
         const std::size_t opening = text.find('%', scan);
-        if (opening == std::string::npos)
+        if (opening == std::string::npos) {
             break;
+        }
         if (opening != 0 && text[opening - 1] == '%') {
             scan = opening + 1;
             continue;
         }
         const std::size_t closing = text.find('%', opening + 1);
-        if (closing == std::string::npos)
+        if (closing == std::string::npos) {
             break;
+        }
         const std::size_t length = closing + 1 - opening;
         const bool isArgument = text.compare(opening, length, "%1%") == 0;
-        if (isArgument)
+        if (isArgument) {
             text.replace(opening, length, argument);
+        }
         scan = isArgument ? opening + argument.size() : closing + 1;
     }
     return text;

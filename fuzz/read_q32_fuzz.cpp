@@ -8,13 +8,14 @@
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     // Blocks of many megabytes are allowed and only slow; beyond the limit nothing is allocated.
-    constexpr std::uint64_t slow = 1 << 16;
+    constexpr std::uint64_t Slow = 1 << 16;
     std::array<std::uint8_t, sizeof(Q32FileHeader)> bytes = {};
     std::copy_n(data, std::min(size, bytes.size()), bytes.begin());
     const Q32FileHeader header = DecodeQ32Header(bytes);
     const std::uint64_t pixels = std::uint64_t{header.rows} * header.rowLength;
-    if (pixels > slow && pixels <= Q32MaxPixelBytes)
+    if (pixels > Slow && pixels <= Q32MaxPixelBytes) {
         return 0;
+    }
     const std::string& path = FuzzFile(data, size);
     try {
         const CLinkedPtr<CImage> image = ReadQ32File(path.c_str());

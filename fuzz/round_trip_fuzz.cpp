@@ -23,10 +23,11 @@ std::string PlainText(const char* data, std::size_t size)
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    constexpr std::uint32_t depths[] = {8, 12, 16, 24, 32, 9, 10, 14};
-    if (size < 4)
+    constexpr std::uint32_t Depths[] = {8, 12, 16, 24, 32, 9, 10, 14};
+    if (size < 4) {
         return 0;
-    CImage image(data[0], data[1], depths[data[2] >> 3 & 7], 0, 1);
+    }
+    CImage image(data[0], data[1], Depths[data[2] >> 3 & 7], 0, 1);
     image.m_orientation = data[2] & 7;
     image.m_imageId = data[2] * 0x01030507u;
     const char* text = reinterpret_cast<const char*>(data) + 4;
@@ -42,7 +43,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Require(read->m_headerText == image.m_headerText && read->m_userId == image.m_userId &&
             read->m_imageId == image.m_imageId && read->m_bitsPerSample == image.m_bitsPerSample &&
             read->ViewRowCount() == image.ViewRowCount());
-    for (std::uint32_t r = 0; r < image.ViewRowCount(); ++r)
+    for (std::uint32_t r = 0; r < image.ViewRowCount(); ++r) {
         Require(ViewRow(*read, r) == ViewRow(image, r));
+    }
     return 0;
 }
