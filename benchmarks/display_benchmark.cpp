@@ -1,4 +1,4 @@
-// Times range, table and render, literal and fast, and one plain read pass over the same pixels.
+// Times range, table and render, reference and fast, and one plain read pass over the same pixels.
 #include "benchmarks/reference_display.h"
 #include "display/lut.h"
 #include "display/range.h"
@@ -28,7 +28,7 @@ struct Picture
     std::vector<std::uint8_t> lut = std::vector<std::uint8_t>(DisplayLutSize);
 };
 
-// The literal functions and the fast ones under one set of names.
+// The reference functions and the fast ones under one set of names.
 struct Algorithms
 {
     const char* name;
@@ -36,11 +36,11 @@ struct Algorithms
     RangeFunction fitWindow;
     decltype(&BuildDisplayLut) buildDisplayLut;
     decltype(&RenderToDisplay) renderToDisplay;
-    int rendersOfNewImage; // literally, resetting the zoom draws the picture a first time
+    int rendersOfNewImage; // in the reference, resetting the zoom draws the picture a first time
 };
 
 const Algorithms AlgorithmSets[] = {
-    {"literal", reference::FitScaleRange, reference::MMFitWindow, reference::BuildDisplayLut,
+    {"reference", reference::FitScaleRange, reference::MMFitWindow, reference::BuildDisplayLut,
      reference::RenderToDisplay, 2},
     {"fast", [](const CImage& image, double share) { return *FitScaleRange(image, share); },
      MMFitWindow, BuildDisplayLut, RenderToDisplay, 1},

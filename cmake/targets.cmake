@@ -3,7 +3,7 @@
 add_library(tarntest_warnings INTERFACE)
 target_compile_options(tarntest_warnings INTERFACE
   -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror
-  # Display results are compared bit for bit with the literal formulas.
+  # Display results are compared bit for bit with the reference implementation.
   -ffp-contract=off)
 
 # tarntest_library(<folder> <sources>... [LINK <targets>...]): the static library of one folder.
