@@ -1,6 +1,6 @@
 // The image area in fonts that make it any number of pixels wide.
 #include "display/resample.h"
-#include "support/headless_bench.h"
+#include "support/headless_program.h"
 #include "support/scripted_library.h"
 
 #include <gtest/gtest.h>
@@ -23,7 +23,7 @@ TEST(ImageArea, IsCutToAWidthOfWholeWordsAndPaintedUpright)
         ScriptedImage& image = library.images.emplace_back();
         image.width = image.height = 4;
         image.pixels = pixels;
-        HeadlessBench bench;
+        HeadlessProgram program;
         headless::SetBaseUnits(baseWidth, headless::StandardBaseHeight);
         headless::SetOperator({[](CDialog& dialog) {
                                    dialog.Send(WM_TARN_EVENT, 1, ImageEvent);
@@ -31,7 +31,7 @@ TEST(ImageArea, IsCutToAWidthOfWholeWordsAndPaintedUpright)
                                },
                                {},
                                {}});
-        bench.DoModal();
+        program.DoModal();
         const headless::Picture picture = headless::LastPicture();
         headless::Reset();
 

@@ -6,7 +6,7 @@
 #include "resources/settings_dialog_template.h"
 #include "simulator/tarn/hand_switch.h"
 #include "storage/paths.h"
-#include "support/headless_bench.h"
+#include "support/headless_program.h"
 #include "support/image_ledger.h"
 
 #include <algorithm>
@@ -239,7 +239,7 @@ public:
         if (moment == Moment::Start) {
             m_begin();
         }
-        m_bench.DoModal();
+        m_program.DoModal();
         EXPECT_EQ(headless::LiveWindows() + headless::LiveTimers() + headless::OpenBoxes(), 0u);
         Set("");
         if (m_leftOpen) {
@@ -301,7 +301,7 @@ public:
     }
     double m_readOut = 6; // simulated seconds
 
-    bool Click(int id) { return headless::Click(m_bench, id); }
+    bool Click(int id) { return headless::Click(m_program, id); }
 
     // Lets the program poll, and the library's thread work, until the condition holds.
     void Until(const std::function<bool()>& condition)
@@ -320,7 +320,7 @@ public:
             return Phase() == TarnPhaseArmed;
         });
         headless::RunFor(2500);
-        EXPECT_TRUE(m_deaf || !IsOpen() || headless::Text(m_bench, 0) == "Ready to take image");
+        EXPECT_TRUE(m_deaf || !IsOpen() || headless::Text(m_program, 0) == "Ready to take image");
     }
     void Disarm()
     {
@@ -330,7 +330,7 @@ public:
         });
     }
 
-    bool IsOpen() const { return headless::IsOpen(m_bench); }
+    bool IsOpen() const { return headless::IsOpen(m_program); }
 
 private:
     struct Buttons
@@ -357,8 +357,8 @@ private:
         if (!IsOpen() || headless::Now() < 3500) {
             return;
         }
-        EXPECT_EQ(headless::IsEnabled(m_bench, IdEnable), after.enable && !m_hides);
-        EXPECT_EQ(headless::IsEnabled(m_bench, IdAbort), after.abort && !m_hides);
+        EXPECT_EQ(headless::IsEnabled(m_program, IdEnable), after.enable && !m_hides);
+        EXPECT_EQ(headless::IsEnabled(m_program, IdAbort), after.abort && !m_hides);
     }
 
     void StartExposure()
@@ -399,7 +399,7 @@ private:
 
     void Use(CDialog& dialog)
     {
-        if (&dialog != &m_bench) {
+        if (&dialog != &m_program) {
             return UseSettings(dialog);
         }
         Leave(Moment::Start);
@@ -452,7 +452,7 @@ private:
         Watch();
         if (box.text.ends_with("Remove image?")) {
             headless::Paint();
-            m_ledger.Answered(headless::LastPicture(), m_bench.displayLut.data(),
+            m_ledger.Answered(headless::LastPicture(), m_program.displayLut.data(),
                               answer == IDYES || answer == IDOK);
         }
         return answer;
@@ -521,7 +521,7 @@ private:
     const std::string m_folder = AutoSaveFolder(ProgramFolder(nullptr));
     ImageLedger m_ledger{m_folder};
     std::set<std::uint32_t> m_known; // to the ledger
-    HeadlessBench m_bench;
+    HeadlessProgram m_program;
     std::string m_lines;
     Moment m_moment = Moment::Count;
     std::function<void()> m_begin, m_end;

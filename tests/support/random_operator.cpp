@@ -4,7 +4,7 @@
 #include "platform/boxes.h"
 #include "platform/system.h"
 #include "storage/paths.h"
-#include "support/headless_bench.h"
+#include "support/headless_program.h"
 #include "support/image_ledger.h"
 #include "support/scripted_library.h"
 
@@ -90,14 +90,14 @@ private:
     void Live()
     {
         Note("the program starts");
-        m_bench.emplace();
+        m_program.emplace();
         m_isHeard = m_isClosed = m_isEnded = false;
         m_isHostile = m_choices.Below(4) == 1;
         headless::SetBaseUnits(SmallBaseWidth, SmallBaseHeight);
         headless::SetOperator({[this](CDialog& dialog) { Use(dialog); },
                                [this](const headless::Box& box) { return Answer(box); },
                                [this] { return ChooseFile(); }});
-        m_bench->DoModal();
+        m_program->DoModal();
         Watch();
         m_ledger.EndRun(m_isEnded);
         Require(m_isClosed, "end: the library was not closed");
@@ -113,7 +113,7 @@ private:
         while (!m_choices.IsUsedUp() && headless::IsOpen(dialog)) {
             ActOnce(dialog);
         }
-        if (&dialog != &*m_bench || !headless::IsOpen(dialog)) {
+        if (&dialog != &*m_program || !headless::IsOpen(dialog)) {
             return;
         }
         m_library.devices.clear();
@@ -132,8 +132,8 @@ private:
         Watch();
         if (box.text.ends_with("Remove image?") && !m_isEnded) {
             const bool isQuestion = (box.style & MB_YESNO) != 0;
-            m_ledger.Answered(m_bench->IsIconic() ? headless::Picture() : headless::LastPicture(),
-                              m_bench->displayLut.data(), answer == (isQuestion ? IDYES : IDOK));
+            m_ledger.Answered(m_program->IsIconic() ? headless::Picture() : headless::LastPicture(),
+                              m_program->displayLut.data(), answer == (isQuestion ? IDYES : IDOK));
         }
         return answer;
     }
@@ -344,7 +344,7 @@ private:
     {
         if (m_isHeard) {
             Note("event " + std::to_string(event) + " " + std::to_string(number));
-            PostMessageA(m_bench->GetSafeHwnd(), WM_TARN_EVENT, number, event);
+            PostMessageA(m_program->GetSafeHwnd(), WM_TARN_EVENT, number, event);
         }
     }
 
@@ -379,8 +379,8 @@ private:
     // As the boxes on screen say.
     bool Discards() const
     {
-        return headless::IsChecked(*m_bench, IdAutoEnable) &&
-               !headless::IsChecked(*m_bench, IdAutoSaveImages);
+        return headless::IsChecked(*m_program, IdAutoEnable) &&
+               !headless::IsChecked(*m_program, IdAutoSaveImages);
     }
 
     void Require(bool isTrue, const char* otherwise)
@@ -404,7 +404,7 @@ private:
     Choices m_choices;
     ScriptedLibrary m_library;
     ImageLedger m_ledger{m_folder};
-    std::optional<HeadlessBench> m_bench;
+    std::optional<HeadlessProgram> m_program;
     std::vector<std::string> m_faults;
     std::uint32_t m_nextId;
     std::uint32_t m_imagesStored = 0;

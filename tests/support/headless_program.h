@@ -5,11 +5,11 @@
 #include "platform/headless/headless.h"
 #include "resources/resource.h"
 
-// A picture so small that a life of the program takes a millisecond.
+// A picture so small that a run of the program takes a millisecond.
 inline constexpr int SmallBaseWidth = 1;
 inline constexpr int SmallBaseHeight = 1;
 
-struct HeadlessBench : CTarnTestDlg
+struct HeadlessProgram : CTarnTestDlg
 {
     using CTarnTestDlg::autoEnable;
     using CTarnTestDlg::autoSaveImages;
