@@ -15,7 +15,7 @@ constexpr std::uint32_t BadArgument = ResultError | 1;
 constexpr std::uint32_t NoSuchPreview = ResultError | 2;
 
 SensorLink FindSensor();
-std::uint32_t Begin(const char* name);
+std::uint32_t Begin(Export which);
 
 // The previews that were opened and not closed; an entry is null once its owner took it along.
 std::map<std::uintptr_t, QPointer<Preview>> openPreviews;
@@ -29,7 +29,7 @@ std::uint32_t Close(std::uintptr_t handle);
 std::uint32_t Quillet_1(HWND owner, std::uint32_t, const RECT* screenArea, std::uint32_t,
                         std::uintptr_t* handle)
 {
-    if (const std::uint32_t fault = Begin("QuilletOpen")) {
+    if (const std::uint32_t fault = Begin(Export::QuilletOpen)) {
         return fault;
     }
     QWidget* window = WidgetOf(owner);
@@ -53,7 +53,7 @@ std::uint32_t Quillet_1(HWND owner, std::uint32_t, const RECT* screenArea, std::
 
 std::uint32_t Quillet_4(std::uintptr_t handle, std::uint32_t show)
 {
-    if (const std::uint32_t fault = Begin("QuilletShow")) {
+    if (const std::uint32_t fault = Begin(Export::QuilletShow)) {
         return fault;
     }
     const auto entry = openPreviews.find(handle);
@@ -70,7 +70,7 @@ std::uint32_t Quillet_4(std::uintptr_t handle, std::uint32_t show)
 
 std::uint32_t Quillet_2(std::uintptr_t handle)
 {
-    const std::uint32_t fault = Begin("QuilletClose");
+    const std::uint32_t fault = Begin(Export::QuilletClose);
     return fault != 0 ? fault : Close(handle);
 }
 
@@ -113,10 +113,10 @@ SensorLink FindSensor()
     return sensor;
 }
 
-std::uint32_t Begin(const char* name)
+std::uint32_t Begin(Export which)
 {
     auto* const begin = FindInTarn<decltype(TarnSimulatorPreviewCall)>("TarnSimulatorPreviewCall");
-    return begin != nullptr ? begin(name) : 0;
+    return begin != nullptr ? begin(which) : 0;
 }
 
 } // namespace

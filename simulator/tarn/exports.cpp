@@ -114,7 +114,7 @@ std::uint32_t CallModel(std::string_view name, const std::string& arguments, Wor
 std::uint32_t Tarn_1(HWND owner, const char* name)
 {
     const std::uint32_t result =
-        Call("TarnOpen", Address(owner) + " " + Quoted(name),
+        Call(NameOf(Export::Open), Address(owner) + " " + Quoted(name),
              [](Library& library, const FaultRule&) { return library.Open(); });
     TheLibrary().NoteOpening(result);
     return result;
@@ -122,13 +122,13 @@ std::uint32_t Tarn_1(HWND owner, const char* name)
 
 std::uint32_t Tarn_2()
 {
-    return Call("TarnClose", "",
+    return Call(NameOf(Export::Close), "",
                 [](Library& library, const FaultRule&) { return library.Close(); });
 }
 
 std::uint32_t Tarn_3(HWND window, std::uint32_t message)
 {
-    return Call("TarnSetNotifyWindow", Address(window) + " " + Number(message),
+    return Call(NameOf(Export::SetNotifyWindow), Address(window) + " " + Number(message),
                 [&](Library& library, const FaultRule&) {
                     library.SetWindow(window, message);
                     return 0u;
@@ -137,15 +137,16 @@ std::uint32_t Tarn_3(HWND window, std::uint32_t message)
 
 std::uint32_t Tarn_4(HWND window)
 {
-    return Call("TarnClearNotifyWindow", Address(window), [&](Library& library, const FaultRule&) {
-        library.ClearWindow(window);
-        return 0u;
-    });
+    return Call(NameOf(Export::ClearNotifyWindow), Address(window),
+                [&](Library& library, const FaultRule&) {
+                    library.ClearWindow(window);
+                    return 0u;
+                });
 }
 
 std::uint32_t Tarn_5(std::uint32_t device, const char* userId, std::uint32_t zero)
 {
-    return CallModel("TarnEnableCapture",
+    return CallModel(NameOf(Export::EnableCapture),
                      Number(device) + " " + Quoted(userId) + " " + Number(zero),
                      [&](Library&, Model& model, const FaultRule&) {
                          return model.Enable(device, userId == nullptr ? "" : userId);
@@ -154,7 +155,7 @@ std::uint32_t Tarn_5(std::uint32_t device, const char* userId, std::uint32_t zer
 
 std::uint32_t Tarn_6(std::uint32_t device, std::uint32_t abort)
 {
-    return CallModel("TarnDisableCapture", Number(device) + " " + Number(abort),
+    return CallModel(NameOf(Export::DisableCapture), Number(device) + " " + Number(abort),
                      [&](Library&, Model& model, const FaultRule&) {
                          return model.Disable(device, abort != 0);
                      });
@@ -165,7 +166,7 @@ std::uint32_t Tarn_7(std::uint32_t parameter, TarnValue** out)
     if (out != nullptr) {
         *out = nullptr;
     }
-    return CallModel("TarnGetLibraryParam", Number(parameter),
+    return CallModel(NameOf(Export::GetLibraryParam), Number(parameter),
                      [&](Library& library, Model& model, const FaultRule& rule) {
                          Value value;
                          std::uint32_t result =
@@ -180,7 +181,7 @@ std::uint32_t Tarn_7(std::uint32_t parameter, TarnValue** out)
 
 std::uint32_t Tarn_8(std::uint32_t parameter, const TarnValue* value)
 {
-    return CallModel("TarnSetLibraryParam", Number(parameter) + " " + Describe(value),
+    return CallModel(NameOf(Export::SetLibraryParam), Number(parameter) + " " + Describe(value),
                      [&](Library&, Model& model, const FaultRule&) {
                          return value == nullptr ? NullPointer
                                                  : model.WriteLibrary(parameter, ReadValue(*value));
@@ -192,7 +193,7 @@ std::uint32_t Tarn_20(const char* userId, std::uint32_t number, TarnImageRecord*
     if (out != nullptr) {
         *out = nullptr;
     }
-    return CallModel("TarnGetImage", Quoted(userId) + " " + Number(number),
+    return CallModel(NameOf(Export::GetImage), Quoted(userId) + " " + Number(number),
                      [&](Library& library, Model& model, const FaultRule& rule) {
                          StoredImage image;
                          std::uint32_t result =
@@ -208,7 +209,7 @@ std::uint32_t Tarn_20(const char* userId, std::uint32_t number, TarnImageRecord*
 
 std::uint32_t Tarn_21(const char* userId, std::uint32_t imageId)
 {
-    return CallModel("TarnRemoveImage", Quoted(userId) + " " + Number(imageId),
+    return CallModel(NameOf(Export::RemoveImage), Quoted(userId) + " " + Number(imageId),
                      [&](Library&, Model& model, const FaultRule&) {
                          return model.RemoveImage(userId == nullptr ? "" : userId, imageId);
                      });
@@ -219,13 +220,14 @@ std::uint32_t Tarn_22(std::uint32_t* count)
     if (count != nullptr) {
         *count = 0;
     }
-    return CallModel("TarnGetImageCount", "", [&](Library&, Model& model, const FaultRule&) {
-        if (count == nullptr) {
-            return NullPointer;
-        }
-        *count = model.GetImageCount();
-        return 0u;
-    });
+    return CallModel(NameOf(Export::GetImageCount), "",
+                     [&](Library&, Model& model, const FaultRule&) {
+                         if (count == nullptr) {
+                             return NullPointer;
+                         }
+                         *count = model.GetImageCount();
+                         return 0u;
+                     });
 }
 
 std::uint32_t Tarn_30(DeviceList** out)
@@ -233,7 +235,7 @@ std::uint32_t Tarn_30(DeviceList** out)
     if (out != nullptr) {
         *out = nullptr;
     }
-    return CallModel("TarnGetDeviceList", "",
+    return CallModel(NameOf(Export::GetDeviceList), "",
                      [&](Library& library, Model& model, const FaultRule& rule) {
                          if (out == nullptr) {
                              return NullPointer;
@@ -249,7 +251,7 @@ std::uint32_t Tarn_31(std::uint32_t device, std::uint32_t parameter, TarnValue**
         *out = nullptr;
     }
     return CallModel(
-        "TarnGetDeviceParam", Number(device) + " " + Number(parameter),
+        NameOf(Export::GetDeviceParam), Number(device) + " " + Number(parameter),
         [&](Library& library, Model& model, const FaultRule& rule) {
             Value value;
             std::uint32_t result =
@@ -263,7 +265,7 @@ std::uint32_t Tarn_31(std::uint32_t device, std::uint32_t parameter, TarnValue**
 
 std::uint32_t Tarn_32(std::uint32_t device, std::uint32_t parameter, const TarnValue* value)
 {
-    return CallModel("TarnSetDeviceParam",
+    return CallModel(NameOf(Export::SetDeviceParam),
                      Number(device) + " " + Number(parameter) + " " + Describe(value),
                      [&](Library&, Model& model, const FaultRule&) {
                          return value == nullptr
@@ -275,7 +277,7 @@ std::uint32_t Tarn_32(std::uint32_t device, std::uint32_t parameter, const TarnV
 std::uint32_t Tarn_98(std::uint32_t result, char* text, std::uint32_t capacity)
 {
     const std::uint32_t fault =
-        Call("TarnDescribeResult", Number(result) + " " + Number(capacity),
+        Call(NameOf(Export::DescribeResult), Number(result) + " " + Number(capacity),
              [&](Library& library, const FaultRule& rule) {
                  if (text == nullptr || capacity == 0) {
                      return 0u;
@@ -296,7 +298,8 @@ std::uint32_t Tarn_98(std::uint32_t result, char* text, std::uint32_t capacity)
 
 void Tarn_99(void* object)
 {
-    Call("TarnFreeObject", Address(object), [](Library&, const FaultRule&) { return 0u; });
+    Call(NameOf(Export::FreeObject), Address(object),
+         [](Library&, const FaultRule&) { return 0u; });
     Library& library = TheLibrary();
     if (!library.ledger.Free(object)) {
         library.Misuse("TarnFreeObject was given what the library did not hand out, or what is "
@@ -321,9 +324,9 @@ std::uint32_t TarnSimulatorArmedState(double* secondsLeft)
     return static_cast<std::uint32_t>(phase);
 }
 
-std::uint32_t TarnSimulatorPreviewCall(const char* name)
+std::uint32_t TarnSimulatorPreviewCall(Export which)
 {
-    return Call(name, "", [](Library&, const FaultRule&) { return 0u; });
+    return Call(NameOf(which), "", [](Library&, const FaultRule&) { return 0u; });
 }
 
 namespace {
@@ -355,7 +358,7 @@ std::uint32_t Library::Close()
         closing.swap(m_model);
     }
     if (closing == nullptr) {
-        MisuseWhileClosed("TarnClose");
+        MisuseWhileClosed(NameOf(Export::Close));
         m_refused = false;
         return LibraryClosed;
     }
@@ -450,7 +453,7 @@ std::string Describe(const TarnValue* value)
     if (value == nullptr) {
         return "null";
     }
-    switch (value->tag & 0xFFFF) {
+    switch (TypeOf(*value)) {
     case TarnTypeText:
         return "text " + Quoted(reinterpret_cast<const char*>(value->value));
     case TarnTypeBlock: {
@@ -465,7 +468,7 @@ std::string Describe(const TarnValue* value)
         return text;
     }
     default:
-        return (value->tag & 0xFFFF) == TarnTypeFlag
+        return TypeOf(*value) == TarnTypeFlag
                    ? "flag " + Number(static_cast<std::uint32_t>(value->value))
                    : "integer " + Number(static_cast<std::uint32_t>(value->value));
     }
@@ -474,7 +477,7 @@ std::string Describe(const TarnValue* value)
 Value ReadValue(const TarnValue& record)
 {
     Value value;
-    value.type = record.tag & 0xFFFF;
+    value.type = TypeOf(record);
     if (value.type == TarnTypeText && record.value != 0) {
         value.bytes = reinterpret_cast<const char*>(record.value);
     } else if (value.type == TarnTypeBlock && record.pointer != nullptr) {

@@ -98,7 +98,7 @@ std::uint32_t Model::Disable(std::uint32_t device, bool abort)
         return 0;
     }
     m_registers.phase = Phase::Idle;
-    Post(0, EventDisabled);
+    Post(0, EventCaptureDisabled);
     return 0;
 }
 
@@ -451,7 +451,7 @@ void Model::Store(Lock& lock)
     m_registers.phase = Phase::Idle;
     if (failure == 0) {
         FaultRule rule;
-        m_settingsFile.TakeRule("event_2", rule);
+        m_settingsFile.TakeRule(ImageReadyRule, rule);
         // The script comes first: who has seen the event finds its step done.
         m_settingsFile.Advance(m_time, ++m_imagesTaken);
         PostImageReady(image.imageId, rule);
@@ -472,7 +472,7 @@ void Model::StopCapture(std::uint32_t result)
         Post(0, EventPreviewEnds);
     }
     m_registers.phase = Phase::Idle;
-    Post(0, EventDisabled);
+    Post(0, EventCaptureDisabled);
     Post(0, result);
 }
 

@@ -17,15 +17,6 @@
 
 namespace tarn {
 
-// Event codes besides results.
-inline constexpr std::uint32_t EventImageReady = 2; // with the image's number
-inline constexpr std::uint32_t EventDisabled = 3;
-inline constexpr std::uint32_t EventCaptureDone = 4;
-inline constexpr std::uint32_t EventNewSeries = 6;
-inline constexpr std::uint32_t EventPreviewEnds = 7;
-inline constexpr std::uint32_t EventArmed = 15;
-inline constexpr std::uint32_t EventExposure = 17;
-
 // One capture runs like this; abort, the inactivity timeout and a pulled plug lead back to idle:
 //
 //   Idle -Enable-> Arming -15-> Armed -hand switch or delay: 17, 7-> Reading -2, 4-> Idle

@@ -28,7 +28,7 @@ TarnValue* ObjectLedger::Give(std::uint32_t parameter, Value value, const Omissi
     holder->value = std::move(value);
     const Value& held = holder->value;
     TarnValue& record = holder->record;
-    record.tag = parameter << 16 | held.type;
+    record.tag = TagOf(parameter, held.type);
     switch (held.type) {
     case TarnTypeText:
         record.value =
@@ -43,7 +43,7 @@ TarnValue* ObjectLedger::Give(std::uint32_t parameter, Value value, const Omissi
     }
     if (omissions.wrongType) {
         record.tag =
-            parameter << 16 | (held.type == TarnTypeInteger ? TarnTypeFlag : TarnTypeInteger);
+            TagOf(parameter, held.type == TarnTypeInteger ? TarnTypeFlag : TarnTypeInteger);
     }
     Keep(&record, std::move(holder));
     return &record;

@@ -52,12 +52,10 @@ struct Registers
 inline constexpr double BatteryCapacity = 1000; // mAh
 inline constexpr double LowBattery = 10;        // percent
 
-// What the program polls for its capture buttons.
-// Parameter 14: 0 can be armed, 1 does not matter for arming, 2 forbids arming.
+// What the program polls for its capture buttons, a CommandState each.
 std::uint32_t EnableCode(const Registers& registers, const DeviceState& device);
-// Parameter 15: 0 can be aborted, 1 has nothing to abort, 2 forbids aborting.
 std::uint32_t AbortCode(const Registers& registers, const DeviceState& device);
-// The state in the device list.
+// The state in the device list, a DeviceListState.
 std::uint32_t ListState(const Registers& registers, const DeviceState& device);
 
 // Each returns a result. A write that fails changes nothing.

@@ -73,17 +73,6 @@ const std::vector<Knob>& Knobs()
     return Knobs;
 }
 
-const std::vector<std::string_view>& RuleNames()
-{
-    static const std::vector<std::string_view> Names = {
-        "TarnOpen",           "TarnClose",          "TarnSetNotifyWindow", "TarnClearNotifyWindow",
-        "TarnEnableCapture",  "TarnDisableCapture", "TarnGetLibraryParam", "TarnSetLibraryParam",
-        "TarnGetImage",       "TarnRemoveImage",    "TarnGetImageCount",   "TarnGetDeviceList",
-        "TarnGetDeviceParam", "TarnSetDeviceParam", "TarnDescribeResult",  "TarnFreeObject",
-        "QuilletOpen",        "QuilletClose",       "QuilletShow",         "event_2"};
-    return Names;
-}
-
 SettingsFile::SettingsFile(std::string path)
     : m_path(std::move(path)), m_settings(std::make_shared<const Settings>())
 {
@@ -321,7 +310,8 @@ const Knob* FindKnob(std::string_view key)
 
 bool IsRule(std::string_view key)
 {
-    return std::ranges::find(RuleNames(), key) != RuleNames().end();
+    return key == ImageReadyRule ||
+           std::ranges::find(Exports, key, &ExportEntry::name) != std::end(Exports);
 }
 
 void CopyKnob(Settings& to, const Settings& from, const std::string& key)

@@ -1,6 +1,7 @@
 // The simulator's knobs: an INI file, read anew whenever it changes, and the script in it.
 #pragma once
 
+#include "device/tarn_abi.h"
 #include "simulator/tarn/faults.h"
 
 #include <cstdint>
@@ -73,14 +74,16 @@ struct Settings
     bool strict = false;
 
     bool faults = true;                                  // off: every fault and the script rest
-    std::map<std::string, FaultRule, std::less<>> rules; // by export name, or "event_2"
+    std::map<std::string, FaultRule, std::less<>> rules; // by export name, or ImageReadyRule
     std::vector<DeviceFault> deviceFaults;
     std::vector<std::uint32_t> events; // to post once
     std::uint32_t eventsSerial = 0;    // another number whenever events was set
     double storm = 0;                  // events a real second
     std::uint32_t stormCount = 0;      // events in all, 0: without end
     std::uint32_t stormSerial = 0;     // another number whenever a storm was set
-    std::vector<std::uint32_t> stormEvents = {0x300384, 0x100384, 0x200384, 99, 2, 17};
+    std::vector<std::uint32_t> stormEvents = {ResultInformation | 900, ResultWarning | 900,
+                                              ResultError | 900,       99,
+                                              EventImageReady,         EventExposure};
     std::string texts; // kind of hostile texts
     std::vector<ScriptStep> script;
 };
@@ -102,8 +105,8 @@ struct Knob
 // Every knob but the rules and the script, in the order of Settings.
 const std::vector<Knob>& Knobs();
 
-// The names that rules go by: the library's operations and "event_2".
-const std::vector<std::string_view>& RuleNames();
+// Rules go by the names of the exports, and this one by the event.
+inline constexpr std::string_view ImageReadyRule = "event_2";
 
 // The settings file of one library. Any thread may call.
 class SettingsFile

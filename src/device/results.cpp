@@ -69,7 +69,7 @@ std::uint32_t DescribeAndShow(std::uint32_t result, const std::string& remark, s
     std::string description;
     const std::uint32_t code = Describe(result, shown ? DescriptionCapacity : 0, description);
     const Category& category = CategoryOf(code);
-    text = category.prefix + std::to_string(code & 0xFFFF) + '\n' + description + remark;
+    text = category.prefix + std::to_string(code & ResultNumberMask) + '\n' + description + remark;
     if (shown) {
         MessageBoxA(owner, text.c_str(), caption.c_str(), MB_OK | category.boxStyle);
     }

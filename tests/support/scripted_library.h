@@ -13,31 +13,6 @@
 #include <variant>
 #include <vector>
 
-// Pairs with operationNames in the implementation.
-enum class Export
-{
-    Open,
-    Close,
-    SetNotifyWindow,
-    ClearNotifyWindow,
-    EnableCapture,
-    DisableCapture,
-    GetLibraryParam,
-    SetLibraryParam,
-    GetImage,
-    RemoveImage,
-    GetImageCount,
-    GetDeviceList,
-    GetDeviceParam,
-    SetDeviceParam,
-    DescribeResult,
-    FreeObject,
-    QuilletOpen,
-    QuilletClose,
-    QuilletShow,
-    Count
-};
-
 // What may be wrong with an object that an export hands out, or with the list or image it holds.
 enum class Fault
 {
