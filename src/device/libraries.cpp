@@ -16,15 +16,18 @@ struct ExportSlot
 {
     Export which;
     void (*store)(LibraryExports& exports, void* address);
+    bool (*isMissing)(const LibraryExports& exports);
 };
 
 template <auto Member>
 constexpr ExportSlot Slot(Export which)
 {
-    return {which, [](LibraryExports& exports, void* address) {
+    return {which,
+            [](LibraryExports& exports, void* address) {
                 auto& function = exports.*Member;
                 function = reinterpret_cast<std::remove_reference_t<decltype(function)>>(address);
-            }};
+            },
+            [](const LibraryExports& exports) { return exports.*Member == nullptr; }};
 }
 
 constexpr ExportSlot ExportSlots[] = {
@@ -52,7 +55,6 @@ static_assert(std::size(ExportSlots) == std::size(Exports));
 static_assert(sizeof(LibraryExports) == std::size(Exports) * sizeof(void (*)()));
 
 LibraryExports loadedExports;
-bool allLoaded = false;
 std::string loadFailures; // one sentence a line
 const LibraryExports* exportsInUse = &loadedExports;
 
@@ -62,7 +64,7 @@ template <typename... Parameters, typename... Arguments>
 std::uint32_t Call(std::uint32_t (*LibraryExports::*member)(Parameters...), Arguments... arguments)
 {
     const auto function = exportsInUse->*member;
-    return function ? function(arguments...) : ErrorExportMissing;
+    return function != nullptr ? function(arguments...) : ErrorExportMissing;
 }
 
 // The same for a read. Without freeObject nothing is requested.
@@ -71,7 +73,8 @@ std::uint32_t Fetch(std::uint32_t (*LibraryExports::*member)(Parameters...), Obj
                     Arguments... arguments)
 {
     *out = nullptr;
-    return exportsInUse->freeObject ? Call(member, arguments..., out) : ErrorExportMissing;
+    return exportsInUse->freeObject != nullptr ? Call(member, arguments..., out)
+                                               : ErrorExportMissing;
 }
 
 } // namespace
@@ -83,14 +86,19 @@ const LibraryExports* UseLibraryExports(const LibraryExports* exports)
     return former == &loadedExports ? nullptr : former;
 }
 
+std::uint32_t MissingExports()
+{
+    const bool missing = std::ranges::any_of(
+        ExportSlots, [](const ExportSlot& slot) { return slot.isMissing(*exportsInUse); });
+    return missing ? ErrorExportMissing : 0;
+}
+
 std::uint32_t TarnOpen(HWND owner, const char* name)
 {
-    if (exportsInUse == &loadedExports && !allLoaded) {
+    if (exportsInUse == &loadedExports && MissingExports() != 0) {
         LoadLibraries();
     }
-    const std::uint32_t result = Call(&LibraryExports::open, owner, name);
-    const bool incomplete = exportsInUse == &loadedExports && !allLoaded;
-    return result == 0 && incomplete ? ErrorExportMissing : result;
+    return Call(&LibraryExports::open, owner, name);
 }
 
 namespace {
@@ -118,7 +126,6 @@ void LoadLibraries()
             slot.store(loadedExports, address);
         }
     }
-    allLoaded = loadFailures.empty();
 }
 
 } // namespace
@@ -199,7 +206,7 @@ std::uint32_t TarnDescribeResult(std::uint32_t result, char* text, std::uint32_t
     if (capacity > 0) {
         text[0] = '\0';
     }
-    if (result == ErrorExportMissing) {
+    if (result == ErrorExportMissing && MissingExports() != 0) {
         const std::string_view failures = loadFailures;
         const std::string_view description = failures.empty()
                                                  ? "The capture library lacks this operation."

@@ -1,8 +1,8 @@
 // The operations of the two closed libraries, by name.
 //
-// The libraries are loaded by TarnOpen. While one is missing, or lacks an export, the operations
-// that need it return an error-category result and give no object, and TarnDescribeResult tells
-// which file or export is missing and why. An exported operation runs as the library wrote it.
+// TarnOpen loads the libraries. While one is missing, or lacks an export, the operations that need
+// it return ErrorExportMissing and give no object, and TarnDescribeResult tells which file or
+// export is missing and why. An exported operation runs as the library wrote it.
 #pragma once
 
 #include "device/tarn_abi.h"
@@ -10,8 +10,9 @@
 #include <memory>
 #include <span>
 
-// The result of an operation whose library or export is missing.
-inline constexpr std::uint32_t ErrorExportMissing = ResultError | 0xFF01;
+// The result of an operation whose library or export is missing. Bits 24 to 31, which no message
+// shows, tell it from the libraries' own results.
+inline constexpr std::uint32_t ErrorExportMissing = 0xFF000000 | ResultError | 0xFF01;
 
 // What the program calls in Tarn and Quillet: one function pointer an export.
 struct LibraryExports
@@ -40,6 +41,9 @@ struct LibraryExports
 // Calls these exports from now on instead of loading the libraries; null goes back to loading.
 // The seam for tests; the record must stay alive. Returns the former one.
 const LibraryExports* UseLibraryExports(const LibraryExports* exports);
+
+// ErrorExportMissing while the libraries lack an export; otherwise 0.
+std::uint32_t MissingExports();
 
 std::uint32_t TarnOpen(HWND owner, const char* name);
 std::uint32_t TarnClose();

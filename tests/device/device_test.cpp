@@ -67,6 +67,19 @@ TEST_F(Device, ResultsBecomeMessages)
     }
 }
 
+TEST_F(Device, ALibraryMayGiveTheCodeOfAMissingExport)
+{
+    for (const std::uint32_t code : {ErrorExportMissing, ErrorExportMissing & 0xFFFFFF}) {
+        ReportResult(code, owner, "");
+        EXPECT_EQ(boxes.back().text.find("Error number: 65281\nResult 0x"), 0u);
+    }
+    library.exports.getImage = nullptr;
+    ReportResult(ErrorExportMissing, owner, "");
+    EXPECT_EQ(boxes.back().text, "Error number: 65281\nThe capture library lacks this operation.");
+    ReportResult(ErrorExportMissing & 0xFFFFFF, owner, "");
+    EXPECT_EQ(boxes.back().text, "Error number: 65281\nResult 0x20FF01");
+}
+
 TEST_F(Device, ABoxNeedsAnOwnerOrACaption)
 {
     std::string text = "old";
