@@ -1,10 +1,11 @@
 // The simulated sensors: arming, exposure, read-out and store, on a thread of their own.
 #pragma once
 
+#include "simulator/tarn/image_maker.h"
 #include "simulator/tarn/parameters.h"
-#include "simulator/tarn/picture.h"
 #include "simulator/tarn/settings.h"
 #include "simulator/tarn/store.h"
+#include "simulator/tarn/storm.h"
 
 #include <chrono>
 #include <condition_variable>
@@ -59,20 +60,6 @@ private:
     using Clock = std::chrono::steady_clock;
     using Lock = std::unique_lock<std::mutex>;
 
-    // What an exposure was made with; parameters may change during its read-out.
-    struct Capture
-    {
-        std::uint32_t imageId = 0;
-        DeviceState device;
-        std::string userId;
-        std::string program;
-        std::uint32_t programCode = 0;
-        std::string filterChain, rawFolder;
-        bool testImage = false, gainCheck = true;
-        bool rendered = false;
-        StoredImage image;
-        std::vector<std::uint32_t> warnings;
-    };
     struct LateEvent
     {
         double due;
@@ -83,21 +70,14 @@ private:
     void Refresh();
     void ApplySettings(const Settings& settings);
     void ApplyDevices(const Settings& settings);
-    void ApplyBattery(const Settings& settings, double seconds);
 
     void Run();
     void Step(Lock& lock);
-    void PostStorm();
     void Arm();
     void Expose();
     void ReadOut(Lock& lock);
     void Store(Lock& lock);
     void StopCapture(std::uint32_t result);
-
-    void Render(Capture& capture, const Settings& settings);
-    Frame MakeFrame(Capture& capture, const Settings& settings);
-    void SaveRaw(Capture& capture, const Frame& frame) const;
-    std::string HeaderText(const Capture& capture, const Settings& settings) const;
 
     void PostImageReady(std::uint32_t imageId, const FaultRule& rule);
     void Post(std::uint32_t image, std::uint32_t event);
@@ -126,19 +106,13 @@ private:
     std::string m_program; // of the image before
     std::uint64_t m_imagesTaken = 0;
     bool m_storing = false; // the image is on its way into the store and can no longer be lost
-    std::uint64_t m_runSeed;
     Capture m_capture;
     std::vector<LateEvent> m_lateEvents;
-    std::uint32_t m_eventsSerial = 0, m_stormSerial = 0;
-    double m_stormOwed = 0;
-    std::uint64_t m_stormPosted = 0;
+    std::uint32_t m_eventsSerial = 0;
+    EventStorm m_storm;
 
-    Phantom m_phantom;            // the thread's
-    std::uint64_t m_pictures = 0; // files of the image folder shown, the thread's
+    ImageMaker m_imageMaker; // the thread's
     std::thread m_thread;
 };
-
-// A path of the settings or of a parameter, relative ones in the library's folder.
-std::string ResolvePath(const std::string& path);
 
 } // namespace tarn

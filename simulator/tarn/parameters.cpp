@@ -9,28 +9,7 @@
 namespace tarn {
 namespace {
 
-// The battery status as parameter 34 gives it, little-endian.
-struct BatteryBlock
-{
-    std::uint32_t refreshWear;  // exposures since the last full charge
-    std::uint32_t totalWear;    // exposures in all
-    std::uint16_t voltage;      // mV
-    std::uint16_t percent;      // of the capacity
-    std::uint32_t ok;           // 1: enough for an exposure
-    std::uint32_t needRefresh;  // 1: charge fully soon
-    std::uint32_t needChange;   // 1: worn out
-    std::uint16_t temperature;  // degrees Celsius
-    std::int16_t charge;        // mA, negative while draining
-    std::uint8_t state;         // 1 draining, 2 charging, 3 full, 4 empty
-    std::uint8_t externalPower; // 1: connected
-    std::uint8_t unused[2];     // 0
-    std::uint32_t capacityLeft; // mAh
-};
-static_assert(sizeof(BatteryBlock) == 36);
-static_assert(offsetof(BatteryBlock, charge) == 26);
-static_assert(offsetof(BatteryBlock, capacityLeft) == 32);
-
-// The binning as parameter 10 takes it, little-endian.
+// The binning as it is written, little-endian.
 struct BinningBlock
 {
     std::uint16_t binning;
@@ -62,7 +41,6 @@ struct Row
 Value Integer(std::uint32_t number);
 Value Flag(bool flag);
 Value Text(std::string text);
-Value Battery(const DeviceState& device);
 std::uint32_t WriteBinning(Registers& registers, const Value& value);
 const Row* Find(const DeviceState* device, std::uint32_t parameter);
 std::uint32_t Write(Registers& registers, const Row* row, DeviceState& device, const Value& value);
@@ -124,7 +102,7 @@ const Row Table[] = {
          }
          return Text("Binning " + std::to_string(device.binning) + "\nIntegration time " +
                      std::to_string(device.integrationTime) + " ms\nBattery " +
-                     std::to_string(std::lround(device.charge)) + " %");
+                     std::to_string(std::lround(device.battery.charge)) + " %");
      }},
     {Scope::Sensor, DeviceParameter::Binning,
      [](auto&, auto& device) { return Integer(device.binning); }, TarnTypeBlock,
@@ -149,7 +127,9 @@ const Row Table[] = {
     {Scope::Device, DeviceParameter::AbortState,
      [](auto& registers, auto& device) { return Integer(AbortCode(registers, device)); }},
     {Scope::Sensor, DeviceParameter::BatteryStatus,
-     [](auto&, auto& device) { return Battery(device); }},
+     [](auto&, auto& device) {
+         return Value{TarnTypeBlock, 0, device.battery.Status()};
+     }},
     {Scope::Base, DeviceParameter::TestImageMode,
      [](auto& registers, auto&) { return Flag(registers.testImageMode); }, TarnTypeFlag,
      [](auto& registers, auto&, auto& value) {
@@ -271,31 +251,6 @@ Value Flag(bool flag)
 Value Text(std::string text)
 {
     return {TarnTypeText, 0, std::move(text)};
-}
-
-Value Battery(const DeviceState& device)
-{
-    BatteryBlock block{};
-    block.refreshWear = device.exposures % 500;
-    block.totalWear = device.exposures;
-    block.voltage = static_cast<std::uint16_t>(1050 + std::lround(2.5 * device.charge));
-    block.percent = static_cast<std::uint16_t>(std::lround(device.charge));
-    block.ok = device.charge > 0 || device.externalPower ? 1 : 0;
-    block.needRefresh = block.refreshWear > 400 ? 1 : 0;
-    block.needChange = device.exposures > 5000 ? 1 : 0;
-    block.temperature = device.externalPower ? 38 : 35;
-    const bool full = device.charge >= 100, empty = device.charge <= 0;
-    if (device.externalPower) {
-        block.charge = full ? 0 : 450;
-        block.state = full ? 3 : 2;
-    } else {
-        block.charge = empty ? 0 : -80;
-        block.state = empty ? 4 : 1;
-    }
-    block.externalPower = device.externalPower ? 1 : 0;
-    block.capacityLeft =
-        static_cast<std::uint32_t>(std::lround(device.charge / 100 * BatteryCapacity));
-    return {TarnTypeBlock, 0, std::string(reinterpret_cast<const char*>(&block), sizeof block)};
 }
 
 std::uint32_t WriteBinning(Registers& registers, const Value& value)

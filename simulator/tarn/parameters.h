@@ -1,6 +1,7 @@
 // The numbered parameters of the simulated library and its devices.
 #pragma once
 
+#include "simulator/tarn/battery.h"
 #include "simulator/tarn/hand_switch.h"
 #include "simulator/tarn/objects.h"
 
@@ -27,9 +28,7 @@ struct DeviceState
     std::uint32_t binning = 1;
     std::uint32_t integrationTime = 300;      // ms
     std::uint32_t inactivityTimeout = 300000; // ms
-    double charge = 100;                      // of the battery, percent
-    bool externalPower = false;
-    std::uint32_t exposures = 0;
+    Battery battery;
 
     bool IsSensor() const { return number != 0; }
     // 12 and 20 for the sensors 1 and 2, and in turn for the further ones.
@@ -48,9 +47,6 @@ struct Registers
     Phase phase = Phase::Idle;
     std::map<std::uint32_t, DeviceState> devices; // by number, also those not present
 };
-
-inline constexpr double BatteryCapacity = 1000; // mAh
-inline constexpr double LowBattery = 10;        // percent
 
 // What the program polls for its capture buttons, a CommandState each.
 std::uint32_t EnableCode(const Registers& registers, const DeviceState& device);

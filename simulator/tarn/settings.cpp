@@ -140,16 +140,6 @@ bool SettingsFile::TakeRule(std::string_view name, FaultRule& rule)
     return true;
 }
 
-std::string SettingsFile::LibraryFolder()
-{
-    Dl_info info{};
-    static const char Anchor = 0;
-    if (dladdr(&Anchor, &info) == 0 || info.dli_fname == nullptr) {
-        return ".";
-    }
-    return std::filesystem::absolute(info.dli_fname).parent_path().string();
-}
-
 SettingsFile::Stamp SettingsFile::ReadStamp() const
 {
     struct stat status
@@ -256,6 +246,15 @@ void SettingsFile::Report(const std::string& where, const std::string& what) con
 {
     std::fprintf(stderr, "Tarn simulator: %s: %s; what held before stays\n", where.c_str(),
                  what.c_str());
+}
+
+std::string ResolvePath(const std::string& path)
+{
+    static const char Anchor = 0;
+    Dl_info library{};
+    const bool found = dladdr(&Anchor, &library) != 0 && library.dli_fname != nullptr;
+    const std::filesystem::path file = found ? library.dli_fname : "./";
+    return (std::filesystem::absolute(file).parent_path() / path).string();
 }
 
 namespace {

@@ -128,9 +128,6 @@ public:
     // Whether the rule of that name applies to this call, which is counted; *rule is then set.
     bool TakeRule(std::string_view name, FaultRule& rule);
 
-    // The folder in which relative paths of the settings begin.
-    static std::string LibraryFolder();
-
 private:
     struct Stamp
     {
@@ -157,5 +154,8 @@ private:
     double m_stepSeconds = 0, m_seconds = 0; // simulated time of the last step, and now
     std::uint64_t m_stepImages = 0, m_images = 0;
 };
+
+// A path of the settings or of a parameter; a relative one begins in the library's folder.
+std::string ResolvePath(const std::string& path);
 
 } // namespace tarn

@@ -322,6 +322,11 @@ TEST_F(Simulator, RulesAndScriptsFailTheCallsTheyName)
     Configure("[script]\nafter 1 image: TarnGetImage = next 1 error 8\nafter 1 s: events = 78");
     Fetch(Expose(), ResultError | 8);
     EXPECT_EQ(Until(78), "78 ");
+    Configure("storm = 1000000\nstorm_count = 5\nstorm_events = error 3, 2, 99");
+    EXPECT_EQ(Until(99), "2097155 2:4000000000 99 ");
+    EXPECT_EQ(Until(EventImageReady), "2097155 2:4000000000 ");
+    Configure("events = 78");
+    EXPECT_EQ(Until(78), "78 ") << "the storm is over";
 }
 
 TEST_F(Simulator, ReportsWrongLinesAndUnfreedObjects)
