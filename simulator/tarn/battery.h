@@ -13,10 +13,10 @@ struct Battery
     std::uint32_t exposures = 0;
 
     bool IsEmpty() const { return charge <= 0 && !externalPower; }
-    // Charges for that many simulated seconds while there is external power.
+    // With external power, charges for that many simulated seconds.
     void Charge(double seconds);
-    // One exposure. percent: its drain without external power. Returns whether the battery became
-    // low by it.
+    // Counts an exposure; without external power it drains by percent. Returns whether the charge
+    // thereby became low.
     bool Expose(double percent);
 
     // The bytes of the parameter BatteryStatus.

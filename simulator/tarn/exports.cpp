@@ -1,4 +1,4 @@
-// The numbered exports: each logs its call, lets a fault have its way, and asks the model.
+// The numbered exports: each logs its call, applies its fault rule and calls the model.
 #include "device/tarn_abi.h"
 #include "platform/system.h"
 #include "simulator/tarn/faults.h"
@@ -21,8 +21,8 @@ namespace {
 
 using namespace tarn;
 
-// Everything that the loaded library holds. The exports reach it by TheLibrary; it is destroyed
-// with the process or when the library is unloaded, and its thread with it.
+// The state of the loaded library. It is destroyed when the library is unloaded or the process
+// ends, and its thread with it.
 class Library
 {
 public:
@@ -35,7 +35,7 @@ public:
 
     // Null while the library is closed.
     std::shared_ptr<Model> OpenModel();
-    // After a call of TarnOpen. A program may go on when it was refused: until TarnClose its calls
+    // After a call of TarnOpen. A program may go on after a refusal: until TarnClose its calls
     // fail, but are no misuse.
     void NoteOpening(std::uint32_t result) { m_refused = result != 0; }
     void MisuseWhileClosed(const std::string& name);
@@ -54,7 +54,7 @@ private:
     UINT m_message = 0;
     std::mutex m_mutex;
     std::atomic<bool> m_refused = false;
-    std::shared_ptr<Model> m_model; // its thread posts, so it goes first
+    std::shared_ptr<Model> m_model; // destroyed first, because its thread posts
 };
 
 Library& TheLibrary();
@@ -64,9 +64,8 @@ std::string Describe(const TarnValue* value);
 Value ReadValue(const TarnValue& record);
 Omissions OmissionsOf(const FaultRule& rule);
 
-// Runs one call: reads the settings anew, logs, and does what a fault rule says instead of, or
-// around, the work. work(model, rule) returns the result; it is not called when the rule gives a
-// result or no object.
+// Runs one call: reads changed settings, applies the fault rule and logs. work(library, rule)
+// returns the result; it is not called when the rule gives a result or no object.
 template <class Work>
 std::uint32_t Call(std::string_view name, const std::string& arguments, Work work)
 {
@@ -84,8 +83,7 @@ std::uint32_t Call(std::string_view name, const std::string& arguments, Work wor
         try {
             result = work(library, rule);
         } catch (const std::exception& failure) {
-            std::fprintf(stderr, "Tarn simulator: %s: %s\n", std::string(name).c_str(),
-                         failure.what());
+            Warn(std::string(name) + ": " + failure.what());
             result = InternalFailure;
         }
     }
@@ -344,7 +342,7 @@ std::uint32_t Library::Open()
         m_model = std::make_shared<Model>(
             settings, [this](std::uint32_t image, std::uint32_t event) { Post(image, event); });
     } catch (const std::runtime_error& failure) {
-        std::fprintf(stderr, "Tarn simulator: %s\n", failure.what());
+        Warn(failure.what());
         return StoreUnusable;
     }
     return 0;
@@ -365,7 +363,7 @@ std::uint32_t Library::Close()
     closing.reset();
     const std::string counts = std::to_string(ledger.Given()) + " objects handed out, " +
                                std::to_string(ledger.Outstanding()) + " not freed";
-    std::fprintf(stderr, "Tarn simulator: %s\n", counts.c_str());
+    Warn(counts);
     trace.Write("objects", counts);
     if (ledger.Outstanding() != 0) {
         Misuse("objects were not freed");
@@ -413,7 +411,7 @@ void Library::MisuseWhileClosed(const std::string& name)
 
 void Library::Misuse(const std::string& what)
 {
-    std::fprintf(stderr, "Tarn simulator: %s\n", what.c_str());
+    Warn(what);
     trace.Write("misuse", what);
     if (settings.Current()->strict) {
         std::abort();

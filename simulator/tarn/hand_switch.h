@@ -1,6 +1,5 @@
-// What the simulated capture library offers the simulated preview besides its numbered exports:
-// the hand switch, how far the sensor is, and its faults and trace. Found by name in the loaded
-// libTarn.so.
+// What the simulated capture library exports for the simulated preview: the hand switch, the phase
+// of the sensor, fault rules and trace. Found by name in the loaded libTarn.so.
 #pragma once
 
 #include "device/tarn_abi.h"

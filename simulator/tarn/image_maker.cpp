@@ -3,6 +3,7 @@
 
 #include "simulator/tarn/header_text.h"
 #include "simulator/tarn/result_codes.h"
+#include "simulator/tarn/trace.h"
 
 #include <algorithm>
 #include <cmath>
@@ -82,7 +83,7 @@ std::optional<Frame> ImageMaker::NextPicture(Capture& capture, const std::string
         }
         return ReadGrayMap(paths[m_pictures++ % paths.size()]);
     } catch (const std::runtime_error& failure) {
-        std::fprintf(stderr, "Tarn simulator: %s\n", failure.what());
+        Warn(failure.what());
         capture.warnings.push_back(PictureUnusable);
         return std::nullopt;
     }
@@ -102,8 +103,7 @@ void SaveRaw(Capture& capture, const Frame& frame)
     const std::vector<std::uint8_t> bytes = PackSamples(frame, RowOrder::TopFirst);
     file.write(reinterpret_cast<const char*>(bytes.data()), std::streamsize(bytes.size()));
     if (!file.flush()) {
-        std::fprintf(stderr, "Tarn simulator: cannot write the raw file %s%s\n", folder.c_str(),
-                     name);
+        Warn("cannot write the raw file " + folder + name);
         capture.warnings.push_back(RawFileNotWritten);
     }
 }

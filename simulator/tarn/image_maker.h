@@ -1,4 +1,4 @@
-// Makes the stored image out of an exposure.
+// Makes the stored image of an exposure.
 #pragma once
 
 #include "simulator/tarn/parameters.h"
@@ -13,7 +13,7 @@
 
 namespace tarn {
 
-// What an exposure was made with, because parameters may change during its read-out, and its image.
+// One exposure: a copy of the parameters, which may change during its read-out, and the image.
 struct Capture
 {
     std::uint32_t imageId = 0;
@@ -29,19 +29,20 @@ struct Capture
     std::vector<std::uint32_t> warnings; // results
 };
 
-// One thread may make images.
+// For one thread.
 class ImageMaker
 {
 public:
     // The same seed, capture and settings give the same image.
     explicit ImageMaker(std::uint64_t seed) : m_seed(seed) {}
 
-    // Sets the capture's image and adds warnings; writes the raw file, if there is a folder for it.
+    // Sets the capture's image and adds warnings; writes the raw file when the capture has a
+    // folder.
     void Make(Capture& capture, const Settings& settings);
 
 private:
     Frame MakeFrame(Capture& capture, const Settings& settings);
-    // Nothing, with a warning, when no picture of the folder can be used.
+    // Nothing, and a warning, when the picture cannot be used.
     std::optional<Frame> NextPicture(Capture& capture, const std::string& folder);
 
     const std::uint64_t m_seed;

@@ -2,17 +2,17 @@
 #include "simulator/tarn/model.h"
 
 #include "simulator/tarn/result_codes.h"
+#include "simulator/tarn/trace.h"
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <random>
 #include <tuple>
 
 namespace tarn {
 namespace {
 
-constexpr double LongestWait = 0.02;          // real seconds between two looks at the settings
+constexpr double LongestWait = 0.02;          // real seconds between two checks of the settings
 constexpr std::uint32_t NoImage = 4000000000; // number of an image that does not exist
 
 } // namespace
@@ -375,7 +375,7 @@ void Model::ReadOut(Lock& lock)
         capture.imageId = m_store.TakeId();
         m_imageMaker.Make(capture, *settings);
     } catch (const std::exception& error) {
-        std::fprintf(stderr, "Tarn simulator: %s\n", error.what());
+        Warn(error.what());
         failure = NotStored;
     }
     lock.lock();
@@ -399,7 +399,7 @@ void Model::Store(Lock& lock)
     try {
         m_store.Add(image);
     } catch (const std::exception& error) {
-        std::fprintf(stderr, "Tarn simulator: %s\n", error.what());
+        Warn(error.what());
         failure = NotStored;
     }
     lock.lock();
@@ -408,7 +408,7 @@ void Model::Store(Lock& lock)
     if (failure == 0) {
         FaultRule rule;
         m_settingsFile.TakeRule(ImageReadyRule, rule);
-        // The script comes first: who has seen the event finds its step done.
+        // The script first, so that its step is done when the event is seen.
         m_settingsFile.Advance(m_time, ++m_imagesTaken);
         PostImageReady(image.imageId, rule);
     }

@@ -18,7 +18,7 @@
 
 namespace tarn {
 
-// One capture runs like this; abort, the inactivity timeout and a pulled plug lead back to idle:
+// One capture runs like this; abort, the inactivity timeout and unplugging lead back to idle:
 //
 //   Idle -Enable-> Arming -15-> Armed -hand switch or delay: 17, 7-> Reading -2, 4-> Idle
 //
@@ -26,7 +26,7 @@ namespace tarn {
 class Model
 {
 public:
-    // Called in the order of the events, with the model's lock held: it must not call the model.
+    // Called in the order of the events with the model locked: it must not call the model.
     using EventSink = std::function<void(std::uint32_t image, std::uint32_t event)>;
 
     // settings must outlive the model. Opens the store and starts the thread; throws
@@ -37,9 +37,10 @@ public:
     Model(const Model&) = delete;
     Model& operator=(const Model&) = delete;
 
-    // device: 0 for whichever sensor there is.
+    // device: 0 for any sensor.
     std::uint32_t Enable(std::uint32_t device, const std::string& userId);
-    // abort false takes a failed Enable back, which has left nothing: a running capture goes on.
+    // abort false cleans up after a failed Enable, which needs nothing: a running capture
+    // continues.
     std::uint32_t Disable(std::uint32_t device, bool abort);
     std::uint32_t HandSwitch();
     // secondsLeft: see TarnSimulatorArmedState.
@@ -66,7 +67,7 @@ private:
         std::uint32_t image, event;
     };
 
-    // Brings the simulated time, the settings and everything that follows from them up to date.
+    // Updates the simulated time, the settings and everything that depends on them.
     void Refresh();
     void ApplySettings(const Settings& settings);
     void ApplyDevices(const Settings& settings);
@@ -84,8 +85,7 @@ private:
     // The sensor that would take the image, null when there is none.
     const DeviceState* UsableSensor(std::uint32_t device) const;
     std::pair<std::string, std::uint32_t> NextProgram() const;
-    // Real seconds until the phase ends by itself; infinite when it does not, and while idle of no
-    // meaning.
+    // Real seconds until the phase ends by itself; infinite when it does not, undefined while idle.
     double SecondsLeft() const;
 
     SettingsFile& m_settingsFile;
@@ -103,15 +103,15 @@ private:
     double m_timeout = 0;  // simulated time of the inactivity timeout
     std::uint32_t m_armedDevice = 0;
     std::string m_userId;
-    std::string m_program; // of the image before
+    std::string m_program; // of the previous image
     std::uint64_t m_imagesTaken = 0;
-    bool m_storing = false; // the image is on its way into the store and can no longer be lost
+    bool m_storing = false; // the image is being written to the store and can no longer be lost
     Capture m_capture;
     std::vector<LateEvent> m_lateEvents;
     std::uint32_t m_eventsSerial = 0;
     EventStorm m_storm;
 
-    ImageMaker m_imageMaker; // the thread's
+    ImageMaker m_imageMaker; // used by the thread only
     std::thread m_thread;
 };
 

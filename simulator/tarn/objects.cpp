@@ -1,4 +1,4 @@
-// Makes the records of the library's interface out of the simulator's own values.
+// Makes the records of the library's interface from the simulator's own values.
 #include "simulator/tarn/objects.h"
 
 namespace tarn {

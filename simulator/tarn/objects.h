@@ -12,7 +12,7 @@
 
 namespace tarn {
 
-// The value of a parameter, whatever its type.
+// The value of a parameter of any type.
 struct Value
 {
     std::uint32_t type = TarnTypeInteger;
@@ -28,7 +28,7 @@ struct Device
     std::string description;
 };
 
-// Parts that an object is to lack.
+// Defects that an object is to have.
 struct Omissions
 {
     bool wrongType = false;
@@ -47,7 +47,7 @@ public:
     TarnImageRecord* Give(StoredImage image, const Omissions& omissions);
     DeviceList* Give(std::vector<Device> devices, const Omissions& omissions);
 
-    // False when the ledger never gave the object, or it is freed already. Null is freed.
+    // False when the object did not come from the ledger or is freed already. Null is allowed.
     bool Free(void* object);
 
     std::size_t Given() const;

@@ -13,7 +13,7 @@ namespace {
 struct BinningBlock
 {
     std::uint16_t binning;
-    std::uint16_t sensorCode; // of the sensors it is meant for, whichever device is written
+    std::uint16_t sensorCode; // of the sensors to change, whichever device is written
 };
 static_assert(sizeof(BinningBlock) == 4);
 

@@ -23,7 +23,7 @@ struct DeviceState
 {
     std::uint32_t number = 0; // 0 is the base unit, the others are sensors
     bool present = false;
-    std::uint32_t faultState = 0; // 0, or the state that a fault shows
+    std::uint32_t faultState = 0; // a DeviceListState; 0: no fault
     std::uint32_t faultResult = 0;
     std::uint32_t binning = 1;
     std::uint32_t integrationTime = 300;      // ms
@@ -31,7 +31,7 @@ struct DeviceState
     Battery battery;
 
     bool IsSensor() const { return number != 0; }
-    // 12 and 20 for the sensors 1 and 2, and in turn for the further ones.
+    // 12 for odd numbers, 20 for even ones.
     std::uint32_t SensorCode() const { return number % 2 == 1 ? 12 : 20; }
     std::string HardwareId() const;
 };
@@ -45,7 +45,7 @@ struct Registers
     bool gainCheck = true;
     std::string rawFolder;
     Phase phase = Phase::Idle;
-    std::map<std::uint32_t, DeviceState> devices; // by number, also those not present
+    std::map<std::uint32_t, DeviceState> devices; // by number, also absent ones
 };
 
 // What the program polls for its capture buttons, a CommandState each.

@@ -1,8 +1,9 @@
 // Reads the settings file into the knobs and runs its script.
 #include "simulator/tarn/settings.h"
 
+#include "simulator/tarn/trace.h"
+
 #include <algorithm>
-#include <cstdio>
 #include <dlfcn.h>
 #include <filesystem>
 #include <fstream>
@@ -93,7 +94,7 @@ std::shared_ptr<const Settings> SettingsFile::Current()
         m_read = true;
         m_stamp = stamp;
         std::optional<std::string> text = ReadText();
-        // A file that was replaced meanwhile would else be taken twice, with its events.
+        // Otherwise a file replaced meanwhile would be read twice, and its events posted twice.
         for (Stamp after = ReadStamp(); after != m_stamp; after = ReadStamp()) {
             m_stamp = after;
             text = ReadText();
@@ -244,8 +245,7 @@ void SettingsFile::Set(Settings& settings, const std::string& key, std::string_v
 
 void SettingsFile::Report(const std::string& where, const std::string& what) const
 {
-    std::fprintf(stderr, "Tarn simulator: %s: %s; what held before stays\n", where.c_str(),
-                 what.c_str());
+    Warn(where + ": " + what + "; keeping the previous value");
 }
 
 std::string ResolvePath(const std::string& path)

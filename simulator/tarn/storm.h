@@ -1,4 +1,4 @@
-// A storm of events, which floods the window.
+// A storm: events posted at a given rate to flood the window.
 #pragma once
 
 #include "simulator/tarn/settings.h"
@@ -11,9 +11,9 @@ namespace tarn {
 class EventStorm
 {
 public:
-    // Lets real seconds pass. A new storm begins when settings were given one.
+    // Adds the events of that many real seconds. Starts anew when a storm was set since.
     void Advance(const Settings& settings, double seconds);
-    // The events that are due, but no more at once than calls can wait for.
+    // Takes the events that are due, but only as many as calls of the library may wait for.
     std::vector<std::uint32_t> TakeDue(const Settings& settings);
 
 private:

@@ -1,4 +1,4 @@
-// Loading of the two libraries and the way of every call through one place.
+// Loads the two libraries and forwards every call to them.
 #include "device/libraries.h"
 
 #include "platform/module.h"
@@ -11,7 +11,7 @@
 
 namespace {
 
-// Where the record keeps an export.
+// The place of an export in the record.
 struct ExportSlot
 {
     Export which;

@@ -14,7 +14,7 @@
 // shows, tell it from the libraries' own results.
 inline constexpr std::uint32_t ErrorExportMissing = 0xFF000000 | ResultError | 0xFF01;
 
-// What the program calls in Tarn and Quillet: one function pointer an export.
+// What the program calls in Tarn and Quillet: one function pointer per export.
 struct LibraryExports
 {
     decltype(&Tarn_1) open = nullptr;
@@ -38,8 +38,8 @@ struct LibraryExports
     decltype(&Quillet_4) quilletShow = nullptr;
 };
 
-// Calls these exports from now on instead of loading the libraries; null goes back to loading.
-// The seam for tests; the record must stay alive. Returns the former one.
+// For tests: replaces the loaded exports; null restores them. The record must outlive its use.
+// Returns the previous one.
 const LibraryExports* UseLibraryExports(const LibraryExports* exports);
 
 // ErrorExportMissing while the libraries lack an export; otherwise 0.
@@ -71,8 +71,7 @@ std::uint32_t TarnDescribeResult(std::uint32_t result, char* text, std::uint32_t
 
 void TarnFreeObject(void* object); // null is allowed
 
-// An object that the library handed out, freed on every way out of the owner's scope. Null when
-// the library gave none.
+// An object of the library, freed at the end of the owner's scope. Null when the library gave none.
 struct FreeLibraryObject
 {
     void operator()(void* object) const { TarnFreeObject(object); }
@@ -89,7 +88,7 @@ inline const char* TextOrEmpty(const char* text)
     return text != nullptr ? text : "";
 }
 
-// screenArea: where on the screen the preview stands. *handle: the preview's handle.
+// screenArea: the preview's rectangle, in screen pixels. *handle: the preview's handle.
 std::uint32_t QuilletOpen(HWND owner, std::uint32_t zero, const RECT* screenArea,
                           std::uint32_t zero2, std::uintptr_t* handle);
 std::uint32_t QuilletShow(std::uintptr_t handle, std::uint32_t show);

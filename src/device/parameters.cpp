@@ -1,4 +1,4 @@
-// Building, checking and freeing of the library's parameter records.
+// Builds, checks and frees the library's parameter records.
 #include "device/parameters.h"
 
 #include "device/libraries.h"

@@ -10,7 +10,7 @@
 #include <cstdint>
 #include <string>
 
-// Texts are appended to.
+// A text read is appended to the string.
 bool GetLibraryText(std::uint32_t parameter, std::string& text);
 std::uint32_t SetLibraryText(std::uint32_t parameter, const std::string& text);
 std::uint32_t SetLibraryBlock(std::uint32_t parameter, const void* bytes, std::size_t size);

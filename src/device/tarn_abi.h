@@ -45,8 +45,8 @@ enum DeviceListState : std::uint32_t
     StateOtherFault = 101, // see DeviceParameter::OtherFaultResult
 };
 
-// What a device says about Enable and about Abort. Each is possible when no device forbids it and,
-// for Enable, some device says possible, for Abort, not every device says needless.
+// A device's answer to whether Enable or Abort is possible. One that forbids decides for all;
+// Enable also needs a device that says possible, Abort one that does not say needless.
 enum CommandState : std::uint32_t
 {
     CommandPossible = 0,

@@ -85,7 +85,7 @@ protected:
         SetNotifyWindow(reinterpret_cast<HWND>(1), WM_TARN_EVENT);
     }
 
-    // The file is replaced as a whole, because it is read at any moment.
+    // Replaces the file as a whole, because it may be read at any time.
     void Configure(const std::string& lines)
     {
         std::ofstream(folder / "new")
@@ -96,7 +96,7 @@ protected:
         std::filesystem::rename(folder / "new", folder / "s.ini");
     }
 
-    // Waits for an event and takes it away with those before it: "17 7 2:1 " and so on.
+    // Waits for an event and removes all up to it: "17 7 2:1 " and so on.
     std::string Until(std::uint32_t code)
     {
         std::unique_lock lock(eventMutex);
@@ -234,7 +234,7 @@ TEST_F(Simulator, SameSeedGivesTheSameImageAndTheStoreSurvives)
     EXPECT_NE(first.pixels, second.pixels);
     TarnClose();
     std::ofstream(folder / "store" / "0000000009.tarn.tmp") << "half";
-    // None of these is an image; a run goes past them and leaves them alone.
+    // None of these is an image; the library skips them and leaves them alone.
     const std::string whole = ReadFile(folder / "store" / "0000000001.tarn");
     for (const char* name : {"0000000003.tarn", "0000000004.tarn", "0000000005.tarn"}) {
         std::ofstream(folder / "store" / name) << "garbage " << whole;
@@ -253,10 +253,10 @@ TEST_F(Simulator, SameSeedGivesTheSameImageAndTheStoreSurvives)
     EXPECT_EQ(Fetch(0), second);
     EXPECT_EQ(RemoveImage("", 2), 0u);
     Fetch(0, tarn::NoSuchImage);
-    EXPECT_EQ(GetImageCount(&count) + count, 0u) << "they count no more";
+    EXPECT_EQ(GetImageCount(&count) + count, 0u) << "they are no longer counted";
     TarnClose();
     Open();
-    EXPECT_EQ(Expose(), 8u) << "ids are not used again";
+    EXPECT_EQ(Expose(), 8u) << "ids are not reused";
     TarnClose();
     std::filesystem::remove_all(folder / "store");
     Open();

@@ -1,4 +1,4 @@
-// The scripted library: exports that note the call, follow the script and answer from the tables.
+// The scripted library: exports that log the call, follow the script and answer from the tables.
 #include "support/scripted_library.h"
 
 #include <algorithm>
