@@ -62,7 +62,6 @@ std::string Number(std::uint32_t number);
 std::string Address(const void* pointer);
 std::string Describe(const TarnValue* value);
 Value ReadValue(const TarnValue& record);
-Omissions OmissionsOf(const FaultRule& rule);
 
 // Runs one call: reads changed settings, applies the fault rule and logs. work(library, rule)
 // returns the result; it is not called when the rule gives a result or no object.
@@ -105,6 +104,24 @@ std::uint32_t CallModel(std::string_view name, const std::string& arguments, Wor
         }
         return work(library, *model, rule);
     });
+}
+
+// The same for the exports that give an object. read(model, object) returns the result.
+template <class Object, class Record, class Read>
+std::uint32_t CallRead(Export which, const std::string& arguments, Record** out, Read read)
+{
+    if (out != nullptr) {
+        *out = nullptr;
+    }
+    return CallModel(
+        NameOf(which), arguments, [&](Library& library, Model& model, const FaultRule& rule) {
+            Object object;
+            const std::uint32_t result = out != nullptr ? read(model, object) : NullPointer;
+            if (result == 0) {
+                *out = library.ledger.Give(std::move(object), rule);
+            }
+            return result;
+        });
 }
 
 } // namespace
@@ -161,20 +178,9 @@ std::uint32_t Tarn_6(std::uint32_t device, std::uint32_t abort)
 
 std::uint32_t Tarn_7(std::uint32_t parameter, TarnValue** out)
 {
-    if (out != nullptr) {
-        *out = nullptr;
-    }
-    return CallModel(NameOf(Export::GetLibraryParam), Number(parameter),
-                     [&](Library& library, Model& model, const FaultRule& rule) {
-                         Value value;
-                         std::uint32_t result =
-                             out == nullptr ? NullPointer : model.ReadLibrary(parameter, value);
-                         if (result == 0) {
-                             *out = library.ledger.Give(parameter, std::move(value),
-                                                        OmissionsOf(rule));
-                         }
-                         return result;
-                     });
+    return CallRead<Value>(
+        Export::GetLibraryParam, Number(parameter), out,
+        [&](Model& model, Value& value) { return model.ReadLibrary(parameter, value); });
 }
 
 std::uint32_t Tarn_8(std::uint32_t parameter, const TarnValue* value)
@@ -188,21 +194,11 @@ std::uint32_t Tarn_8(std::uint32_t parameter, const TarnValue* value)
 
 std::uint32_t Tarn_20(const char* userId, std::uint32_t number, TarnImageRecord** out)
 {
-    if (out != nullptr) {
-        *out = nullptr;
-    }
-    return CallModel(NameOf(Export::GetImage), Quoted(userId) + " " + Number(number),
-                     [&](Library& library, Model& model, const FaultRule& rule) {
-                         StoredImage image;
-                         std::uint32_t result =
-                             out == nullptr
-                                 ? NullPointer
-                                 : model.GetImage(userId == nullptr ? "" : userId, number, image);
-                         if (result == 0) {
-                             *out = library.ledger.Give(std::move(image), OmissionsOf(rule));
-                         }
-                         return result;
-                     });
+    return CallRead<StoredImage>(Export::GetImage, Quoted(userId) + " " + Number(number), out,
+                                 [&](Model& model, StoredImage& image) {
+                                     return model.GetImage(userId == nullptr ? "" : userId, number,
+                                                           image);
+                                 });
 }
 
 std::uint32_t Tarn_21(const char* userId, std::uint32_t imageId)
@@ -230,35 +226,18 @@ std::uint32_t Tarn_22(std::uint32_t* count)
 
 std::uint32_t Tarn_30(DeviceList** out)
 {
-    if (out != nullptr) {
-        *out = nullptr;
-    }
-    return CallModel(NameOf(Export::GetDeviceList), "",
-                     [&](Library& library, Model& model, const FaultRule& rule) {
-                         if (out == nullptr) {
-                             return NullPointer;
-                         }
-                         *out = library.ledger.Give(model.Devices(), OmissionsOf(rule));
-                         return 0u;
-                     });
+    return CallRead<std::vector<Device>>(Export::GetDeviceList, "", out,
+                                         [](Model& model, std::vector<Device>& devices) {
+                                             devices = model.Devices();
+                                             return 0u;
+                                         });
 }
 
 std::uint32_t Tarn_31(std::uint32_t device, std::uint32_t parameter, TarnValue** out)
 {
-    if (out != nullptr) {
-        *out = nullptr;
-    }
-    return CallModel(
-        NameOf(Export::GetDeviceParam), Number(device) + " " + Number(parameter),
-        [&](Library& library, Model& model, const FaultRule& rule) {
-            Value value;
-            std::uint32_t result =
-                out == nullptr ? NullPointer : model.ReadDevice(device, parameter, value);
-            if (result == 0) {
-                *out = library.ledger.Give(parameter, std::move(value), OmissionsOf(rule));
-            }
-            return result;
-        });
+    return CallRead<Value>(
+        Export::GetDeviceParam, Number(device) + " " + Number(parameter), out,
+        [&](Model& model, Value& value) { return model.ReadDevice(device, parameter, value); });
 }
 
 std::uint32_t Tarn_32(std::uint32_t device, std::uint32_t parameter, const TarnValue* value)
@@ -484,12 +463,6 @@ Value ReadValue(const TarnValue& record)
         value.number = static_cast<std::uint32_t>(record.value);
     }
     return value;
-}
-
-Omissions OmissionsOf(const FaultRule& rule)
-{
-    return {rule.wrongType, rule.nullTexts,  rule.noHeader,
-            rule.noUser,    rule.emptyImage, rule.noEntries};
 }
 
 } // namespace

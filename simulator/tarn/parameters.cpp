@@ -201,6 +201,7 @@ std::uint32_t ReadLibraryParameter(const Registers& registers, std::uint32_t par
         return NoSuchParameter;
     }
     value = row->read(registers, {});
+    value.parameter = parameter;
     return 0;
 }
 
@@ -223,6 +224,7 @@ std::uint32_t ReadDeviceParameter(const Registers& registers, std::uint32_t devi
         return NoSuchParameter;
     }
     value = row->read(registers, found->second);
+    value.parameter = parameter;
     return 0;
 }
 
