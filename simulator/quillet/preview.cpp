@@ -35,7 +35,7 @@ constexpr QColor Amber{255, 184, 60};
 constexpr QColor Green{96, 222, 130};
 constexpr QColor Red{255, 94, 72};
 
-// What the picture says in each phase of the sensor; "%1" stands for the seconds left.
+// The texts of each phase of the sensor; "%1" is replaced by the seconds left.
 struct PhaseLook
 {
     std::uint32_t phase;
@@ -54,7 +54,7 @@ constexpr PhaseLook PhaseLooks[] = {
     {TarnPhaseReading, Red, "READING OUT", "The image is on its way", "image in %1 s",
      "Preview: reading out"},
 };
-// With a capture library that does not tell its phase.
+// For a capture library that does not report its phase.
 constexpr PhaseLook UnknownLook = {0, Green, "SENSOR ARMED", "", "", "Preview: sensor armed"};
 
 const PhaseLook& LookOf(const SensorLink& sensor, std::uint32_t phase);
@@ -109,7 +109,7 @@ void Preview::Arm()
 void Preview::Disarm()
 {
     m_frameTimer.stop();
-    // Left to itself the focus would go on to a button, and a second Space would press that.
+    // Otherwise the focus would move on to a button, and a second Space would press that.
     clearFocus();
     hide();
 }
@@ -153,7 +153,7 @@ void Preview::paintEvent(QPaintEvent*)
     const PhaseLook& look = LookOf(m_sensor, m_phase);
     const double seconds = static_cast<double>(m_shownSince.elapsed()) / 1e3;
     const bool rightwards = std::fmod(seconds, SweepPeriod) < SweepPeriod / 2;
-    const bool counting = m_secondsLeft >= 0.0 && (*look.countdown != 0);
+    const bool counting = m_secondsLeft >= 0.0 && *look.countdown != 0;
     QColor lamp = look.lamp;
     lamp.setAlphaF(static_cast<float>(LampBrightness(seconds, LampPeriod)));
 
@@ -238,7 +238,7 @@ void DrawCrosshair(QPainter& painter, QSize size)
     }
 }
 
-// The angles of the field that the sensor covers.
+// Corner marks of the sensor's field.
 void DrawCorners(QPainter& painter, QSize size)
 {
     const double arm = GridStep * 1.5;
@@ -253,7 +253,7 @@ void DrawCorners(QPainter& painter, QSize size)
     }
 }
 
-// A bright line with a tail behind it that fades out.
+// A bright line with a fading tail.
 void DrawSweep(QPainter& painter, QSize size, double position, bool rightwards)
 {
     const double x = position * size.width();
@@ -265,7 +265,7 @@ void DrawSweep(QPainter& painter, QSize size, double position, bool rightwards)
     painter.fillRect(QRectF(x - 1, 0, 2, size.height()), Mark);
 }
 
-// A ring around the middle that runs out clockwise. share: what is left, 0 to 1.
+// A ring around the middle that empties clockwise. share: the part left, 0 to 1.
 void DrawCountdown(QPainter& painter, QSize size, QColor color, double share)
 {
     QRectF ring(0, 0, 2 * RingRadius, 2 * RingRadius);
@@ -296,7 +296,7 @@ void DrawState(QPainter& painter, QColor lamp, const QString& state)
     painter.restore();
 }
 
-// Bottom, in the middle: what to do now, and under it how long the phase still takes.
+// Bottom center: what to do now, and below it the time left in the phase.
 void DrawPrompt(QPainter& painter, QSize size, const QString& prompt, const QString& countdown)
 {
     if (prompt.isEmpty()) {

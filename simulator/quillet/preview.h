@@ -8,32 +8,31 @@
 
 #include <cstdint>
 
-// The way to the simulated capture library; null functions when another one is loaded.
+// Functions of the simulated capture library; null when another library is loaded.
 struct SensorLink
 {
-    std::uint32_t (*expose)() = nullptr; // 0: exposing
-    std::uint32_t (*phase)(double* secondsLeft) =
-        nullptr; // a TarnPhase...; negative: no end in sight
+    std::uint32_t (*expose)() = nullptr;                   // returns 0 when exposing
+    std::uint32_t (*phase)(double* secondsLeft) = nullptr; // see TarnSimulatorArmedState
 };
 
-// How far the line of the live picture has swept: 0 at the left edge, 1 at the right. It goes there
-// and back once in the period and slows down at both ends.
+// Position of the sweeping line: 0 at the left edge, 1 at the right. It moves there and back once
+// per period and slows down at both ends.
 double SweepPosition(double seconds, double period);
 
-// The share (0.1 to 1) of the lamp's brightness; it breathes once in the period.
+// Brightness of the lamp, 0.1 to 1, one cycle per period.
 double LampBrightness(double seconds, double period);
 
-// A child of the window that asked for it, so that it moves, hides and ends with it and takes no
-// input from the rest of it. Being a button, it is pressed by a click, by Space or by a screen
-// reader; the press itself exposes, not the release.
+// A child of the owner's window, so that it moves, hides and closes with it and leaves the rest of
+// it usable. As a button it is pressed by a click, by Space or by a screen reader; the press
+// exposes, not the release.
 class Preview : public QAbstractButton
 {
 public:
     // owner owns the preview. screenArea: screen pixels.
     Preview(QWidget* owner, const QRect& screenArea, SensorLink sensor);
 
-    // Shows the picture in front of its siblings. The keyboard goes to it, so that Space exposes at
-    // once, unless the operator is typing into a field or walking through the options.
+    // Shows the picture in front of its siblings and gives it the focus, so that Space exposes at
+    // once, unless the focus is in a field or on an option.
     void Arm();
     void Disarm();
 
@@ -47,10 +46,10 @@ private:
     void Expose();
 
     SensorLink m_sensor;
-    QPixmap m_grid; // what stands still, drawn once a size
+    QPixmap m_grid; // the static background, drawn once per size
     QBasicTimer m_frameTimer;
     QElapsedTimer m_shownSince;
     std::uint32_t m_phase = 0;
     double m_secondsLeft = -1.0;
-    double m_phaseLength = -1.0; // what was left when the phase began
+    double m_phaseLength = -1.0; // seconds left when the phase began
 };

@@ -15,9 +15,9 @@ constexpr std::uint32_t BadArgument = ResultError | 1;
 constexpr std::uint32_t NoSuchPreview = ResultError | 2;
 
 SensorLink FindSensor();
-std::uint32_t Begin(const char* name);
+std::uint32_t Begin(Export which);
 
-// The previews that were opened and not closed; an entry is null once its owner took it along.
+// The open previews; an entry is null once its owner has destroyed the preview.
 std::map<std::uintptr_t, QPointer<Preview>> openPreviews;
 std::uintptr_t lastHandle = 0;
 
@@ -25,11 +25,11 @@ std::uint32_t Close(std::uintptr_t handle);
 
 } // namespace
 
-// Both run on the thread of the owner's windows, as does every call of this library.
+// Every call of this library runs on the thread of the owner's windows.
 std::uint32_t Quillet_1(HWND owner, std::uint32_t, const RECT* screenArea, std::uint32_t,
                         std::uintptr_t* handle)
 {
-    if (const std::uint32_t fault = Begin("QuilletOpen")) {
+    if (const std::uint32_t fault = Begin(Export::QuilletOpen)) {
         return fault;
     }
     QWidget* window = WidgetOf(owner);
@@ -38,8 +38,8 @@ std::uint32_t Quillet_1(HWND owner, std::uint32_t, const RECT* screenArea, std::
     }
     const QRect area(screenArea->left, screenArea->top, screenArea->right - screenArea->left,
                      screenArea->bottom - screenArea->top);
-    // A window has one image area; a preview whose handle was given up must not stay in front of
-    // it.
+    // A window has one image area: an earlier preview that was not closed must not cover the new
+    // one.
     for (auto entry = openPreviews.begin(); entry != openPreviews.end();) {
         const auto [earlier, preview] = *entry++;
         if (preview != nullptr && preview->parentWidget() == window) {
@@ -53,14 +53,14 @@ std::uint32_t Quillet_1(HWND owner, std::uint32_t, const RECT* screenArea, std::
 
 std::uint32_t Quillet_4(std::uintptr_t handle, std::uint32_t show)
 {
-    if (const std::uint32_t fault = Begin("QuilletShow")) {
+    if (const std::uint32_t fault = Begin(Export::QuilletShow)) {
         return fault;
     }
     const auto entry = openPreviews.find(handle);
     if (entry == openPreviews.end() || entry->second == nullptr) {
         return NoSuchPreview;
     }
-    if (show) {
+    if (show != 0) {
         entry->second->Arm();
     } else {
         entry->second->Disarm();
@@ -70,7 +70,7 @@ std::uint32_t Quillet_4(std::uintptr_t handle, std::uint32_t show)
 
 std::uint32_t Quillet_2(std::uintptr_t handle)
 {
-    const std::uint32_t fault = Begin("QuilletClose");
+    const std::uint32_t fault = Begin(Export::QuilletClose);
     return fault != 0 ? fault : Close(handle);
 }
 
@@ -82,7 +82,7 @@ std::uint32_t Close(std::uintptr_t handle)
     if (entry == openPreviews.end()) {
         return NoSuchPreview;
     }
-    // The close may come out of the preview's own press, so it goes once the stack is unwound.
+    // The close may be nested in the preview's own press, so it is deleted after that has returned.
     if (Preview* preview = entry->second) {
         preview->Disarm();
         preview->deleteLater();
@@ -91,13 +91,13 @@ std::uint32_t Close(std::uintptr_t handle)
     return 0;
 }
 
-// A function of the capture library as the program has loaded it; it is not loaded for the
-// preview's sake. Null when it is not there.
+// A function of the capture library that the program has loaded; null when there is none. Does not
+// load the library.
 template <class Function>
 Function* FindInTarn(const char* name)
 {
     void* const tarn = dlopen("libTarn.so", RTLD_NOW | RTLD_NOLOAD);
-    if (!tarn) {
+    if (tarn == nullptr) {
         return nullptr;
     }
     auto* const function = reinterpret_cast<Function*>(dlsym(tarn, name));
@@ -113,10 +113,10 @@ SensorLink FindSensor()
     return sensor;
 }
 
-std::uint32_t Begin(const char* name)
+std::uint32_t Begin(Export which)
 {
     auto* const begin = FindInTarn<decltype(TarnSimulatorPreviewCall)>("TarnSimulatorPreviewCall");
-    return begin != nullptr ? begin(name) : 0;
+    return begin != nullptr ? begin(which) : 0;
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-// The numbered exports: each logs its call, lets a fault have its way, and asks the model.
+// The numbered exports: each logs its call, applies its fault rule and calls the model.
 #include "device/tarn_abi.h"
 #include "platform/system.h"
 #include "simulator/tarn/faults.h"
@@ -21,8 +21,8 @@ namespace {
 
 using namespace tarn;
 
-// Everything that the loaded library holds. The exports reach it by TheLibrary; it is destroyed
-// with the process or when the library is unloaded, and its thread with it.
+// The state of the loaded library. It is destroyed when the library is unloaded or the process
+// ends, and its thread with it.
 class Library
 {
 public:
@@ -35,7 +35,7 @@ public:
 
     // Null while the library is closed.
     std::shared_ptr<Model> OpenModel();
-    // After a call of TarnOpen. A program may go on when it was refused: until TarnClose its calls
+    // After a call of TarnOpen. A program may go on after a refusal: until TarnClose its calls
     // fail, but are no misuse.
     void NoteOpening(std::uint32_t result) { m_refused = result != 0; }
     void MisuseWhileClosed(const std::string& name);
@@ -54,7 +54,7 @@ private:
     UINT m_message = 0;
     std::mutex m_mutex;
     std::atomic<bool> m_refused = false;
-    std::shared_ptr<Model> m_model; // its thread posts, so it goes first
+    std::shared_ptr<Model> m_model; // destroyed first, because its thread posts
 };
 
 Library& TheLibrary();
@@ -62,11 +62,9 @@ std::string Number(std::uint32_t number);
 std::string Address(const void* pointer);
 std::string Describe(const TarnValue* value);
 Value ReadValue(const TarnValue& record);
-Omissions OmissionsOf(const FaultRule& rule);
 
-// Runs one call: reads the settings anew, logs, and does what a fault rule says instead of, or
-// around, the work. work(model, rule) returns the result; it is not called when the rule gives a
-// result or no object.
+// Runs one call: reads changed settings, applies the fault rule and logs. work(library, rule)
+// returns the result; it is not called when the rule gives a result or no object.
 template <class Work>
 std::uint32_t Call(std::string_view name, const std::string& arguments, Work work)
 {
@@ -84,8 +82,7 @@ std::uint32_t Call(std::string_view name, const std::string& arguments, Work wor
         try {
             result = work(library, rule);
         } catch (const std::exception& failure) {
-            std::fprintf(stderr, "Tarn simulator: %s: %s\n", std::string(name).c_str(),
-                         failure.what());
+            Warn(std::string(name) + ": " + failure.what());
             result = InternalFailure;
         }
     }
@@ -109,12 +106,30 @@ std::uint32_t CallModel(std::string_view name, const std::string& arguments, Wor
     });
 }
 
+// The same for the exports that give an object. read(model, object) returns the result.
+template <class Object, class Record, class Read>
+std::uint32_t CallRead(Export which, const std::string& arguments, Record** out, Read read)
+{
+    if (out != nullptr) {
+        *out = nullptr;
+    }
+    return CallModel(
+        NameOf(which), arguments, [&](Library& library, Model& model, const FaultRule& rule) {
+            Object object;
+            const std::uint32_t result = out != nullptr ? read(model, object) : NullPointer;
+            if (result == 0) {
+                *out = library.ledger.Give(std::move(object), rule);
+            }
+            return result;
+        });
+}
+
 } // namespace
 
 std::uint32_t Tarn_1(HWND owner, const char* name)
 {
     const std::uint32_t result =
-        Call("TarnOpen", Address(owner) + " " + Quoted(name),
+        Call(NameOf(Export::Open), Address(owner) + " " + Quoted(name),
              [](Library& library, const FaultRule&) { return library.Open(); });
     TheLibrary().NoteOpening(result);
     return result;
@@ -122,13 +137,13 @@ std::uint32_t Tarn_1(HWND owner, const char* name)
 
 std::uint32_t Tarn_2()
 {
-    return Call("TarnClose", "",
+    return Call(NameOf(Export::Close), "",
                 [](Library& library, const FaultRule&) { return library.Close(); });
 }
 
 std::uint32_t Tarn_3(HWND window, std::uint32_t message)
 {
-    return Call("TarnSetNotifyWindow", Address(window) + " " + Number(message),
+    return Call(NameOf(Export::SetNotifyWindow), Address(window) + " " + Number(message),
                 [&](Library& library, const FaultRule&) {
                     library.SetWindow(window, message);
                     return 0u;
@@ -137,15 +152,16 @@ std::uint32_t Tarn_3(HWND window, std::uint32_t message)
 
 std::uint32_t Tarn_4(HWND window)
 {
-    return Call("TarnClearNotifyWindow", Address(window), [&](Library& library, const FaultRule&) {
-        library.ClearWindow(window);
-        return 0u;
-    });
+    return Call(NameOf(Export::ClearNotifyWindow), Address(window),
+                [&](Library& library, const FaultRule&) {
+                    library.ClearWindow(window);
+                    return 0u;
+                });
 }
 
 std::uint32_t Tarn_5(std::uint32_t device, const char* userId, std::uint32_t zero)
 {
-    return CallModel("TarnEnableCapture",
+    return CallModel(NameOf(Export::EnableCapture),
                      Number(device) + " " + Quoted(userId) + " " + Number(zero),
                      [&](Library&, Model& model, const FaultRule&) {
                          return model.Enable(device, userId == nullptr ? "" : userId);
@@ -154,7 +170,7 @@ std::uint32_t Tarn_5(std::uint32_t device, const char* userId, std::uint32_t zer
 
 std::uint32_t Tarn_6(std::uint32_t device, std::uint32_t abort)
 {
-    return CallModel("TarnDisableCapture", Number(device) + " " + Number(abort),
+    return CallModel(NameOf(Export::DisableCapture), Number(device) + " " + Number(abort),
                      [&](Library&, Model& model, const FaultRule&) {
                          return model.Disable(device, abort != 0);
                      });
@@ -162,25 +178,14 @@ std::uint32_t Tarn_6(std::uint32_t device, std::uint32_t abort)
 
 std::uint32_t Tarn_7(std::uint32_t parameter, TarnValue** out)
 {
-    if (out != nullptr) {
-        *out = nullptr;
-    }
-    return CallModel("TarnGetLibraryParam", Number(parameter),
-                     [&](Library& library, Model& model, const FaultRule& rule) {
-                         Value value;
-                         std::uint32_t result =
-                             out == nullptr ? NullPointer : model.ReadLibrary(parameter, value);
-                         if (result == 0) {
-                             *out = library.ledger.Give(parameter, std::move(value),
-                                                        OmissionsOf(rule));
-                         }
-                         return result;
-                     });
+    return CallRead<Value>(
+        Export::GetLibraryParam, Number(parameter), out,
+        [&](Model& model, Value& value) { return model.ReadLibrary(parameter, value); });
 }
 
 std::uint32_t Tarn_8(std::uint32_t parameter, const TarnValue* value)
 {
-    return CallModel("TarnSetLibraryParam", Number(parameter) + " " + Describe(value),
+    return CallModel(NameOf(Export::SetLibraryParam), Number(parameter) + " " + Describe(value),
                      [&](Library&, Model& model, const FaultRule&) {
                          return value == nullptr ? NullPointer
                                                  : model.WriteLibrary(parameter, ReadValue(*value));
@@ -189,26 +194,16 @@ std::uint32_t Tarn_8(std::uint32_t parameter, const TarnValue* value)
 
 std::uint32_t Tarn_20(const char* userId, std::uint32_t number, TarnImageRecord** out)
 {
-    if (out != nullptr) {
-        *out = nullptr;
-    }
-    return CallModel("TarnGetImage", Quoted(userId) + " " + Number(number),
-                     [&](Library& library, Model& model, const FaultRule& rule) {
-                         StoredImage image;
-                         std::uint32_t result =
-                             out == nullptr
-                                 ? NullPointer
-                                 : model.GetImage(userId == nullptr ? "" : userId, number, image);
-                         if (result == 0) {
-                             *out = library.ledger.Give(std::move(image), OmissionsOf(rule));
-                         }
-                         return result;
-                     });
+    return CallRead<StoredImage>(Export::GetImage, Quoted(userId) + " " + Number(number), out,
+                                 [&](Model& model, StoredImage& image) {
+                                     return model.GetImage(userId == nullptr ? "" : userId, number,
+                                                           image);
+                                 });
 }
 
 std::uint32_t Tarn_21(const char* userId, std::uint32_t imageId)
 {
-    return CallModel("TarnRemoveImage", Quoted(userId) + " " + Number(imageId),
+    return CallModel(NameOf(Export::RemoveImage), Quoted(userId) + " " + Number(imageId),
                      [&](Library&, Model& model, const FaultRule&) {
                          return model.RemoveImage(userId == nullptr ? "" : userId, imageId);
                      });
@@ -219,51 +214,35 @@ std::uint32_t Tarn_22(std::uint32_t* count)
     if (count != nullptr) {
         *count = 0;
     }
-    return CallModel("TarnGetImageCount", "", [&](Library&, Model& model, const FaultRule&) {
-        if (count == nullptr) {
-            return NullPointer;
-        }
-        *count = model.GetImageCount();
-        return 0u;
-    });
-}
-
-std::uint32_t Tarn_30(DeviceList** out)
-{
-    if (out != nullptr) {
-        *out = nullptr;
-    }
-    return CallModel("TarnGetDeviceList", "",
-                     [&](Library& library, Model& model, const FaultRule& rule) {
-                         if (out == nullptr) {
+    return CallModel(NameOf(Export::GetImageCount), "",
+                     [&](Library&, Model& model, const FaultRule&) {
+                         if (count == nullptr) {
                              return NullPointer;
                          }
-                         *out = library.ledger.Give(model.Devices(), OmissionsOf(rule));
+                         *count = model.GetImageCount();
                          return 0u;
                      });
 }
 
+std::uint32_t Tarn_30(DeviceList** out)
+{
+    return CallRead<std::vector<Device>>(Export::GetDeviceList, "", out,
+                                         [](Model& model, std::vector<Device>& devices) {
+                                             devices = model.Devices();
+                                             return 0u;
+                                         });
+}
+
 std::uint32_t Tarn_31(std::uint32_t device, std::uint32_t parameter, TarnValue** out)
 {
-    if (out != nullptr) {
-        *out = nullptr;
-    }
-    return CallModel(
-        "TarnGetDeviceParam", Number(device) + " " + Number(parameter),
-        [&](Library& library, Model& model, const FaultRule& rule) {
-            Value value;
-            std::uint32_t result =
-                out == nullptr ? NullPointer : model.ReadDevice(device, parameter, value);
-            if (result == 0) {
-                *out = library.ledger.Give(parameter, std::move(value), OmissionsOf(rule));
-            }
-            return result;
-        });
+    return CallRead<Value>(
+        Export::GetDeviceParam, Number(device) + " " + Number(parameter), out,
+        [&](Model& model, Value& value) { return model.ReadDevice(device, parameter, value); });
 }
 
 std::uint32_t Tarn_32(std::uint32_t device, std::uint32_t parameter, const TarnValue* value)
 {
-    return CallModel("TarnSetDeviceParam",
+    return CallModel(NameOf(Export::SetDeviceParam),
                      Number(device) + " " + Number(parameter) + " " + Describe(value),
                      [&](Library&, Model& model, const FaultRule&) {
                          return value == nullptr
@@ -275,7 +254,7 @@ std::uint32_t Tarn_32(std::uint32_t device, std::uint32_t parameter, const TarnV
 std::uint32_t Tarn_98(std::uint32_t result, char* text, std::uint32_t capacity)
 {
     const std::uint32_t fault =
-        Call("TarnDescribeResult", Number(result) + " " + Number(capacity),
+        Call(NameOf(Export::DescribeResult), Number(result) + " " + Number(capacity),
              [&](Library& library, const FaultRule& rule) {
                  if (text == nullptr || capacity == 0) {
                      return 0u;
@@ -296,7 +275,8 @@ std::uint32_t Tarn_98(std::uint32_t result, char* text, std::uint32_t capacity)
 
 void Tarn_99(void* object)
 {
-    Call("TarnFreeObject", Address(object), [](Library&, const FaultRule&) { return 0u; });
+    Call(NameOf(Export::FreeObject), Address(object),
+         [](Library&, const FaultRule&) { return 0u; });
     Library& library = TheLibrary();
     if (!library.ledger.Free(object)) {
         library.Misuse("TarnFreeObject was given what the library did not hand out, or what is "
@@ -321,9 +301,9 @@ std::uint32_t TarnSimulatorArmedState(double* secondsLeft)
     return static_cast<std::uint32_t>(phase);
 }
 
-std::uint32_t TarnSimulatorPreviewCall(const char* name)
+std::uint32_t TarnSimulatorPreviewCall(Export which)
 {
-    return Call(name, "", [](Library&, const FaultRule&) { return 0u; });
+    return Call(NameOf(which), "", [](Library&, const FaultRule&) { return 0u; });
 }
 
 namespace {
@@ -341,7 +321,7 @@ std::uint32_t Library::Open()
         m_model = std::make_shared<Model>(
             settings, [this](std::uint32_t image, std::uint32_t event) { Post(image, event); });
     } catch (const std::runtime_error& failure) {
-        std::fprintf(stderr, "Tarn simulator: %s\n", failure.what());
+        Warn(failure.what());
         return StoreUnusable;
     }
     return 0;
@@ -355,14 +335,14 @@ std::uint32_t Library::Close()
         closing.swap(m_model);
     }
     if (closing == nullptr) {
-        MisuseWhileClosed("TarnClose");
+        MisuseWhileClosed(NameOf(Export::Close));
         m_refused = false;
         return LibraryClosed;
     }
     closing.reset();
     const std::string counts = std::to_string(ledger.Given()) + " objects handed out, " +
                                std::to_string(ledger.Outstanding()) + " not freed";
-    std::fprintf(stderr, "Tarn simulator: %s\n", counts.c_str());
+    Warn(counts);
     trace.Write("objects", counts);
     if (ledger.Outstanding() != 0) {
         Misuse("objects were not freed");
@@ -410,7 +390,7 @@ void Library::MisuseWhileClosed(const std::string& name)
 
 void Library::Misuse(const std::string& what)
 {
-    std::fprintf(stderr, "Tarn simulator: %s\n", what.c_str());
+    Warn(what);
     trace.Write("misuse", what);
     if (settings.Current()->strict) {
         std::abort();
@@ -450,7 +430,7 @@ std::string Describe(const TarnValue* value)
     if (value == nullptr) {
         return "null";
     }
-    switch (value->tag & 0xFFFF) {
+    switch (TypeOf(*value)) {
     case TarnTypeText:
         return "text " + Quoted(reinterpret_cast<const char*>(value->value));
     case TarnTypeBlock: {
@@ -465,7 +445,7 @@ std::string Describe(const TarnValue* value)
         return text;
     }
     default:
-        return (value->tag & 0xFFFF) == TarnTypeFlag
+        return TypeOf(*value) == TarnTypeFlag
                    ? "flag " + Number(static_cast<std::uint32_t>(value->value))
                    : "integer " + Number(static_cast<std::uint32_t>(value->value));
     }
@@ -474,7 +454,7 @@ std::string Describe(const TarnValue* value)
 Value ReadValue(const TarnValue& record)
 {
     Value value;
-    value.type = record.tag & 0xFFFF;
+    value.type = TypeOf(record);
     if (value.type == TarnTypeText && record.value != 0) {
         value.bytes = reinterpret_cast<const char*>(record.value);
     } else if (value.type == TarnTypeBlock && record.pointer != nullptr) {
@@ -483,12 +463,6 @@ Value ReadValue(const TarnValue& record)
         value.number = static_cast<std::uint32_t>(record.value);
     }
     return value;
-}
-
-Omissions OmissionsOf(const FaultRule& rule)
-{
-    return {rule.wrongType, rule.nullTexts,  rule.noHeader,
-            rule.noUser,    rule.emptyImage, rule.noEntries};
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-// What a failing library does, as data: rules that say how often and what goes wrong.
+// Fault rules: which calls of the library fail, and how.
 #pragma once
 
 #include <cstdint>
@@ -37,22 +37,22 @@ struct FaultRule
     bool operator==(const FaultRule&) const = default;
 };
 
-// Reads a rule; "off" is the rule that never applies. Throws std::invalid_argument with what a rule
-// may say.
+// Reads a rule; "off" is the rule that never applies. Throws std::invalid_argument with what the
+// syntax is.
 FaultRule ParseFaultRule(std::string_view text);
 
-// Whether the rule applies to a call. calls: how often the rule was asked before; counted up.
+// Whether the rule applies to the next call. calls: the rule's counter, 0 at first; updated.
 bool Applies(const FaultRule& rule, std::uint32_t& calls);
 
-// A text that a careless program would interpret, cut or choke on: long (1 MB), utf8 (broken),
-// control, markup, bidi, format, path. An empty text for another kind.
+// A text that a careless program would interpret, cut or fail on: long (1 MB), utf8 (broken),
+// control, markup, bidi, format, path. Empty for an unknown kind.
 std::string HostileText(std::string_view kind);
 
-// A result code from "error 5", "warning 5", "information 5" or a number (0x400005) in the parts
-// of a text; the part that was read is taken away from text.
+// Reads a result, "error 5", "warning 5", "information 5" or a number (0x400005), and removes it
+// from the front of the text. Throws std::invalid_argument.
 std::uint32_t ParseResult(std::string_view& text);
 
-// Takes the first word away from text; empty at the end.
+// Removes and returns the first word of the text; empty at the end.
 std::string_view TakeWord(std::string_view& text);
 
 // Whole texts as numbers. Throw std::invalid_argument.

@@ -1,14 +1,16 @@
-// What the simulated capture library offers the simulated preview besides its numbered exports:
-// the hand switch, how far the sensor is, and its faults and trace. Found by name in the loaded
-// libTarn.so.
+// What the simulated capture library exports for the simulated preview: the hand switch, the phase
+// of the sensor, fault rules and trace. Found by name in the loaded libTarn.so.
 #pragma once
 
-#include <cstdint>
+#include "device/tarn_abi.h"
 
-inline constexpr std::uint32_t TarnPhaseIdle = 0;
-inline constexpr std::uint32_t TarnPhaseArming = 1;
-inline constexpr std::uint32_t TarnPhaseArmed = 2;
-inline constexpr std::uint32_t TarnPhaseReading = 3;
+enum TarnPhase : std::uint32_t
+{
+    TarnPhaseIdle = 0,
+    TarnPhaseArming = 1,
+    TarnPhaseArmed = 2,
+    TarnPhaseReading = 3,
+};
 
 extern "C" {
 // Exposes at once. Returns 0, or an error result when no sensor is armed.
@@ -18,7 +20,7 @@ std::uint32_t TarnSimulatorHandSwitch();
 // negative when it does not.
 std::uint32_t TarnSimulatorArmedState(double* secondsLeft);
 
-// Begins a call of the preview's export of that name: logs it and lets a fault rule have its way.
-// Returns the rule's result; when it is not 0 the call is to return it and do nothing.
-std::uint32_t TarnSimulatorPreviewCall(const char* name);
+// Begins a call of one of the preview's exports: logs it and applies its fault rule. Returns the
+// rule's result; when it is not 0 the call is to return it and do nothing.
+std::uint32_t TarnSimulatorPreviewCall(Export which);
 }

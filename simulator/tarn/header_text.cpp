@@ -1,4 +1,4 @@
-// Writes the header text that goes with an image.
+// Builds the header text from the data of the exposure.
 #include "simulator/tarn/header_text.h"
 
 #include <cmath>
@@ -9,6 +9,8 @@ namespace tarn {
 namespace {
 
 std::string Decimal(double value, int digits);
+// Escapes separators, quotes, backslashes and line ends.
+std::string EscapeHeaderValue(const std::string& value);
 
 } // namespace
 
@@ -53,6 +55,15 @@ std::string BuildHeaderText(const ExposureFacts& facts)
     return text;
 }
 
+namespace {
+
+std::string Decimal(double value, int digits)
+{
+    char text[32];
+    std::snprintf(text, sizeof text, "%.*f", digits, value);
+    return text;
+}
+
 std::string EscapeHeaderValue(const std::string& value)
 {
     std::string escaped;
@@ -77,15 +88,6 @@ std::string EscapeHeaderValue(const std::string& value)
         }
     }
     return escaped;
-}
-
-namespace {
-
-std::string Decimal(double value, int digits)
-{
-    char text[32];
-    std::snprintf(text, sizeof text, "%.*f", digits, value);
-    return text;
 }
 
 } // namespace

@@ -6,11 +6,11 @@
 
 namespace tarn {
 
-// What is known about one exposure.
+// The data of one exposure.
 struct ExposureFacts
 {
     std::string programName;
-    std::uint32_t programCode = 1; // place of the program in the list, from 1
+    std::uint32_t programCode = 1; // position of the program in the list, from 1
     std::uint32_t imageId = 0;
     std::string date;                  // 2024-03-01
     std::string time;                  // 08:00:00
@@ -28,8 +28,5 @@ struct ExposureFacts
 // key=value fields, each ended by ";". Every key that is the end of another one comes before it,
 // because readers find a key by its first occurrence.
 std::string BuildHeaderText(const ExposureFacts& facts);
-
-// A value as it stands in a header text: separators, quotes, backslashes and line ends escaped.
-std::string EscapeHeaderValue(const std::string& value);
 
 } // namespace tarn

@@ -1,29 +1,19 @@
 // Runs the simulated sensors.
 #include "simulator/tarn/model.h"
 
-#include "simulator/tarn/header_text.h"
 #include "simulator/tarn/result_codes.h"
+#include "simulator/tarn/trace.h"
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
-#include <ctime>
-#include <filesystem>
-#include <fstream>
 #include <random>
 #include <tuple>
 
 namespace tarn {
 namespace {
 
-constexpr double LongestWait = 0.02;        // real seconds between two looks at the settings
-constexpr int StormBatch = 256;             // events of a storm between which calls get their turn
-constexpr double TargetIntegration = 300;   // ms, gives exposure level 1
-constexpr double ChargeRate = 100.0 / 3600; // percent a simulated second
-constexpr std::uint32_t SensorWidth = 1300, SensorHeight = 1700;
-constexpr double PixelSize = 0.1; // mm
-
-std::string FormatTime(const char* format, std::uint64_t seed, std::uint32_t imageId);
+constexpr double LongestWait = 0.02;          // real seconds between two checks of the settings
+constexpr std::uint32_t NoImage = 4000000000; // number of an image that does not exist
 
 } // namespace
 
@@ -33,14 +23,13 @@ Model::Model(SettingsFile& settings, EventSink sink)
       m_settings(settings.Current()),
       m_store(ResolvePath(m_settings->storeFolder),
               m_settings->removedFolder.empty() ? "" : ResolvePath(m_settings->removedFolder)),
-      m_runSeed(m_settings->seed != 0 ? m_settings->seed : std::random_device()())
+      m_imageMaker(m_settings->seed != 0 ? m_settings->seed : std::random_device()())
 {
     m_registers.testImageMode = m_settings->testImageMode;
     m_registers.gainCheck = m_settings->gainCheck;
     m_registers.rawFolder = m_settings->rawFolder;
     m_registers.filterChain = m_settings->filterChain;
     m_eventsSerial = m_settings->eventsSerial;
-    m_stormSerial = m_settings->stormSerial - 1;
     ApplySettings(*m_settings);
     m_program = NextProgram().first;
     m_thread = std::thread(&Model::Run, this);
@@ -71,7 +60,7 @@ std::uint32_t Model::Enable(std::uint32_t device, const std::string& userId)
     if (sensor == nullptr) {
         return NoSensor;
     }
-    if (sensor->charge <= 0 && !sensor->externalPower) {
+    if (sensor->battery.IsEmpty()) {
         return BatteryEmpty;
     }
     if (!m_store.HasRoom(m_settings->storeLimit)) {
@@ -99,7 +88,7 @@ std::uint32_t Model::Disable(std::uint32_t device, bool abort)
         return 0;
     }
     m_registers.phase = Phase::Idle;
-    Post(0, EventDisabled);
+    Post(0, EventCaptureDisabled);
     return 0;
 }
 
@@ -215,10 +204,12 @@ void Model::Refresh()
     const double real = std::chrono::duration<double>(now - m_lastRefresh).count();
     m_lastRefresh = now;
     m_time += real * m_settings->timeFactor;
-    m_stormOwed += std::min(real, 0.1) * m_settings->storm;
     m_settingsFile.Advance(m_time, m_imagesTaken);
     m_settings = m_settingsFile.Current();
-    ApplyBattery(*m_settings, real * m_settings->timeFactor);
+    m_storm.Advance(*m_settings, real);
+    for (auto& [number, device] : m_registers.devices) {
+        device.battery.Charge(real * m_settings->timeFactor);
+    }
     if (m_settings != m_applied) {
         ApplySettings(*m_settings);
     }
@@ -230,11 +221,6 @@ void Model::ApplySettings(const Settings& settings)
     if (settings.nextImageId != 0 &&
         (m_applied == nullptr || settings.nextImageId != m_applied->nextImageId)) {
         m_store.SetNextId(settings.nextImageId);
-    }
-    if (settings.stormSerial != m_stormSerial) {
-        m_stormSerial = settings.stormSerial;
-        m_stormOwed = 0;
-        m_stormPosted = 0;
     }
     m_applied = m_settings;
     if (settings.eventsSerial != m_eventsSerial) {
@@ -256,9 +242,9 @@ void Model::ApplyDevices(const Settings& settings)
     }
     for (auto& [number, device] : m_registers.devices) {
         device.present = std::ranges::find(present, number) != present.end();
-        device.externalPower = settings.externalPower;
+        device.battery.externalPower = settings.externalPower;
         if (m_applied == nullptr || m_applied->battery != settings.battery) {
-            device.charge = settings.battery;
+            device.battery.charge = settings.battery;
         }
         if (m_applied == nullptr || m_applied->inactivityTimeout != settings.inactivityTimeout) {
             device.inactivityTimeout =
@@ -276,15 +262,6 @@ void Model::ApplyDevices(const Settings& settings)
         StopCapture(m_registers.phase == Phase::Reading ? ReadOutLost : Unplugged);
     } else if (armed.faultState != 0) {
         StopCapture(armed.faultResult);
-    }
-}
-
-void Model::ApplyBattery(const Settings& settings, double seconds)
-{
-    if (settings.externalPower) {
-        for (auto& [number, device] : m_registers.devices) {
-            device.charge = std::min(device.charge + seconds * ChargeRate, 100.0);
-        }
     }
 }
 
@@ -308,7 +285,7 @@ void Model::Run()
         }
         m_wake.wait_for(lock, std::chrono::duration<double>(std::max(wait, 0.0002)));
     }
-    if (m_registers.phase == Phase::Reading && !m_capture.rendered) {
+    if (m_registers.phase == Phase::Reading && !m_capture.isMade) {
         ReadOut(lock);
     }
     if (m_registers.phase == Phase::Reading) {
@@ -319,7 +296,9 @@ void Model::Run()
 void Model::Step(Lock& lock)
 {
     Refresh();
-    PostStorm();
+    for (const std::uint32_t event : m_storm.TakeDue(*m_settings)) {
+        Post(event == EventImageReady ? NoImage : 0, event);
+    }
     std::erase_if(m_lateEvents, [&](const LateEvent& late) {
         if (late.due > m_time) {
             return false;
@@ -343,30 +322,12 @@ void Model::Step(Lock& lock)
         }
         break;
     case Phase::Reading:
-        if (!m_capture.rendered) {
+        if (!m_capture.isMade) {
             ReadOut(lock);
         }
         if (m_registers.phase == Phase::Reading && m_time >= m_deadline) {
             Store(lock);
         }
-    }
-}
-
-void Model::PostStorm()
-{
-    const Settings& settings = *m_settings;
-    if (settings.storm <= 0 || settings.stormEvents.empty()) {
-        return;
-    }
-    for (int batch = StormBatch; m_stormOwed >= 1 && batch > 0; m_stormOwed -= 1, --batch) {
-        if (settings.stormCount != 0 && m_stormPosted >= settings.stormCount) {
-            return;
-        }
-        const std::uint32_t event =
-            settings.stormEvents[m_stormPosted % settings.stormEvents.size()];
-        // Image numbers of a storm name images that do not exist.
-        Post(event == EventImageReady ? 4000000000u : 0, event);
-        ++m_stormPosted;
     }
 }
 
@@ -395,14 +356,9 @@ void Model::Expose()
     m_capture.rawFolder = m_registers.rawFolder;
     m_capture.testImage = m_registers.testImageMode;
     m_capture.gainCheck = m_registers.gainCheck;
-    const bool wasHigh = device.charge >= LowBattery;
-    if (!device.externalPower) {
-        device.charge = std::max(device.charge - m_settings->batteryPerExposure, 0.0);
-    }
-    if (wasHigh && device.charge < LowBattery) {
+    if (device.battery.Expose(m_settings->batteryPerExposure)) {
         m_capture.warnings.push_back(BatteryLow);
     }
-    ++device.exposures;
     m_registers.phase = Phase::Reading;
     m_deadline = m_time + m_settings->exposureTime + m_settings->readoutTime;
     Post(0, EventExposure);
@@ -418,9 +374,9 @@ void Model::ReadOut(Lock& lock)
     std::uint32_t failure = 0;
     try {
         capture.imageId = m_store.TakeId();
-        Render(capture, *settings);
+        m_imageMaker.Make(capture, *settings);
     } catch (const std::exception& error) {
-        std::fprintf(stderr, "Tarn simulator: %s\n", error.what());
+        Warn(error.what());
         failure = NotStored;
     }
     lock.lock();
@@ -429,7 +385,7 @@ void Model::ReadOut(Lock& lock)
         return;
     }
     m_capture = std::move(capture);
-    m_capture.rendered = true;
+    m_capture.isMade = true;
     if (failure != 0) {
         StopCapture(failure);
     }
@@ -444,7 +400,7 @@ void Model::Store(Lock& lock)
     try {
         m_store.Add(image);
     } catch (const std::exception& error) {
-        std::fprintf(stderr, "Tarn simulator: %s\n", error.what());
+        Warn(error.what());
         failure = NotStored;
     }
     lock.lock();
@@ -452,8 +408,8 @@ void Model::Store(Lock& lock)
     m_registers.phase = Phase::Idle;
     if (failure == 0) {
         FaultRule rule;
-        m_settingsFile.TakeRule("event_2", rule);
-        // The script comes first: who has seen the event finds its step done.
+        m_settingsFile.TakeRule(ImageReadyRule, rule);
+        // The script first, so that its step is done when the event is seen.
         m_settingsFile.Advance(m_time, ++m_imagesTaken);
         PostImageReady(image.imageId, rule);
     }
@@ -473,101 +429,8 @@ void Model::StopCapture(std::uint32_t result)
         Post(0, EventPreviewEnds);
     }
     m_registers.phase = Phase::Idle;
-    Post(0, EventDisabled);
+    Post(0, EventCaptureDisabled);
     Post(0, result);
-}
-
-void Model::Render(Capture& capture, const Settings& settings)
-{
-    const Frame frame = MakeFrame(capture, settings);
-    if (!capture.rawFolder.empty()) {
-        SaveRaw(capture, frame);
-    }
-    const bool eightBit = !capture.filterChain.empty();
-    const Frame& delivered = eightBit ? ScaleToEightBits(frame) : frame;
-    StoredImage& image = capture.image;
-    image.width = delivered.width;
-    image.height = delivered.height;
-    image.bitsPerSample = delivered.bitsPerSample;
-    image.pixelBytes = delivered.bitsPerSample > 8 ? 2 : 1;
-    image.pixels = PackSamples(delivered, RowOrder::BottomFirst);
-    image.imageId = capture.imageId;
-    image.tag = capture.device.number << 16 | capture.device.SensorCode();
-    image.headerText = HeaderText(capture, settings);
-    image.userId = capture.userId;
-}
-
-Frame Model::MakeFrame(Capture& capture, const Settings& settings)
-{
-    const std::uint32_t binning = std::max(capture.device.binning, 1u);
-    const std::uint32_t width =
-        settings.imageWidth != 0 ? settings.imageWidth : SensorWidth / binning;
-    const std::uint32_t height =
-        settings.imageHeight != 0 ? settings.imageHeight : SensorHeight / binning;
-    if (capture.testImage) {
-        return TestPattern(width, height);
-    }
-    if (!settings.imageFolder.empty()) {
-        const std::string folder = ResolvePath(settings.imageFolder);
-        try {
-            const std::vector<std::string> paths = GrayMaps(folder);
-            if (paths.empty()) {
-                throw std::runtime_error("the folder " + folder + " holds no .pgm pictures");
-            }
-            return ReadGrayMap(paths[m_pictures++ % paths.size()]);
-        } catch (const std::runtime_error& failure) {
-            std::fprintf(stderr, "Tarn simulator: %s\n", failure.what());
-            capture.warnings.push_back(PictureUnusable);
-        }
-    }
-    Exposure exposure;
-    exposure.width = width;
-    exposure.height = height;
-    exposure.leftHand = capture.device.SensorCode() == 12;
-    exposure.level = capture.device.integrationTime / TargetIntegration;
-    exposure.photons *= binning * binning;
-    exposure.noiseSeed = m_runSeed << 32 ^ capture.imageId;
-    exposure.patternSeed = capture.device.number;
-    exposure.fixedPattern = !capture.gainCheck;
-    return m_phantom.Expose(exposure);
-}
-
-void Model::SaveRaw(Capture& capture, const Frame& frame) const
-{
-    const std::string folder = ResolvePath(capture.rawFolder);
-    char name[64];
-    std::snprintf(name, sizeof name, "/raw%010u_%ux%u.raw", static_cast<unsigned>(capture.imageId),
-                  static_cast<unsigned>(frame.width), static_cast<unsigned>(frame.height));
-    std::error_code error;
-    std::filesystem::create_directories(folder, error);
-    std::ofstream file(folder + name, std::ios::binary);
-    const std::vector<std::uint8_t> bytes = PackSamples(frame, RowOrder::TopFirst);
-    file.write(reinterpret_cast<const char*>(bytes.data()), std::streamsize(bytes.size()));
-    if (!file.flush()) {
-        std::fprintf(stderr, "Tarn simulator: cannot write the raw file %s%s\n", folder.c_str(),
-                     name);
-        capture.warnings.push_back(RawFileNotWritten);
-    }
-}
-
-std::string Model::HeaderText(const Capture& capture, const Settings& settings) const
-{
-    ExposureFacts facts;
-    facts.programName = settings.texts.empty() ? capture.program : HostileText(settings.texts);
-    facts.programCode = capture.programCode;
-    facts.imageId = capture.imageId;
-    facts.date = FormatTime("%Y-%m-%d", settings.seed, capture.imageId);
-    facts.time = FormatTime("%H:%M:%S", settings.seed, capture.imageId);
-    facts.exposureTime = static_cast<std::uint32_t>(std::lround(settings.exposureTime * 1000));
-    facts.integrationTime = capture.device.integrationTime;
-    facts.sensorCode = capture.device.SensorCode();
-    facts.hardwareId = capture.device.HardwareId();
-    facts.binning = capture.device.binning;
-    facts.pixelSize = PixelSize * capture.device.binning;
-    facts.testImage = capture.testImage;
-    facts.eightBit = !capture.filterChain.empty();
-    facts.level = capture.device.integrationTime / TargetIntegration;
-    return BuildHeaderText(facts);
 }
 
 void Model::PostImageReady(std::uint32_t imageId, const FaultRule& rule)
@@ -615,29 +478,4 @@ double Model::SecondsLeft() const
     return std::max(ends - m_time, 0.0) / m_settings->timeFactor;
 }
 
-std::string ResolvePath(const std::string& path)
-{
-    return (std::filesystem::path(SettingsFile::LibraryFolder()) / path).string();
-}
-
-namespace {
-
-// With a seed the calendar is simulated as well, so that the run is the same every time.
-std::string FormatTime(const char* format, std::uint64_t seed, std::uint32_t imageId)
-{
-    constexpr std::time_t FirstMorning = 1709280000; // 2024-03-01 08:00:00 UTC
-    const std::time_t now =
-        seed != 0 ? FirstMorning + std::time_t{90} * imageId : std::time(nullptr);
-    std::tm parts{};
-    if (seed != 0) {
-        gmtime_r(&now, &parts);
-    } else {
-        localtime_r(&now, &parts);
-    }
-    char text[32];
-    std::strftime(text, sizeof text, format, &parts);
-    return text;
-}
-
-} // namespace
 } // namespace tarn

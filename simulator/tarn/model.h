@@ -1,10 +1,11 @@
 // The simulated sensors: arming, exposure, read-out and store, on a thread of their own.
 #pragma once
 
+#include "simulator/tarn/image_maker.h"
 #include "simulator/tarn/parameters.h"
-#include "simulator/tarn/picture.h"
 #include "simulator/tarn/settings.h"
 #include "simulator/tarn/store.h"
+#include "simulator/tarn/storm.h"
 
 #include <chrono>
 #include <condition_variable>
@@ -17,16 +18,7 @@
 
 namespace tarn {
 
-// Event codes besides results.
-inline constexpr std::uint32_t EventImageReady = 2; // with the image's number
-inline constexpr std::uint32_t EventDisabled = 3;
-inline constexpr std::uint32_t EventCaptureDone = 4;
-inline constexpr std::uint32_t EventNewSeries = 6;
-inline constexpr std::uint32_t EventPreviewEnds = 7;
-inline constexpr std::uint32_t EventArmed = 15;
-inline constexpr std::uint32_t EventExposure = 17;
-
-// One capture runs like this; abort, the inactivity timeout and a pulled plug lead back to idle:
+// One capture runs like this; abort, the inactivity timeout and unplugging lead back to idle:
 //
 //   Idle -Enable-> Arming -15-> Armed -hand switch or delay: 17, 7-> Reading -2, 4-> Idle
 //
@@ -34,7 +26,7 @@ inline constexpr std::uint32_t EventExposure = 17;
 class Model
 {
 public:
-    // Called in the order of the events, with the model's lock held: it must not call the model.
+    // Called in the order of the events with the model locked: it must not call the model.
     using EventSink = std::function<void(std::uint32_t image, std::uint32_t event)>;
 
     // settings must outlive the model. Opens the store and starts the thread; throws
@@ -45,9 +37,10 @@ public:
     Model(const Model&) = delete;
     Model& operator=(const Model&) = delete;
 
-    // device: 0 for whichever sensor there is.
+    // device: 0 for any sensor.
     std::uint32_t Enable(std::uint32_t device, const std::string& userId);
-    // abort false takes a failed Enable back, which has left nothing: a running capture goes on.
+    // abort false cleans up after a failed Enable, which needs nothing: a running capture
+    // continues.
     std::uint32_t Disable(std::uint32_t device, bool abort);
     std::uint32_t HandSwitch();
     // secondsLeft: see TarnSimulatorArmedState.
@@ -68,53 +61,31 @@ private:
     using Clock = std::chrono::steady_clock;
     using Lock = std::unique_lock<std::mutex>;
 
-    // What an exposure was made with; parameters may change during its read-out.
-    struct Capture
-    {
-        std::uint32_t imageId = 0;
-        DeviceState device;
-        std::string userId;
-        std::string program;
-        std::uint32_t programCode = 0;
-        std::string filterChain, rawFolder;
-        bool testImage = false, gainCheck = true;
-        bool rendered = false;
-        StoredImage image;
-        std::vector<std::uint32_t> warnings;
-    };
     struct LateEvent
     {
         double due;
         std::uint32_t image, event;
     };
 
-    // Brings the simulated time, the settings and everything that follows from them up to date.
+    // Updates the simulated time, the settings and everything that depends on them.
     void Refresh();
     void ApplySettings(const Settings& settings);
     void ApplyDevices(const Settings& settings);
-    void ApplyBattery(const Settings& settings, double seconds);
 
     void Run();
     void Step(Lock& lock);
-    void PostStorm();
     void Arm();
     void Expose();
     void ReadOut(Lock& lock);
     void Store(Lock& lock);
     void StopCapture(std::uint32_t result);
 
-    void Render(Capture& capture, const Settings& settings);
-    Frame MakeFrame(Capture& capture, const Settings& settings);
-    void SaveRaw(Capture& capture, const Frame& frame) const;
-    std::string HeaderText(const Capture& capture, const Settings& settings) const;
-
     void PostImageReady(std::uint32_t imageId, const FaultRule& rule);
     void Post(std::uint32_t image, std::uint32_t event);
     // The sensor that would take the image, null when there is none.
     const DeviceState* UsableSensor(std::uint32_t device) const;
     std::pair<std::string, std::uint32_t> NextProgram() const;
-    // Real seconds until the phase ends by itself; infinite when it does not, and while idle of no
-    // meaning.
+    // Real seconds until the phase ends by itself; infinite when it does not, undefined while idle.
     double SecondsLeft() const;
 
     SettingsFile& m_settingsFile;
@@ -132,22 +103,16 @@ private:
     double m_timeout = 0;  // simulated time of the inactivity timeout
     std::uint32_t m_armedDevice = 0;
     std::string m_userId;
-    std::string m_program; // of the image before
+    std::string m_program; // of the previous image
     std::uint64_t m_imagesTaken = 0;
-    bool m_storing = false; // the image is on its way into the store and can no longer be lost
-    std::uint64_t m_runSeed;
+    bool m_storing = false; // the image is being written to the store and can no longer be lost
     Capture m_capture;
     std::vector<LateEvent> m_lateEvents;
-    std::uint32_t m_eventsSerial = 0, m_stormSerial = 0;
-    double m_stormOwed = 0;
-    std::uint64_t m_stormPosted = 0;
+    std::uint32_t m_eventsSerial = 0;
+    EventStorm m_storm;
 
-    Phantom m_phantom;            // the thread's
-    std::uint64_t m_pictures = 0; // files of the image folder shown, the thread's
+    ImageMaker m_imageMaker; // used by the thread only
     std::thread m_thread;
 };
-
-// A path of the settings or of a parameter, relative ones in the library's folder.
-std::string ResolvePath(const std::string& path);
 
 } // namespace tarn

@@ -1,4 +1,4 @@
-// Makes the records of the library's interface out of the simulator's own values.
+// Makes the records of the library's interface from the simulator's own values.
 #include "simulator/tarn/objects.h"
 
 namespace tarn {
@@ -22,40 +22,39 @@ struct ObjectLedger::ListHolder : Holder
     DeviceList record{};
 };
 
-TarnValue* ObjectLedger::Give(std::uint32_t parameter, Value value, const Omissions& omissions)
+TarnValue* ObjectLedger::Give(Value value, const FaultRule& rule)
 {
     auto holder = std::make_unique<ValueHolder>();
     holder->value = std::move(value);
     const Value& held = holder->value;
     TarnValue& record = holder->record;
-    record.tag = parameter << 16 | held.type;
+    record.tag = TagOf(held.parameter, held.type);
     switch (held.type) {
     case TarnTypeText:
-        record.value =
-            omissions.nullTexts ? 0 : reinterpret_cast<std::uintptr_t>(held.bytes.c_str());
+        record.value = rule.nullTexts ? 0 : reinterpret_cast<std::uintptr_t>(held.bytes.c_str());
         break;
     case TarnTypeBlock:
         record.value = held.bytes.size();
-        record.pointer = omissions.nullTexts ? nullptr : held.bytes.data();
+        record.pointer = rule.nullTexts ? nullptr : held.bytes.data();
         break;
     default:
         record.value = held.number;
     }
-    if (omissions.wrongType) {
+    if (rule.wrongType) {
         record.tag =
-            parameter << 16 | (held.type == TarnTypeInteger ? TarnTypeFlag : TarnTypeInteger);
+            TagOf(held.parameter, held.type == TarnTypeInteger ? TarnTypeFlag : TarnTypeInteger);
     }
     Keep(&record, std::move(holder));
     return &record;
 }
 
-TarnImageRecord* ObjectLedger::Give(StoredImage image, const Omissions& omissions)
+TarnImageRecord* ObjectLedger::Give(StoredImage image, const FaultRule& rule)
 {
     auto holder = std::make_unique<ImageHolder>();
     holder->image = std::move(image);
     const StoredImage& held = holder->image;
     TarnImageRecord& record = holder->record;
-    if (!omissions.emptyImage) {
+    if (!rule.emptyImage) {
         record.width = held.width;
         record.height = held.height;
         record.pixels = held.pixels.data();
@@ -64,23 +63,23 @@ TarnImageRecord* ObjectLedger::Give(StoredImage image, const Omissions& omission
     record.bitsPerSample = held.bitsPerSample;
     record.imageId = held.imageId;
     record.tag = held.tag;
-    if (!omissions.noHeader && !omissions.nullTexts) {
+    if (!rule.noHeader && !rule.nullTexts) {
         record.headerText = held.headerText.c_str();
     }
-    if (!omissions.noUser && !omissions.nullTexts) {
+    if (!rule.noUser && !rule.nullTexts) {
         record.userId = held.userId.c_str();
     }
     Keep(&record, std::move(holder));
     return &record;
 }
 
-DeviceList* ObjectLedger::Give(std::vector<Device> devices, const Omissions& omissions)
+DeviceList* ObjectLedger::Give(std::vector<Device> devices, const FaultRule& rule)
 {
     auto holder = std::make_unique<ListHolder>();
     holder->devices = std::move(devices);
     for (const Device& device : holder->devices) {
         DeviceListEntry entry{device.number, device.state, nullptr, nullptr};
-        if (!omissions.nullTexts) {
+        if (!rule.nullTexts) {
             entry.name = device.name.c_str();
             entry.description = device.description.c_str();
         }
@@ -88,7 +87,7 @@ DeviceList* ObjectLedger::Give(std::vector<Device> devices, const Omissions& omi
     }
     DeviceList& record = holder->record;
     record.count = static_cast<std::uint32_t>(holder->entries.size());
-    record.entries = omissions.noEntries ? nullptr : holder->entries.data();
+    record.entries = rule.noEntries ? nullptr : holder->entries.data();
     Keep(&record, std::move(holder));
     return &record;
 }

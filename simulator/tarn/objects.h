@@ -2,6 +2,7 @@
 #pragma once
 
 #include "device/tarn_abi.h"
+#include "simulator/tarn/faults.h"
 #include "simulator/tarn/store.h"
 
 #include <memory>
@@ -12,12 +13,13 @@
 
 namespace tarn {
 
-// The value of a parameter, whatever its type.
+// The value of a parameter of any type.
 struct Value
 {
     std::uint32_t type = TarnTypeInteger;
     std::uint32_t number = 0; // integer, flag
     std::string bytes;        // text, block
+    std::uint32_t parameter = 0;
 };
 
 struct Device
@@ -28,26 +30,16 @@ struct Device
     std::string description;
 };
 
-// Parts that an object is to lack.
-struct Omissions
-{
-    bool wrongType = false;
-    bool nullTexts = false;
-    bool noHeader = false;
-    bool noUser = false;
-    bool emptyImage = false;
-    bool noEntries = false;
-};
-
 // Owns every object from Give until Free. Any thread may call.
 class ObjectLedger
 {
 public:
-    TarnValue* Give(std::uint32_t parameter, Value value, const Omissions& omissions);
-    TarnImageRecord* Give(StoredImage image, const Omissions& omissions);
-    DeviceList* Give(std::vector<Device> devices, const Omissions& omissions);
+    // The rule says which parts the object is to lack.
+    TarnValue* Give(Value value, const FaultRule& rule);
+    TarnImageRecord* Give(StoredImage image, const FaultRule& rule);
+    DeviceList* Give(std::vector<Device> devices, const FaultRule& rule);
 
-    // False when the ledger never gave the object, or it is freed already. Null is freed.
+    // False when the object did not come from the ledger or is freed already. Null is allowed.
     bool Free(void* object);
 
     std::size_t Given() const;

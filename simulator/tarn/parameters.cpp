@@ -9,32 +9,11 @@
 namespace tarn {
 namespace {
 
-// The battery status as parameter 34 gives it, little-endian.
-struct BatteryBlock
-{
-    std::uint32_t refreshWear;  // exposures since the last full charge
-    std::uint32_t totalWear;    // exposures in all
-    std::uint16_t voltage;      // mV
-    std::uint16_t percent;      // of the capacity
-    std::uint32_t ok;           // 1: enough for an exposure
-    std::uint32_t needRefresh;  // 1: charge fully soon
-    std::uint32_t needChange;   // 1: worn out
-    std::uint16_t temperature;  // degrees Celsius
-    std::int16_t charge;        // mA, negative while draining
-    std::uint8_t state;         // 1 draining, 2 charging, 3 full, 4 empty
-    std::uint8_t externalPower; // 1: connected
-    std::uint8_t unused[2];     // 0
-    std::uint32_t capacityLeft; // mAh
-};
-static_assert(sizeof(BatteryBlock) == 36);
-static_assert(offsetof(BatteryBlock, charge) == 26);
-static_assert(offsetof(BatteryBlock, capacityLeft) == 32);
-
-// The binning as parameter 10 takes it, little-endian.
+// The binning as it is written, little-endian.
 struct BinningBlock
 {
     std::uint16_t binning;
-    std::uint16_t sensorCode; // of the sensors it is meant for, whichever device is written
+    std::uint16_t sensorCode; // of the sensors to change, whichever device is written
 };
 static_assert(sizeof(BinningBlock) == 4);
 
@@ -49,113 +28,124 @@ enum class Scope
     Device
 };
 
-// One parameter. device is none's for the library's own.
+// One parameter. Those of the library ignore the device.
 struct Row
 {
     Scope scope;
     std::uint32_t number;
-    std::uint32_t type;
-    Value (*read)(const Registers&, const DeviceState& device);
-    std::uint32_t writeType; // 0: cannot be written
-    std::uint32_t (*write)(Registers&, DeviceState& device, const Value&);
+    Value (*read)(const Registers&, const DeviceState&);
+    std::uint32_t writeType = 0; // 0: cannot be written
+    std::uint32_t (*write)(Registers&, DeviceState&, const Value&) = nullptr;
 };
 
 Value Integer(std::uint32_t number);
 Value Flag(bool flag);
 Value Text(std::string text);
-Value Battery(const DeviceState& device);
 std::uint32_t WriteBinning(Registers& registers, const Value& value);
 const Row* Find(const DeviceState* device, std::uint32_t parameter);
 std::uint32_t Write(Registers& registers, const Row* row, DeviceState& device, const Value& value);
 
-constexpr std::uint32_t I = TarnTypeInteger, F = TarnTypeFlag, T = TarnTypeText, B = TarnTypeBlock;
-
-using R = const Registers&;
-using D = const DeviceState&;
-
 const Row Table[] = {
-    {Scope::Library, 8, T,
-     [](R, D) { return Text("Tarn simulator 1.0\nSensor model 2, phantom 1"); }, 0, nullptr},
-    {Scope::Library, 16, B,
-     [](R r, D) {
-         return Value{B, 0, r.startBlock};
+    {Scope::Library, LibraryParameter::Version,
+     [](auto&, auto&) { return Text("Tarn simulator 1.0\nSensor model 2, phantom 1"); }},
+    {Scope::Library, LibraryParameter::StartUpBlock,
+     [](auto& registers, auto&) {
+         return Value{TarnTypeBlock, 0, registers.startBlock};
      },
-     B,
-     [](Registers& r, DeviceState&, const Value& value) {
+     TarnTypeBlock,
+     [](auto& registers, auto&, auto& value) {
          if (value.bytes.size() != StartBlockSize) {
              return BadValue;
          }
-         r.startBlock = value.bytes;
+         registers.startBlock = value.bytes;
          return 0u;
      }},
-    {Scope::Library, 17, T, [](R r, D) { return Text(r.filterChain); }, T,
-     [](Registers& r, DeviceState&, const Value& value) {
-         r.filterChain = value.bytes;
+    {Scope::Library, LibraryParameter::FilterChain,
+     [](auto& registers, auto&) { return Text(registers.filterChain); }, TarnTypeText,
+     [](auto& registers, auto&, auto& value) {
+         registers.filterChain = value.bytes;
          return 0u;
      }},
-    {Scope::Device, 1, I, [](R, D d) { return Integer(d.faultState == 100 ? d.faultResult : 0); },
-     0, nullptr},
-    {Scope::Device, 2, T, [](R, D d) { return Text(d.HardwareId()); }, 0, nullptr},
-    {Scope::Device, 3, T,
-     [](R, D d) { return Text(d.IsSensor() ? d.HardwareId() + ".gain" : std::string()); }, 0,
-     nullptr},
-    {Scope::Base, 4, T, [](R, D) { return Text("Base unit: 2 sensor ports"); }, 0, nullptr},
-    {Scope::Sensor, 5, T,
-     [](R, D d) {
-         return Text("Sensor " + std::to_string(d.number) + ": code " +
-                     std::to_string(d.SensorCode()) + ", " + d.HardwareId());
-     },
-     0, nullptr},
-    {Scope::Device, 6, I, [](R, D d) { return Integer(d.faultState == 101 ? d.faultResult : 0); },
-     0, nullptr},
-    {Scope::Device, 7, I,
-     [](R r, D d) { return Integer(d.IsSensor() && !r.gainCheck ? GainCheckOff : 0); }, 0, nullptr},
-    {Scope::Device, 8, T,
-     [](R, D d) {
-         return Text(d.IsSensor() ? "Sensor firmware 2.4\nFPGA 17" : "Base firmware 3.1");
-     },
-     0, nullptr},
-    {Scope::Device, 9, T,
-     [](R, D d) {
-         if (!d.IsSensor()) {
+    {Scope::Device, DeviceParameter::FaultResult,
+     [](auto&, auto& device) {
+         return Integer(device.faultState == StateFault ? device.faultResult : 0);
+     }},
+    {Scope::Device, DeviceParameter::HardwareId,
+     [](auto&, auto& device) { return Text(device.HardwareId()); }},
+    {Scope::Device, DeviceParameter::GainFile,
+     [](auto&, auto& device) {
+         return Text(device.IsSensor() ? device.HardwareId() + ".gain" : std::string());
+     }},
+    {Scope::Base, DeviceParameter::BaseUnitInfo,
+     [](auto&, auto&) { return Text("Base unit: 2 sensor ports"); }},
+    {Scope::Sensor, DeviceParameter::SensorInfo,
+     [](auto&, auto& device) {
+         return Text("Sensor " + std::to_string(device.number) + ": code " +
+                     std::to_string(device.SensorCode()) + ", " + device.HardwareId());
+     }},
+    {Scope::Device, DeviceParameter::OtherFaultResult,
+     [](auto&, auto& device) {
+         return Integer(device.faultState == StateOtherFault ? device.faultResult : 0);
+     }},
+    {Scope::Device, DeviceParameter::GainResult,
+     [](auto& registers, auto& device) {
+         return Integer(device.IsSensor() && !registers.gainCheck ? GainCheckOff : 0);
+     }},
+    {Scope::Device, DeviceParameter::Version,
+     [](auto&, auto& device) {
+         return Text(device.IsSensor() ? "Sensor firmware 2.4\nFPGA 17" : "Base firmware 3.1");
+     }},
+    {Scope::Device, DeviceParameter::SpecificInfo,
+     [](auto&, auto& device) {
+         if (!device.IsSensor()) {
              return Text("");
          }
-         return Text("Binning " + std::to_string(d.binning) + "\nIntegration time " +
-                     std::to_string(d.integrationTime) + " ms\nBattery " +
-                     std::to_string(std::lround(d.charge)) + " %");
-     },
-     0, nullptr},
-    {Scope::Sensor, 10, I, [](R, D d) { return Integer(d.binning); }, B,
-     [](Registers& r, DeviceState&, const Value& value) { return WriteBinning(r, value); }},
-    {Scope::Sensor, 11, I, [](R, D d) { return Integer(d.integrationTime); }, I,
-     [](Registers&, DeviceState& d, const Value& value) {
+         return Text("Binning " + std::to_string(device.binning) + "\nIntegration time " +
+                     std::to_string(device.integrationTime) + " ms\nBattery " +
+                     std::to_string(std::lround(device.battery.charge)) + " %");
+     }},
+    {Scope::Sensor, DeviceParameter::Binning,
+     [](auto&, auto& device) { return Integer(device.binning); }, TarnTypeBlock,
+     [](auto& registers, auto&, auto& value) { return WriteBinning(registers, value); }},
+    {Scope::Sensor, DeviceParameter::IntegrationTime,
+     [](auto&, auto& device) { return Integer(device.integrationTime); }, TarnTypeInteger,
+     [](auto&, auto& device, auto& value) {
          if (value.number > LongestIntegration) {
              return BadValue;
          }
-         d.integrationTime = value.number;
+         device.integrationTime = value.number;
          return 0u;
      }},
-    {Scope::Sensor, 12, I, [](R, D d) { return Integer(d.inactivityTimeout); }, I,
-     [](Registers&, DeviceState& d, const Value& value) {
-         d.inactivityTimeout = value.number;
+    {Scope::Sensor, DeviceParameter::InactivityTimeout,
+     [](auto&, auto& device) { return Integer(device.inactivityTimeout); }, TarnTypeInteger,
+     [](auto&, auto& device, auto& value) {
+         device.inactivityTimeout = value.number;
          return 0u;
      }},
-    {Scope::Device, 14, I, [](R r, D d) { return Integer(EnableCode(r, d)); }, 0, nullptr},
-    {Scope::Device, 15, I, [](R r, D d) { return Integer(AbortCode(r, d)); }, 0, nullptr},
-    {Scope::Sensor, 34, B, [](R, D d) { return Battery(d); }, 0, nullptr},
-    {Scope::Base, 80, F, [](R r, D) { return Flag(r.testImageMode); }, F,
-     [](Registers& r, DeviceState&, const Value& value) {
-         r.testImageMode = value.number != 0;
+    {Scope::Device, DeviceParameter::EnableState,
+     [](auto& registers, auto& device) { return Integer(EnableCode(registers, device)); }},
+    {Scope::Device, DeviceParameter::AbortState,
+     [](auto& registers, auto& device) { return Integer(AbortCode(registers, device)); }},
+    {Scope::Sensor, DeviceParameter::BatteryStatus,
+     [](auto&, auto& device) {
+         return Value{TarnTypeBlock, 0, device.battery.Status()};
+     }},
+    {Scope::Base, DeviceParameter::TestImageMode,
+     [](auto& registers, auto&) { return Flag(registers.testImageMode); }, TarnTypeFlag,
+     [](auto& registers, auto&, auto& value) {
+         registers.testImageMode = value.number != 0;
          return 0u;
      }},
-    {Scope::Base, 81, T, [](R r, D) { return Text(r.rawFolder); }, T,
-     [](Registers& r, DeviceState&, const Value& value) {
-         r.rawFolder = value.bytes;
+    {Scope::Base, DeviceParameter::RawFilesFolder,
+     [](auto& registers, auto&) { return Text(registers.rawFolder); }, TarnTypeText,
+     [](auto& registers, auto&, auto& value) {
+         registers.rawFolder = value.bytes;
          return 0u;
      }},
-    {Scope::Base, 82, F, [](R r, D) { return Flag(r.gainCheck); }, F,
-     [](Registers& r, DeviceState&, const Value& value) {
-         r.gainCheck = value.number != 0;
+    {Scope::Base, DeviceParameter::GainCheck,
+     [](auto& registers, auto&) { return Flag(registers.gainCheck); }, TarnTypeFlag,
+     [](auto& registers, auto&, auto& value) {
+         registers.gainCheck = value.number != 0;
          return 0u;
      }},
 };
@@ -171,23 +161,18 @@ std::string DeviceState::HardwareId() const
 std::uint32_t EnableCode(const Registers& registers, const DeviceState& device)
 {
     if (registers.phase == Phase::Reading) {
-        return 2;
+        return CommandForbidden;
     }
-    if (!device.IsSensor() || device.faultState != 0) {
-        return 1;
-    }
-    return registers.phase == Phase::Idle ? 0 : 1;
+    const bool usable = device.IsSensor() && device.faultState == 0;
+    return usable && registers.phase == Phase::Idle ? CommandPossible : CommandNeedless;
 }
 
 std::uint32_t AbortCode(const Registers& registers, const DeviceState& device)
 {
-    if (registers.phase == Phase::Idle) {
-        return 1;
-    }
     if (registers.phase == Phase::Reading) {
-        return 2;
+        return CommandForbidden;
     }
-    return device.IsSensor() ? 0 : 1;
+    return device.IsSensor() && registers.phase != Phase::Idle ? CommandPossible : CommandNeedless;
 }
 
 std::uint32_t ListState(const Registers& registers, const DeviceState& device)
@@ -197,13 +182,13 @@ std::uint32_t ListState(const Registers& registers, const DeviceState& device)
     }
     switch (registers.phase) {
     case Phase::Idle:
-        return 1;
+        return StateStandBy;
     case Phase::Arming:
-        return 2;
+        return StateActive;
     case Phase::Armed:
-        return 4;
+        return StateCaptureEnabled;
     case Phase::Reading:
-        return 3;
+        return StateWaiting;
     }
     return 0;
 }
@@ -216,6 +201,7 @@ std::uint32_t ReadLibraryParameter(const Registers& registers, std::uint32_t par
         return NoSuchParameter;
     }
     value = row->read(registers, {});
+    value.parameter = parameter;
     return 0;
 }
 
@@ -238,6 +224,7 @@ std::uint32_t ReadDeviceParameter(const Registers& registers, std::uint32_t devi
         return NoSuchParameter;
     }
     value = row->read(registers, found->second);
+    value.parameter = parameter;
     return 0;
 }
 
@@ -255,42 +242,17 @@ namespace {
 
 Value Integer(std::uint32_t number)
 {
-    return {I, number, {}};
+    return {TarnTypeInteger, number, {}};
 }
 
 Value Flag(bool flag)
 {
-    return {F, flag ? 1u : 0u, {}};
+    return {TarnTypeFlag, flag ? 1u : 0u, {}};
 }
 
 Value Text(std::string text)
 {
-    return {T, 0, std::move(text)};
-}
-
-Value Battery(const DeviceState& device)
-{
-    BatteryBlock block{};
-    block.refreshWear = device.exposures % 500;
-    block.totalWear = device.exposures;
-    block.voltage = static_cast<std::uint16_t>(1050 + std::lround(2.5 * device.charge));
-    block.percent = static_cast<std::uint16_t>(std::lround(device.charge));
-    block.ok = device.charge > 0 || device.externalPower ? 1 : 0;
-    block.needRefresh = block.refreshWear > 400 ? 1 : 0;
-    block.needChange = device.exposures > 5000 ? 1 : 0;
-    block.temperature = device.externalPower ? 38 : 35;
-    const bool full = device.charge >= 100, empty = device.charge <= 0;
-    if (device.externalPower) {
-        block.charge = full ? 0 : 450;
-        block.state = full ? 3 : 2;
-    } else {
-        block.charge = empty ? 0 : -80;
-        block.state = empty ? 4 : 1;
-    }
-    block.externalPower = device.externalPower ? 1 : 0;
-    block.capacityLeft =
-        static_cast<std::uint32_t>(std::lround(device.charge / 100 * BatteryCapacity));
-    return {B, 0, std::string(reinterpret_cast<const char*>(&block), sizeof block)};
+    return {TarnTypeText, 0, std::move(text)};
 }
 
 std::uint32_t WriteBinning(Registers& registers, const Value& value)

@@ -1,6 +1,7 @@
 // The numbered parameters of the simulated library and its devices.
 #pragma once
 
+#include "simulator/tarn/battery.h"
 #include "simulator/tarn/hand_switch.h"
 #include "simulator/tarn/objects.h"
 
@@ -22,17 +23,15 @@ struct DeviceState
 {
     std::uint32_t number = 0; // 0 is the base unit, the others are sensors
     bool present = false;
-    std::uint32_t faultState = 0; // 0, or the state that a fault shows
+    std::uint32_t faultState = 0; // a DeviceListState; 0: no fault
     std::uint32_t faultResult = 0;
     std::uint32_t binning = 1;
     std::uint32_t integrationTime = 300;      // ms
     std::uint32_t inactivityTimeout = 300000; // ms
-    double charge = 100;                      // of the battery, percent
-    bool externalPower = false;
-    std::uint32_t exposures = 0;
+    Battery battery;
 
     bool IsSensor() const { return number != 0; }
-    // 12 and 20 for the sensors 1 and 2, and in turn for the further ones.
+    // 12 for odd numbers, 20 for even ones.
     std::uint32_t SensorCode() const { return number % 2 == 1 ? 12 : 20; }
     std::string HardwareId() const;
 };
@@ -46,18 +45,13 @@ struct Registers
     bool gainCheck = true;
     std::string rawFolder;
     Phase phase = Phase::Idle;
-    std::map<std::uint32_t, DeviceState> devices; // by number, also those not present
+    std::map<std::uint32_t, DeviceState> devices; // by number, also absent ones
 };
 
-inline constexpr double BatteryCapacity = 1000; // mAh
-inline constexpr double LowBattery = 10;        // percent
-
-// What the program polls for its capture buttons.
-// Parameter 14: 0 can be armed, 1 does not matter for arming, 2 forbids arming.
+// What the program polls for its capture buttons, a CommandState each.
 std::uint32_t EnableCode(const Registers& registers, const DeviceState& device);
-// Parameter 15: 0 can be aborted, 1 has nothing to abort, 2 forbids aborting.
 std::uint32_t AbortCode(const Registers& registers, const DeviceState& device);
-// The state in the device list.
+// The state in the device list, a DeviceListState.
 std::uint32_t ListState(const Registers& registers, const DeviceState& device);
 
 // Each returns a result. A write that fails changes nothing.

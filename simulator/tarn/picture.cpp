@@ -96,8 +96,8 @@ constexpr SoftRod SoftRods[] = {
     {{632, 1400}, {628, 1900}, 184, 232, 0.66},
 };
 
-constexpr double SoftAttenuation = 0.0034;   // a point
-constexpr double CortexAttenuation = 0.0152; // a point
+constexpr double SoftAttenuation = 0.0034;   // per point
+constexpr double CortexAttenuation = 0.0152; // per point
 constexpr double MarrowShare = 0.42;         // attenuation of a bone's inside against its shell
 
 // Ten steps of a metal wedge, thicker downwards.
@@ -109,13 +109,13 @@ constexpr double LetterAttenuation = 3.6;
 constexpr double LetterStroke = 15; // half its width
 
 // Gray values of the sensor: its offset without exposure, and how far the target exposure takes it
-// down. More than the full well holds changes nothing any more.
+// down. The full well is saturation.
 constexpr double DarkValue = 3700, TargetStep = 3400, FullWell = 1.08;
 
 // The size and place of the sheet in an image.
 struct Sheet
 {
-    double scale, left, top; // pixels a point, pixels
+    double scale, left, top; // pixels per point, pixels
     bool mirrored;
 
     Point At(std::uint32_t x, std::uint32_t y) const
@@ -125,7 +125,7 @@ struct Sheet
     }
 };
 
-// Float planes of the size of an image.
+// A float per pixel of an image.
 struct Plane
 {
     std::uint32_t width, height;
@@ -144,6 +144,8 @@ void Blur(Plane& plane);
 double Rounding(double along, double length, double end);
 double Trabeculae(Point point);
 std::uint64_t Hash(std::uint64_t value);
+// The sample of which 1 in 1000 is lower, and the one of which 1 in 1000 is higher.
+std::pair<std::uint16_t, std::uint16_t> SampleRange(const Frame& frame);
 const std::array<float, 65536>& GaussTable();
 
 // Calls draw(value, point) for every pixel whose point lies in the rectangle.
@@ -238,7 +240,7 @@ const std::vector<std::uint16_t>& Phantom::Transmission(const Exposure& exposure
 
 namespace {
 
-// The rods melt into one another: their thicknesses join in the fourth power.
+// The rods blend into one another: the fourth powers of their thicknesses are added.
 void DrawSoftParts(Plane& plane, const Sheet& sheet)
 {
     for (const SoftRod& rod : SoftRods) {
@@ -331,7 +333,7 @@ void DrawWedge(Plane& plane, const Sheet& sheet)
 
 void DrawLetter(Plane& plane, const Sheet& sheet, bool leftHand)
 {
-    // L and R of strokes; the bowl of the R is half a ring.
+    // L and R are drawn as strokes; the bowl of the R is half a ring.
     struct Stroke
     {
         Point from, to;
@@ -550,23 +552,6 @@ std::vector<std::string> GrayMaps(const std::string& folder)
     return paths;
 }
 
-std::pair<std::uint16_t, std::uint16_t> SampleRange(const Frame& frame)
-{
-    std::vector<std::size_t> counts(65536);
-    for (const std::uint16_t sample : frame.samples) {
-        ++counts[sample];
-    }
-    const std::size_t cut = frame.samples.size() / 1000;
-    std::size_t low = 0, high = 65535;
-    for (std::size_t below = counts[low]; below <= cut && low < high; below += counts[low]) {
-        ++low;
-    }
-    for (std::size_t above = counts[high]; above <= cut && high > low; above += counts[high]) {
-        --high;
-    }
-    return {static_cast<std::uint16_t>(low), static_cast<std::uint16_t>(high)};
-}
-
 Frame ScaleToEightBits(const Frame& frame)
 {
     const auto [low, high] = SampleRange(frame);
@@ -616,6 +601,23 @@ std::uint32_t ReadNumber(std::istream& file)
     std::uint32_t number = 0;
     file >> number;
     return number;
+}
+
+std::pair<std::uint16_t, std::uint16_t> SampleRange(const Frame& frame)
+{
+    std::vector<std::size_t> counts(65536);
+    for (const std::uint16_t sample : frame.samples) {
+        ++counts[sample];
+    }
+    const std::size_t cut = frame.samples.size() / 1000;
+    std::size_t low = 0, high = 65535;
+    for (std::size_t below = counts[low]; below <= cut && low < high; below += counts[low]) {
+        ++low;
+    }
+    for (std::size_t above = counts[high]; above <= cut && high > low; above += counts[high]) {
+        --high;
+    }
+    return {static_cast<std::uint16_t>(low), static_cast<std::uint16_t>(high)};
 }
 
 } // namespace

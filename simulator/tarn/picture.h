@@ -23,9 +23,9 @@ struct Exposure
 {
     std::uint32_t width = 0;
     std::uint32_t height = 0;
-    bool leftHand = true;          // the other hand is the mirror image, with the other letter
+    bool leftHand = true;          // the right hand is the mirror image with its own letter
     double level = 1;              // of the unattenuated beam; 1 is the sensor's target
-    double photons = 20000;        // of the unattenuated beam, a pixel, at level 1
+    double photons = 20000;        // of the unattenuated beam, per pixel, at level 1
     std::uint64_t noiseSeed = 0;   // the same seed gives the same noise
     std::uint64_t patternSeed = 0; // the sensor's fixed pattern
     bool fixedPattern = false;     // uncorrected gain, offsets and dead pixels
@@ -45,8 +45,8 @@ private:
     std::vector<std::uint16_t> m_transmission;
 };
 
-// Ramps from 0 to 4095, a grid, a checkerboard of single pixels, and a corner mark of each own
-// value, without noise: 4095 top left, 3000 top right, 2000 bottom left, 1000 bottom right.
+// Ramps from 0 to 4095, a grid, a checkerboard of single pixels and corner marks of different
+// values, without noise: 4095 top left, 3000 top right, 2000 bottom left, 1000 bottom right.
 Frame TestPattern(std::uint32_t width, std::uint32_t height);
 
 // Reads a binary gray map (P5) of 8 or 16 bits. Throws std::runtime_error with the file and what is
@@ -55,9 +55,6 @@ Frame ReadGrayMap(const std::string& path);
 
 // The gray maps of a folder, by name. Empty when the folder cannot be read.
 std::vector<std::string> GrayMaps(const std::string& folder);
-
-// The sample of which 1 in 1000 is lower, and the one of which 1 in 1000 is higher.
-std::pair<std::uint16_t, std::uint16_t> SampleRange(const Frame& frame);
 
 // The frame with its sample range spread over 8 bits.
 Frame ScaleToEightBits(const Frame& frame);
@@ -68,7 +65,7 @@ enum class RowOrder
     BottomFirst
 };
 
-// The samples as bytes: 1 a sample up to 8 bits, else 2, little-endian.
+// The samples as bytes: 1 per sample up to 8 bits, else 2, little-endian.
 std::vector<std::uint8_t> PackSamples(const Frame& frame, RowOrder order);
 
 } // namespace tarn

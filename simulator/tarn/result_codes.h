@@ -1,4 +1,4 @@
-// The results that the simulated library gives, and their texts.
+// The results of the simulated library and their texts.
 #pragma once
 
 #include "device/tarn_abi.h"

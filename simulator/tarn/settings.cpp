@@ -1,8 +1,9 @@
 // Reads the settings file into the knobs and runs its script.
 #include "simulator/tarn/settings.h"
 
+#include "simulator/tarn/trace.h"
+
 #include <algorithm>
-#include <cstdio>
 #include <dlfcn.h>
 #include <filesystem>
 #include <fstream>
@@ -74,17 +75,6 @@ const std::vector<Knob>& Knobs()
     return Knobs;
 }
 
-const std::vector<std::string_view>& RuleNames()
-{
-    static const std::vector<std::string_view> Names = {
-        "TarnOpen",           "TarnClose",          "TarnSetNotifyWindow", "TarnClearNotifyWindow",
-        "TarnEnableCapture",  "TarnDisableCapture", "TarnGetLibraryParam", "TarnSetLibraryParam",
-        "TarnGetImage",       "TarnRemoveImage",    "TarnGetImageCount",   "TarnGetDeviceList",
-        "TarnGetDeviceParam", "TarnSetDeviceParam", "TarnDescribeResult",  "TarnFreeObject",
-        "QuilletOpen",        "QuilletClose",       "QuilletShow",         "event_2"};
-    return Names;
-}
-
 SettingsFile::SettingsFile(std::string path)
     : m_path(std::move(path)), m_settings(std::make_shared<const Settings>())
 {
@@ -105,7 +95,7 @@ std::shared_ptr<const Settings> SettingsFile::Current()
         m_read = true;
         m_stamp = stamp;
         std::optional<std::string> text = ReadText();
-        // A file that was replaced meanwhile would else be taken twice, with its events.
+        // Otherwise a file replaced meanwhile would be read twice, and its events posted twice.
         for (Stamp after = ReadStamp(); after != m_stamp; after = ReadStamp()) {
             m_stamp = after;
             text = ReadText();
@@ -150,16 +140,6 @@ bool SettingsFile::TakeRule(std::string_view name, FaultRule& rule)
     }
     rule = found->second;
     return true;
-}
-
-std::string SettingsFile::LibraryFolder()
-{
-    Dl_info info{};
-    static const char Anchor = 0;
-    if (dladdr(&Anchor, &info) == 0 || info.dli_fname == nullptr) {
-        return ".";
-    }
-    return std::filesystem::absolute(info.dli_fname).parent_path().string();
 }
 
 SettingsFile::Stamp SettingsFile::ReadStamp() const
@@ -266,8 +246,16 @@ void SettingsFile::Set(Settings& settings, const std::string& key, std::string_v
 
 void SettingsFile::Report(const std::string& where, const std::string& what) const
 {
-    std::fprintf(stderr, "Tarn simulator: %s: %s; what held before stays\n", where.c_str(),
-                 what.c_str());
+    Warn(where + ": " + what + "; keeping the previous value");
+}
+
+std::string ResolvePath(const std::string& path)
+{
+    static const char Anchor = 0;
+    Dl_info library{};
+    const bool found = dladdr(&Anchor, &library) != 0 && library.dli_fname != nullptr;
+    const std::filesystem::path file = found ? library.dli_fname : "./";
+    return (std::filesystem::absolute(file).parent_path() / path).string();
 }
 
 namespace {
@@ -322,7 +310,8 @@ const Knob* FindKnob(std::string_view key)
 
 bool IsRule(std::string_view key)
 {
-    return std::ranges::find(RuleNames(), key) != RuleNames().end();
+    return key == ImageReadyRule ||
+           std::ranges::find(Exports, key, &ExportEntry::name) != std::end(Exports);
 }
 
 void CopyKnob(Settings& to, const Settings& from, const std::string& key)

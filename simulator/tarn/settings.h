@@ -1,6 +1,7 @@
-// The simulator's knobs: an INI file, read anew whenever it changes, and the script in it.
+// The simulator's settings: an INI file that is reread whenever it changes, and the script in it.
 #pragma once
 
+#include "device/tarn_abi.h"
 #include "simulator/tarn/faults.h"
 
 #include <cstdint>
@@ -17,8 +18,8 @@
 
 namespace tarn {
 
-// A change that the script makes: key = value, once images more are taken and seconds have passed
-// since the step before.
+// A step of the script: key = value, once that many more images are taken and seconds have passed
+// since the previous step.
 struct ScriptStep
 {
     std::uint64_t images = 0;
@@ -35,14 +36,14 @@ struct DeviceFault
     std::uint32_t result = 0;
 };
 
-// Every knob with its default. Durations are in simulated seconds: a time factor of 100 makes them
-// pass a hundred times faster. Folders are absolute, or relative to the library's folder.
+// Every knob with its default. Durations are simulated seconds: with a time factor of 100 they pass
+// a hundred times faster. Folders are absolute, or relative to the library's folder.
 struct Settings
 {
     static constexpr double Never = std::numeric_limits<double>::infinity();
 
     double timeFactor = 1;
-    std::uint32_t seed = 0; // 0: another run every time, at the date of today
+    std::uint32_t seed = 0; // 0: a different run every time, with today's date
     double armingDelay = 0.6;
     double exposureDelay = 4;
     double exposureTime = 0.2;
@@ -73,20 +74,22 @@ struct Settings
     std::string traceFile;
     bool strict = false;
 
-    bool faults = true;                                  // off: every fault and the script rest
-    std::map<std::string, FaultRule, std::less<>> rules; // by export name, or "event_2"
+    bool faults = true;                                  // false: no faults, no script
+    std::map<std::string, FaultRule, std::less<>> rules; // by export name, or ImageReadyRule
     std::vector<DeviceFault> deviceFaults;
     std::vector<std::uint32_t> events; // to post once
-    std::uint32_t eventsSerial = 0;    // another number whenever events was set
-    double storm = 0;                  // events a real second
-    std::uint32_t stormCount = 0;      // events in all, 0: without end
-    std::uint32_t stormSerial = 0;     // another number whenever a storm was set
-    std::vector<std::uint32_t> stormEvents = {0x300384, 0x100384, 0x200384, 99, 2, 17};
+    std::uint32_t eventsSerial = 0;    // changes whenever events is set
+    double storm = 0;                  // events per real second
+    std::uint32_t stormCount = 0;      // total of events; 0: endless
+    std::uint32_t stormSerial = 0;     // changes whenever storm is set
+    std::vector<std::uint32_t> stormEvents = {ResultInformation | 900, ResultWarning | 900,
+                                              ResultError | 900,       99,
+                                              EventImageReady,         EventExposure};
     std::string texts; // kind of hostile texts
     std::vector<ScriptStep> script;
 };
 
-// A place for one knob in the settings.
+// The member that a knob sets.
 using Place =
     std::variant<double Settings::*, std::uint32_t Settings::*, bool Settings::*,
                  std::string Settings::*, std::vector<std::string> Settings::*,
@@ -103,31 +106,28 @@ struct Knob
 // Every knob but the rules and the script, in the order of Settings.
 const std::vector<Knob>& Knobs();
 
-// The names that rules go by: the library's operations and "event_2".
-const std::vector<std::string_view>& RuleNames();
+// Rules are named after the exports; this one is of the event.
+inline constexpr std::string_view ImageReadyRule = "event_2";
 
 // The settings file of one library. Any thread may call.
 class SettingsFile
 {
 public:
-    // A file that does not exist gives the defaults, until it does.
+    // Until the file exists, the defaults hold.
     explicit SettingsFile(std::string path);
 
     // Another path is read at the next call of Current.
     void SetPath(const std::string& path);
 
-    // Reads the file anew if it changed since, and returns what holds now. What the file says
-    // wrongly is reported on stderr once and leaves the value that held before.
+    // Rereads the file if it has changed and returns the current settings. An invalid line is
+    // reported on stderr once; the previous value stays in force.
     std::shared_ptr<const Settings> Current();
 
-    // Takes the steps of the script that are due. Both arguments only grow.
+    // Takes the steps of the script that are due. Neither argument may decrease.
     void Advance(double simulatedSeconds, std::uint64_t imagesTaken);
 
     // Whether the rule of that name applies to this call, which is counted; *rule is then set.
     bool TakeRule(std::string_view name, FaultRule& rule);
-
-    // The folder in which relative paths of the settings begin.
-    static std::string LibraryFolder();
 
 private:
     struct Stamp
@@ -155,5 +155,8 @@ private:
     double m_stepSeconds = 0, m_seconds = 0; // simulated time of the last step, and now
     std::uint64_t m_stepImages = 0, m_images = 0;
 };
+
+// A path of the settings or of a parameter, made absolute from the library's folder.
+std::string ResolvePath(const std::string& path);
 
 } // namespace tarn

@@ -1,5 +1,7 @@
-// Keeps images as files that appear and disappear as a whole.
+// Keeps images as files that are complete or not there.
 #include "simulator/tarn/store.h"
+
+#include "simulator/tarn/trace.h"
 
 #include <cerrno>
 #include <charconv>
@@ -91,7 +93,7 @@ bool ImageStore::HasRoom(std::uint32_t limit) const
 std::uint32_t ImageStore::TakeId()
 {
     const std::lock_guard lock(m_mutex);
-    // Also what is no image keeps its file.
+    // Never replaces a file, even one that is no image.
     while (m_nextId == 0 || m_ids.contains(m_nextId) || std::filesystem::exists(Path(m_nextId))) {
         ++m_nextId;
     }
@@ -143,7 +145,7 @@ std::optional<StoredImage> ImageStore::Get(std::uint32_t number)
         if (image) {
             return image;
         }
-        std::fprintf(stderr, "Tarn simulator: %s is no image of the store\n", Path(id).c_str());
+        Warn(Path(id) + " is no image of the store");
         const std::lock_guard lock(m_mutex);
         m_ids.erase(id);
     }
@@ -211,7 +213,7 @@ std::string ImageStore::Path(std::uint32_t id) const
 
 namespace {
 
-// 0 for a name that is none of the store's.
+// 0 for the name of a file that is not the store's.
 std::uint32_t IdOfName(const std::filesystem::path& path)
 {
     const std::string digits = path.stem().string();
@@ -228,7 +230,7 @@ std::uint32_t ReadLastId(const std::string& folder)
     return id;
 }
 
-// The file gets its name only when it is complete; with sync also on the disk.
+// The file gets its final name only when it is complete and, with sync, on the disk.
 void WriteWhole(const std::string& path, const std::vector<std::string_view>& parts, bool sync)
 {
     const std::string temporary = path + Unfinished;

@@ -1,4 +1,4 @@
-// The image store: a folder with one file an image, which outlives the process.
+// The image store: a folder with one file per image, which outlives the process.
 #pragma once
 
 #include <cstdint>
@@ -23,28 +23,28 @@ struct StoredImage
     std::string userId;
 };
 
-// An image is in the store from the moment its file has its name, and no longer once the file is
-// unlinked: a process that is killed leaves whole images. Any thread may call.
+// An image is in the store from the moment its file has its final name until it is unlinked: a
+// killed process leaves complete images. Any thread may call.
 class ImageStore
 {
 public:
-    // Makes the folders, takes over the images in the first and deletes what was half written.
+    // Makes the folders, takes over the images in the first and removes unfinished files.
     // Removed images are moved into the second, on the same disk, or deleted when it is empty.
     // Throws std::runtime_error.
     explicit ImageStore(std::string folder, std::string removedFolder = "");
 
     std::uint32_t Count() const;
     std::vector<std::uint32_t> Ids() const; // ascending
-    // Whether a next image would find room.
+    // Whether there is room for another image.
     bool HasRoom(std::uint32_t limit) const;
-    // The id that the next image gets; ids are not used again, also not after a restart.
+    // The id of the next image; ids are not reused, even after a restart.
     std::uint32_t TakeId();
     void SetNextId(std::uint32_t id);
 
     // Throws std::runtime_error with the file and the reason; nothing is stored then.
     void Add(const StoredImage& image);
-    // The image of that number, or the one of the lowest number for 0. A file that is no image of
-    // the store is reported on stderr; it is left alone and counts no more.
+    // The image of that number, or of the lowest number for 0. A file that is no image of the store
+    // is reported on stderr, left alone and no longer counted.
     std::optional<StoredImage> Get(std::uint32_t number);
     // False when there is none, or it cannot be removed.
     bool Remove(std::uint32_t imageId);

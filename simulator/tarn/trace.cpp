@@ -20,7 +20,7 @@ void Trace::SetFile(const std::string& path)
     }
     m_file.open(path, std::ios::app);
     if (!m_file) {
-        std::fprintf(stderr, "Tarn simulator: cannot write the trace file %s\n", path.c_str());
+        Warn("cannot write the trace file " + path);
     }
 }
 
@@ -46,6 +46,11 @@ void Trace::Write(std::string_view name, std::string_view text)
     char seconds[32];
     std::snprintf(seconds, sizeof seconds, "%.6f", elapsed.count());
     m_file << seconds << ' ' << name << ' ' << text << std::endl;
+}
+
+void Warn(const std::string& text)
+{
+    std::fprintf(stderr, "Tarn simulator: %s\n", text.c_str());
 }
 
 std::string Quoted(const char* text)

@@ -12,9 +12,9 @@ namespace tarn {
 class Trace
 {
 public:
-    // An empty path writes nothing. The same path again goes on in the open file.
+    // An empty path writes nothing. The same path again keeps the open file.
     void SetFile(const std::string& path);
-    // The same for a path that may have been open, and whose file may be gone since.
+    // Opens the file anew, in case it was removed since.
     void Reopen(const std::string& path);
     bool IsOn();
 
@@ -28,7 +28,10 @@ private:
     const std::chrono::steady_clock::time_point m_start = std::chrono::steady_clock::now();
 };
 
-// A text as the log shows it: quoted, control characters escaped, cut after 200 bytes; "null".
+// Writes a message to stderr.
+void Warn(const std::string& text);
+
+// A text as the log shows it: quoted, control characters escaped, cut after 200 bytes; or "null".
 std::string Quoted(const char* text);
 
 } // namespace tarn

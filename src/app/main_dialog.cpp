@@ -112,11 +112,18 @@ void CTarnTestDlg::StartUp()
     SetIcon(appIcon, FALSE);
     QueryPerformanceFrequency(&perfFrequency);
 
-    ReportResult(TarnOpen(m_hWnd, appTitle.c_str()), m_hWnd, appTitle);
+    const std::uint32_t opened = TarnOpen(m_hWnd, appTitle.c_str());
+    // Reported once, whichever of the first calls it concerns.
+    const std::uint32_t missing = MissingExports();
+    ReportResult(missing, m_hWnd, appTitle);
+    const auto reportUnlessMissing = [&](std::uint32_t result) {
+        ReportResult(result != missing ? result : 0, m_hWnd, appTitle);
+    };
+    reportUnlessMissing(opened);
     // The 16-bit values 1, 1, 27, 0 and the 32-bit value 0, little-endian.
     static constexpr std::uint8_t StartUpBlock[12] = {1, 0, 1, 0, 27};
-    ReportResult(SetLibraryBlock(LibraryParameter::StartUpBlock, StartUpBlock, sizeof StartUpBlock),
-                 m_hWnd, appTitle);
+    reportUnlessMissing(
+        SetLibraryBlock(LibraryParameter::StartUpBlock, StartUpBlock, sizeof StartUpBlock));
     ReadLibraryOptions();
 
     UpdateData(FALSE);

@@ -1,4 +1,4 @@
-// Loading of the two libraries and the way of every call through one place.
+// Loads the two libraries and forwards every call to them.
 #include "device/libraries.h"
 
 #include "platform/module.h"
@@ -11,47 +11,50 @@
 
 namespace {
 
-struct ExportLine
+// The place of an export in the record.
+struct ExportSlot
 {
-    std::string_view library;
-    unsigned number;
+    Export which;
     void (*store)(LibraryExports& exports, void* address);
+    bool (*isMissing)(const LibraryExports& exports);
 };
 
 template <auto Member>
-constexpr ExportLine Line(std::string_view library, unsigned number)
+constexpr ExportSlot Slot(Export which)
 {
-    return {library, number, [](LibraryExports& exports, void* address) {
+    return {which,
+            [](LibraryExports& exports, void* address) {
                 auto& function = exports.*Member;
                 function = reinterpret_cast<std::remove_reference_t<decltype(function)>>(address);
-            }};
+            },
+            [](const LibraryExports& exports) { return exports.*Member == nullptr; }};
 }
 
-constexpr ExportLine ExportLines[] = {
-    Line<&LibraryExports::open>("Tarn", 1),
-    Line<&LibraryExports::close>("Tarn", 2),
-    Line<&LibraryExports::setNotifyWindow>("Tarn", 3),
-    Line<&LibraryExports::clearNotifyWindow>("Tarn", 4),
-    Line<&LibraryExports::enableCapture>("Tarn", 5),
-    Line<&LibraryExports::disableCapture>("Tarn", 6),
-    Line<&LibraryExports::getLibraryParam>("Tarn", 7),
-    Line<&LibraryExports::setLibraryParam>("Tarn", 8),
-    Line<&LibraryExports::getImage>("Tarn", 20),
-    Line<&LibraryExports::removeImage>("Tarn", 21),
-    Line<&LibraryExports::getImageCount>("Tarn", 22),
-    Line<&LibraryExports::getDeviceList>("Tarn", 30),
-    Line<&LibraryExports::getDeviceParam>("Tarn", 31),
-    Line<&LibraryExports::setDeviceParam>("Tarn", 32),
-    Line<&LibraryExports::describeResult>("Tarn", 98),
-    Line<&LibraryExports::freeObject>("Tarn", 99),
-    Line<&LibraryExports::quilletOpen>("Quillet", 1),
-    Line<&LibraryExports::quilletClose>("Quillet", 2),
-    Line<&LibraryExports::quilletShow>("Quillet", 4),
+constexpr ExportSlot ExportSlots[] = {
+    Slot<&LibraryExports::open>(Export::Open),
+    Slot<&LibraryExports::close>(Export::Close),
+    Slot<&LibraryExports::setNotifyWindow>(Export::SetNotifyWindow),
+    Slot<&LibraryExports::clearNotifyWindow>(Export::ClearNotifyWindow),
+    Slot<&LibraryExports::enableCapture>(Export::EnableCapture),
+    Slot<&LibraryExports::disableCapture>(Export::DisableCapture),
+    Slot<&LibraryExports::getLibraryParam>(Export::GetLibraryParam),
+    Slot<&LibraryExports::setLibraryParam>(Export::SetLibraryParam),
+    Slot<&LibraryExports::getImage>(Export::GetImage),
+    Slot<&LibraryExports::removeImage>(Export::RemoveImage),
+    Slot<&LibraryExports::getImageCount>(Export::GetImageCount),
+    Slot<&LibraryExports::getDeviceList>(Export::GetDeviceList),
+    Slot<&LibraryExports::getDeviceParam>(Export::GetDeviceParam),
+    Slot<&LibraryExports::setDeviceParam>(Export::SetDeviceParam),
+    Slot<&LibraryExports::describeResult>(Export::DescribeResult),
+    Slot<&LibraryExports::freeObject>(Export::FreeObject),
+    Slot<&LibraryExports::quilletOpen>(Export::QuilletOpen),
+    Slot<&LibraryExports::quilletClose>(Export::QuilletClose),
+    Slot<&LibraryExports::quilletShow>(Export::QuilletShow),
 };
-static_assert(std::size(ExportLines) * sizeof(void (*)()) == sizeof(LibraryExports));
+static_assert(std::size(ExportSlots) == std::size(Exports));
+static_assert(sizeof(LibraryExports) == std::size(Exports) * sizeof(void (*)()));
 
 LibraryExports loadedExports;
-bool allLoaded = false;
 std::string loadFailures; // one sentence a line
 const LibraryExports* exportsInUse = &loadedExports;
 
@@ -61,16 +64,17 @@ template <typename... Parameters, typename... Arguments>
 std::uint32_t Call(std::uint32_t (*LibraryExports::*member)(Parameters...), Arguments... arguments)
 {
     const auto function = exportsInUse->*member;
-    return function ? function(arguments...) : ErrorExportMissing;
+    return function != nullptr ? function(arguments...) : ErrorExportMissing;
 }
 
-// The same for a read: what could not be freed is not asked for.
+// The same for a read. Without freeObject nothing is requested.
 template <typename Object, typename... Parameters, typename... Arguments>
 std::uint32_t Fetch(std::uint32_t (*LibraryExports::*member)(Parameters...), Object** out,
                     Arguments... arguments)
 {
     *out = nullptr;
-    return exportsInUse->freeObject ? Call(member, arguments..., out) : ErrorExportMissing;
+    return exportsInUse->freeObject != nullptr ? Call(member, arguments..., out)
+                                               : ErrorExportMissing;
 }
 
 } // namespace
@@ -82,14 +86,19 @@ const LibraryExports* UseLibraryExports(const LibraryExports* exports)
     return former == &loadedExports ? nullptr : former;
 }
 
+std::uint32_t MissingExports()
+{
+    const bool missing = std::ranges::any_of(
+        ExportSlots, [](const ExportSlot& slot) { return slot.isMissing(*exportsInUse); });
+    return missing ? ErrorExportMissing : 0;
+}
+
 std::uint32_t TarnOpen(HWND owner, const char* name)
 {
-    if (exportsInUse == &loadedExports && !allLoaded) {
+    if (exportsInUse == &loadedExports && MissingExports() != 0) {
         LoadLibraries();
     }
-    const std::uint32_t result = Call(&LibraryExports::open, owner, name);
-    const bool incomplete = exportsInUse == &loadedExports && !allLoaded;
-    return result == 0 && incomplete ? ErrorExportMissing : result;
+    return Call(&LibraryExports::open, owner, name);
 }
 
 namespace {
@@ -105,18 +114,18 @@ void LoadLibraries()
             loadFailures += LoadFailure() + '\n';
             continue;
         }
-        for (const ExportLine& line : ExportLines) {
-            if (line.library != library) {
+        for (const ExportSlot& slot : ExportSlots) {
+            const ExportEntry& entry = EntryOf(slot.which);
+            if (entry.library != std::string_view(library)) {
                 continue;
             }
-            void* address = GetProcAddress(module, line.number);
+            void* address = GetProcAddress(module, entry.number);
             if (address == nullptr) {
                 loadFailures += LoadFailure() + '\n';
             }
-            line.store(loadedExports, address);
+            slot.store(loadedExports, address);
         }
     }
-    allLoaded = loadFailures.empty();
 }
 
 } // namespace
@@ -197,7 +206,7 @@ std::uint32_t TarnDescribeResult(std::uint32_t result, char* text, std::uint32_t
     if (capacity > 0) {
         text[0] = '\0';
     }
-    if (result == ErrorExportMissing) {
+    if (result == ErrorExportMissing && MissingExports() != 0) {
         const std::string_view failures = loadFailures;
         const std::string_view description = failures.empty()
                                                  ? "The capture library lacks this operation."

@@ -1,8 +1,8 @@
 // The operations of the two closed libraries, by name.
 //
-// The libraries are loaded by TarnOpen. While one is missing, or lacks an export, the operations
-// that need it return an error-category result and give no object, and TarnDescribeResult tells
-// which file or export is missing and why. An exported operation runs as the library wrote it.
+// TarnOpen loads the libraries. While one is missing, or lacks an export, the operations that need
+// it return ErrorExportMissing and give no object, and TarnDescribeResult tells which file or
+// export is missing and why. An exported operation runs as the library wrote it.
 #pragma once
 
 #include "device/tarn_abi.h"
@@ -10,10 +10,11 @@
 #include <memory>
 #include <span>
 
-// The result of an operation whose library or export is missing.
-inline constexpr std::uint32_t ErrorExportMissing = ResultError | 0xFF01;
+// The result of an operation whose library or export is missing. Bits 24 to 31, which no message
+// shows, tell it from the libraries' own results.
+inline constexpr std::uint32_t ErrorExportMissing = 0xFF000000 | ResultError | 0xFF01;
 
-// What the program calls in Tarn and Quillet: one function pointer an export.
+// What the program calls in Tarn and Quillet: one function pointer per export.
 struct LibraryExports
 {
     decltype(&Tarn_1) open = nullptr;
@@ -37,9 +38,12 @@ struct LibraryExports
     decltype(&Quillet_4) quilletShow = nullptr;
 };
 
-// Calls these exports from now on instead of loading the libraries; null goes back to loading.
-// The seam for tests; the record must stay alive. Returns the former one.
+// For tests: replaces the loaded exports; null restores them. The record must outlive its use.
+// Returns the previous one.
 const LibraryExports* UseLibraryExports(const LibraryExports* exports);
+
+// ErrorExportMissing while the libraries lack an export; otherwise 0.
+std::uint32_t MissingExports();
 
 std::uint32_t TarnOpen(HWND owner, const char* name);
 std::uint32_t TarnClose();
@@ -67,8 +71,7 @@ std::uint32_t TarnDescribeResult(std::uint32_t result, char* text, std::uint32_t
 
 void TarnFreeObject(void* object); // null is allowed
 
-// An object that the library handed out, freed on every way out of the owner's scope. Null when
-// the library gave none.
+// An object of the library, freed at the end of the owner's scope. Null when the library gave none.
 struct FreeLibraryObject
 {
     void operator()(void* object) const { TarnFreeObject(object); }
@@ -85,7 +88,7 @@ inline const char* TextOrEmpty(const char* text)
     return text != nullptr ? text : "";
 }
 
-// screenArea: where on the screen the preview stands. *handle: the preview's handle.
+// screenArea: the preview's rectangle, in screen pixels. *handle: the preview's handle.
 std::uint32_t QuilletOpen(HWND owner, std::uint32_t zero, const RECT* screenArea,
                           std::uint32_t zero2, std::uintptr_t* handle);
 std::uint32_t QuilletShow(std::uintptr_t handle, std::uint32_t show);

@@ -1,4 +1,4 @@
-// Building, checking and freeing of the library's parameter records.
+// Builds, checks and frees the library's parameter records.
 #include "device/parameters.h"
 
 #include "device/libraries.h"
@@ -110,7 +110,8 @@ bool AllDevicesIdle()
     TarnGetDeviceList(&received);
     const LibraryObject<DeviceList> list(received);
     return std::ranges::all_of(Entries(list.get()), [](const DeviceListEntry& entry) {
-        return entry.state == 1 || entry.state == 100 || entry.state == 101;
+        return entry.state == StateStandBy || entry.state == StateFault ||
+               entry.state == StateOtherFault;
     });
 }
 
@@ -132,7 +133,7 @@ Value DeviceParam(std::uint32_t device, std::uint32_t parameter)
 
 bool IsType(const Value& object, std::uint32_t type)
 {
-    return object && (object->tag & 0xFFFF) == type;
+    return object != nullptr && TypeOf(*object) == type;
 }
 
 bool AppendText(const Value& object, std::string& text)
@@ -147,7 +148,7 @@ bool AppendText(const Value& object, std::string& text)
 TarnValue NumberValue(std::uint32_t parameter, std::uint32_t type, std::uint32_t number)
 {
     TarnValue value{};
-    value.tag = parameter * 65536 + type;
+    value.tag = TagOf(parameter, type);
     value.value = number;
     return value;
 }
@@ -155,7 +156,7 @@ TarnValue NumberValue(std::uint32_t parameter, std::uint32_t type, std::uint32_t
 TarnValue TextValue(std::uint32_t parameter, const std::string& text)
 {
     TarnValue value{};
-    value.tag = parameter * 65536 + TarnTypeText;
+    value.tag = TagOf(parameter, TarnTypeText);
     value.value = reinterpret_cast<std::uintptr_t>(text.c_str());
     return value;
 }
@@ -163,7 +164,7 @@ TarnValue TextValue(std::uint32_t parameter, const std::string& text)
 TarnValue BlockValue(std::uint32_t parameter, const void* bytes, std::size_t size)
 {
     TarnValue value{};
-    value.tag = parameter * 65536 + TarnTypeBlock;
+    value.tag = TagOf(parameter, TarnTypeBlock);
     value.value = size;
     value.pointer = bytes;
     return value;

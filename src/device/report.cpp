@@ -18,8 +18,12 @@ struct StateLine
 };
 
 constexpr StateLine StateLines[] = {
-    {1, "Stand by", 0},        {2, "Active", 0},  {3, "Waiting for image data", 0},
-    {4, "Capture enabled", 0}, {100, nullptr, 1}, {101, nullptr, 6},
+    {StateStandBy, "Stand by", 0},
+    {StateActive, "Active", 0},
+    {StateWaiting, "Waiting for image data", 0},
+    {StateCaptureEnabled, "Capture enabled", 0},
+    {StateFault, nullptr, DeviceParameter::FaultResult},
+    {StateOtherFault, nullptr, DeviceParameter::OtherFaultResult},
 };
 
 std::string StateText(const DeviceListEntry& entry);
@@ -33,7 +37,7 @@ std::uint32_t DeviceInt(std::uint32_t device, std::uint32_t parameter);
 std::string LibraryReport()
 {
     std::string version;
-    GetLibraryText(8, version);
+    GetLibraryText(LibraryParameter::Version, version);
     std::string report = "***** Tarn *****\nVersion:\n" + IndentText(version, DetailIndent) +
                          "\n\n***** Tarn devices *****\n";
 
@@ -54,18 +58,18 @@ std::string LibraryReport()
 std::string DeviceStatusText(const DeviceListEntry& entry)
 {
     const std::uint32_t device = entry.number;
-    const std::uint32_t gainResult = DeviceInt(device, 7);
+    const std::uint32_t gainResult = DeviceInt(device, DeviceParameter::GainResult);
     const std::string gainRemark = gainResult != 0 ? ResultDescription(gainResult) : "";
 
     std::string text =
         std::string("   ** ") + TextOrEmpty(entry.name) + " **\n" + TextOrEmpty(entry.description);
     text += "\nStatus: " + StateText(entry);
-    const std::string hardwareId = DeviceText(device, 2);
-    const std::string gainFile = DeviceText(device, 3);
+    const std::string hardwareId = DeviceText(device, DeviceParameter::HardwareId);
+    const std::string gainFile = DeviceText(device, DeviceParameter::GainFile);
     text += "\nHwID: " + hardwareId;
     text += "\nGain file: " + (gainRemark.empty() ? gainFile : "\n     " + gainRemark + '\n');
-    text += "\nVersion:\n" + IndentText(DeviceText(device, 8), DetailIndent);
-    const std::string specific = DeviceText(device, 9);
+    text += "\nVersion:\n" + IndentText(DeviceText(device, DeviceParameter::Version), DetailIndent);
+    const std::string specific = DeviceText(device, DeviceParameter::SpecificInfo);
     if (!specific.empty()) {
         text += "\nDevice specific:\n" + IndentText(specific, DetailIndent);
     }

@@ -24,7 +24,7 @@ constexpr Category NoCategory = {0, "", MB_TOPMOST};
 
 std::uint32_t DescribeAndShow(std::uint32_t result, const std::string& remark, std::string& text,
                               HWND owner, const std::string& caption);
-// Returns the code that the library's describing gave back.
+// Returns the code that TarnDescribeResult returned.
 std::uint32_t Describe(std::uint32_t result, std::uint32_t capacity, std::string& description);
 const Category& CategoryOf(std::uint32_t code);
 
@@ -69,15 +69,15 @@ std::uint32_t DescribeAndShow(std::uint32_t result, const std::string& remark, s
     std::string description;
     const std::uint32_t code = Describe(result, shown ? DescriptionCapacity : 0, description);
     const Category& category = CategoryOf(code);
-    text = category.prefix + std::to_string(code & 0xFFFF) + '\n' + description + remark;
+    text = category.prefix + std::to_string(code & ResultNumberMask) + '\n' + description + remark;
     if (shown) {
         MessageBoxA(owner, text.c_str(), caption.c_str(), MB_OK | category.boxStyle);
     }
     return code;
 }
 
-// A library may write even when it is told that there is no room; the byte behind the buffer that
-// it knows of ends such a text, too.
+// A library may fill the whole buffer even when the capacity is 0; the extra byte terminates such a
+// text as well.
 std::uint32_t Describe(std::uint32_t result, std::uint32_t capacity, std::string& description)
 {
     char buffer[DescriptionCapacity + 1] = {};

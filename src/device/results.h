@@ -10,8 +10,8 @@
 std::string ResultDescription(std::uint32_t result);
 
 // Builds "<category word><number>\n<description>" in text and, when there is an owner or a caption,
-// shows it in a box with the category's icon. Result 0 does nothing. Returns the code that the
-// library's describing gave back, which is the one described.
+// shows it in a box with the category's icon. Result 0 does nothing. Returns the code that
+// TarnDescribeResult returned, which is the one in the text.
 std::uint32_t DescribeResult(std::uint32_t result, std::string& text, HWND owner,
                              const std::string& caption);
 

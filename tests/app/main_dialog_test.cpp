@@ -50,6 +50,21 @@ TEST_F(MainDialog, StartUpOpensTheLibraryAndReadsItsOptions)
     });
 }
 
+TEST_F(MainDialog, TheStartTellsOnceThatExportsAreMissing)
+{
+    library.exports.quilletOpen = nullptr;
+    library.Fail(Export::Open, ResultWarning | 7);
+    hand.WhenBox("lacks this operation.", IDOK);
+    hand.WhenBox("Warning number: 7\n", IDOK);
+    Run([] {});
+    library.exports.open = nullptr;
+    library.exports.setLibraryParam = nullptr;
+    hand.WhenBox("lacks this operation.", IDOK);
+    Window again;
+    hand.Run(again, [] {});
+    EXPECT_EQ(hand.Boxes().size(), 3u);
+}
+
 TEST_F(MainDialog, UnreadableOptionsFallBack)
 {
     Run([&] {

@@ -67,6 +67,19 @@ TEST_F(Device, ResultsBecomeMessages)
     }
 }
 
+TEST_F(Device, ALibraryMayGiveTheCodeOfAMissingExport)
+{
+    for (const std::uint32_t code : {ErrorExportMissing, ErrorExportMissing & 0xFFFFFF}) {
+        ReportResult(code, owner, "");
+        EXPECT_EQ(boxes.back().text.find("Error number: 65281\nResult 0x"), 0u);
+    }
+    library.exports.getImage = nullptr;
+    ReportResult(ErrorExportMissing, owner, "");
+    EXPECT_EQ(boxes.back().text, "Error number: 65281\nThe capture library lacks this operation.");
+    ReportResult(ErrorExportMissing & 0xFFFFFF, owner, "");
+    EXPECT_EQ(boxes.back().text, "Error number: 65281\nResult 0x20FF01");
+}
+
 TEST_F(Device, ABoxNeedsAnOwnerOrACaption)
 {
     std::string text = "old";
@@ -142,13 +155,13 @@ TEST_F(Device, ABlockMustHaveTheSizeAndTheResultZero)
 TEST_F(Device, WritesPassTagAndValueAndReturnTheResult)
 {
     const std::uint8_t bytes[] = {1, 0, 0xFE};
-    EXPECT_EQ(SetLibraryText(17, ""), 0u);
-    EXPECT_EQ(SetLibraryBlock(16, bytes, 3), 0u);
-    EXPECT_EQ(SetDeviceText(0, 81, "C:\\raw"), 0u);
-    EXPECT_EQ(SetDeviceInt(1, 11, 0xFFFFFFFF), 0u);
-    EXPECT_EQ(SetDeviceFlag(0, 80, -1), 0u);
+    EXPECT_EQ(SetLibraryText(LibraryParameter::FilterChain, ""), 0u);
+    EXPECT_EQ(SetLibraryBlock(LibraryParameter::StartUpBlock, bytes, 3), 0u);
+    EXPECT_EQ(SetDeviceText(0, DeviceParameter::RawFilesFolder, "C:\\raw"), 0u);
+    EXPECT_EQ(SetDeviceInt(1, DeviceParameter::IntegrationTime, 0xFFFFFFFF), 0u);
+    EXPECT_EQ(SetDeviceFlag(0, DeviceParameter::TestImageMode, -1), 0u);
     library.Fail(Export::SetDeviceParam, 0x100007);
-    EXPECT_EQ(SetDeviceBlock(1, 10, bytes, 2), 0x100007u);
+    EXPECT_EQ(SetDeviceBlock(1, DeviceParameter::Binning, bytes, 2), 0x100007u);
     EXPECT_EQ(library.calls, (std::vector<std::string>{"TarnSetLibraryParam 17 text \"\"",
                                                        "TarnSetLibraryParam 16 block 01 00 FE",
                                                        "TarnSetDeviceParam 0 81 text \"C:\\raw\"",
@@ -160,7 +173,7 @@ TEST_F(Device, WritesPassTagAndValueAndReturnTheResult)
 TEST_F(Device, OnlyKnownResumableStatesCountAsIdle)
 {
     EXPECT_TRUE(AllDevicesIdle()) << "an empty list";
-    library.devices = {{0, 1}, {1, 100}, {2, 101}};
+    library.devices = {{0, StateStandBy}, {1, StateFault}, {2, StateOtherFault}};
     EXPECT_TRUE(AllDevicesIdle());
     for (const std::uint32_t state : {0u, 2u, 3u, 4u, 5u, 99u, 102u}) {
         library.devices[1].state = state;
@@ -183,17 +196,17 @@ TEST_F(Device, IndentGoesBeforeEveryLine)
 
 TEST_F(Device, StatesHaveAWordOrTheLibrarysDescription)
 {
-    library.SetDeviceInt(1, 1, 0x200031);
+    library.SetDeviceInt(1, DeviceParameter::FaultResult, 0x200031);
     const struct
     {
         std::uint32_t state;
         const char* text;
-    } cases[] = {{1, "Stand by"},
-                 {2, "Active"},
-                 {3, "Waiting for image data"},
-                 {4, "Capture enabled"},
-                 {100, "Result 0x200031"},
-                 {101, "Result 0x0"},
+    } cases[] = {{StateStandBy, "Stand by"},
+                 {StateActive, "Active"},
+                 {StateWaiting, "Waiting for image data"},
+                 {StateCaptureEnabled, "Capture enabled"},
+                 {StateFault, "Result 0x200031"},
+                 {StateOtherFault, "Result 0x0"},
                  {0, "Unknown"},
                  {5, "Unknown"}};
     for (const auto& [state, text] : cases) {
@@ -205,14 +218,15 @@ TEST_F(Device, StatesHaveAWordOrTheLibrarysDescription)
 
 TEST_F(Device, TheReportListsVersionAndDevices)
 {
-    library.libraryParams[8] = "Tarn 4\nbuild 7";
-    library.devices = {{1, 1, "Left", "Sensor 12"}, {2, 1, "Right", "Sensor 20"}};
-    library.deviceParams[{1, 2}] = "HW1";
-    library.deviceParams[{1, 3}] = "gain.dat";
-    library.deviceParams[{1, 8}] = "3.0\n";
-    library.SetDeviceInt(2, 7, 0x100012);
-    library.deviceParams[{2, 3}] = "not shown";
-    library.deviceParams[{2, 9}] = "x\ny";
+    library.libraryParams[LibraryParameter::Version] = "Tarn 4\nbuild 7";
+    library.devices = {{1, StateStandBy, "Left", "Sensor 12"},
+                       {2, StateStandBy, "Right", "Sensor 20"}};
+    library.deviceParams[{1, DeviceParameter::HardwareId}] = "HW1";
+    library.deviceParams[{1, DeviceParameter::GainFile}] = "gain.dat";
+    library.deviceParams[{1, DeviceParameter::Version}] = "3.0\n";
+    library.SetDeviceInt(2, DeviceParameter::GainResult, 0x100012);
+    library.deviceParams[{2, DeviceParameter::GainFile}] = "not shown";
+    library.deviceParams[{2, DeviceParameter::SpecificInfo}] = "x\ny";
     library.Break(Export::GetDeviceList, Fault::None, 1, 0x100001);
     EXPECT_EQ(LibraryReport(), "***** Tarn *****\nVersion:\n    Tarn 4\n    build 7\n\n"
                                "***** Tarn devices *****\n"

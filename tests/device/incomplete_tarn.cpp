@@ -14,7 +14,7 @@ std::uint32_t Tarn_22(std::uint32_t* count)
 
 std::uint32_t Tarn_31(std::uint32_t, std::uint32_t, TarnValue** out)
 {
-    static TarnValue value{1u << 16 | TarnTypeInteger, 0, 7, nullptr, {}};
+    static TarnValue value{TagOf(1, TarnTypeInteger), 0, 7, nullptr, {}};
     *out = &value;
     return 0;
 }

@@ -1,7 +1,8 @@
-// Works the simulated capture library through its exports, with a recorder as the window.
+// Drives the simulated capture library through its exports, with a recorder as the window.
 #include "device/tarn_abi.h"
 #include "platform/system.h"
 #include "simulator/tarn/hand_switch.h"
+#include "simulator/tarn/result_codes.h"
 #include "simulator/tarn/settings.h"
 
 #include <condition_variable>
@@ -48,6 +49,12 @@ struct Image
     bool operator==(const Image&) const = default;
 };
 
+TarnValue Record(std::uint32_t parameter, std::uint32_t type, std::uintptr_t value,
+                 const void* pointer = nullptr)
+{
+    return {TagOf(parameter, type), 0, value, pointer, {}};
+}
+
 std::string ReadFile(const std::filesystem::path& path)
 {
     std::ostringstream text;
@@ -78,7 +85,7 @@ protected:
         SetNotifyWindow(reinterpret_cast<HWND>(1), WM_TARN_EVENT);
     }
 
-    // The file is replaced as a whole, because it is read at any moment.
+    // Replaces the file as a whole, because it may be read at any time.
     void Configure(const std::string& lines)
     {
         std::ofstream(folder / "new")
@@ -89,7 +96,7 @@ protected:
         std::filesystem::rename(folder / "new", folder / "s.ini");
     }
 
-    // Waits for an event and takes it away with those before it: "17 7 2:1 " and so on.
+    // Waits for an event and removes all up to it: "17 7 2:1 " and so on.
     std::string Until(std::uint32_t code)
     {
         std::unique_lock lock(eventMutex);
@@ -113,11 +120,11 @@ protected:
     std::uint32_t Expose()
     {
         EXPECT_EQ(Enable(0, "My ID", 0), 0u);
-        Until(15);
+        Until(EventArmed);
         EXPECT_EQ(HandSwitch(), 0u);
-        Until(2);
+        Until(EventImageReady);
         const std::uint32_t number = lastImage;
-        Until(4);
+        Until(EventCaptureDone);
         return number;
     }
 
@@ -147,7 +154,7 @@ protected:
         if (GetDeviceParam(device, parameter, &value) != 0) {
             return "-";
         }
-        const bool block = (value->tag & 0xFFFF) == TarnTypeBlock;
+        const bool block = TypeOf(*value) == TarnTypeBlock;
         std::string text = block
                                ? std::string(static_cast<const char*>(value->pointer), value->value)
                                : std::to_string(value->value);
@@ -155,12 +162,16 @@ protected:
         return text;
     }
 
-    // Parameters 14 and 15 of the devices 0, 1 and 2.
+    // What the devices 0, 1 and 2 say about Enable and about Abort.
     std::string Buttons()
     {
         std::string codes;
         for (std::uint32_t device = 0; device < 3; ++device) {
-            codes.append(Parameter(device, 14)).append(Parameter(device, 15)).append(1, ' ');
+            for (const std::uint32_t state :
+                 {DeviceParameter::EnableState, DeviceParameter::AbortState}) {
+                codes += Parameter(device, state);
+            }
+            codes += ' ';
         }
         return codes;
     }
@@ -177,15 +188,15 @@ TEST_F(Simulator, ExposesInOrderAndSetsTheButtons)
     EXPECT_NE(HandSwitch(), 0u);
     ASSERT_EQ(Enable(0, "My ID", 0), 0u);
     EXPECT_EQ(Buttons(), "11 10 10 ");
-    EXPECT_EQ(Until(15), "15 ");
+    EXPECT_EQ(Until(EventArmed), "15 ");
     EXPECT_EQ(HandSwitch(), 0u);
     EXPECT_EQ(Buttons(), "22 22 22 ");
     EXPECT_NE(Disable(0, 1), 0u);
-    EXPECT_EQ(Until(4), "17 7 2:1 4 ");
+    EXPECT_EQ(Until(EventCaptureDone), "17 7 2:1 4 ");
     ASSERT_EQ(Enable(0, "My ID", 0), 0u);
-    EXPECT_EQ(Until(15), "6 15 ");
+    EXPECT_EQ(Until(EventArmed), "6 15 ");
     EXPECT_EQ(Disable(0, 1), 0u);
-    EXPECT_EQ(Until(3), "3 ");
+    EXPECT_EQ(Until(EventCaptureDisabled), "3 ");
     EXPECT_EQ(Buttons(), "11 01 01 ");
 }
 
@@ -199,14 +210,14 @@ TEST_F(Simulator, DisarmsByTimeoutPulledPlugAndFault)
         const char* events;
     };
     const Case cases[] = {
-        {"inactivity_timeout = 2", "inactivity_timeout = 2", 0x300028, "7 3 3145768 "},
-        {"", "sensors = 2", 0x10001E, "7 3 1048606 "},
-        {"", "device_fault = 1 101 error 7", 0x200007, "7 3 2097159 "},
+        {"inactivity_timeout = 2", "inactivity_timeout = 2", tarn::TimedOut, "7 3 3145768 "},
+        {"", "sensors = 2", tarn::Unplugged, "7 3 1048606 "},
+        {"", "device_fault = 1 101 error 7", ResultError | 7, "7 3 2097159 "},
     };
     for (const Case& row : cases) {
         Configure(row.before);
         ASSERT_EQ(Enable(0, "", 0), 0u);
-        Until(15);
+        Until(EventArmed);
         Configure(row.change);
         EXPECT_EQ(Until(row.result), row.events);
     }
@@ -223,7 +234,7 @@ TEST_F(Simulator, SameSeedGivesTheSameImageAndTheStoreSurvives)
     EXPECT_NE(first.pixels, second.pixels);
     TarnClose();
     std::ofstream(folder / "store" / "0000000009.tarn.tmp") << "half";
-    // None of these is an image; a run goes past them and leaves them alone.
+    // None of these is an image; the library skips them and leaves them alone.
     const std::string whole = ReadFile(folder / "store" / "0000000001.tarn");
     for (const char* name : {"0000000003.tarn", "0000000004.tarn", "0000000005.tarn"}) {
         std::ofstream(folder / "store" / name) << "garbage " << whole;
@@ -237,15 +248,15 @@ TEST_F(Simulator, SameSeedGivesTheSameImageAndTheStoreSurvives)
     std::uint32_t count = 0;
     EXPECT_EQ(GetImageCount(&count) + count, 7u);
     EXPECT_EQ(Fetch(0), first);
-    EXPECT_EQ(RemoveImage("other user", 1), 0x20000Cu);
+    EXPECT_EQ(RemoveImage("other user", 1), tarn::NoSuchImage);
     EXPECT_EQ(RemoveImage("", 1), 0u);
     EXPECT_EQ(Fetch(0), second);
     EXPECT_EQ(RemoveImage("", 2), 0u);
-    Fetch(0, 0x20000C);
-    EXPECT_EQ(GetImageCount(&count) + count, 0u) << "they count no more";
+    Fetch(0, tarn::NoSuchImage);
+    EXPECT_EQ(GetImageCount(&count) + count, 0u) << "they are no longer counted";
     TarnClose();
     Open();
-    EXPECT_EQ(Expose(), 8u) << "ids are not used again";
+    EXPECT_EQ(Expose(), 8u) << "ids are not reused";
     TarnClose();
     std::filesystem::remove_all(folder / "store");
     Open();
@@ -260,27 +271,31 @@ TEST_F(Simulator, ParametersChangeTheImageAndExposuresTheBattery)
     EXPECT_EQ(plain.width * 10000 + plain.height, 13001700u);
     EXPECT_NE(plain.header.find(";ProgramName=Hand PA;"), std::string::npos);
     EXPECT_LT(plain.header.find("Time="), plain.header.find("ExposureTime="));
-    EXPECT_EQ(Parameter(1, 34).substr(32), std::string("\xCC\1\0\0", 4)) << "460 mAh";
+    EXPECT_EQ(Parameter(1, DeviceParameter::BatteryStatus).substr(32), std::string("\xCC\1\0\0", 4))
+        << "460 mAh";
 
     const std::uint8_t binning[] = {2, 0, 12, 0};
-    const TarnValue block{10 << 16 | TarnTypeBlock, 0, sizeof binning, binning, {}};
-    const TarnValue time{11 << 16 | TarnTypeInteger, 0, 30, nullptr, {}};
-    EXPECT_EQ(SetDeviceParam(1, 10, &block), 0u);
-    EXPECT_EQ(SetDeviceParam(1, 11, &time), 0u);
-    EXPECT_EQ(SetDeviceParam(1, 10, &time), 0x200005u);
-    EXPECT_EQ(Parameter(1, 10) + Parameter(2, 10), "21");
+    const TarnValue block =
+        Record(DeviceParameter::Binning, TarnTypeBlock, sizeof binning, binning);
+    const TarnValue time = Record(DeviceParameter::IntegrationTime, TarnTypeInteger, 30);
+    EXPECT_EQ(SetDeviceParam(1, DeviceParameter::Binning, &block), 0u);
+    EXPECT_EQ(SetDeviceParam(1, DeviceParameter::IntegrationTime, &time), 0u);
+    EXPECT_EQ(SetDeviceParam(1, DeviceParameter::Binning, &time), tarn::BadValue);
+    EXPECT_EQ(Parameter(1, DeviceParameter::Binning) + Parameter(2, DeviceParameter::Binning),
+              "21");
     const Image dark = Fetch(Expose());
     EXPECT_EQ(dark.width * 10000 + dark.height, 6500850u);
     EXPECT_GT(dark.pixels[1], plain.pixels[1] + 5) << "less exposure is brighter";
 
     const char* const chain = "MinMaxScaleTo8Bit";
-    const TarnValue filter{17 << 16 | 9, 0, reinterpret_cast<std::uintptr_t>(chain), nullptr, {}};
-    EXPECT_EQ(SetLibraryParam(17, &filter), 0u);
+    const TarnValue filter = Record(LibraryParameter::FilterChain, TarnTypeText,
+                                    reinterpret_cast<std::uintptr_t>(chain));
+    EXPECT_EQ(SetLibraryParam(LibraryParameter::FilterChain, &filter), 0u);
     EXPECT_EQ(Fetch(Expose()).pixels.size(), 650u * 850u);
-    EXPECT_EQ(Enable(0, "", 0), 0x20000Fu) << "the battery is empty";
+    EXPECT_EQ(Enable(0, "", 0), tarn::BatteryEmpty) << "the battery is empty";
     Configure(ini + "external_power = on");
-    const TarnValue testImage{80 << 16 | TarnTypeFlag, 0, 1, nullptr, {}};
-    EXPECT_EQ(SetDeviceParam(0, 80, &testImage), 0u);
+    const TarnValue testImage = Record(DeviceParameter::TestImageMode, TarnTypeFlag, 1);
+    EXPECT_EQ(SetDeviceParam(0, DeviceParameter::TestImageMode, &testImage), 0u);
     const Image marks = Fetch(Expose());
     EXPECT_EQ(marks.bits, 8u);
     EXPECT_EQ(marks.pixels.back(), '\xBA') << "the mark 3000 of 4095 stands top right: last";
@@ -291,22 +306,27 @@ TEST_F(Simulator, RulesAndScriptsFailTheCallsTheyName)
     Configure("TarnGetImageCount = next 1 error 5\nTarnGetImage = no-header, no-user\n"
               "next_image_id = 4294967295\nevent_2 = next 1 twice");
     std::uint32_t count = 7;
-    EXPECT_EQ(GetImageCount(&count), 0x200005u);
+    EXPECT_EQ(GetImageCount(&count), ResultError | 5);
     EXPECT_EQ(GetImageCount(&count) + count, 0u);
     EXPECT_EQ(Expose(), 4294967295u);
     EXPECT_EQ(Fetch(0).header + Fetch(0).userId, "nullnull");
     Configure("TarnGetImage = always null\nTarnRemoveImage = every 2 0x400009\nstore_limit = 1\n"
               "events = error 3, 99");
     EXPECT_EQ(Fetch(0).width, 0u);
-    EXPECT_EQ(RemoveImage("", 1), 0x20000Cu);
+    EXPECT_EQ(RemoveImage("", 1), tarn::NoSuchImage);
     EXPECT_EQ(RemoveImage("", 4294967295u), 0x400009u);
-    EXPECT_EQ(Enable(0, "", 0), 0x20000Bu);
+    EXPECT_EQ(Enable(0, "", 0), tarn::StoreFull);
     EXPECT_EQ(Until(99), "2097155 99 ");
     Configure("TarnGetImage = always null\nfaults = off");
     EXPECT_EQ(Fetch(0).width, 130u);
     Configure("[script]\nafter 1 image: TarnGetImage = next 1 error 8\nafter 1 s: events = 78");
-    Fetch(Expose(), 0x200008);
+    Fetch(Expose(), ResultError | 8);
     EXPECT_EQ(Until(78), "78 ");
+    Configure("storm = 1000000\nstorm_count = 5\nstorm_events = error 3, 2, 99");
+    EXPECT_EQ(Until(99), "2097155 2:4000000000 99 ");
+    EXPECT_EQ(Until(EventImageReady), "2097155 2:4000000000 ");
+    Configure("events = 78");
+    EXPECT_EQ(Until(78), "78 ") << "the storm is over";
 }
 
 TEST_F(Simulator, ReportsWrongLinesAndUnfreedObjects)
@@ -319,7 +339,7 @@ TEST_F(Simulator, ReportsWrongLinesAndUnfreedObjects)
     std::filesystem::resize_file(folder / "s.ini", std::uint64_t{1} << 40);
     EXPECT_EQ(Fetch(Expose()).width, 77u);
     TarnValue* value = nullptr;
-    GetDeviceParam(1, 2, &value);
+    GetDeviceParam(1, DeviceParameter::HardwareId, &value);
     TarnClose();
     FreeObject(value);
     FreeObject(value);

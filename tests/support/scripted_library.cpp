@@ -1,4 +1,4 @@
-// The scripted library: exports that note the call, follow the script and answer from the tables.
+// The scripted library: exports that log the call, follow the script and answer from the tables.
 #include "support/scripted_library.h"
 
 #include <algorithm>
@@ -9,14 +9,6 @@
 namespace {
 
 ScriptedLibrary* current = nullptr;
-
-constexpr const char* OperationNames[] = {
-    "TarnOpen",           "TarnClose",          "TarnSetNotifyWindow", "TarnClearNotifyWindow",
-    "TarnEnableCapture",  "TarnDisableCapture", "TarnGetLibraryParam", "TarnSetLibraryParam",
-    "TarnGetImage",       "TarnRemoveImage",    "TarnGetImageCount",   "TarnGetDeviceList",
-    "TarnGetDeviceParam", "TarnSetDeviceParam", "TarnDescribeResult",  "TarnFreeObject",
-    "QuilletOpen",        "QuilletClose",       "QuilletShow"};
-static_assert(std::size(OperationNames) == static_cast<std::size_t>(Export::Count));
 
 constexpr std::uint32_t TypeOfAlternative[] = {TarnTypeInteger, TarnTypeFlag, TarnTypeText,
                                                TarnTypeBlock};
@@ -46,7 +38,7 @@ std::string Word(HWND)
 
 std::string Word(const TarnValue& value)
 {
-    const std::uint32_t type = value.tag & 0xFFFF;
+    const std::uint32_t type = TypeOf(value);
     if (type == TarnTypeInteger) {
         return "int " + std::to_string(value.value);
     }
@@ -66,7 +58,7 @@ std::string Word(const TarnValue& value)
 ScriptedLibrary::Parameter ParameterOf(const TarnValue& value)
 {
     const auto* bytes = static_cast<const std::uint8_t*>(value.pointer);
-    switch (value.tag & 0xFFFF) {
+    switch (TypeOf(value)) {
     case TarnTypeFlag:
         return static_cast<std::int32_t>(value.value);
     case TarnTypeText:
@@ -306,7 +298,7 @@ std::vector<std::string> ScriptedLibrary::CallsOf(std::initializer_list<const ch
 ScriptedLibrary::Script ScriptedLibrary::Begin(Export which,
                                                std::initializer_list<std::string> arguments)
 {
-    std::string line = OperationNames[static_cast<int>(which)];
+    std::string line = NameOf(which);
     for (const std::string& argument : arguments) {
         line += (argument.empty() ? "" : " ") + argument;
     }
@@ -340,8 +332,8 @@ std::uint32_t ScriptedLibrary::Read(const Script& script, std::uint32_t number,
     }
     const auto holder = std::make_shared<Holder>(Holder{*parameter, {}});
     TarnValue& value = holder->value;
-    value.tag = number << 16 |
-                (script.fault == Fault::WrongType ? 99 : TypeOfAlternative[parameter->index()]);
+    value.tag = TagOf(
+        number, script.fault == Fault::WrongType ? 99 : TypeOfAlternative[parameter->index()]);
     const bool pointers = script.fault != Fault::NullTexts;
     if (const auto* integer = std::get_if<std::uint32_t>(parameter)) {
         value.value = *integer;

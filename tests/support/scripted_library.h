@@ -1,4 +1,4 @@
-// A capture and preview library for tests: it answers from tables, can be made to fail, notes every
+// A capture and preview library for tests: it answers from tables, can be made to fail, logs every
 // call and counts the objects it handed out.
 #pragma once
 
@@ -12,31 +12,6 @@
 #include <utility>
 #include <variant>
 #include <vector>
-
-// Pairs with operationNames in the implementation.
-enum class Export
-{
-    Open,
-    Close,
-    SetNotifyWindow,
-    ClearNotifyWindow,
-    EnableCapture,
-    DisableCapture,
-    GetLibraryParam,
-    SetLibraryParam,
-    GetImage,
-    RemoveImage,
-    GetImageCount,
-    GetDeviceList,
-    GetDeviceParam,
-    SetDeviceParam,
-    DescribeResult,
-    FreeObject,
-    QuilletOpen,
-    QuilletClose,
-    QuilletShow,
-    Count
-};
 
 // What may be wrong with an object that an export hands out, or with the list or image it holds.
 enum class Fault
@@ -71,17 +46,17 @@ struct ScriptedImage
     std::string userId;
 };
 
-// From its construction to its end it stands in for the loaded libraries. One at a time, or nested.
+// Replaces the loaded libraries while it exists. May be nested.
 class ScriptedLibrary
 {
 public:
     using Block = std::vector<std::uint8_t>;
-    // The alternatives stand for the types integer, flag, text and block.
+    // The alternatives are the types integer, flag, text and block.
     using Parameter = std::variant<std::uint32_t, std::int32_t, std::string, Block>;
 
     static constexpr unsigned Always = ~0u;
-    static constexpr std::uint32_t NoSuchParameter = 0x200001; // with no object
-    static constexpr std::uint32_t NoSuchImage = 0x200002;     // with no object
+    static constexpr std::uint32_t NoSuchParameter = ResultError | 1; // with no object
+    static constexpr std::uint32_t NoSuchImage = ResultError | 2;     // with no object
     static constexpr std::uintptr_t PreviewHandle = 77;
 
     ScriptedLibrary();
@@ -132,9 +107,9 @@ private:
         bool fails = false;
     };
 
-    // Notes the call, runs onCall and takes the export's script for it.
+    // Logs the call, runs onCall and takes the export's script for it.
     Script Begin(Export which, std::initializer_list<std::string> arguments);
-    // Gives out a copy of the parameter, unless the script or a missing parameter stands against.
+    // Hands out a copy of the parameter, unless the script forbids it or there is none.
     std::uint32_t Read(const Script& script, std::uint32_t number, const Parameter* parameter,
                        TarnValue** out);
     // Counts the record as handed out; it lives in holder until it is freed.

@@ -40,7 +40,7 @@ HMODULE LoadLibraryA(const char* name)
     const bool isBeside = access(beside.c_str(), F_OK) == 0;
     void* module = dlopen(isBeside ? beside.c_str() : file.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (module == nullptr) {
-        loadFailure = "The library " + file + " can not be loaded: " + LoaderReason();
+        loadFailure = "The library " + file + " cannot be loaded: " + LoaderReason();
     }
     return static_cast<HMODULE>(module);
 }
