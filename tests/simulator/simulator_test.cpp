@@ -244,6 +244,7 @@ TEST_F(Simulator, SameSeedGivesTheSameImageAndTheStoreSurvives)
     std::ofstream(folder / "store" / "0000000006.tarn") << cut;
     std::filesystem::resize_file(folder / "store" / "0000000003.tarn", std::uint64_t{1} << 40);
     std::filesystem::create_directory(folder / "store" / "0000000007.tarn");
+    Configure("removed_folder = " + (folder / "removed").string());
     Open();
     std::uint32_t count = 0;
     EXPECT_EQ(GetImageCount(&count) + count, 7u);
@@ -252,6 +253,7 @@ TEST_F(Simulator, SameSeedGivesTheSameImageAndTheStoreSurvives)
     EXPECT_EQ(RemoveImage("", 1), 0u);
     EXPECT_EQ(Fetch(0), second);
     EXPECT_EQ(RemoveImage("", 2), 0u);
+    EXPECT_EQ(ReadFile(folder / "removed" / "0000000001.tarn"), whole);
     Fetch(0, tarn::NoSuchImage);
     EXPECT_EQ(GetImageCount(&count) + count, 0u) << "they are no longer counted";
     TarnClose();
