@@ -29,8 +29,9 @@ int main(int, char** arguments)
                                       std::string("\4\0\0\0kV=6\2\0\0\0id", 14));
         }
     }
-    for (int format = 0; format < 64; ++format) {
-        seed("round_trip_fuzz", std::string{'\5', '\3', static_cast<char>(format), '\6'} + header);
+    for (int format = 0; format < 256; ++format) {
+        seed("round_trip_fuzz",
+             std::string{'\5', '\3', static_cast<char>(format), '\6', '\10'} + header);
     }
     std::minstd_rand random(1);
     for (std::size_t size = 16; size <= 1024; size += 16) {

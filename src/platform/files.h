@@ -52,9 +52,9 @@ std::FILE* OpenStream(const char* path, const char* mode);
 bool SyncStream(std::FILE* stream);
 
 // Brings the file's entry in its folder onto the disk, so that a new file keeps its name through a
-// power cut. Where the folder may not be read or its file system knows nothing of it, nothing is
-// done: the file itself is there.
-void SyncFolderOf(const char* path);
+// power cut; false when that failed. Where the folder may not be read or its file system knows
+// nothing of it, nothing is done, and true: the file itself is there.
+bool SyncFolderOf(const char* path);
 
 // An open folder. It stays the same folder whatever becomes of its path, and nothing done in it
 // leaves it: names are relative to it, and a name that leads through a symbolic link or ".." is
@@ -75,7 +75,7 @@ public:
     // no file is not moved: a link is refused as above, the rest with ERROR_ACCESS_DENIED.
     bool Rename(const char* name, const char* newName) const;
     // As SyncFolderOf, for the folder that the name is an entry of.
-    void SyncFolderOf(const char* name) const;
+    bool SyncFolderOf(const char* name) const;
 
 private:
     std::intptr_t m_folder;

@@ -51,9 +51,10 @@ void CheckFileAccess(const char* path, std::uint32_t mode)
     RaiseFileAccess(error, path);
 }
 
-void RaiseFileAccess(std::uint32_t error, const std::string& path)
+void RaiseFileAccess(std::uint32_t error, const std::string& path, const std::string& introduction)
 {
-    throw eFileAccessExcpt(OrdinaryFailure, FileAccessModule, MessageOf(error), path);
+    throw eFileAccessExcpt(OrdinaryFailure, FileAccessModule, introduction + MessageOf(error),
+                           path);
 }
 
 namespace {

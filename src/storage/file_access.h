@@ -21,5 +21,7 @@ inline constexpr std::uint32_t AccessCreate = 4; // likewise
 void CheckFileAccess(const char* path, std::uint32_t mode);
 
 // Raises eFileAccessExcpt with the message of this error (as GetLastError gives it). An error
-// without a message of its own is an unknown one, and what the system says of it follows.
-[[noreturn]] void RaiseFileAccess(std::uint32_t error, const std::string& path);
+// without a message of its own is an unknown one, and what the system says of it follows. The
+// introduction stands before the message.
+[[noreturn]] void RaiseFileAccess(std::uint32_t error, const std::string& path,
+                                  const std::string& introduction = "");

@@ -13,6 +13,8 @@ bool SaveImage(const std::string& path, CLinkedPtr<CImage> image);
 // file's name. A file that already has the name is moved aside first, to "NAME (2).Q32", "(3)", ..,
 // the first free number, and never replaced.
 //
-// When it returns, the file is safely on disk and reads back as the same image. Otherwise it
-// raises eQ32FileExcpt, also for an image that the format cannot hold, or eFileAccessExcpt.
+// When it returns, the file and both names are safely on disk, and the file reads back as the same
+// image. Otherwise it raises eQ32FileExcpt, also for an image that the format cannot hold,
+// eFileAccessExcpt or std::bad_alloc, and no former file is lost. The same holds when other
+// programs save images of the same name at the same time.
 void SaveNewImage(const std::string& folder, const std::string& path, const CImage& image);

@@ -78,7 +78,7 @@ bool WriteQ32File(const char* path, const CImage& image)
         CFileHolder file;
         OpenOrExplain(file, path, "wb", AccessWrite | AccessCreate);
         WriteImage(file, path, image);
-        SyncFolderOf(path);
+        RequireDone(SyncFolderOf(path), DataFailedText, path);
         return true;
     });
 }

@@ -3,6 +3,7 @@
 #include "storage/image_saving.h"
 #include "storage/paths.h"
 #include "storage/q32_file.h"
+#include "support/system_calls.h"
 #include "test_files.h"
 
 #include <csignal>
@@ -127,6 +128,29 @@ TEST(FileFailures, LimitsOfTheProcess)
     EXPECT_EQ(limited(RLIMIT_NOFILE, 0, ReadFailure), Message(Shared, path));
     EXPECT_EQ(limited(RLIMIT_NOFILE, 0, WriteFailure), Message(Shared, path));
     EXPECT_EQ(ReadFailure(path), "") << "nothing was emptied";
+}
+
+TEST(FileFailures, WhatHasNoMessageOfItsOwnIsToldInTheSystemsWords)
+{
+    const TestFolder folder;
+    const std::string path = folder / "a.Q32";
+    ASSERT_EQ(WriteFailure(path), "");
+    const WatchedSystemCalls watch(
+        [](std::string_view call, auto) { return call == "open" ? EIO : 0; });
+    const std::string text = Message(UnknownAccessText, path) + ": Input/output error";
+    EXPECT_EQ(ReadFailure(path), text);
+    EXPECT_EQ(WriteFailure(path), text);
+}
+
+TEST(FileFailures, AnEntryThatTheDiskMayNotHaveIsNoFile)
+{
+    const TestFolder folder;
+    const std::string path = folder / "a.Q32";
+    int syncs = 0;
+    const WatchedSystemCalls watch([&](std::string_view call, auto) {
+        return call == "fsync" && ++syncs == 2 ? EIO : 0; // the file's own sync is the first
+    });
+    EXPECT_EQ(WriteFailure(path), Message(DataFailed, path));
 }
 
 TEST(FileFailures, AFullFileSystemRaises)

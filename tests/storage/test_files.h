@@ -16,9 +16,9 @@
 class TestFolder
 {
 public:
-    TestFolder()
+    explicit TestFolder(const std::filesystem::path& place = std::filesystem::temp_directory_path())
     {
-        std::string name = std::filesystem::temp_directory_path() / "storage_test_XXXXXX";
+        std::string name = place / "storage_test_XXXXXX";
         m_path = std::string(mkdtemp(name.data())) + '/';
         std::filesystem::permissions(m_path, std::filesystem::perms{0755});
     }

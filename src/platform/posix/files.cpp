@@ -19,7 +19,11 @@ namespace {
 
 thread_local DWORD lastError = 0;
 
-constexpr int FolderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+// To work in a folder takes no right to read it.
+constexpr int FolderFlags = O_PATH | O_DIRECTORY | O_CLOEXEC;
+constexpr int SyncFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
+constexpr int NewFileFlags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
+constexpr mode_t FileMode = 0666; // less what the umask takes away
 
 // Stands for the path of a name whose folder is there.
 constexpr char InOpenFolder[] = ".";
@@ -70,12 +74,15 @@ int Retried(Call call)
     return result;
 }
 
+bool SyncEntries(const Descriptor& folder);
 bool MoveWithoutReplacing(const Entry& from, const Entry& to);
+bool MoveOntoReserved(const Entry& from, const Entry& to);
 int OpenLocked(const char* path, int flags, int lock, bool emptied);
 int OpenFile(const char* path, int flags);
 bool Lock(int file, int lock);
 std::FILE* StreamOf(int file, const char* mode, const char* path);
 bool Fail(int error, const char* path);
+bool FailOnTheWay(const char* path);
 DWORD ErrorFrom(int error, const char* path);
 bool FolderExists(const char* path);
 
@@ -97,10 +104,9 @@ HANDLE CreateFileA(const char* path, DWORD access, DWORD shareMode, const void*,
 
 BOOL CloseHandle(HANDLE handle)
 {
-    if (close(static_cast<int>(reinterpret_cast<std::intptr_t>(handle)) - 1) == 0) {
-        return TRUE;
-    }
-    return Fail(errno, "") ? TRUE : FALSE;
+    // An interrupted close has closed: the number may be somebody else's by now.
+    const int file = static_cast<int>(reinterpret_cast<std::intptr_t>(handle)) - 1;
+    return close(file) == 0 || errno == EINTR || Fail(errno, "") ? TRUE : FALSE;
 }
 
 DWORD GetLastError()
@@ -132,23 +138,18 @@ bool SyncStream(std::FILE* stream)
     return Fail(errno, "");
 }
 
-void SyncFolderOf(const char* path)
+bool SyncFolderOf(const char* path)
 {
     const std::filesystem::path folder = std::filesystem::path(path).parent_path();
-    const int entry =
-        open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (entry < 0) {
-        return;
-    }
-    fsync(entry);
-    close(entry);
+    const char* const name = folder.empty() ? "." : folder.c_str();
+    return SyncEntries(Descriptor(Retried([name] { return open(name, SyncFlags); })));
 }
 
 OpenFolder::OpenFolder(const char* path)
-    : m_folder(Retried([path] { return open(path, O_RDONLY | O_DIRECTORY | O_CLOEXEC); }))
+    : m_folder(Retried([path] { return open(path, FolderFlags); }))
 {
     if (m_folder < 0) {
-        Fail(errno, path);
+        FailOnTheWay(path);
     }
 }
 
@@ -164,13 +165,12 @@ bool OpenFolder::IsOpen() const
 
 std::FILE* OpenFolder::CreateStream(const char* name) const
 {
-    constexpr int Flags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
     const Entry entry(static_cast<int>(m_folder), name);
     if (entry.folder.Get() < 0) {
         return nullptr;
     }
-    const int file =
-        Retried([&] { return openat(entry.folder.Get(), entry.name.c_str(), Flags, 0666); });
+    const int file = Retried(
+        [&] { return openat(entry.folder.Get(), entry.name.c_str(), NewFileFlags, FileMode); });
     if (file < 0) {
         Fail(errno, InOpenFolder);
         return nullptr;
@@ -202,12 +202,12 @@ bool OpenFolder::Rename(const char* name, const char* newName) const
     return MoveWithoutReplacing(from, to) || Fail(errno, InOpenFolder);
 }
 
-void OpenFolder::SyncFolderOf(const char* name) const
+bool OpenFolder::SyncFolderOf(const char* name) const
 {
     const Entry entry(static_cast<int>(m_folder), name);
-    if (entry.folder.Get() >= 0) {
-        Retried([&entry] { return fsync(entry.folder.Get()); });
-    }
+    return entry.folder.Get() >= 0 &&
+           SyncEntries(
+               Descriptor(Retried([&] { return openat(entry.folder.Get(), ".", SyncFlags); })));
 }
 
 HANDLE FindFirstFileA(const char* path, WIN32_FIND_DATAA* found)
@@ -250,27 +250,54 @@ Entry::Entry(int openFolder, const char* path)
             errno = ELOOP;
             folder.Reset(-1);
         } else if (!part.empty()) {
-            folder.Reset(Retried([&] { return openat(folder.Get(), part.c_str(), FolderFlags); }));
+            folder.Reset(Retried(
+                [&] { return openat(folder.Get(), part.c_str(), FolderFlags | O_NOFOLLOW); }));
         }
     }
     if (folder.Get() < 0) {
-        Fail(errno == ENOENT ? ENOTDIR : errno, path);
+        FailOnTheWay(path);
     }
     name = rest;
 }
 
-// Where the file system cannot rename without replacing, the file has both names for a moment.
+// The folder has just been opened to be read, or not.
+bool SyncEntries(const Descriptor& folder)
+{
+    if (folder.Get() < 0) {
+        return errno == EACCES || errno == EPERM || Fail(errno, InOpenFolder);
+    }
+    return Retried([&folder] { return fsync(folder.Get()); }) == 0 || errno == EINVAL ||
+           errno == ENOTSUP || Fail(errno, InOpenFolder);
+}
+
 bool MoveWithoutReplacing(const Entry& from, const Entry& to)
 {
-    const int fromFolder = from.folder.Get();
-    const int toFolder = to.folder.Get();
-    if (renameat2(fromFolder, from.name.c_str(), toFolder, to.name.c_str(), RENAME_NOREPLACE) ==
-        0) {
+    if (renameat2(from.folder.Get(), from.name.c_str(), to.folder.Get(), to.name.c_str(),
+                  RENAME_NOREPLACE) == 0) {
         return true;
     }
-    return (errno == EINVAL || errno == ENOSYS) &&
-           linkat(fromFolder, from.name.c_str(), toFolder, to.name.c_str(), 0) == 0 &&
-           unlinkat(fromFolder, from.name.c_str(), 0) == 0;
+    const bool isUnknown = errno == EINVAL || errno == ENOSYS || errno == ENOTSUP;
+    return isUnknown && MoveOntoReserved(from, to);
+}
+
+// Where the file system cannot be told to replace nothing, the file takes the place of an empty one
+// that nobody else has made. A second name and the removal of the first would not do: what another
+// program puts there in between would be removed.
+bool MoveOntoReserved(const Entry& from, const Entry& to)
+{
+    const int reserved =
+        Retried([&to] { return openat(to.folder.Get(), to.name.c_str(), NewFileFlags, FileMode); });
+    if (reserved < 0) {
+        return false;
+    }
+    close(reserved);
+    if (renameat(from.folder.Get(), from.name.c_str(), to.folder.Get(), to.name.c_str()) == 0) {
+        return true;
+    }
+    const int error = errno;
+    unlinkat(to.folder.Get(), to.name.c_str(), 0);
+    errno = error;
+    return false;
 }
 
 // The lock comes before the emptying, so that a file in use elsewhere keeps its content.
@@ -280,7 +307,7 @@ int OpenLocked(const char* path, int flags, int lock, bool emptied)
     if (file < 0) {
         return -1;
     }
-    if (Lock(file, lock) && (!emptied || ftruncate(file, 0) == 0)) {
+    if (Lock(file, lock) && (!emptied || Retried([file] { return ftruncate(file, 0); }) == 0)) {
         return file;
     }
     Fail(errno, path);
@@ -300,7 +327,7 @@ int OpenFile(const char* path, int flags)
         return -1;
     }
     const int file =
-        Retried([&] { return open(path, flags | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0666); });
+        Retried([&] { return open(path, flags | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, FileMode); });
     if (file < 0) {
         Fail(errno, path);
         return -1;
@@ -313,12 +340,17 @@ int OpenFile(const char* path, int flags)
     return -1;
 }
 
-// A file system that knows no locks lets everybody in; so does one that locks a file exclusively
-// only for who may write it, and calls another descriptor bad.
+// A file system that knows no locks lets everybody in. One of the network locks a file exclusively
+// only for who may write it; the lock of readers then still tells whether somebody writes.
 bool Lock(int file, int lock)
 {
-    return Retried([file, lock] { return flock(file, lock | LOCK_NB); }) == 0 || errno == ENOLCK ||
-           errno == ENOTSUP || errno == EBADF;
+    if (Retried([file, lock] { return flock(file, lock | LOCK_NB); }) == 0) {
+        return true;
+    }
+    if (errno == EBADF && lock == LOCK_EX) {
+        return Lock(file, LOCK_SH);
+    }
+    return errno == EBADF || errno == ENOLCK || errno == ENOTSUP || errno == ENOSYS;
 }
 
 std::FILE* StreamOf(int file, const char* mode, const char* path)
@@ -338,6 +370,12 @@ bool Fail(int error, const char* path)
     return false;
 }
 
+// The same for errno and a folder, which when it is missing is more than a missing file.
+bool FailOnTheWay(const char* path)
+{
+    return Fail(errno == ENOENT ? ENOTDIR : errno, path);
+}
+
 DWORD ErrorFrom(int error, const char* path)
 {
     struct Row
@@ -350,6 +388,7 @@ DWORD ErrorFrom(int error, const char* path)
         {ELOOP, ERROR_PATH_NOT_FOUND},
         {ENAMETOOLONG, ERROR_INVALID_NAME},
         {EINVAL, ERROR_INVALID_NAME},
+        {EILSEQ, ERROR_INVALID_NAME},
         {ENXIO, ERROR_NOT_READY},
         {ENODEV, ERROR_NOT_READY},
         {ENOMEDIUM, ERROR_NOT_READY},
