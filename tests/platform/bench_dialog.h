@@ -57,6 +57,7 @@ public:
     CScrollBar m_across;
     CSliderCtrl m_track;
     std::vector<std::pair<UINT, WPARAM>> m_seen; // what came, in order
+    std::vector<int> m_clicked;                  // ids of check boxes and radio buttons, in order
     std::function<void()> m_go, m_message, m_paint;
     std::string m_dropped;
 
@@ -75,6 +76,11 @@ private:
         if (m_go) {
             m_go();
         }
+    }
+    template <int Id>
+    void OnClicked()
+    {
+        m_clicked.push_back(Id);
     }
     void OnThrow() { throw std::runtime_error("<b>thrown</b>"); }
     void OnNested() { BenchDialog(this).DoModal(); }
@@ -116,12 +122,16 @@ private:
         using Self = BenchDialog;
         static constexpr DispatchEntry Table[] = {
             on::Command<&Self::OnGo>(Go),
+            on::Command<&Self::OnClicked<Flag>>(Flag),
+            on::Command<&Self::OnClicked<First>>(First),
+            on::Command<&Self::OnClicked<Second>>(Second),
             on::Command<&Self::OnThrow>(Throw),
             on::Command<&Self::OnNested>(Nested),
             on::LeaveField<&Self::OnLeave>(Whole),
             on::Paint<&Self::OnPaint>(),
             on::Timer<&Self::OnTimer>(),
             on::HorizontalScroll<&Self::OnScroll>(),
+            on::VerticalScroll<&Self::OnScroll>(),
             on::Notify<&Self::OnDraw>(NM_CUSTOMDRAW, Track),
             on::Message<&Self::OnMessage>(WM_USER),
             on::Message<&Self::OnDrop>(WM_DROPFILES),

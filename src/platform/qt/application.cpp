@@ -3,6 +3,7 @@
 #include "platform/dialog.h"
 #include "platform/posix/end_signals.h"
 #include "platform/posix/speaker.h"
+#include "platform/qt/button_controls.h"
 #include "platform/qt/modal_loop.h"
 #include "platform/system.h"
 
@@ -75,6 +76,7 @@ void SetUpToolkit()
     font.setStyleHint(QFont::SansSerif);
     font.setPixelSize(FontPixels);
     QApplication::setFont(font);
+    InstallButtonAccess();
 }
 
 } // namespace

@@ -1,16 +1,16 @@
 // The widgets behind the controls.
 #include "platform/qt/control_widgets.h"
 
+#include "platform/qt/button_controls.h"
 #include "platform/qt/paint_request.h"
 #include "platform/qt/text.h"
 
-#include <QCheckBox>
+#include <QAbstractButton>
 #include <QFocusEvent>
 #include <QGroupBox>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QPainter>
-#include <QPushButton>
-#include <QRadioButton>
 #include <QSignalBlocker>
 #include <QStyle>
 #include <QWheelEvent>
@@ -22,15 +22,6 @@ namespace {
 constexpr int WheelNotch = 120; // eighths of a degree
 constexpr QColor RejectedColor(192, 0, 0);
 
-template <typename Button>
-Button* MakeButton(DialogWindow& dialog, const ControlTemplate& control)
-{
-    auto* const button = new Button(ShownText(control.text), &dialog);
-    QObject::connect(button, &QAbstractButton::clicked, button,
-                     [&dialog, id = control.id] { dialog.NotifyCommand(id, BN_CLICKED); });
-    return button;
-}
-
 // A group box whose title stands in the line of its frame: the templates leave no room above it.
 class GroupBoxControl : public QGroupBox
 {
@@ -41,7 +32,6 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 };
 
-QPushButton* MakePushButton(DialogWindow& dialog, const ControlTemplate& control);
 QLabel* MakeLabel(DialogWindow& dialog, const ControlTemplate& control);
 
 } // namespace
@@ -51,11 +41,9 @@ QWidget* MakeControl(DialogWindow& dialog, const ControlTemplate& control)
     switch (control.kind) {
     case ControlKind::PushButton:
     case ControlKind::DefaultButton:
-        return MakePushButton(dialog, control);
     case ControlKind::CheckBox:
-        return MakeButton<QCheckBox>(dialog, control);
     case ControlKind::RadioButton:
-        return MakeButton<QRadioButton>(dialog, control);
+        return MakeButton(dialog, control);
     case ControlKind::Label:
         return MakeLabel(dialog, control);
     case ControlKind::Edit:
@@ -162,6 +150,28 @@ void ScrollBarControl::SetPosition(int position)
     m_position = value();
 }
 
+// The toolkit takes the up and left keys of a horizontal bar, or the right and down keys, for
+// opposite directions.
+void ScrollBarControl::keyPressEvent(QKeyEvent* event)
+{
+    static constexpr struct
+    {
+        int key;
+        SliderAction action;
+    } Keys[] = {
+        {Qt::Key_Left, SliderSingleStepSub}, {Qt::Key_Right, SliderSingleStepAdd},
+        {Qt::Key_Up, SliderSingleStepSub},   {Qt::Key_Down, SliderSingleStepAdd},
+        {Qt::Key_PageUp, SliderPageStepSub}, {Qt::Key_PageDown, SliderPageStepAdd},
+        {Qt::Key_Home, SliderToMinimum},     {Qt::Key_End, SliderToMaximum},
+    };
+    for (const auto& row : Keys) {
+        if (row.key == event->key()) {
+            return triggerAction(row.action);
+        }
+    }
+    QScrollBar::keyPressEvent(event);
+}
+
 // One turn of the wheel's notch is one line; a fraction waits for the rest of its notch.
 void ScrollBarControl::wheelEvent(QWheelEvent* event)
 {
@@ -212,7 +222,9 @@ void ScrollBarControl::OnReleased()
 void ScrollBarControl::OnMovedFromOutside(int position)
 {
     SetPosition(m_position);
-    Report(SB_THUMBPOSITION, position);
+    if (m_dialog.TakesInput()) {
+        Report(SB_THUMBPOSITION, position);
+    }
 }
 
 void ScrollBarControl::Report(UINT code, int position)
@@ -227,7 +239,7 @@ TrackBarControl::TrackBarControl(DialogWindow& dialog, int id)
 {
     setTickPosition(TicksAbove);
     SetRange(0, 100);
-    connect(this, &QSlider::valueChanged, this, [this] { Report(NM_CUSTOMDRAW); });
+    connect(this, &QSlider::valueChanged, this, [this] { OnMoved(); });
     connect(this, &QSlider::sliderReleased, this, [this] { Report(NM_RELEASEDCAPTURE); });
 }
 
@@ -237,6 +249,7 @@ void TrackBarControl::SetRange(int minimum, int maximum)
 {
     const QSignalBlocker blocker(this);
     setRange(minimum, std::max(minimum, maximum));
+    m_position = value();
     setPageStep(std::max(1, (this->maximum() - minimum) / 5));
     update();
 }
@@ -245,6 +258,7 @@ void TrackBarControl::SetPosition(int position)
 {
     const QSignalBlocker blocker(this);
     setValue(position);
+    m_position = value();
     update();
 }
 
@@ -261,6 +275,16 @@ void TrackBarControl::wheelEvent(QWheelEvent* event)
     if (hasFocus()) {
         QSlider::wheelEvent(event);
     }
+}
+
+// Mouse and keys reach a dialog that takes input only, an accessibility tool every one.
+void TrackBarControl::OnMoved()
+{
+    if (!m_dialog.TakesInput()) {
+        return SetPosition(m_position);
+    }
+    m_position = value();
+    Report(NM_CUSTOMDRAW);
 }
 
 void TrackBarControl::Report(UINT code)
@@ -308,15 +332,6 @@ void GroupBoxControl::paintEvent(QPaintEvent*)
     painter.fillRect(text.adjusted(-2, 0, 2, 0), palette().window());
     style()->drawItemText(&painter, text, Qt::TextShowMnemonic, palette(), isEnabled(), title(),
                           QPalette::WindowText);
-}
-
-// Enter presses the button that has the focus, as it does on every button of the platform.
-QPushButton* MakePushButton(DialogWindow& dialog, const ControlTemplate& control)
-{
-    QPushButton* const button = MakeButton<QPushButton>(dialog, control);
-    button->setAutoDefault(true);
-    button->setDefault(control.kind == ControlKind::DefaultButton);
-    return button;
 }
 
 QLabel* MakeLabel(DialogWindow& dialog, const ControlTemplate& control)

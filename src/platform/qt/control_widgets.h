@@ -47,6 +47,7 @@ public:
     void SetPosition(int position);
 
 protected:
+    void keyPressEvent(QKeyEvent* event) override;
     void wheelEvent(QWheelEvent* event) override;
 
 private:
@@ -76,11 +77,13 @@ protected:
     void wheelEvent(QWheelEvent* event) override;
 
 private:
+    void OnMoved();
     void Report(UINT code);
 
     DialogWindow& m_dialog;
     HWND m_handle = nullptr;
     int m_id;
+    int m_position = 0;
 };
 
 // A sunken frame whose inside the dialog's WM_PAINT handler paints.

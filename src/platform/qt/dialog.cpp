@@ -12,6 +12,7 @@
 #include "platform/qt/window_table.h"
 
 #include <QAbstractButton>
+#include <QApplication>
 #include <QButtonGroup>
 #include <QCloseEvent>
 #include <QFile>
@@ -157,7 +158,7 @@ void DialogWindow::CreateControls()
         if (control.kind == ControlKind::Edit && lastLabel != nullptr) {
             lastLabel->setBuddy(widget);
             if (control.accessibleName == nullptr) {
-                widget->setAccessibleName(lastLabel->text().remove('&'));
+                widget->setAccessibleName(WithoutMnemonic(lastLabel->text()));
             }
         }
         lastLabel = qobject_cast<QLabel*>(widget);
@@ -223,6 +224,12 @@ void DialogWindow::End(int result)
     m_loop.Quit();
 }
 
+bool DialogWindow::TakesInput() const
+{
+    const QWidget* const modal = QApplication::activeModalWidget();
+    return !m_ended && ModalLoop::IsInnermost(&m_dialog) && (modal == nullptr || modal == this);
+}
+
 LRESULT DialogWindow::Notify(UINT message, WPARAM wParam, LPARAM lParam)
 {
     return m_ended ? 0 : m_dialog.Send(message, wParam, lParam);
@@ -249,8 +256,7 @@ void DialogWindow::reject()
 void DialogWindow::closeEvent(QCloseEvent* event)
 {
     event->ignore();
-    // Behind a box or another dialog a handler is still at work with what a close would take away.
-    if (ModalLoop::IsInnermost(&m_dialog)) {
+    if (TakesInput()) {
         Notify(WM_CLOSE);
     }
 }
@@ -299,7 +305,7 @@ void DialogWindow::paintEvent(QPaintEvent* event)
 void DialogWindow::dragEnterEvent(QDragEnterEvent* event)
 {
     const QList<QUrl> urls = event->mimeData()->urls();
-    if (ModalLoop::IsInnermost(&m_dialog) && urls.size() == 1 && urls.front().isLocalFile()) {
+    if (TakesInput() && urls.size() == 1 && urls.front().isLocalFile()) {
         event->acceptProposedAction();
     }
 }
@@ -310,7 +316,9 @@ void DialogWindow::dropEvent(QDropEvent* event)
     const QByteArray path = QFile::encodeName(event->mimeData()->urls().front().toLocalFile());
     event->acceptProposedAction();
     QTimer::singleShot(0, this, [this, path] {
-        Notify(WM_DROPFILES, 0, reinterpret_cast<LPARAM>(path.constData()));
+        if (TakesInput()) {
+            Notify(WM_DROPFILES, 0, reinterpret_cast<LPARAM>(path.constData()));
+        }
     });
 }
 

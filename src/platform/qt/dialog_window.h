@@ -27,6 +27,9 @@ public:
     int Serve();          // serves messages until End; returns its result
     void End(int result); // hides the window; nothing of it is reported any more
 
+    // False behind a box or another dialog: there a handler of this one is still at work.
+    bool TakesInput() const;
+
     // Sends the dialog a message of one of its controls or of the window itself.
     LRESULT Notify(UINT message, WPARAM wParam = 0, LPARAM lParam = 0);
     // The notification code of the control of this id.

@@ -17,6 +17,7 @@
 #include <QPlainTextEdit>
 #include <QPointer>
 #include <QScreen>
+#include <QTest>
 #include <QTimer>
 
 #include <algorithm>
@@ -70,12 +71,13 @@ UINT StyleOf(const QMessageBox& box)
     return offered | Icons[box.icon()] | topmost;
 }
 
-void PressKey(QWidget* window, int key, const QString& text = {})
+// The press may move the focus, and the release goes where it is then.
+void PressKey(QWidget* window, int key, const QString& text = {},
+              Qt::KeyboardModifiers modifiers = Qt::NoModifier)
 {
-    for (const QEvent::Type type : {QEvent::KeyPress, QEvent::KeyRelease}) {
+    for (const QTest::KeyAction action : {QTest::Press, QTest::Release}) {
         QWidget* const target = window->focusWidget() != nullptr ? window->focusWidget() : window;
-        QKeyEvent event(type, key, Qt::NoModifier, text);
-        QCoreApplication::sendEvent(target, &event);
+        QTest::simulateEvent(target, action == QTest::Press, key, modifiers, text, false);
     }
 }
 
@@ -103,13 +105,18 @@ struct Operator::Desk : QObject
         QWidget* const modal = QApplication::activeModalWidget();
         return modal != nullptr ? modal : &Window();
     }
-    // A control of the window; waits until the window takes input, as it does after a box is gone.
-    template <typename Widget = QWidget>
-    Widget* Find(int id) const
+    // The window takes input some time after a box is gone.
+    void WaitUntilActive() const
     {
         for (int i = 0; i < 20 && !Window().isActiveWindow(); ++i) {
             QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
         }
+    }
+    // A control of the window.
+    template <typename Widget = QWidget>
+    Widget* Find(int id) const
+    {
+        WaitUntilActive();
         auto* const widget = dynamic_cast<Widget*>(WidgetOf(Window().Control(id)));
         if (widget == nullptr) {
             ADD_FAILURE() << "The dialog has no such control " << id;
@@ -336,24 +343,35 @@ void Operator::Focus(int id)
 
 void Operator::Press(Key key)
 {
-    constexpr int Keys[] = {Qt::Key_Return, Qt::Key_Escape, Qt::Key_F1};
+    constexpr int Keys[] = {Qt::Key_Return, Qt::Key_Escape,   Qt::Key_F1,   Qt::Key_Space,
+                            Qt::Key_Left,   Qt::Key_Right,    Qt::Key_Up,   Qt::Key_Down,
+                            Qt::Key_PageUp, Qt::Key_PageDown, Qt::Key_Home, Qt::Key_End};
     PressKey(m_desk->Active(), Keys[static_cast<int>(key)]);
 }
 
-void Operator::Press(int id, int scrollCode)
+void Operator::Press(int id, Key key)
 {
-    using Slider = QAbstractSlider;
-    static constexpr std::pair<UINT, Slider::SliderAction> Actions[] = {
-        {SB_LINEUP, Slider::SliderSingleStepSub}, {SB_LINEDOWN, Slider::SliderSingleStepAdd},
-        {SB_PAGEUP, Slider::SliderPageStepSub},   {SB_PAGEDOWN, Slider::SliderPageStepAdd},
-        {SB_TOP, Slider::SliderToMinimum},        {SB_BOTTOM, Slider::SliderToMaximum}};
-    if (auto* const bar = m_desk->Find<Slider>(id)) {
-        for (const auto& [code, action] : Actions) {
-            if (code == static_cast<UINT>(scrollCode)) {
-                bar->triggerAction(action);
-            }
-        }
+    Focus(id);
+    Press(key);
+}
+
+void Operator::PressMnemonic(char letter)
+{
+    m_desk->WaitUntilActive();
+    PressKey(m_desk->Active(), QChar(letter).toUpper().unicode(), QChar(letter), Qt::AltModifier);
+}
+
+void Operator::Invoke(int id)
+{
+    auto* const button = m_desk->Find<QAbstractButton>(id);
+    QAccessibleInterface* const seen = QAccessible::queryAccessibleInterface(button);
+    QAccessibleActionInterface* const actions = seen != nullptr ? seen->actionInterface() : nullptr;
+    if (actions == nullptr || actions->actionNames().isEmpty()) {
+        ADD_FAILURE() << "An accessibility tool is offered no action of control " << id;
+        return;
     }
+    actions->doAction(actions->actionNames().front());
+    QCoreApplication::processEvents();
 }
 
 void Operator::Drag(int id, int position)

@@ -21,6 +21,22 @@ struct ShownBox
 class Operator
 {
 public:
+    enum class Key
+    {
+        Enter,
+        Escape,
+        Help,
+        Space,
+        Left,
+        Right,
+        Up,
+        Down,
+        PageUp,
+        PageDown,
+        Home,
+        End
+    };
+
     Operator();
     ~Operator();
     Operator(const Operator&) = delete;
@@ -59,9 +75,12 @@ public:
     void PressEnter() { Press(Key::Enter); }
     void PressEscape() { Press(Key::Escape); }
     void PressHelp() { Press(Key::Help); }
-    void Press(int id, int scrollCode); // an arrow, page or end of a scroll bar
-    void Drag(int id, int position);    // a thumb, and lets it go there
-    void CloseWindow();                 // the close button
+    void Press(Key key);         // where the keyboard is
+    void Press(int id, Key key); // after moving the keyboard to the control
+    void PressMnemonic(char letter);
+    void Invoke(int id); // a button, by the first action that an accessibility tool is offered
+    void Drag(int id, int position); // a thumb, and lets it go there
+    void CloseWindow();              // the close button
     void Minimize(bool minimized = true)
     {
         Dialog().ShowWindow(minimized ? SW_MINIMIZE : SW_RESTORE);
@@ -83,14 +102,6 @@ public:
     unsigned Pixel(int id, int x, int y) const;
 
 private:
-    enum class Key
-    {
-        Enter,
-        Escape,
-        Help
-    };
-    void Press(Key key);
-
     struct Desk;
     std::unique_ptr<Desk> m_desk;
 };

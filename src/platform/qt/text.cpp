@@ -44,6 +44,18 @@ QString ShownText(std::string_view bytes)
     return text;
 }
 
+QString WithoutMnemonic(const QString& text)
+{
+    QString spoken;
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        i += text[i] == '&' ? 1 : 0;
+        if (i < text.size()) {
+            spoken += text[i];
+        }
+    }
+    return spoken;
+}
+
 QString ShownTitle(std::string_view bytes)
 {
     QString title = ShownText(bytes);

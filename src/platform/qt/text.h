@@ -12,5 +12,8 @@ QString FromBytes(std::string_view bytes);
 // that would turn the direction of writing as U+FFFD. Line ends and tabs stay.
 QString ShownText(std::string_view bytes);
 
-// The same for a title: one line, with the middle left out when it is over long.
+// A control's text as it is spoken: "&" marks the letter behind it, "&&" stands for one.
+QString WithoutMnemonic(const QString& text);
+
+// The same as ShownText for a title: one line, with the middle left out when it is over long.
 QString ShownTitle(std::string_view bytes);

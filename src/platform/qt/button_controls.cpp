@@ -1,0 +1,217 @@
+// The buttons, and how accessibility tools see them.
+#include "platform/qt/button_controls.h"
+
+#include "platform/qt/dialog_window.h"
+#include "platform/qt/text.h"
+
+#include <QAccessibleWidget>
+#include <QButtonGroup>
+#include <QCheckBox>
+#include <QKeyEvent>
+#include <QPointer>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QTimer>
+
+namespace {
+
+template <typename Base>
+class ButtonControl : public Base
+{
+public:
+    ButtonControl(DialogWindow& dialog, const ControlTemplate& control);
+
+protected:
+    bool event(QEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+};
+
+class AccessibleButton : public QAccessibleWidget
+{
+public:
+    AccessibleButton(QAbstractButton* button, QAccessible::Role role);
+
+    QString text(QAccessible::Text kind) const override;
+    QAccessible::State state() const override;
+    QStringList actionNames() const override;
+    void doAction(const QString& name) override;
+    QStringList keyBindingsForAction(const QString& name) const override;
+
+private:
+    const QString& Action() const
+    {
+        return m_button->isCheckable() ? toggleAction() : pressAction();
+    }
+
+    QAbstractButton* m_button;
+};
+
+// Null for a widget that is no button of a dialog.
+DialogWindow* DialogWith(const QWidget& button);
+void PressAsTheMouseDoes(QAbstractButton& button);
+QAbstractButton* Neighbor(const QAbstractButton& button, int key);
+QAccessibleInterface* AccessButton(const QString& className, QObject* object);
+
+} // namespace
+
+QAbstractButton* MakeButton(DialogWindow& dialog, const ControlTemplate& control)
+{
+    if (control.kind == ControlKind::CheckBox) {
+        return new ButtonControl<QCheckBox>(dialog, control);
+    }
+    if (control.kind == ControlKind::RadioButton) {
+        return new ButtonControl<QRadioButton>(dialog, control);
+    }
+    // Enter presses the button that has the focus, as it does on every button of the platform.
+    auto* const button = new ButtonControl<QPushButton>(dialog, control);
+    button->setAutoDefault(true);
+    button->setDefault(control.kind == ControlKind::DefaultButton);
+    return button;
+}
+
+void InstallButtonAccess()
+{
+    QAccessible::installFactory(AccessButton);
+}
+
+namespace {
+
+template <typename Base>
+ButtonControl<Base>::ButtonControl(DialogWindow& dialog, const ControlTemplate& control)
+    : Base(ShownText(control.text), &dialog)
+{
+    QObject::connect(this, &QAbstractButton::clicked, this,
+                     [&dialog, id = control.id] { dialog.NotifyCommand(id, BN_CLICKED); });
+}
+
+// The toolkit would leave the keyboard in the field and click a moment later, also when a box has
+// opened meanwhile.
+template <typename Base>
+bool ButtonControl<Base>::event(QEvent* event)
+{
+    if (event->type() == QEvent::Shortcut) {
+        PressAsTheMouseDoes(*this);
+        return true;
+    }
+    return Base::event(event);
+}
+
+// The toolkit moves on from a radio button only when that one is checked.
+template <typename Base>
+void ButtonControl<Base>::keyPressEvent(QKeyEvent* event)
+{
+    if (QAbstractButton* const neighbor = Neighbor(*this, event->key())) {
+        PressAsTheMouseDoes(*neighbor);
+    } else {
+        Base::keyPressEvent(event);
+    }
+}
+
+AccessibleButton::AccessibleButton(QAbstractButton* button, QAccessible::Role role)
+    : QAccessibleWidget(button, role), m_button(button)
+{
+}
+
+QString AccessibleButton::text(QAccessible::Text kind) const
+{
+    const QString text = QAccessibleWidget::text(kind);
+    if (kind == QAccessible::Name && text.isEmpty()) {
+        return WithoutMnemonic(m_button->text());
+    }
+    if (kind == QAccessible::Accelerator && text.isEmpty()) {
+        return m_button->shortcut().toString(QKeySequence::NativeText);
+    }
+    return text;
+}
+
+QAccessible::State AccessibleButton::state() const
+{
+    QAccessible::State state = QAccessibleWidget::state();
+    state.checkable = m_button->isCheckable();
+    state.checked = m_button->isChecked();
+    state.pressed = m_button->isDown();
+    const auto* const pushButton = qobject_cast<QPushButton*>(m_button);
+    state.defaultButton = pushButton != nullptr && pushButton->isDefault();
+    return state;
+}
+
+QStringList AccessibleButton::actionNames() const
+{
+    return m_button->isEnabled() ? QStringList{Action(), setFocusAction()} : QStringList();
+}
+
+// The tool that asks must not wait for the answer to a box that the click may open.
+void AccessibleButton::doAction(const QString& name)
+{
+    if (name == pressAction() || name == toggleAction()) {
+        QTimer::singleShot(0, m_button, [button = m_button] { PressAsTheMouseDoes(*button); });
+    } else {
+        QAccessibleWidget::doAction(name);
+    }
+}
+
+QStringList AccessibleButton::keyBindingsForAction(const QString& name) const
+{
+    return name == Action() ? QStringList{m_button->shortcut().toString()} : QStringList();
+}
+
+DialogWindow* DialogWith(const QWidget& button)
+{
+    return dynamic_cast<DialogWindow*>(button.window());
+}
+
+// The focus first: the field that is left may speak up, keep it, or even end the dialog.
+void PressAsTheMouseDoes(QAbstractButton& button)
+{
+    DialogWindow& dialog = *DialogWith(button);
+    const auto isReached = [&] {
+        return dialog.TakesInput() && button.isEnabled() && button.isVisible();
+    };
+    if (!isReached()) {
+        return;
+    }
+    button.setFocus(Qt::MouseFocusReason);
+    if (isReached() && dialog.focusWidget() == &button) {
+        button.click();
+    }
+}
+
+// The radio button that this key moves on to, from the last of the group to the first; else null.
+QAbstractButton* Neighbor(const QAbstractButton& button, int key)
+{
+    const int step = key == Qt::Key_Left || key == Qt::Key_Up      ? -1
+                     : key == Qt::Key_Right || key == Qt::Key_Down ? 1
+                                                                   : 0;
+    if (step == 0 || button.group() == nullptr) {
+        return nullptr;
+    }
+    const QList<QAbstractButton*> group = button.group()->buttons();
+    const qsizetype own = group.indexOf(&button);
+    for (qsizetype i = 1; i < group.size(); ++i) {
+        QAbstractButton* const next = group[(own + (group.size() + step) * i) % group.size()];
+        if (next->isEnabled() && next->isVisible()) {
+            return next;
+        }
+    }
+    return nullptr;
+}
+
+QAccessibleInterface* AccessButton(const QString& className, QObject* object)
+{
+    static const std::pair<QString, QAccessible::Role> Roles[] = {
+        {QStringLiteral("QPushButton"), QAccessible::PushButton},
+        {QStringLiteral("QCheckBox"), QAccessible::CheckBox},
+        {QStringLiteral("QRadioButton"), QAccessible::RadioButton}};
+    auto* const button = qobject_cast<QAbstractButton*>(object);
+    if (button == nullptr || DialogWith(*button) == nullptr) {
+        return nullptr;
+    }
+    for (const auto& [name, role] : Roles) {
+        if (name == className) {
+            return new AccessibleButton(button, role);
+        }
+    }
+    return nullptr;
+}
+
+} // namespace
