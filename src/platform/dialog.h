@@ -116,8 +116,8 @@ private:
     int m_result = IDCANCEL;
 };
 
-// True from the moment the program is asked to end until its outermost dialog has ended: nothing may
-// be begun that would have to be ended by hand, and no dialog and no box opens.
+// True from the moment the program is asked to end until its outermost dialog has ended: nothing
+// may be begun that would have to be ended by hand, and no dialog and no box opens.
 bool IsSessionEnding();
 
 // The application object, one for the life of the process.
