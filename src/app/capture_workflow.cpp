@@ -15,9 +15,6 @@
 
 namespace {
 
-constexpr char CaptureUserId[] = "My ID"; // arms the sensor
-constexpr char AnyUserId[] = "";          // fetches and removes
-
 // Passes in a row that may fetch nothing before the stored-image loop gives up.
 constexpr int MaxFruitlessPasses = 3;
 
@@ -68,10 +65,13 @@ LRESULT CTarnTestDlg::OnTarnEvent(WPARAM wParam, LPARAM lParam)
         void (CTarnTestDlg::*react)(std::uint32_t number);
     };
     static constexpr Reaction Reactions[] = {
-        {2, &CTarnTestDlg::OnImageReady},    {3, &CTarnTestDlg::OnCaptureEnded},
-        {4, &CTarnTestDlg::OnSensorIdle},    {6, &CTarnTestDlg::OnNewSeries},
-        {7, &CTarnTestDlg::OnPreviewEnded},  {15, &CTarnTestDlg::OnReadyToExpose},
-        {17, &CTarnTestDlg::OnExposureTone},
+        {EventImageReady, &CTarnTestDlg::OnImageReady},
+        {EventCaptureDisabled, &CTarnTestDlg::OnCaptureEnded},
+        {EventCaptureDone, &CTarnTestDlg::OnSensorIdle},
+        {EventNewSeries, &CTarnTestDlg::OnNewSeries},
+        {EventPreviewEnds, &CTarnTestDlg::OnPreviewEnded},
+        {EventArmed, &CTarnTestDlg::OnReadyToExpose},
+        {EventExposure, &CTarnTestDlg::OnExposureTone},
     };
 
     if (m_librariesClosed) {
@@ -79,7 +79,7 @@ LRESULT CTarnTestDlg::OnTarnEvent(WPARAM wParam, LPARAM lParam)
     }
     const auto number = static_cast<std::uint32_t>(wParam);
     const auto result = static_cast<std::uint32_t>(lParam);
-    const std::uint32_t event = result & 0xFFFFFF;
+    const std::uint32_t event = result & EventCodeMask;
     const auto reaction = std::ranges::find(Reactions, event, &Reaction::event);
     if (reaction != std::end(Reactions)) {
         (this->*reaction->react)(number);

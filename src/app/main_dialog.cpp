@@ -183,14 +183,14 @@ void CTarnTestDlg::UpdateCaptureButtons()
     bool canAbort = false;
     bool mayAbort = true;
     for (const DeviceListEntry& entry : Entries(list.get())) {
-        std::uint32_t abortState = 2;
+        std::uint32_t abortState = CommandForbidden;
         GetDeviceInt(entry.number, DeviceParameter::AbortState, abortState);
-        std::uint32_t enableState = 1;
+        std::uint32_t enableState = CommandNeedless;
         GetDeviceInt(entry.number, DeviceParameter::EnableState, enableState);
-        canArm |= enableState == 0;
-        mayArm &= enableState <= 1;
-        canAbort |= abortState != 1;
-        mayAbort &= abortState != 2;
+        canArm |= enableState == CommandPossible;
+        mayArm &= enableState == CommandPossible || enableState == CommandNeedless;
+        canAbort |= abortState != CommandNeedless;
+        mayAbort &= abortState != CommandForbidden;
     }
     TarnFreeObject(list.release()); // also when none was given
     enableButton.EnableWindow(canArm && mayArm ? TRUE : FALSE);

@@ -54,6 +54,9 @@ enum CommandState : std::uint32_t
     CommandForbidden = 2,
 };
 
+inline constexpr char CaptureUserId[] = "My ID"; // arms the sensor
+inline constexpr char AnyUserId[] = "";          // fetches and removes
+
 namespace LibraryParameter {
 enum : std::uint32_t
 {

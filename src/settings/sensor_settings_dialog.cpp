@@ -11,10 +11,6 @@
 namespace {
 
 constexpr std::uint32_t Sensor = 1; // the device whose settings these are
-constexpr std::uint32_t BinningParameter = 10;
-constexpr std::uint32_t IntegrationTimeParameter = 11;
-constexpr std::uint32_t TimeoutParameter = 12;
-constexpr std::uint32_t BatteryParameter = 34;
 
 constexpr std::uint16_t SensorCodes[] = {12, 20};
 constexpr std::uint32_t MillisecondsPerMinute = 60000;
@@ -45,13 +41,13 @@ BOOL CSensorSettingsDlg::OnInitDialog()
     CDialog::OnInitDialog();
 
     std::uint32_t binning = 1;
-    GetDeviceInt(Sensor, BinningParameter, binning);
+    GetDeviceInt(Sensor, DeviceParameter::Binning, binning);
     m_binning = static_cast<std::int32_t>(binning);
     CheckRadioButton(IdLowResolution, IdHighResolution,
                      m_binning == 1 ? IdHighResolution : IdLowResolution);
 
     std::uint32_t integrationTime = 0;
-    GetDeviceInt(Sensor, IntegrationTimeParameter, integrationTime);
+    GetDeviceInt(Sensor, DeviceParameter::IntegrationTime, integrationTime);
     m_integrationTime = static_cast<std::int32_t>(integrationTime);
     m_integrationTimeSlider.SetRange(0, LongestIntegrationTime, FALSE);
     m_integrationTimeSlider.SetTicFreq(100);
@@ -59,7 +55,7 @@ BOOL CSensorSettingsDlg::OnInitDialog()
         static_cast<int>(std::min<std::uint32_t>(integrationTime, LongestIntegrationTime)));
 
     std::uint32_t timeout = 0;
-    GetDeviceInt(Sensor, TimeoutParameter, timeout);
+    GetDeviceInt(Sensor, DeviceParameter::InactivityTimeout, timeout);
     m_timeoutMinutes = static_cast<std::int32_t>(timeout / MillisecondsPerMinute);
     m_timeoutSlider.SetRange(1, 10);
     m_timeoutSlider.SetTicFreq(1);
@@ -119,7 +115,7 @@ void CSensorSettingsDlg::OnTimer(UINT_PTR timer)
 void CSensorSettingsDlg::RefreshBattery()
 {
     BatteryStatus status = UnknownBatteryStatus();
-    GetDeviceBlock(Sensor, BatteryParameter, status.data(), status.size());
+    GetDeviceBlock(Sensor, DeviceParameter::BatteryStatus, status.data(), status.size());
     for (const BatteryField& field : BatteryFields) {
         SetDlgItemInt(field.control, BatteryValue(status, field));
     }
@@ -128,12 +124,13 @@ void CSensorSettingsDlg::RefreshBattery()
 // The exchange of the framework's OK handling makes m_binning an index again, so it comes last.
 void CSensorSettingsDlg::OnOK()
 {
-    SetDeviceInt(Sensor, IntegrationTimeParameter, static_cast<std::uint32_t>(m_integrationTime));
+    SetDeviceInt(Sensor, DeviceParameter::IntegrationTime,
+                 static_cast<std::uint32_t>(m_integrationTime));
     for (const std::uint16_t code : SensorCodes) {
         const BinningRecord record = EncodeBinning(m_binning, code);
-        SetDeviceBlock(Sensor, BinningParameter, record.data(), record.size());
+        SetDeviceBlock(Sensor, DeviceParameter::Binning, record.data(), record.size());
     }
-    SetDeviceInt(Sensor, TimeoutParameter,
+    SetDeviceInt(Sensor, DeviceParameter::InactivityTimeout,
                  static_cast<std::uint32_t>(m_timeoutMinutes) * MillisecondsPerMinute);
     KillTimer(BatteryTimer);
     CDialog::OnOK();
@@ -146,7 +143,9 @@ void CSensorSettingsDlg::ShowAddedSensor()
         std::uint32_t device, parameter;
     };
     std::string text;
-    for (const auto [device, parameter] : {Reading{0, 4}, {1, 5}, {2, 5}}) {
+    for (const auto [device, parameter] : {Reading{0, DeviceParameter::BaseUnitInfo},
+                                           {1, DeviceParameter::SensorInfo},
+                                           {2, DeviceParameter::SensorInfo}}) {
         text.clear();
         GetDeviceText(device, parameter, text);
     }

@@ -52,11 +52,11 @@ TEST_F(MainDialog, AnImageTakesItsFileNumberWhenItIsFetched)
         hand.Click(IdAutoEnable);
         library.Fail(Export::EnableCapture, 0x200007);
         hand.WhenBox("Error number: 7\n", IDOK, [&] {
-            Event(2, 2);
-            Event(6);
-            Event(2, 3);
+            Event(EventImageReady, 2);
+            Event(EventNewSeries);
+            Event(EventImageReady, 3);
         });
-        Event(2, 1);
+        Event(EventImageReady, 1);
         EXPECT_TRUE(library.images.empty());
         const std::pair<const char*, std::uint32_t> files[] = {
             {"P_1_1.Q32", 1}, {"P_1_2.Q32", 2}, {"P_2_1.Q32", 3}};
@@ -76,10 +76,10 @@ TEST_F(MainDialog, AnImageWithoutAnIdIsSavedAndAskedAbout)
     ForgetOldImages();
     Run([&] {
         hand.WhenBox(Question, IDNO);
-        Event(2, 5);
+        Event(EventImageReady, 5);
         EXPECT_EQ(window.imageNumber, 2u);
         hand.Click(IdAutoSaveImages);
-        Event(2, 5);
+        Event(EventImageReady, 5);
         EXPECT_TRUE(library.images.empty());
         EXPECT_TRUE(std::filesystem::exists(folder / "P_1_2.Q32"));
 
@@ -107,23 +107,23 @@ TEST_F(MainDialog, ThePictureBelongsToTheTopmostQuestion)
     Run([&] {
         hand.WhenBox(Question, IDYES, [&] {
             hand.WhenBox(Question, IDNO);
-            Event(2, 2);
+            Event(EventImageReady, 2);
             EXPECT_TRUE(shows(1)) << "after the question about the second";
             library.Fail(Export::GetImage, 0x200009);
             hand.WhenBox("Error number: 9", IDOK, [&] { EXPECT_TRUE(shows(1)); });
-            Event(2, 4);
+            Event(EventImageReady, 4);
             library.Break(Export::GetImage, Fault::NullObject);
-            Event(2, 4);
+            Event(EventImageReady, 4);
             EXPECT_TRUE(shows(1)) << "after fetches that gave nothing";
             // Saved without a question, with a result box over it.
             hand.WhenBox("Error number: 8", IDOK, [&] { EXPECT_TRUE(shows(1)); });
             window.autoSaveImages = window.autoEnable = TRUE;
             library.Fail(Export::EnableCapture, 0x200008);
-            Event(2, 3);
+            Event(EventImageReady, 3);
             EXPECT_TRUE(shows(1)) << "after the third was saved";
             window.autoSaveImages = window.autoEnable = FALSE;
         });
-        Event(2, 1);
+        Event(EventImageReady, 1);
         EXPECT_TRUE(shows(3)) << "the image received last";
         EXPECT_EQ(library.CallsOf({"TarnRemove"}),
                   (Strings{"TarnRemoveImage \"\" 3", "TarnRemoveImage \"\" 1"}));
@@ -138,9 +138,9 @@ TEST_F(MainDialog, AQuestionAfterAFailedSaveShowsItsOwnImage)
     ForgetOldImages();
     Run([&] {
         hand.Click(IdAutoSaveImages);
-        hand.WhenBox("a/b_1_1.Q32", IDOK, [&] { Event(2, 2); });
+        hand.WhenBox("a/b_1_1.Q32", IDOK, [&] { Event(EventImageReady, 2); });
         hand.WhenBox(Question, IDNO, [&] { EXPECT_EQ(hand.Title(), "a/b"); });
-        Event(2, 1);
+        Event(EventImageReady, 1);
         EXPECT_EQ(hand.Title(), "P");
     });
 }
@@ -153,7 +153,7 @@ TEST_F(MainDialog, TheStoredImageIsShownAgainWhenAnArrivedOneIsAnswered)
     hand.WhenBox("Found old image:", IDOK, [&] {
         Store(2, "ProgramName=New");
         hand.WhenBox(Question, IDNO);
-        Event(2, 2);
+        Event(EventImageReady, 2);
         EXPECT_EQ(hand.Title(), "Old");
         ForgetOldImages();
     });
@@ -178,18 +178,18 @@ TEST_F(MainDialog, ImagesBeyondTheEighthQuestionAreToldOnce)
                 ask(depth + 1);
                 return;
             }
-            Event(2, Most + 1);
-            Event(2, Most + 2);
-            Event(2, Most + 2);
+            Event(EventImageReady, Most + 1);
+            Event(EventImageReady, Most + 2);
+            Event(EventImageReady, Most + 2);
         });
-        Event(2, static_cast<std::uint32_t>(depth));
+        Event(EventImageReady, static_cast<std::uint32_t>(depth));
     };
     Run([&] {
         hand.WhenBox("2 images", IDOK);
         ask(1);
         EXPECT_EQ(library.images.size(), 2u);
         hand.WhenBox(Question, IDNO);
-        Event(2, Most + 1);
+        Event(EventImageReady, Most + 1);
     });
     EXPECT_EQ(hand.Boxes().size(), Most + 2u);
 }
@@ -217,9 +217,9 @@ TEST_F(MainDialog, AnExceptionLeavesNothingHalfDone)
         thrower = Export::RemoveImage;
         hand.WhenBox(Question, IDYES);
         hand.WhenBox("thrown", IDOK);
-        Event(2, 1);
+        Event(EventImageReady, 1);
         hand.WhenBox(Question, IDNO);
-        Event(2, 1);
+        Event(EventImageReady, 1);
         EXPECT_EQ(library.images.size(), 1u);
     });
 

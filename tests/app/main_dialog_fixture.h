@@ -49,8 +49,8 @@ protected:
     {
         for (ScriptedDevice& device : library.devices) {
             device.state = state;
-            library.SetDeviceInt(device.number, 14, forEnable);
-            library.SetDeviceInt(device.number, 15, forAbort);
+            library.SetDeviceInt(device.number, DeviceParameter::EnableState, forEnable);
+            library.SetDeviceInt(device.number, DeviceParameter::AbortState, forAbort);
         }
     }
 

@@ -26,10 +26,10 @@ TEST_F(MainDialog, TheDispatchTableNamesControlsOfTheTemplate)
 
 TEST_F(MainDialog, StartUpOpensTheLibraryAndReadsItsOptions)
 {
-    library.deviceParams[{0, 81}] = std::string("raw/here");
-    library.libraryParams[17] = std::string("Chain");
-    library.deviceParams[{0, 80}] = std::int32_t{1};
-    library.deviceParams[{0, 82}] = std::int32_t{1};
+    library.deviceParams[{0, DeviceParameter::RawFilesFolder}] = std::string("raw/here");
+    library.libraryParams[LibraryParameter::FilterChain] = std::string("Chain");
+    library.deviceParams[{0, DeviceParameter::TestImageMode}] = std::int32_t{1};
+    library.deviceParams[{0, DeviceParameter::GainCheck}] = std::int32_t{1};
     Run([&] {
         const Strings order = {"TarnOpen \"Tarn test\"",
                                "TarnSetLibraryParam 16 block 01 00 01 00 1B 00 00 00 00 00 00 00",
@@ -106,8 +106,10 @@ TEST_F(MainDialog, TheButtonsFollowEveryDevice)
             for (std::uint32_t number = 0; number < c.devices.size(); ++number) {
                 library.devices.push_back({number});
                 if (c.devices[number].first != Unread) {
-                    library.SetDeviceInt(number, 14, c.devices[number].first);
-                    library.SetDeviceInt(number, 15, c.devices[number].second);
+                    library.SetDeviceInt(number, DeviceParameter::EnableState,
+                                         c.devices[number].first);
+                    library.SetDeviceInt(number, DeviceParameter::AbortState,
+                                         c.devices[number].second);
                 }
             }
             window.Send(WM_TIMER, 3);
@@ -170,15 +172,15 @@ TEST_F(MainDialog, EventsLeadToTheirReactions)
         hand.Wait([&] { return hand.IsEnabled(IdEnable); });
         SetStates(4, 1, 0);
         window.Send(WM_TIMER, 3);
-        Event(15);
+        Event(EventArmed);
         EXPECT_EQ(hand.Title(), "Ready to take image");
-        Event(4);
+        Event(EventCaptureDone);
         EXPECT_EQ(hand.Title(), "TarnTest");
         EXPECT_TRUE(hand.IsEnabled(IdAbort));
-        Event(3);
+        Event(EventCaptureDisabled);
         EXPECT_FALSE(hand.IsEnabled(IdAbort));
         window.imageNumber = 9;
-        Event(6);
+        Event(EventNewSeries);
         EXPECT_EQ(window.seriesNumber, 2u);
         EXPECT_EQ(window.imageNumber, 1u);
         hand.Click(IdAutoSaveImages);
@@ -188,7 +190,7 @@ TEST_F(MainDialog, EventsLeadToTheirReactions)
             Event(ignored);
         }
         EXPECT_EQ(library.calls, None);
-        Event(7);
+        Event(EventPreviewEnds);
         EXPECT_EQ(library.CallsOf({""}).size(), 1u);
         hand.WhenBox("Error number: 2\n", IDOK); // the low bits alone would be event 2
         Event(0x200002);
@@ -246,7 +248,7 @@ TEST_F(MainDialog, AnImageLeavesTheStoreWhenSavedOrOnYes)
             }
             library.calls.clear();
             window.imageNumber = id;
-            Event(2, id);
+            Event(EventImageReady, id);
             Strings expected;
             if (c.removed) {
                 expected.push_back("TarnRemoveImage \"\" " + std::to_string(id));
@@ -274,14 +276,14 @@ TEST_F(MainDialog, AnEventWithoutAnImageRemovesNothing)
         Store(3);
         library.calls.clear();
         library.Break(Export::GetImage, Fault::NullObject);
-        Event(2, 3);
+        Event(EventImageReady, 3);
         library.Fail(Export::GetImage, 0x200009);
         hand.WhenBox("Error number: 9", IDOK);
-        Event(2, 3);
+        Event(EventImageReady, 3);
         // Its pixels did not come: it is shown gray, and asked about instead of saved.
         library.Break(Export::GetImage, Fault::NullEntries);
         hand.WhenBox(Question, IDNO);
-        Event(2, 3);
+        Event(EventImageReady, 3);
         EXPECT_EQ(library.CallsOf({"TarnRemove"}), None);
         EXPECT_EQ(library.CallsOf({"TarnEnable"}).size(), 3u);
         EXPECT_FALSE(fs::exists(folder));
@@ -447,7 +449,7 @@ TEST_F(MainDialog, AnImageIsWindowedZoomedAndPanned)
     Store(4080, "ProgramName=P1;kV=60;mA=8");
     hand.WhenBox(Question, IDNO);
     Run([&] {
-        Event(2, 4080);
+        Event(EventImageReady, 4080);
         EXPECT_EQ(hand.Title(), "P1, 60 kV, 8 mA");
         EXPECT_EQ(hand.Text(IdScaleWidth), "15");
         EXPECT_EQ(hand.Text(IdScaleCenter), "4087");
@@ -538,7 +540,7 @@ TEST_F(MainDialog, HostileTextsAreShownAndNothingElse)
                 hand.WhenBox("_1_1.Q32", IDOK);
                 hand.WhenBox(Question, IDNO);
             }
-            Event(2, id++);
+            Event(EventImageReady, id++);
             EXPECT_LT(hand.Title().size(), 1000u);
             EXPECT_EQ(library.images.empty(), c.saved);
             Store(id, "Date=" + c.text + ";");
@@ -566,7 +568,7 @@ TEST_F(MainDialog, AnImageIsAskedAboutOverTheSettings)
     ForgetOldImages();
     hand.WhenBox(Question, IDNO);
     hand.WhenDialog("Tolva Settings", [&] {
-        Event(2, 1);
+        Event(EventImageReady, 1);
         hand.PressEscape();
     });
     hand.WhenBox("***** Tarn *****", IDOK);

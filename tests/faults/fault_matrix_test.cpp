@@ -42,35 +42,6 @@ constexpr const char* MomentNames[] = {"start",         "stored loop", "idle",  
                                        "armed",         "reading",     "question open", "saving",
                                        "settings open", "closing"};
 
-// Who can fail in which way.
-struct Operation
-{
-    const char* name;
-    bool givesValue = false;
-    bool givesRows = false;
-};
-constexpr Operation Operations[] = {
-    {"TarnOpen"},
-    {"TarnClose"},
-    {"TarnSetNotifyWindow"},
-    {"TarnClearNotifyWindow"},
-    {"TarnEnableCapture"},
-    {"TarnDisableCapture"},
-    {"TarnGetLibraryParam", true},
-    {"TarnSetLibraryParam"},
-    {"TarnGetImage", false, true},
-    {"TarnRemoveImage"},
-    {"TarnGetImageCount"},
-    {"TarnGetDeviceList", false, true},
-    {"TarnGetDeviceParam", true},
-    {"TarnSetDeviceParam"},
-    {"TarnDescribeResult"},
-    {"TarnFreeObject"},
-    {"QuilletOpen"},
-    {"QuilletClose"},
-    {"QuilletShow"},
-};
-
 // What goes wrong: a result instead of the work, an object that is not what was asked for, or time.
 struct Kind
 {
@@ -92,39 +63,42 @@ constexpr Kind Kinds[] = {
 // What an operator notices of an operation that fails, or gives no object, at a moment.
 struct Effect
 {
-    std::string_view operation;
+    Export operation;
     Moment moment;
     int resultBoxes; // when it fails
     int questions;   // more or less than in a healthy life
 };
 constexpr Effect Effects[] = {
-    {"TarnOpen", Moment::Start, 1, -6}, // whose failure the next call shares
-    {"TarnSetLibraryParam", Moment::Start, 1, 0},
-    {"TarnSetNotifyWindow", Moment::Start, 0, -4}, // no event comes
-    {"TarnGetImageCount", Moment::StoredLoop, 0, -2},
-    {"TarnGetImage", Moment::StoredLoop, 3, -1},
-    {"TarnRemoveImage", Moment::StoredLoop, 0, 1},
-    {"TarnEnableCapture", Moment::Arming, 1, 0},
-    {"TarnGetImage", Moment::Reading, 1, -1},
-    {"TarnGetImage", Moment::Question, 1, -1},
-    {"TarnGetImage", Moment::Saving, 1, 0},
-    {"TarnGetImage", Moment::Settings, 1, -1},
+    {Export::Open, Moment::Start, 1, -6}, // whose failure the next call shares
+    {Export::SetLibraryParam, Moment::Start, 1, 0},
+    {Export::SetNotifyWindow, Moment::Start, 0, -4}, // no event comes
+    {Export::GetImageCount, Moment::StoredLoop, 0, -2},
+    {Export::GetImage, Moment::StoredLoop, 3, -1},
+    {Export::RemoveImage, Moment::StoredLoop, 0, 1},
+    {Export::EnableCapture, Moment::Arming, 1, 0},
+    {Export::GetImage, Moment::Reading, 1, -1},
+    {Export::GetImage, Moment::Question, 1, -1},
+    {Export::GetImage, Moment::Saving, 1, 0},
+    {Export::GetImage, Moment::Settings, 1, -1},
 };
 constexpr int HealthyQuestions = 6;
 
-bool Applies(const Kind& kind, const Operation& operation)
+bool Applies(const Kind& kind, Export operation)
 {
+    const bool givesValue =
+        operation == Export::GetLibraryParam || operation == Export::GetDeviceParam;
+    const bool givesRows = operation == Export::GetImage || operation == Export::GetDeviceList;
     const std::string_view rule = kind.rule;
     if (rule == "wrong-type") {
-        return operation.givesValue;
+        return givesValue;
     }
     if (rule.starts_with("empty")) {
-        return operation.givesRows;
+        return givesRows;
     }
     if (rule.starts_with("null")) {
-        return operation.givesValue || operation.givesRows;
+        return givesValue || givesRows;
     }
-    return rule.find("block") != rule.npos || operation.name != std::string_view("TarnFreeObject");
+    return rule.find("block") != rule.npos || operation != Export::FreeObject;
 }
 
 template <class Function>
@@ -144,7 +118,7 @@ public:
         setenv("TARN_SIMULATOR", (m_folder / "Tarn.ini").c_str(), 1);
         Configure("exposure_delay = 0");
         TarnOpen(nullptr, "");
-        TarnEnableCapture(0, "My ID", 0);
+        TarnEnableCapture(0, CaptureUserId, 0);
         std::uint32_t count = 0;
         for (int tries = 0; count == 0 && tries < 20'000; TarnGetImageCount(&count), ++tries) {
             usleep(1000);
@@ -262,20 +236,22 @@ public:
     }
 
     // A life with the fault at that moment, and with what the operator is to see of it.
-    void RunWith(const Operation& operation, const Kind& kind, Moment moment)
+    void RunWith(Export operation, const Kind& kind, Moment moment)
     {
-        const std::string_view name = operation.name, rule = kind.rule;
+        const std::string_view rule = kind.rule;
         const bool fails = *kind.boxText != '\0';
         const bool noObject = fails || rule == "null";
         const bool nothing = noObject || rule == "wrong-type";
-        const bool hides = (name == "TarnGetDeviceParam" && nothing) ||
-                           (name == "TarnGetDeviceList" && (nothing || rule.starts_with("empty")));
-        m_refused = fails && name == "TarnOpen" && moment == Moment::Start;
-        m_deaf = m_refused || (fails && name == "TarnSetNotifyWindow" && moment == Moment::Start);
-        m_leftOpen = fails && name == "TarnClose" && moment == Moment::Closing;
+        const bool hides =
+            (operation == Export::GetDeviceParam && nothing) ||
+            (operation == Export::GetDeviceList && (nothing || rule.starts_with("empty")));
+        m_refused = fails && operation == Export::Open && moment == Moment::Start;
+        m_deaf =
+            m_refused || (fails && operation == Export::SetNotifyWindow && moment == Moment::Start);
+        m_leftOpen = fails && operation == Export::Close && moment == Moment::Closing;
         const auto set = [&](bool faulty) {
             m_hides = hides && faulty;
-            Set(faulty ? operation.name + std::string(" = ") + kind.rule : "");
+            Set(faulty ? NameOf(operation) + std::string(" = ") + kind.rule : "");
         };
         Run(
             moment, [&] { set(true); }, [&] { set(false); });
@@ -284,12 +260,12 @@ public:
             m_results.pop_back();
         }
         const auto effect = std::ranges::find_if(Effects, [&](const Effect& line) {
-            return line.operation == name && line.moment == moment;
+            return line.operation == operation && line.moment == moment;
         });
         const bool seen = effect != std::end(Effects);
         // What came without pixels is asked about instead of saved.
         const bool unsaved =
-            name == "TarnGetImage" && rule.starts_with("empty") && moment == Moment::Saving;
+            operation == Export::GetImage && rule.starts_with("empty") && moment == Moment::Saving;
         ExpectNotices(seen && fails ? effect->resultBoxes : 0, kind.boxText,
                       (seen && noObject ? effect->questions : 0) + (unsaved ? 1 : 0));
     }
@@ -541,15 +517,15 @@ TEST(Faults, EveryOperationFailsAtEveryMoment)
 {
     const Simulator simulator;
     int cells = 0;
-    for (const Operation& operation : Operations) {
+    for (const ExportEntry& operation : Exports) {
         for (const Kind& kind : Kinds) {
             for (int moment = 0; moment < static_cast<int>(Moment::Count); ++moment) {
-                if (!Applies(kind, operation)) {
+                if (!Applies(kind, operation.which)) {
                     continue;
                 }
                 SCOPED_TRACE(testing::Message() << operation.name << " = " << kind.rule << ", at "
                                                 << MomentNames[moment]);
-                Life(simulator).RunWith(operation, kind, static_cast<Moment>(moment));
+                Life(simulator).RunWith(operation.which, kind, static_cast<Moment>(moment));
                 ++cells;
             }
         }

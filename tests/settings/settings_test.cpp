@@ -89,7 +89,7 @@ TEST_F(Settings, WhatIsReadIsShownClampedAndWrittenBack)
         library.deviceParams.clear();
         for (std::uint32_t i = 0; i < 3; ++i) {
             if (c.read[i]) {
-                library.SetDeviceInt(1, 10 + i, *c.read[i]);
+                library.SetDeviceInt(1, DeviceParameter::Binning + i, *c.read[i]);
             }
         }
         library.calls.clear();
@@ -117,8 +117,8 @@ TEST_F(Settings, WhatWasReadIsWrittenBackBeforeTheFirstDrawing)
          {std::tuple{1001u, 900000u, "1001", "900000"},
           {~0u, ~0u, "4294967295", "4294920000"},
           {0u, 30000u, "0", "0"}}) {
-        library.SetDeviceInt(1, 11, time);
-        library.SetDeviceInt(1, 12, timeout);
+        library.SetDeviceInt(1, DeviceParameter::IntegrationTime, time);
+        library.SetDeviceInt(1, DeviceParameter::InactivityTimeout, timeout);
         library.calls.clear();
         HastySettings hasty(nullptr);
         EXPECT_EQ(hand.Run(hasty, [] {}), IDOK);
@@ -129,7 +129,7 @@ TEST_F(Settings, WhatWasReadIsWrittenBackBeforeTheFirstDrawing)
 
 TEST_F(Settings, WhatTheOperatorChangesIsWritten)
 {
-    library.SetDeviceInt(1, 10, 4);
+    library.SetDeviceInt(1, DeviceParameter::Binning, 4);
     hand.Run(dialog, [&] {
         hand.Drag(IdIntegrationTime, 730);
         EXPECT_TRUE(WaitForText(IdIntegrationTimeValue, "730"));
@@ -170,11 +170,12 @@ TEST_F(Settings, TheReadOutsFollowTheBatteryEverySecond)
         EXPECT_TRUE(WaitForText(IdVoltage, "1200"));
         expect(&Reading::unknown);
 
-        library.deviceParams[{1, 34}] = pattern;
+        library.deviceParams[{1, DeviceParameter::BatteryStatus}] = pattern;
         EXPECT_TRUE(WaitForText(IdVoltage, "35208"));
         expect(&Reading::pattern);
 
-        library.deviceParams[{1, 34}] = ScriptedLibrary::Block(36, 0xFF);
+        library.deviceParams[{1, DeviceParameter::BatteryStatus}] =
+            ScriptedLibrary::Block(36, 0xFF);
         dialog.Send(WM_TIMER, 99);
         expect(&Reading::pattern);
         dialog.Send(WM_TIMER, 100);
@@ -188,15 +189,15 @@ TEST_F(Settings, TheReadOutsFollowTheBatteryEverySecond)
 
 TEST_F(Settings, TheAddedSensorIsTheThirdText)
 {
-    library.deviceParams[{0, 4}] = "first";
-    library.deviceParams[{1, 5}] = "second";
+    library.deviceParams[{0, DeviceParameter::BaseUnitInfo}] = "first";
+    library.deviceParams[{1, DeviceParameter::SensorInfo}] = "second";
     hand.Run(dialog, [&] {
         EXPECT_FALSE(hand.IsVisible(IdAddSensor));
         for (const char* text : {"", "third"}) {
             hand.WhenBox(text, IDOK);
             dialog.Send(WM_COMMAND, IdAddSensor);
             EXPECT_EQ(hand.Boxes().back().text, text);
-            library.deviceParams[{2, 5}] = "third";
+            library.deviceParams[{2, DeviceParameter::SensorInfo}] = "third";
         }
     });
     EXPECT_EQ(library.CallsOf({"TarnGetDeviceParam 0 4", "TarnGetDeviceParam 2 5"}).size(), 4u);

@@ -209,15 +209,17 @@ private:
         image.userId = m_choices.Below(4) == 1 ? m_choices.Text() : "";
         m_library.images.push_back(image);
         Note("image " + std::to_string(image.imageId) + " is stored");
-        Post(image.number, 2);
+        Post(image.number, EventImageReady);
     }
 
-    void NewSeries(CDialog&) { Post(0, 6); }
+    void NewSeries(CDialog&) { Post(0, EventNewSeries); }
 
     void AnyEvent(CDialog&)
     {
         Post(m_choices.Below(m_imagesStored + 2),
-             m_choices.Pick(2, 2, 3, 4, 7, 15, 17, ResultError + 5, ResultWarning + 5, 99));
+             m_choices.Pick(EventImageReady, EventImageReady, EventCaptureDisabled,
+                            EventCaptureDone, EventPreviewEnds, EventArmed, EventExposure,
+                            ResultError + 5, ResultWarning + 5, 99));
     }
 
     void EnableFails(CDialog&)
@@ -321,22 +323,30 @@ private:
             return m_library.Break(which, fault, 1 + m_choices.Below(3),
                                    m_choices.Pick(0, 0, 5, ResultError));
         case 2:
-            return m_library.devices.push_back({m_choices.Below(4), m_choices.Pick(1, 2, 4, 100),
-                                                m_choices.Text(), m_choices.Text()});
+            return m_library.devices.push_back(
+                {m_choices.Below(4),
+                 m_choices.Pick(StateStandBy, StateActive, StateCaptureEnabled, StateFault),
+                 m_choices.Text(), m_choices.Text()});
         case 3:
             return m_library.devices.clear();
         case 4:
-            m_library.deviceParams[{m_choices.Below(4), m_choices.Pick(14, 15, 80, 82, 10)}] =
-                Value();
+            m_library.deviceParams[{
+                m_choices.Below(4),
+                m_choices.Pick(DeviceParameter::EnableState, DeviceParameter::AbortState,
+                               DeviceParameter::TestImageMode, DeviceParameter::GainCheck,
+                               DeviceParameter::Binning)}] = Value();
             return;
         case 5:
-            m_library.libraryParams[17] = Value();
+            m_library.libraryParams[LibraryParameter::FilterChain] = Value();
             return;
         case 6:
             m_library.descriptions[m_choices.Number()] = m_choices.Text();
             return;
         default:
-            Post(m_choices.Below(8), m_choices.Pick(2, 3, 4, 6, 7, 15, 17, ResultError + 5));
+            Post(m_choices.Below(8),
+                 m_choices.Pick(EventImageReady, EventCaptureDisabled, EventCaptureDone,
+                                EventNewSeries, EventPreviewEnds, EventArmed, EventExposure,
+                                ResultError + 5));
         }
     }
 
