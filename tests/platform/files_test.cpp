@@ -147,7 +147,7 @@ TEST_F(Files, NoErrorOfTheSystemIsTakenForAnother)
         const auto row = known.find(error);
         const DWORD expected = error == EINTR       ? None
                                : row != known.end() ? row->second
-                                                    : ERROR_OF_SYSTEM + error;
+                                                    : ERROR_OF_SYSTEM | static_cast<DWORD>(error);
         EXPECT_EQ(ReasonOf(Path("file"), GENERIC_READ, OPEN_EXISTING), expected) << error;
         const bool isKnown = error == EINTR || row != known.end();
         EXPECT_EQ(SystemErrorText(expected), isKnown ? "" : std::generic_category().message(error));

@@ -126,7 +126,7 @@ TEST_F(ImageSaving, KeepsEveryFileOfTheSameName)
 {
     fs::create_directories(Path("a_1_1 (3).Q32"));
     fs::create_symlink("nowhere", Path("a_1_1 (4).Q32"));
-    for (const std::uint32_t id : {1, 2, 3}) {
+    for (const std::uint32_t id : {1u, 2u, 3u}) {
         EXPECT_EQ(Save("a_1_1.Q32", id), "");
     }
     EXPECT_EQ(Ids(), (::Ids{{"a_1_1.Q32", 3}, {"a_1_1 (2).Q32", 1}, {"a_1_1 (5).Q32", 2}}));
