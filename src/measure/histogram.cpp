@@ -1,9 +1,10 @@
 // Counts samples and derives statistics from the counts.
 #include "measure/histogram.h"
 
+#include "measure/moments.h"
+
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <limits>
 #include <numeric>
 
@@ -11,8 +12,6 @@ namespace {
 
 template <typename Sample>
 void CountRows(const GrayView& view, std::uint32_t* counts);
-double StandardDeviation(const Histogram& histogram, const Statistics& statistics,
-                         std::uint64_t sum);
 std::uint32_t ValueAtRank(const Histogram& histogram, std::uint64_t rank);
 
 } // namespace
@@ -31,22 +30,24 @@ Histogram CountSamples(const GrayView& view)
 Statistics StatisticsOf(const Histogram& histogram)
 {
     Statistics statistics;
-    std::uint64_t sum = 0;
+    Moments moments;
     for (std::uint32_t v = 0; v < histogram.counts.size(); ++v) {
         const std::uint64_t count = histogram.counts[v];
         if (count == 0) {
             continue;
         }
-        statistics.minimum = statistics.count == 0 ? v : statistics.minimum;
+        statistics.minimum = moments.count == 0 ? v : statistics.minimum;
         statistics.maximum = v;
-        statistics.count += count;
-        sum += count * v;
+        moments.count += count;
+        moments.sum += static_cast<std::int64_t>(count * v);
+        moments.squares += count * v * v;
     }
-    if (statistics.count == 0) {
+    if (moments.count == 0) {
         return statistics;
     }
-    statistics.mean = static_cast<double>(sum) / static_cast<double>(statistics.count);
-    statistics.standardDeviation = StandardDeviation(histogram, statistics, sum);
+    statistics.count = moments.count;
+    statistics.mean = moments.Mean();
+    statistics.standardDeviation = moments.StandardDeviation();
     if (statistics.standardDeviation > 0) {
         statistics.signalToNoise = statistics.mean / statistics.standardDeviation;
     }
@@ -112,28 +113,6 @@ void CountRows(const GrayView& view, std::uint32_t* counts)
             ++counts[row[x]];
         }
     }
-}
-
-// With m the mean rounded down, d = sum(v - m) and s = sum (v - m)^2:
-//   variance = (s - d^2 / count) / (count - 1)
-// d is below count, which is below 2^32, so that nothing leaves 64 bits; the large parts of s and
-// d^2 / count cancel as integers.
-double StandardDeviation(const Histogram& histogram, const Statistics& statistics,
-                         std::uint64_t sum)
-{
-    if (statistics.count < 2) {
-        return 0;
-    }
-    const std::uint64_t m = sum / statistics.count, d = sum % statistics.count;
-    std::uint64_t s = 0;
-    for (std::uint64_t v = statistics.minimum; v <= statistics.maximum; ++v) {
-        const std::uint64_t distance = v > m ? v - m : m - v;
-        s += histogram.counts[v] * distance * distance;
-    }
-    const std::uint64_t whole = d * d / statistics.count, rest = d * d % statistics.count;
-    const auto count = static_cast<double>(statistics.count);
-    return std::sqrt((static_cast<double>(s - whole) - static_cast<double>(rest) / count) /
-                     (count - 1));
 }
 
 // The value of the sample that has `rank` samples before it in ascending order.

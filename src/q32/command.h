@@ -66,3 +66,6 @@ void AddRegionOption(CLI::App& command, std::vector<std::uint32_t>& region);
 // The part of the view that the option names, the whole without it. Raises BadFile for a region
 // that does not lie in the picture.
 GrayView RegionOf(const GrayView& view, const std::vector<std::uint32_t>& region);
+
+// The option --pitch, in mm from pixel to pixel.
+void AddPitchOption(CLI::App& command, double& pitch);

@@ -149,3 +149,13 @@ GrayView RegionOf(const GrayView& view, const std::vector<std::uint32_t>& region
     }
     return part;
 }
+
+void AddPitchOption(CLI::App& command, double& pitch)
+{
+    command
+        .add_option("--pitch", pitch,
+                    "Distance from pixel to pixel, " + std::to_string(pitch).substr(0, 3) +
+                        " without it")
+        ->check(CLI::Range(0.001, 5.0))
+        ->type_name("MM");
+}
