@@ -30,9 +30,9 @@ struct Marks
 std::vector<float> ResponseOf(const ImageSums& flats, const ImageSums& darks);
 double ResponseNoise(const ImageSums& flats, const std::vector<float>& response);
 void MarkNoisy(const ImageSums& darks, Marks& marks);
-std::vector<DefectGroup> GroupDefects(const Marks& marks);
-void TakeLines(const Marks& marks, bool alongRows, std::vector<std::uint8_t>& isTaken,
-               std::vector<DefectGroup>& groups);
+std::vector<DefectGroup> GroupDefects(const Marks& marks, std::vector<DefectivePixel> pixels);
+void TakeLines(const Marks& marks, bool alongRows, const std::vector<DefectivePixel>& pixels,
+               std::vector<std::uint8_t>& isTaken, std::vector<DefectGroup>& groups);
 DefectGroup TakeCluster(const Marks& marks, std::uint32_t x, std::uint32_t y,
                         std::vector<std::uint8_t>& isTaken);
 
@@ -105,7 +105,7 @@ Defects FindDefects(const ImageSums& flats, const ImageSums& darks)
                                       static_cast<std::uint32_t>(i / marks.width), marks.rules[i]});
         }
     }
-    defects.groups = GroupDefects(marks);
+    defects.groups = GroupDefects(marks, defects.pixels);
     return defects;
 }
 
@@ -161,54 +161,48 @@ void MarkNoisy(const ImageSums& darks, Marks& marks)
     }
 }
 
-std::vector<DefectGroup> GroupDefects(const Marks& marks)
+std::vector<DefectGroup> GroupDefects(const Marks& marks, std::vector<DefectivePixel> pixels)
 {
     std::vector<DefectGroup> groups;
     std::vector<std::uint8_t> isTaken(marks.rules.size());
-    TakeLines(marks, true, isTaken, groups);
-    TakeLines(marks, false, isTaken, groups);
-    for (std::uint32_t y = 0; y < marks.height; ++y) {
-        for (std::uint32_t x = 0; x < marks.width; ++x) {
-            const std::size_t i = std::size_t{y} * marks.width + x;
-            if (marks.rules[i] != 0 && isTaken[i] == 0) {
-                const DefectGroup cluster = TakeCluster(marks, x, y, isTaken);
-                if (cluster.pixels > 1) {
-                    groups.push_back(cluster);
-                }
+    TakeLines(marks, true, pixels, isTaken, groups);
+    const std::vector<DefectivePixel> rowByRow = pixels;
+    std::ranges::sort(pixels, {},
+                      [](const DefectivePixel& pixel) { return std::pair(pixel.x, pixel.y); });
+    TakeLines(marks, false, pixels, isTaken, groups);
+    for (const DefectivePixel& pixel : rowByRow) {
+        if (isTaken[std::size_t{pixel.y} * marks.width + pixel.x] == 0) {
+            const DefectGroup cluster = TakeCluster(marks, pixel.x, pixel.y, isTaken);
+            if (cluster.pixels > 1) {
+                groups.push_back(cluster);
             }
         }
     }
     return groups;
 }
 
-void TakeLines(const Marks& marks, bool alongRows, std::vector<std::uint8_t>& isTaken,
-               std::vector<DefectGroup>& groups)
+// The pixels are sorted so that runs stand together.
+void TakeLines(const Marks& marks, bool alongRows, const std::vector<DefectivePixel>& pixels,
+               std::vector<std::uint8_t>& isTaken, std::vector<DefectGroup>& groups)
 {
-    const std::uint32_t lines = alongRows ? marks.height : marks.width;
-    const std::uint32_t length = alongRows ? marks.width : marks.height;
-    const auto isMarked = [&](std::int64_t line, std::int64_t k) {
-        return alongRows ? marks.Has(k, line) : marks.Has(line, k);
-    };
-    for (std::uint32_t line = 0; line < lines; ++line) {
-        for (std::uint32_t k = 0; k < length; ++k) {
-            const std::uint32_t first = k;
-            std::uint32_t neighbors = 0;
-            for (; isMarked(line, k); ++k) {
-                neighbors +=
-                    isMarked(std::int64_t{line} - 1, k) || isMarked(std::int64_t{line} + 1, k) ? 1
-                                                                                               : 0;
-            }
-            const std::uint32_t run = k - first;
-            if (run <= LongestShortRun || neighbors * RunPixelsPerNeighbor > run) {
-                continue;
-            }
-            groups.push_back(
-                {true, alongRows ? PixelRect{first, line, run, 1} : PixelRect{line, first, 1, run},
-                 run});
-            for (std::uint32_t i = first; i < k; ++i) {
-                isTaken[alongRows ? std::size_t{line} * marks.width + i
-                                  : std::size_t{i} * marks.width + line] = 1;
-            }
+    const std::int64_t stepX = alongRows ? 1 : 0, stepY = 1 - stepX;
+    for (std::size_t i = 0; i < pixels.size();) {
+        const std::size_t first = i;
+        std::uint32_t neighbors = 0;
+        do {
+            const std::int64_t x = pixels[i].x, y = pixels[i].y;
+            neighbors += marks.Has(x - stepY, y - stepX) || marks.Has(x + stepY, y + stepX) ? 1 : 0;
+            ++i;
+        } while (i < pixels.size() && pixels[i].x == pixels[i - 1].x + stepX &&
+                 pixels[i].y == pixels[i - 1].y + stepY);
+        const auto run = static_cast<std::uint32_t>(i - first);
+        if (run <= LongestShortRun || neighbors * RunPixelsPerNeighbor > run) {
+            continue;
+        }
+        const DefectivePixel& start = pixels[first];
+        groups.push_back({true, {start.x, start.y, alongRows ? run : 1, alongRows ? 1 : run}, run});
+        for (std::size_t k = first; k < i; ++k) {
+            isTaken[std::size_t{pixels[k].y} * marks.width + pixels[k].x] = 1;
         }
     }
 }

@@ -191,30 +191,45 @@ double HalfWidth(const UprightEdge& picture, const EdgeLine& line)
     return across / std::hypot(1.0, line.slope);
 }
 
-// Pixels whose distance falls into a bin are averaged; false when a bin stays empty.
+// Pixels whose distance falls into a bin are averaged, their distances too, which need not lie in
+// the bin's middle: there the response is interpolated. False when a bin stays empty.
 bool SampleEdge(const UprightEdge& picture, const EdgeLine& line, double reach,
                 EdgeResponse& response)
 {
+    struct Bin
+    {
+        double count = 0, distance = 0, value = 0;
+    };
     const auto half = static_cast<std::size_t>(reach * EdgeOversampling);
-    std::vector<double> sums(2 * half), counts(2 * half);
+    std::vector<Bin> bins(2 * half);
     const double normal = 1 / std::hypot(1.0, line.slope);
     for (std::uint32_t y = 0; y < picture.rows; ++y) {
         for (std::uint32_t x = 0; x < picture.columns; ++x) {
-            const double distance = (x - line.At(y)) * normal;
-            const double bin = std::floor(distance * EdgeOversampling) + static_cast<double>(half);
-            if (bin >= 0 && bin < static_cast<double>(sums.size())) {
-                sums[static_cast<std::size_t>(bin)] += picture.At(y, x);
-                counts[static_cast<std::size_t>(bin)] += 1;
+            const double distance = (x - line.At(y)) * normal * EdgeOversampling;
+            const double index = std::floor(distance) + static_cast<double>(half);
+            if (index >= 0 && index < static_cast<double>(bins.size())) {
+                Bin& bin = bins[static_cast<std::size_t>(index)];
+                bin.count += 1;
+                bin.distance += distance;
+                bin.value += picture.At(y, x);
             }
         }
     }
-    for (std::size_t i = 0; i < sums.size(); ++i) {
-        if (counts[i] == 0) {
+    for (Bin& bin : bins) {
+        if (bin.count == 0) {
             return false;
         }
-        response.distances.push_back((static_cast<double>(i) + 0.5 - static_cast<double>(half)) /
-                                     EdgeOversampling);
-        response.edge.push_back(sums[i] / counts[i]);
+        bin.distance /= bin.count;
+        bin.value /= bin.count;
+    }
+    for (std::size_t i = 0; i < bins.size(); ++i) {
+        const double middle = static_cast<double>(i) + 0.5 - static_cast<double>(half);
+        const bool isBehind = bins[i].distance < middle;
+        const std::size_t other = isBehind ? std::min(i + 1, bins.size() - 1) : i - (i > 0 ? 1 : 0);
+        const double span = bins[other].distance - bins[i].distance;
+        const double share = other == i ? 0 : (middle - bins[i].distance) / span;
+        response.distances.push_back(middle / EdgeOversampling);
+        response.edge.push_back(bins[i].value + share * (bins[other].value - bins[i].value));
     }
     return true;
 }

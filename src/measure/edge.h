@@ -26,7 +26,7 @@ struct EdgeResponse
     double noise;    // standard deviation of a pixel on the flat parts
     std::vector<double> distances; // pixels from the edge, along its normal, toward the bright side
     std::vector<double> edge;      // ESF at the distances: means of the pixels that lie there
-    std::vector<double> line;      // LSF at the distances: gray levels a pixel
+    std::vector<double> line;      // LSF, gray levels a pixel, from each distance to the next one
     std::vector<MtfPoint> mtf;     // at 0, 0.01, ... 1 cycles a pixel
 };
 

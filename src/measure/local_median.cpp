@@ -1,13 +1,16 @@
-// Sliding sums rule most pixels out; the rest are compared with their median.
+// Extremes of cells rule out most of a picture and sliding sums most of the rest; what is left is
+// compared with its median.
 #include "measure/local_median.h"
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace {
 
 // Sliding sums are off by some last bits of their largest value.
 constexpr double RoundingShare = 1e-9;
+constexpr std::uint32_t CellSide = 16; // pixels, above the radius of any window
 
 struct Span
 {
@@ -30,13 +33,83 @@ double MedianAround(const FloatImage& image, Span columns, Span rows, std::vecto
     return MedianOf(values);
 }
 
+// Whether more than half of the square is so small, and more than half so large, that its median
+// cannot make the value an outlier. Counting is much faster than finding the median.
+bool IsOrdinary(const FloatImage& image, Span columns, Span rows, double value, double low,
+                double high)
+{
+    std::uint32_t notAbove = 0, notBelow = 0;
+    for (std::uint32_t y = rows.first; y < rows.end; ++y) {
+        const float* const row = image.values + std::size_t{y} * image.width;
+        for (std::uint32_t x = columns.first; x < columns.end; ++x) {
+            notAbove += low * row[x] <= value ? 1 : 0;
+            notBelow += high * row[x] >= value ? 1 : 0;
+        }
+    }
+    const std::uint32_t half = columns.Count() * rows.Count() / 2;
+    return notAbove > half && notBelow > half;
+}
+
+// The smallest and largest value of each cell of CellSide x CellSide pixels.
+struct Cells
+{
+    std::uint32_t columns, rows;
+    std::vector<float> smallest, largest;
+
+    explicit Cells(const FloatImage& image);
+    // Whether some pixel of the cell could be an outlier: the values of its window, and so their
+    // median, lie between the extremes of the cell and its neighbors.
+    bool MayHoldOutliers(std::uint32_t column, std::uint32_t row, double low, double high) const;
+};
+
+Cells::Cells(const FloatImage& image)
+    : columns((image.width + CellSide - 1) / CellSide),
+      rows((image.height + CellSide - 1) / CellSide),
+      smallest(std::size_t{columns} * rows, std::numeric_limits<float>::infinity()),
+      largest(std::size_t{columns} * rows, -std::numeric_limits<float>::infinity())
+{
+    for (std::uint32_t y = 0; y < image.height; ++y) {
+        const float* const row = image.values + std::size_t{y} * image.width;
+        float* const low = &smallest[std::size_t{y / CellSide} * columns];
+        float* const high = &largest[std::size_t{y / CellSide} * columns];
+        for (std::uint32_t column = 0; column < columns; ++column) {
+            const std::uint32_t end = std::min((column + 1) * CellSide, image.width);
+            float least = low[column], most = high[column];
+            for (std::uint32_t x = column * CellSide; x < end; ++x) {
+                least = row[x] < least ? row[x] : least;
+                most = row[x] > most ? row[x] : most;
+            }
+            low[column] = least;
+            high[column] = most;
+        }
+    }
+}
+
+bool Cells::MayHoldOutliers(std::uint32_t column, std::uint32_t row, double low, double high) const
+{
+    float least = std::numeric_limits<float>::infinity(), most = -least;
+    const Span across = Around(column, 1, columns), down = Around(row, 1, rows);
+    for (std::uint32_t y = down.first; y < down.end; ++y) {
+        for (std::uint32_t x = across.first; x < across.end; ++x) {
+            least = std::min(least, smallest[std::size_t{y} * columns + x]);
+            most = std::max(most, largest[std::size_t{y} * columns + x]);
+        }
+    }
+    return least < low * most || most > high * least;
+}
+
 // Sums of each column over the rows of the window, moved down row by row.
 class ColumnSums
 {
 public:
-    explicit ColumnSums(const FloatImage& image)
-        : sums(image.width), squares(image.width), m_image(image)
+    ColumnSums(const FloatImage& image, Span columns, Span rows)
+        : sums(image.width),
+          squares(image.width),
+          m_image(image),
+          m_columns(columns),
+          m_rows{rows.first, rows.first}
     {
+        MoveTo(rows);
     }
 
     void MoveTo(Span rows)
@@ -55,7 +128,7 @@ private:
     void Add(std::uint32_t y, double sign)
     {
         const float* const row = m_image.values + std::size_t{y} * m_image.width;
-        for (std::uint32_t x = 0; x < m_image.width; ++x) {
+        for (std::uint32_t x = m_columns.first; x < m_columns.end; ++x) {
             const double value = row[x];
             sums[x] += sign * value;
             squares[x] += sign * value * value;
@@ -63,8 +136,57 @@ private:
     }
 
     const FloatImage& m_image;
-    Span m_rows = {0, 0};
+    Span m_columns, m_rows;
 };
+
+struct Limits
+{
+    std::uint32_t radius;
+    double low, high;
+};
+
+void VisitOutliersIn(const FloatImage& image, Span columns, Span rows, const Limits& limits,
+                     const OutlierVisit& visit)
+{
+    const Span reach = {Around(columns.first, limits.radius, image.width).first,
+                        Around(columns.end - 1, limits.radius, image.width).end};
+    ColumnSums columnSums(image, reach, Around(rows.first, limits.radius, image.height));
+    std::vector<float> values;
+    for (std::uint32_t y = rows.first; y < rows.end; ++y) {
+        const Span tall = Around(y, limits.radius, image.height);
+        columnSums.MoveTo(tall);
+        double sum = 0, squares = 0;
+        Span summed = {reach.first, reach.first};
+        for (std::uint32_t x = columns.first; x < columns.end; ++x) {
+            const Span wide = Around(x, limits.radius, image.width);
+            for (; summed.end < wide.end; ++summed.end) {
+                sum += columnSums.sums[summed.end];
+                squares += columnSums.squares[summed.end];
+            }
+            for (; summed.first < wide.first; ++summed.first) {
+                sum -= columnSums.sums[summed.first];
+                squares -= columnSums.squares[summed.first];
+            }
+            const double share = 1 / (static_cast<double>(wide.Count()) * tall.Count());
+            const double mean = sum * share, meanSquare = squares * share;
+            const double deviation =
+                std::sqrt(std::max(0.0, meanSquare - mean * mean) + RoundingShare * meanSquare);
+            const std::size_t i = std::size_t{y} * image.width + x;
+            const double value = image.values[i];
+            if (value >= limits.low * (mean + deviation) &&
+                value <= limits.high * (mean - deviation)) {
+                continue;
+            }
+            if (IsOrdinary(image, wide, tall, value, limits.low, limits.high)) {
+                continue;
+            }
+            const double median = MedianAround(image, wide, tall, values);
+            if (value < limits.low * median || value > limits.high * median) {
+                visit(i, value, median);
+            }
+        }
+    }
+}
 
 } // namespace
 
@@ -79,39 +201,19 @@ double MedianOf(std::vector<float>& values)
 }
 
 void VisitOutliers(const FloatImage& image, std::uint32_t window, double low, double high,
-                   const std::function<void(std::size_t, double, double)>& visit)
+                   const OutlierVisit& visit)
 {
-    const std::uint32_t radius = window / 2;
-    ColumnSums columns(image);
-    std::vector<float> values;
-    for (std::uint32_t y = 0; y < image.height; ++y) {
-        const Span rows = Around(y, radius, image.height);
-        columns.MoveTo(rows);
-        double sum = 0, squares = 0;
-        Span summed = {0, 0};
-        for (std::uint32_t x = 0; x < image.width; ++x) {
-            const Span around = Around(x, radius, image.width);
-            for (; summed.end < around.end; ++summed.end) {
-                sum += columns.sums[summed.end];
-                squares += columns.squares[summed.end];
+    const Cells cells(image);
+    for (std::uint32_t row = 0; row < cells.rows; ++row) {
+        const Span rows = {row * CellSide, std::min((row + 1) * CellSide, image.height)};
+        for (std::uint32_t column = 0; column < cells.columns; ++column) {
+            const std::uint32_t first = column;
+            while (column < cells.columns && cells.MayHoldOutliers(column, row, low, high)) {
+                ++column;
             }
-            for (; summed.first < around.first; ++summed.first) {
-                sum -= columns.sums[summed.first];
-                squares -= columns.squares[summed.first];
-            }
-            const double count = static_cast<double>(around.Count()) * rows.Count();
-            const double mean = sum / count;
-            const double slack = RoundingShare * squares / count;
-            const double deviation =
-                std::sqrt(std::max(0.0, squares / count - mean * mean) + slack);
-            const std::size_t i = std::size_t{y} * image.width + x;
-            const double value = image.values[i];
-            if (value >= low * (mean + deviation) && value <= high * (mean - deviation)) {
-                continue;
-            }
-            const double median = MedianAround(image, around, rows, values);
-            if (value < low * median || value > high * median) {
-                visit(i, value, median);
+            if (column > first) {
+                const Span columns = {first * CellSide, std::min(column * CellSide, image.width)};
+                VisitOutliersIn(image, columns, rows, {window / 2, low, high}, visit);
             }
         }
     }
