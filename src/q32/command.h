@@ -61,11 +61,16 @@ std::function<int()> SetUpThumbnail(CLI::App& command);
 // What is measured of an image. Raises BadFile when nothing can be.
 GrayView RequireView(const CImage& image);
 
+// An option whose one argument is so many numbers of 0 or above with commas between them.
+CLI::Option* AddNumbersOption(CLI::App& command, const std::string& name, std::size_t count,
+                              const std::string& typeName, const std::string& description,
+                              std::vector<double>& numbers);
+
 // The option --region X,Y,WIDTH,HEIGHT.
-void AddRegionOption(CLI::App& command, std::vector<std::uint32_t>& region);
+void AddRegionOption(CLI::App& command, std::vector<double>& region);
 // The part of the view that the option names, the whole without it. Raises BadFile for a region
 // that does not lie in the picture.
-GrayView RegionOf(const GrayView& view, const std::vector<std::uint32_t>& region);
+GrayView RegionOf(const GrayView& view, const std::vector<double>& region);
 
 // The option --pitch, in mm from pixel to pixel.
 void AddPitchOption(CLI::App& command, double& pitch);

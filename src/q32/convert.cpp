@@ -12,7 +12,7 @@ namespace {
 
 struct Options : Session
 {
-    std::vector<std::uint32_t> window;
+    std::vector<double> window;
     Appearance appearance;
     bool isShown = false, isScaled = false, mayReplace = false;
     std::string formatName;
@@ -105,12 +105,9 @@ std::function<int()> SetUpConvert(CLI::App& command)
     auto* const scale = command.add_flag("--scale", options->isScaled,
                                          "Spread the values over the full range of 8 or 16 bits");
     auto* const window =
-        command
-            .add_option("--window", options->window,
-                        "Write the gray levels that the window shows at this center and width")
-            ->delimiter(',')
-            ->expected(2)
-            ->type_name("CENTER,WIDTH")
+        AddNumbersOption(command, "--window", 2, "CENTER,WIDTH",
+                         "Write the gray levels that the window shows at this center and width",
+                         options->window)
             ->excludes(scale);
     CLI::Option* const shown[] = {
         window,
@@ -132,7 +129,8 @@ std::function<int()> SetUpConvert(CLI::App& command)
             options->isShown = options->isShown || option->count() > 0;
         }
         if (!options->window.empty()) {
-            options->appearance.window = ScaleRange{options->window[0], options->window[1]};
+            options->appearance.window = ScaleRange{static_cast<std::uint32_t>(options->window[0]),
+                                                    static_cast<std::uint32_t>(options->window[1])};
         }
         return Run(*options);
     };

@@ -11,7 +11,7 @@ std::function<int()> SetUpDiff(CLI::App& command)
     struct Options : Session
     {
         std::string first;
-        std::vector<std::uint32_t> region;
+        std::vector<double> region;
         CLinkedPtr<CImage> image;
     };
     const auto options = std::make_shared<Options>();

@@ -9,7 +9,7 @@ std::function<int()> SetUpHistogram(CLI::App& command)
 {
     struct Options : Session
     {
-        std::vector<std::uint32_t> region;
+        std::vector<double> region;
         std::uint32_t bin = 1;
     };
     const auto options = std::make_shared<Options>();

@@ -10,7 +10,7 @@ namespace {
 
 struct Options : Session
 {
-    std::vector<std::uint32_t> region;
+    std::vector<double> region;
     double pitch = DefaultPixelPitch;
     bool isEdgeWanted = false;
 };

@@ -15,11 +15,9 @@ std::function<int()> SetUpProfile(CLI::App& command)
     };
     const auto options = std::make_shared<Options>();
     options->AddReportOptions(command);
-    command.add_option("--line", options->line, "From pixel (X0, Y0) to (X1, Y1)")
-        ->delimiter(',')
-        ->expected(4)
-        ->required()
-        ->type_name("X0,Y0,X1,Y1");
+    AddNumbersOption(command, "--line", 4, "X0,Y0,X1,Y1", "From pixel (X0, Y0) to (X1, Y1)",
+                     options->line)
+        ->required();
     command.add_option("--width", options->width, "Pixels across the line that are averaged")
         ->check(CLI::Range(1u, 1000u))
         ->type_name("PIXELS");

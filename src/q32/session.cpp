@@ -7,10 +7,11 @@
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
 #include <CLI/Option.hpp>
-#include <cctype>
+#include <charconv>
 #include <chrono>
 #include <iostream>
 #include <new>
+#include <sstream>
 
 namespace {
 
@@ -130,20 +131,43 @@ GrayView RequireView(const CImage& image)
     return *view;
 }
 
-void AddRegionOption(CLI::App& command, std::vector<std::uint32_t>& region)
+CLI::Option* AddNumbersOption(CLI::App& command, const std::string& name, std::size_t count,
+                              const std::string& typeName, const std::string& description,
+                              std::vector<double>& numbers)
 {
-    command.add_option("--region", region, "Look only at this part, from the top left corner")
-        ->delimiter(',')
-        ->expected(4)
-        ->type_name("X,Y,WIDTH,HEIGHT");
+    const auto parse = [&numbers, name, count, typeName](const std::string& text) {
+        numbers.clear();
+        std::istringstream stream(text);
+        for (std::string part; std::getline(stream, part, ',');) {
+            double number = -1;
+            const char* const end = part.data() + part.size();
+            const auto [rest, error] = std::from_chars(part.data(), end, number);
+            if (error != std::errc() || rest != end || !(number >= 0) || number > 1e9) {
+                numbers.clear();
+                break;
+            }
+            numbers.push_back(number);
+        }
+        if (numbers.size() != count || text.back() == ',') {
+            throw CLI::ValidationError(name, "takes " + typeName + ", not " + text);
+        }
+    };
+    return command.add_option_function<std::string>(name, parse, description)->type_name(typeName);
 }
 
-GrayView RegionOf(const GrayView& view, const std::vector<std::uint32_t>& region)
+void AddRegionOption(CLI::App& command, std::vector<double>& region)
+{
+    AddNumbersOption(command, "--region", 4, "X,Y,WIDTH,HEIGHT",
+                     "Look only at this part, from the top left corner", region);
+}
+
+GrayView RegionOf(const GrayView& view, const std::vector<double>& region)
 {
     if (region.empty()) {
         return view;
     }
-    const GrayView part = Crop(view, {region[0], region[1], region[2], region[3]});
+    const auto pixels = [&region](std::size_t i) { return static_cast<std::uint32_t>(region[i]); };
+    const GrayView part = Crop(view, {pixels(0), pixels(1), pixels(2), pixels(3)});
     if (part.IsEmpty() || part.width != region[2] || part.height != region[3]) {
         throw BadFile("the region does not lie in the picture");
     }

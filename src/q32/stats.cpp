@@ -8,7 +8,7 @@ std::function<int()> SetUpStats(CLI::App& command)
 {
     struct Options : Session
     {
-        std::vector<std::uint32_t> region;
+        std::vector<double> region;
     };
     const auto options = std::make_shared<Options>();
     options->AddReportOptions(command);
@@ -19,8 +19,9 @@ std::function<int()> SetUpStats(CLI::App& command)
             const Histogram histogram = CountSamples(part);
             const Statistics statistics = StatisticsOf(histogram);
             const ClippedShares clipped = ClippedSharesOf(histogram, part.MaxValue());
-            const std::uint32_t left = options->region.empty() ? 0 : options->region[0];
-            const std::uint32_t top = options->region.empty() ? 0 : options->region[1];
+            const auto corner = [&](std::size_t i) {
+                return options->region.empty() ? 0 : static_cast<std::uint32_t>(options->region[i]);
+            };
             const PixelPosition lowest = *FindValue(part, statistics.minimum);
             const PixelPosition highest = *FindValue(part, statistics.maximum);
             report.fields = {
@@ -30,11 +31,11 @@ std::function<int()> SetUpStats(CLI::App& command)
                 {"snr", statistics.signalToNoise ? Value(*statistics.signalToNoise) : Value()},
                 {"median", statistics.median},
                 {"min", statistics.minimum},
-                {"min x", left + lowest.x},
-                {"min y", top + lowest.y},
+                {"min x", corner(0) + lowest.x},
+                {"min y", corner(1) + lowest.y},
                 {"max", statistics.maximum},
-                {"max x", left + highest.x},
-                {"max y", top + highest.y},
+                {"max x", corner(0) + highest.x},
+                {"max y", corner(1) + highest.y},
                 {"share at 0", clipped.atZero},
                 {"share at maximum", clipped.atMaximum}};
         });

@@ -32,9 +32,9 @@ ImageSums Sum(std::uint32_t images, double noise, const Planted& planted, bool i
 {
     ImageSums sums;
     for (std::uint32_t seed = 0; seed < images; ++seed) {
-        const auto image = Paint(Width, Height, 12, noise, 100 * isExposed + seed,
-                                 [](auto x, auto y) { return Shading(x, y); });
-        std::mt19937 random(seed);
+        const auto image =
+            Paint(Width, Height, 12, 0, 0, [](auto x, auto y) { return Shading(x, y); });
+        std::mt19937 random(isExposed ? seed + 100 : seed);
         std::normal_distribution<double> normal(0, noise);
         for (std::uint32_t y = 0; y < Height; ++y) {
             for (std::uint32_t x = 0; x < Width; ++x) {
