@@ -14,27 +14,55 @@ constexpr double NoiseFactor = 6;
 constexpr std::uint32_t LongestShortRun = 10; // pixels; a longer one is a line
 constexpr std::uint32_t RunPixelsPerNeighbor = 10;
 
-// The marks of all pixels: bits of DefectRule.
-struct Marks
-{
-    std::uint32_t width, height;
-    std::vector<std::uint8_t> rules;
+constexpr std::uint8_t Taken = 128; // beside a pixel's rules: it belongs to a group already
 
+// The rules that each pixel breaks.
+class Marks
+{
+public:
+    Marks(std::uint32_t columns, std::uint32_t rows)
+        : width(columns), height(rows), m_rules(std::size_t{columns} * rows)
+    {
+    }
+
+    void Mark(std::size_t i, std::uint8_t rule)
+    {
+        if (m_rules[i] == 0) {
+            m_marked.push_back(i);
+        }
+        m_rules[i] |= rule;
+    }
     bool Has(std::int64_t x, std::int64_t y) const
     {
-        return x >= 0 && y >= 0 && x < width && y < height &&
-               rules[static_cast<std::size_t>(y) * width + static_cast<std::size_t>(x)] != 0;
+        return x >= 0 && y >= 0 && x < width && y < height && m_rules[IndexOf(x, y)] != 0;
     }
+    void Take(std::int64_t x, std::int64_t y) { m_rules[IndexOf(x, y)] |= Taken; }
+    bool IsTaken(std::int64_t x, std::int64_t y) const
+    {
+        return (m_rules[IndexOf(x, y)] & Taken) != 0;
+    }
+    // Row by row from the top left.
+    std::vector<DefectivePixel> Pixels() const;
+
+    const std::uint32_t width, height;
+
+private:
+    std::size_t IndexOf(std::int64_t x, std::int64_t y) const
+    {
+        return static_cast<std::size_t>(y) * width + static_cast<std::size_t>(x);
+    }
+
+    std::vector<std::uint8_t> m_rules;
+    std::vector<std::size_t> m_marked;
 };
 
 std::vector<float> ResponseOf(const ImageSums& flats, const ImageSums& darks);
 double ResponseNoise(const ImageSums& flats, const std::vector<float>& response);
 void MarkNoisy(const ImageSums& darks, Marks& marks);
-std::vector<DefectGroup> GroupDefects(const Marks& marks, std::vector<DefectivePixel> pixels);
-void TakeLines(const Marks& marks, bool alongRows, const std::vector<DefectivePixel>& pixels,
-               std::vector<std::uint8_t>& isTaken, std::vector<DefectGroup>& groups);
-DefectGroup TakeCluster(const Marks& marks, std::uint32_t x, std::uint32_t y,
-                        std::vector<std::uint8_t>& isTaken);
+std::vector<DefectGroup> GroupDefects(Marks& marks, const std::vector<DefectivePixel>& pixels);
+void TakeLines(Marks& marks, bool alongRows, const std::vector<DefectivePixel>& pixels,
+               std::vector<DefectGroup>& groups);
+DefectGroup TakeCluster(Marks& marks, std::uint32_t x, std::uint32_t y);
 
 } // namespace
 
@@ -71,45 +99,46 @@ bool AddImage(ImageSums& sums, const GrayView& view, bool withSquares)
 Defects FindDefects(const ImageSums& flats, const ImageSums& darks)
 {
     Defects defects;
-    Marks marks = {flats.width, flats.height, std::vector<std::uint8_t>(flats.sums.size())};
+    Marks marks(flats.width, flats.height);
     const std::vector<float> response = ResponseOf(flats, darks);
     const FloatImage image = {response.data(), flats.width, flats.height};
 
     defects.decidedRules = Dead | UnderResponding | OverResponding;
     VisitOutliers(image, WideWindow, UnderShare, OverShare,
                   [&](std::size_t i, double value, double median) {
-                      marks.rules[i] |=
-                          static_cast<std::uint8_t>(value > OverShare * median   ? OverResponding
-                                                    : value < DeadShare * median ? Dead
-                                                                                 : UnderResponding);
+                      marks.Mark(i, value <= 0 || value < DeadShare * median ? Dead
+                                    : value > OverShare * median             ? OverResponding
+                                                                             : UnderResponding);
                   });
-    for (std::size_t i = 0; i < response.size(); ++i) {
-        if (response[i] <= 0) {
-            marks.rules[i] = Dead;
-        }
-    }
     defects.responseNoise = ResponseNoise(flats, response);
     if (defects.responseNoise <= MostNoiseForNonUniformity) {
         defects.decidedRules |= NonUniformPixel;
         VisitOutliers(image, NarrowWindow, 1 - UniformShare, 1 + UniformShare,
-                      [&](std::size_t i, double, double) { marks.rules[i] |= NonUniformPixel; });
+                      [&](std::size_t i, double, double) { marks.Mark(i, NonUniformPixel); });
     }
     if (darks.images >= DarksForNoise && !darks.squares.empty()) {
         defects.decidedRules |= Noisy;
         MarkNoisy(darks, marks);
     }
 
-    for (std::size_t i = 0; i < marks.rules.size(); ++i) {
-        if (marks.rules[i] != 0) {
-            defects.pixels.push_back({static_cast<std::uint32_t>(i % marks.width),
-                                      static_cast<std::uint32_t>(i / marks.width), marks.rules[i]});
-        }
-    }
+    defects.pixels = marks.Pixels();
     defects.groups = GroupDefects(marks, defects.pixels);
     return defects;
 }
 
 namespace {
+
+std::vector<DefectivePixel> Marks::Pixels() const
+{
+    std::vector<std::size_t> sorted = m_marked;
+    std::ranges::sort(sorted);
+    std::vector<DefectivePixel> pixels;
+    for (const std::size_t i : sorted) {
+        pixels.push_back({static_cast<std::uint32_t>(i % width),
+                          static_cast<std::uint32_t>(i / width), m_rules[i]});
+    }
+    return pixels;
+}
 
 std::vector<float> ResponseOf(const ImageSums& flats, const ImageSums& darks)
 {
@@ -156,23 +185,22 @@ void MarkNoisy(const ImageSums& darks, Marks& marks)
     const double limit = NoiseFactor * MedianOf(sorted);
     for (std::size_t i = 0; i < deviations.size(); ++i) {
         if (deviations[i] > limit) {
-            marks.rules[i] |= Noisy;
+            marks.Mark(i, Noisy);
         }
     }
 }
 
-std::vector<DefectGroup> GroupDefects(const Marks& marks, std::vector<DefectivePixel> pixels)
+std::vector<DefectGroup> GroupDefects(Marks& marks, const std::vector<DefectivePixel>& pixels)
 {
     std::vector<DefectGroup> groups;
-    std::vector<std::uint8_t> isTaken(marks.rules.size());
-    TakeLines(marks, true, pixels, isTaken, groups);
-    const std::vector<DefectivePixel> rowByRow = pixels;
-    std::ranges::sort(pixels, {},
+    TakeLines(marks, true, pixels, groups);
+    std::vector<DefectivePixel> columnByColumn = pixels;
+    std::ranges::sort(columnByColumn, {},
                       [](const DefectivePixel& pixel) { return std::pair(pixel.x, pixel.y); });
-    TakeLines(marks, false, pixels, isTaken, groups);
-    for (const DefectivePixel& pixel : rowByRow) {
-        if (isTaken[std::size_t{pixel.y} * marks.width + pixel.x] == 0) {
-            const DefectGroup cluster = TakeCluster(marks, pixel.x, pixel.y, isTaken);
+    TakeLines(marks, false, columnByColumn, groups);
+    for (const DefectivePixel& pixel : pixels) {
+        if (!marks.IsTaken(pixel.x, pixel.y)) {
+            const DefectGroup cluster = TakeCluster(marks, pixel.x, pixel.y);
             if (cluster.pixels > 1) {
                 groups.push_back(cluster);
             }
@@ -182,8 +210,8 @@ std::vector<DefectGroup> GroupDefects(const Marks& marks, std::vector<DefectiveP
 }
 
 // The pixels are sorted so that runs stand together.
-void TakeLines(const Marks& marks, bool alongRows, const std::vector<DefectivePixel>& pixels,
-               std::vector<std::uint8_t>& isTaken, std::vector<DefectGroup>& groups)
+void TakeLines(Marks& marks, bool alongRows, const std::vector<DefectivePixel>& pixels,
+               std::vector<DefectGroup>& groups)
 {
     const std::int64_t stepX = alongRows ? 1 : 0, stepY = 1 - stepX;
     for (std::size_t i = 0; i < pixels.size();) {
@@ -202,18 +230,17 @@ void TakeLines(const Marks& marks, bool alongRows, const std::vector<DefectivePi
         const DefectivePixel& start = pixels[first];
         groups.push_back({true, {start.x, start.y, alongRows ? run : 1, alongRows ? 1 : run}, run});
         for (std::size_t k = first; k < i; ++k) {
-            isTaken[std::size_t{pixels[k].y} * marks.width + pixels[k].x] = 1;
+            marks.Take(pixels[k].x, pixels[k].y);
         }
     }
 }
 
 // All pixels that hang together with the one at (x, y).
-DefectGroup TakeCluster(const Marks& marks, std::uint32_t x, std::uint32_t y,
-                        std::vector<std::uint8_t>& isTaken)
+DefectGroup TakeCluster(Marks& marks, std::uint32_t x, std::uint32_t y)
 {
     std::uint32_t left = x, right = x, top = y, bottom = y, pixels = 0;
     std::vector<std::pair<std::uint32_t, std::uint32_t>> open = {{x, y}};
-    isTaken[std::size_t{y} * marks.width + x] = 1;
+    marks.Take(x, y);
     while (!open.empty()) {
         const auto [px, py] = open.back();
         open.pop_back();
@@ -224,13 +251,8 @@ DefectGroup TakeCluster(const Marks& marks, std::uint32_t x, std::uint32_t y,
         bottom = std::max(bottom, py);
         for (std::int64_t ny = std::int64_t{py} - 1; ny <= std::int64_t{py} + 1; ++ny) {
             for (std::int64_t nx = std::int64_t{px} - 1; nx <= std::int64_t{px} + 1; ++nx) {
-                if (!marks.Has(nx, ny)) {
-                    continue;
-                }
-                const std::size_t i =
-                    static_cast<std::size_t>(ny) * marks.width + static_cast<std::size_t>(nx);
-                if (isTaken[i] == 0) {
-                    isTaken[i] = 1;
+                if (marks.Has(nx, ny) && !marks.IsTaken(nx, ny)) {
+                    marks.Take(nx, ny);
                     open.emplace_back(static_cast<std::uint32_t>(nx),
                                       static_cast<std::uint32_t>(ny));
                 }

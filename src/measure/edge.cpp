@@ -38,7 +38,7 @@ struct EdgeLine
 
 UprightEdge MakeUpright(const GrayView& view);
 std::optional<EdgeLine> FindEdge(const UprightEdge& picture);
-EdgeLine FitEdge(const UprightEdge& picture, const std::vector<double>& former, double reach);
+EdgeLine FitEdge(const UprightEdge& picture, const std::vector<double>& centers, double reach);
 double HalfWidth(const UprightEdge& picture, const EdgeLine& line);
 bool SampleEdge(const UprightEdge& picture, const EdgeLine& line, double reach,
                 EdgeResponse& response);

@@ -10,7 +10,6 @@ namespace {
 
 // Sliding sums are off by some last bits of their largest value.
 constexpr double RoundingShare = 1e-9;
-constexpr std::uint32_t CellSide = 16; // pixels, above the radius of any window
 
 struct Span
 {
@@ -50,37 +49,44 @@ bool IsOrdinary(const FloatImage& image, Span columns, Span rows, double value, 
     return notAbove > half && notBelow > half;
 }
 
-// The smallest and largest value of each cell of CellSide x CellSide pixels.
+// The smallest and largest value of each cell of side x side pixels. The side is the radius of the
+// window at least.
 struct Cells
 {
-    std::uint32_t columns, rows;
+    std::uint32_t side, columns, rows;
     std::vector<float> smallest, largest;
 
-    explicit Cells(const FloatImage& image);
+    Cells(const FloatImage& image, std::uint32_t cellSide);
     // Whether some pixel of the cell could be an outlier: the values of its window, and so their
     // median, lie between the extremes of the cell and its neighbors.
     bool MayHoldOutliers(std::uint32_t column, std::uint32_t row, double low, double high) const;
+    Span PixelColumns(std::uint32_t first, std::uint32_t end, const FloatImage& image) const
+    {
+        return {first * side, std::min(end * side, image.width)};
+    }
 };
 
-Cells::Cells(const FloatImage& image)
-    : columns((image.width + CellSide - 1) / CellSide),
-      rows((image.height + CellSide - 1) / CellSide),
-      smallest(std::size_t{columns} * rows, std::numeric_limits<float>::infinity()),
-      largest(std::size_t{columns} * rows, -std::numeric_limits<float>::infinity())
+Cells::Cells(const FloatImage& image, std::uint32_t cellSide)
+    : side(cellSide),
+      columns((image.width + side - 1) / side),
+      rows((image.height + side - 1) / side)
 {
-    for (std::uint32_t y = 0; y < image.height; ++y) {
-        const float* const row = image.values + std::size_t{y} * image.width;
-        float* const low = &smallest[std::size_t{y / CellSide} * columns];
-        float* const high = &largest[std::size_t{y / CellSide} * columns];
-        for (std::uint32_t column = 0; column < columns; ++column) {
-            const std::uint32_t end = std::min((column + 1) * CellSide, image.width);
-            float least = low[column], most = high[column];
-            for (std::uint32_t x = column * CellSide; x < end; ++x) {
-                least = row[x] < least ? row[x] : least;
-                most = row[x] > most ? row[x] : most;
+    std::vector<float> least(image.width), most(image.width); // of each pixel column in the cells
+    for (std::uint32_t top = 0; top < image.height; top += side) {
+        const float* row = image.values + std::size_t{top} * image.width;
+        std::copy_n(row, image.width, least.begin());
+        std::copy_n(row, image.width, most.begin());
+        for (std::uint32_t y = top + 1; y < std::min(top + side, image.height); ++y) {
+            row += image.width;
+            for (std::uint32_t x = 0; x < image.width; ++x) {
+                least[x] = row[x] < least[x] ? row[x] : least[x];
+                most[x] = row[x] > most[x] ? row[x] : most[x];
             }
-            low[column] = least;
-            high[column] = most;
+        }
+        for (std::uint32_t column = 0; column < columns; ++column) {
+            const auto [first, end] = PixelColumns(column, column + 1, image);
+            smallest.push_back(*std::min_element(&least[first], least.data() + end));
+            largest.push_back(*std::max_element(&most[first], most.data() + end));
         }
     }
 }
@@ -95,7 +101,7 @@ bool Cells::MayHoldOutliers(std::uint32_t column, std::uint32_t row, double low,
             most = std::max(most, largest[std::size_t{y} * columns + x]);
         }
     }
-    return least < low * most || most > high * least;
+    return !(least > 0) || least < low * most || most > high * least;
 }
 
 // Sums of each column over the rows of the window, moved down row by row.
@@ -173,15 +179,15 @@ void VisitOutliersIn(const FloatImage& image, Span columns, Span rows, const Lim
                 std::sqrt(std::max(0.0, meanSquare - mean * mean) + RoundingShare * meanSquare);
             const std::size_t i = std::size_t{y} * image.width + x;
             const double value = image.values[i];
-            if (value >= limits.low * (mean + deviation) &&
+            if (value > 0 && value >= limits.low * (mean + deviation) &&
                 value <= limits.high * (mean - deviation)) {
                 continue;
             }
-            if (IsOrdinary(image, wide, tall, value, limits.low, limits.high)) {
+            if (value > 0 && IsOrdinary(image, wide, tall, value, limits.low, limits.high)) {
                 continue;
             }
             const double median = MedianAround(image, wide, tall, values);
-            if (value < limits.low * median || value > limits.high * median) {
+            if (value <= 0 || value < limits.low * median || value > limits.high * median) {
                 visit(i, value, median);
             }
         }
@@ -203,17 +209,17 @@ double MedianOf(std::vector<float>& values)
 void VisitOutliers(const FloatImage& image, std::uint32_t window, double low, double high,
                    const OutlierVisit& visit)
 {
-    const Cells cells(image);
+    const Cells cells(image, window / 2 + 2);
     for (std::uint32_t row = 0; row < cells.rows; ++row) {
-        const Span rows = {row * CellSide, std::min((row + 1) * CellSide, image.height)};
+        const Span rows = {row * cells.side, std::min((row + 1) * cells.side, image.height)};
         for (std::uint32_t column = 0; column < cells.columns; ++column) {
             const std::uint32_t first = column;
             while (column < cells.columns && cells.MayHoldOutliers(column, row, low, high)) {
                 ++column;
             }
             if (column > first) {
-                const Span columns = {first * CellSide, std::min(column * CellSide, image.width)};
-                VisitOutliersIn(image, columns, rows, {window / 2, low, high}, visit);
+                VisitOutliersIn(image, cells.PixelColumns(first, column, image), rows,
+                                {window / 2, low, high}, visit);
             }
         }
     }

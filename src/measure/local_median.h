@@ -19,8 +19,8 @@ double MedianOf(std::vector<float>& values);
 
 using OutlierVisit = std::function<void(std::size_t index, double value, double median)>;
 
-// Calls visit for each pixel whose value is below low times or above high times the median of the
-// square around it, `window` pixels wide (odd, at most 31) and cut at the image's edges.
+// Calls visit for each pixel whose value is not above 0, or below low times or above high times the
+// median of the square around it, `window` pixels wide (odd) and cut at the image's edges.
 // 0 <= low < 1 < high. Exact: the median itself is only formed where the extremes of a larger area,
 // and then mean and deviation of the square, leave the question open; no median is further from
 // the mean than one standard deviation. In no particular order.
