@@ -3,7 +3,7 @@
 #include "measure/gray_view.h"
 #include "q32/bad_file.h"
 #include "q32/picture_format.h"
-#include "storage/q32_file.h"
+#include "storage/file_stream.h"
 
 #include <bit>
 #include <cctype>

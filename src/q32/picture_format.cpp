@@ -5,6 +5,7 @@
 #include "q32/bad_file.h"
 #include "q32/q32_findings.h"
 #include "q32/system.h"
+#include "storage/file_stream.h"
 #include "storage/q32_file.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 // PNG files by libpng: gray, the depth in the chunk sBIT, the header text as comment.
 #include "q32/bad_file.h"
 #include "q32/picture_format.h"
-#include "storage/q32_file.h"
+#include "storage/file_stream.h"
 
 #include <bit>
 #include <png.h>

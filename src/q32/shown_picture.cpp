@@ -1,6 +1,7 @@
 // Renders through the window's range, table and resampler.
 #include "q32/shown_picture.h"
 
+#include "display/resample.h"
 #include "q32/picture_format.h"
 
 #include <cstring>

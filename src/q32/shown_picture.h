@@ -1,7 +1,7 @@
 // A picture in gray levels as the main window shows it, by the window's own functions.
 #pragma once
 
-#include "display/mapping.h"
+#include "display/lut.h"
 
 #include <optional>
 
