@@ -1,0 +1,137 @@
+// PNG files by libpng: gray, the depth in the chunk sBIT, the header text as comment.
+#include "q32/bad_file.h"
+#include "q32/picture_format.h"
+#include "storage/file_stream.h"
+
+#include <bit>
+#include <png.h>
+#include <string>
+
+namespace {
+
+[[noreturn]] void Fail(png_structp, const char* reason)
+{
+    throw BadFile(reason);
+}
+
+void Ignore(png_structp, const char*) {}
+
+constexpr char CommentKey[] = "Comment";
+
+// libpng's records of a file that is read or written.
+class PngRecords
+{
+public:
+    explicit PngRecords(bool isWriter) : m_isWriter(isWriter)
+    {
+        png = isWriter ? png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, Fail, Ignore)
+                       : png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, Fail, Ignore);
+        info = png == nullptr ? nullptr : png_create_info_struct(png);
+        if (info == nullptr) {
+            throw std::bad_alloc();
+        }
+    }
+    ~PngRecords()
+    {
+        if (m_isWriter) {
+            png_destroy_write_struct(&png, &info);
+        } else {
+            png_destroy_read_struct(&png, &info, nullptr);
+        }
+    }
+    PngRecords(const PngRecords&) = delete;
+    PngRecords& operator=(const PngRecords&) = delete;
+
+    png_structp png = nullptr;
+    png_infop info = nullptr;
+
+private:
+    bool m_isWriter;
+};
+
+void ReadComment(const PngRecords& records, CImage& picture)
+{
+    png_textp texts = nullptr;
+    const int count = png_get_text(records.png, records.info, &texts, nullptr);
+    for (int i = 0; i < count; ++i) {
+        if (std::string(texts[i].key) == CommentKey) {
+            picture.m_headerText = texts[i].text;
+        }
+    }
+}
+
+} // namespace
+
+CLinkedPtr<CImage> ReadPng(const char* path)
+{
+    CFileHolder file;
+    std::FILE* const stream = file.Open(path, "rb");
+    if (stream == nullptr) {
+        throw BadFile("cannot be read");
+    }
+    const PngRecords records(false);
+    png_structp const png = records.png;
+    png_init_io(png, stream);
+    png_read_info(png, records.info);
+    if (png_get_color_type(png, records.info) != PNG_COLOR_TYPE_GRAY) {
+        throw BadFile("is not a gray picture");
+    }
+    std::uint32_t bits = png_get_bit_depth(png, records.info);
+    png_color_8p significant = nullptr;
+    if (png_get_sBIT(png, records.info, &significant) != 0 && bits == 16 && significant->gray > 8) {
+        bits = significant->gray;
+    }
+    CLinkedPtr<CImage> picture = NewPicture(png_get_image_width(png, records.info),
+                                            png_get_image_height(png, records.info), bits);
+    png_set_packing(png);
+    if constexpr (std::endian::native == std::endian::little) {
+        png_set_swap(png);
+    }
+    const int passes = png_set_interlace_handling(png);
+    png_read_update_info(png, records.info);
+    for (int pass = 0; pass < passes; ++pass) {
+        for (std::uint32_t y = 0; y < picture->m_height; ++y) {
+            png_read_row(png, RowFromTop(*picture, y), nullptr);
+        }
+    }
+    png_read_end(png, records.info);
+    ReadComment(records, *picture);
+    return picture;
+}
+
+void WritePng(const char* path, const CImage& picture)
+{
+    CFileHolder file;
+    std::FILE* const stream = file.Open(path, "wb");
+    if (stream == nullptr) {
+        throw BadFile("cannot be written");
+    }
+    const PngRecords records(true);
+    png_structp const png = records.png;
+    png_init_io(png, stream);
+    png_set_IHDR(png, records.info, picture.m_width, picture.m_height,
+                 static_cast<int>(8 * picture.m_pixelBytes), PNG_COLOR_TYPE_GRAY,
+                 PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+    png_color_8 significant = {};
+    significant.gray = static_cast<png_byte>(BitsInUse(picture));
+    png_set_sBIT(png, records.info, &significant);
+    if (!picture.m_headerText.empty()) {
+        std::string key = CommentKey, value = picture.m_headerText.c_str();
+        png_text text = {};
+        text.compression = PNG_TEXT_COMPRESSION_NONE;
+        text.key = key.data();
+        text.text = value.data();
+        png_set_text(png, records.info, &text, 1);
+    }
+    png_write_info(png, records.info);
+    if constexpr (std::endian::native == std::endian::little) {
+        png_set_swap(png);
+    }
+    for (std::uint32_t y = 0; y < picture.m_height; ++y) {
+        png_write_row(png, RowFromTop(picture, y));
+    }
+    png_write_end(png, records.info);
+    if (std::ferror(stream) != 0 || !file.Close()) {
+        throw BadFile("cannot be written");
+    }
+}
