@@ -266,7 +266,8 @@ TEST_F(ImageSaving, MissingMemoryIsAFailureOfTheKnownKinds)
 
 } // namespace
 
-void* operator new(std::size_t size)
+// Not inlined: the compiler would see free for what it takes for a block of its own operator new.
+[[gnu::noinline]] void* operator new(std::size_t size)
 {
     void* const block = allocationsLeft == 0 ? nullptr : std::malloc(size);
     if (block == nullptr) {
@@ -276,12 +277,12 @@ void* operator new(std::size_t size)
     return block;
 }
 
-void operator delete(void* block) noexcept
+[[gnu::noinline]] void operator delete(void* block) noexcept
 {
     std::free(block);
 }
 
-void operator delete(void* block, std::size_t) noexcept
+[[gnu::noinline]] void operator delete(void* block, std::size_t) noexcept
 {
     std::free(block);
 }
