@@ -7,13 +7,20 @@
 #include "storage/paths.h"
 #include "storage/q32_file.h"
 
+#include <cstdlib>
 #include <filesystem>
+
+namespace {
+
+std::string FolderToOpenFrom(const std::string& last);
+
+} // namespace
 
 void CTarnTestDlg::OnOpen()
 {
     CFileDialog fileDialog(TRUE, "*.q32", nullptr, OFN_FILEMUSTEXIST, "Q32 files (*.q32)|*.q32||",
                            this);
-    fileDialog.SetInitialFolder(m_openFolder);
+    fileDialog.SetInitialFolder(FolderToOpenFrom(m_openFolder));
     if (fileDialog.DoModal() != IDOK) {
         return;
     }
@@ -56,3 +63,24 @@ bool CTarnTestDlg::AutoSaveImage(CLinkedPtr<CImage> image, std::uint32_t series,
     SaveNewImage(folder, path, *image);
     return true;
 }
+
+namespace {
+
+// Where the last file was opened; the first time with the saved images, when there are any, else in
+// the working folder. Never in the root, where a desktop starts programs, but at home.
+std::string FolderToOpenFrom(const std::string& last)
+{
+    namespace fs = std::filesystem;
+    std::error_code error;
+    const char* const home = std::getenv("HOME");
+    for (const fs::path& folder :
+         {fs::path(last), fs::path(AutoSaveFolder(ProgramFolder(nullptr))), fs::current_path(error),
+          fs::path(home != nullptr ? home : "")}) {
+        if (fs::is_directory(folder, error) && folder != folder.root_path()) {
+            return folder.string();
+        }
+    }
+    return "";
+}
+
+} // namespace

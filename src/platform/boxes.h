@@ -29,11 +29,13 @@ inline constexpr DWORD OFN_FILEMUSTEXIST = 0x1000;
 class CFileDialog
 {
 public:
-    // open: TRUE (the only use here); filter: "label|pattern||"; fileName may be null.
+    // open: TRUE (the only use here); filter: "label|pattern||"; fileName may be null. A typed name
+    // that is no file is looked for with the default extension ("*.q32"), in small and in capital
+    // letters.
     CFileDialog(BOOL open, const char* defaultExtension, const char* fileName, DWORD flags,
                 const char* filter, CWnd* parent);
 
-    // The folder shown first; the native one when empty.
+    // The folder shown first; the working folder when empty.
     void SetInitialFolder(const std::string& folder) { m_folder = folder; }
     int DoModal();                                            // IDOK or IDCANCEL
     const std::string& GetPathName() const { return m_path; } // after IDOK: the full path

@@ -8,9 +8,12 @@
 
 #include <QAbstractItemView>
 #include <QApplication>
+#include <QDir>
 #include <QFile>
 #include <QFileDialog>
+#include <QFileInfo>
 #include <QGridLayout>
+#include <QLineEdit>
 #include <QMessageBox>
 #include <QPlainTextEdit>
 #include <QPointer>
@@ -23,6 +26,47 @@ namespace {
 constexpr int WidestLabel = 460;         // pixels; a wider word would not fit the box
 constexpr qsizetype LongestLabel = 2000; // characters
 constexpr qsizetype LongestLine = 2000;  // characters of a line that is laid out as one
+
+// Opens the file whose name stands in its field. The toolkit's own way from the name to the file
+// adds its default suffix to existing files, too, and mistakes files of the same name.
+class OpenFileWindow : public QFileDialog
+{
+public:
+    OpenFileWindow(QWidget* owner, const QString& extension)
+        : QFileDialog(owner), m_extension(extension.section('.', -1))
+    {
+    }
+
+    void accept() override
+    {
+        const QString file = NamedFile();
+        if (file.isEmpty()) { // a folder to go to, or a name to be told that it is wrong
+            QFileDialog::accept();
+            return;
+        }
+        emit fileSelected(file);
+        QDialog::accept();
+    }
+
+private:
+    QString NamedFile() const
+    {
+        const auto* const field = findChild<QLineEdit*>("fileNameEdit");
+        const QString name = field != nullptr ? field->text() : QString();
+        if (name.isEmpty()) {
+            return {};
+        }
+        for (const QString& suffix : {QString(), '.' + m_extension, '.' + m_extension.toUpper()}) {
+            const QFileInfo file(directory(), name + suffix);
+            if (file.isFile()) {
+                return file.absoluteFilePath();
+            }
+        }
+        return {};
+    }
+
+    const QString m_extension;
+};
 
 int AnswerOnLeaving(UINT style);
 QMessageBox::StandardButtons ButtonsOf(UINT style);
@@ -84,17 +128,15 @@ int CFileDialog::DoModal()
         return IDCANCEL;
     }
     const HWND owner = m_parent != nullptr ? m_parent->GetSafeHwnd() : nullptr;
-    auto* const window = new QFileDialog(OwnerOf(owner));
+    auto* const window = new OpenFileWindow(OwnerOf(owner), FromBytes(m_defaultExtension));
     // The native dialog of a desktop could not be closed when the program is asked to end.
     window->setOption(QFileDialog::DontUseNativeDialog);
     window->setAcceptMode(QFileDialog::AcceptOpen);
     window->setFileMode((m_flags & OFN_FILEMUSTEXIST) != 0 ? QFileDialog::ExistingFile
                                                            : QFileDialog::AnyFile);
     window->setNameFilter(NameFilter(m_filter));
-    window->setDefaultSuffix(FromBytes(m_defaultExtension));
-    if (!m_folder.empty()) {
-        window->setDirectory(QFile::decodeName(m_folder.c_str()));
-    }
+    window->setDirectory(m_folder.empty() ? QDir::currentPath()
+                                          : QFile::decodeName(m_folder.c_str()));
     if (!m_fileName.empty()) {
         window->selectFile(QFile::decodeName(m_fileName.c_str()));
     }

@@ -12,6 +12,7 @@
 #include <QElapsedTimer>
 #include <QFileDialog>
 #include <QKeyEvent>
+#include <QLineEdit>
 #include <QMessageBox>
 #include <QMimeData>
 #include <QPlainTextEdit>
@@ -239,8 +240,12 @@ void Operator::Desk::Choose(QFileDialog& dialog)
     if (path.empty()) {
         return dialog.reject();
     }
-    dialog.selectFile(QString::fromStdString(path));
+    dialog.findChild<QLineEdit*>("fileNameEdit")->setText(QString::fromStdString(path));
     QMetaObject::invokeMethod(&dialog, "accept");
+    if (open != nullptr && open->isVisible()) {
+        ADD_FAILURE() << "The open-file dialog does not open " << path;
+        open->reject();
+    }
 }
 
 void Operator::Desk::Work(DialogWindow& dialog)

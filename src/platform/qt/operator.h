@@ -55,7 +55,7 @@ public:
 
     // Runs the script in the loop of the next dialog with this title, as Run does.
     void WhenDialog(std::string title, std::function<void()> script);
-    // The next open-file dialog chooses this file; it is canceled when the path is empty.
+    // Into the next open-file dialog this name or path is typed; an empty one cancels it.
     void WhenFileDialog(std::string path, std::function<void()> meanwhile = {});
 
     // Serves messages until the condition holds; false when it did not within the time.
