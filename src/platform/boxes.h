@@ -1,5 +1,6 @@
 // Message boxes, the open-file dialog and the wait cursor. All boxes serve timers and posted
-// messages while they are open.
+// messages while they are open. Only the topmost of all boxes and dialogs takes input, and it has
+// the keyboard; further boxes stand lower and to the right of the one below.
 #pragma once
 
 #include "platform/controls.h"
@@ -18,10 +19,12 @@ inline constexpr UINT MB_TOPMOST = 0x40000;
 
 // Shows the text, never as markup, and returns the answer: IDOK, IDCANCEL, IDYES or IDNO. Escape
 // and the close button answer IDCANCEL, or IDNO of a Yes/No box, or IDOK of an OK box. A text too
-// long for the screen scrolls. owner may be null.
+// long for the screen scrolls. The box stands over whatever is topmost; owner may be null. For its
+// first 300 ms a question, which has several buttons, ignores what may have been typed into the
+// field below: Enter, Space and letters.
 int MessageBoxA(HWND owner, const char* text, const char* caption, UINT style);
 
-// The same with the active window as owner and the application's name as caption.
+// The same with the application's name as caption.
 int AfxMessageBox(const char* text, UINT style = MB_OK);
 
 inline constexpr DWORD OFN_FILEMUSTEXIST = 0x1000;

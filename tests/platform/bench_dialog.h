@@ -25,6 +25,8 @@ enum BenchId
     Nested
 };
 
+inline constexpr int IDABORT = 3; // how the bench answers the wish for its end
+
 inline constexpr ControlTemplate BenchControls[] = {
     {IDOK, ControlKind::DefaultButton, "E&xit", {4, 4, 40, 14}},
     {Go, ControlKind::PushButton, "&Go", {50, 4, 40, 14}},
@@ -112,6 +114,11 @@ private:
         }
         return 7;
     }
+    LRESULT OnEndSession(WPARAM, LPARAM)
+    {
+        EndDialog(IDABORT);
+        return TRUE;
+    }
     LRESULT OnDrop(WPARAM, LPARAM path)
     {
         m_dropped = reinterpret_cast<const char*>(path);
@@ -135,6 +142,7 @@ private:
             on::Notify<&Self::OnDraw>(NM_CUSTOMDRAW, Track),
             on::Message<&Self::OnMessage>(WM_USER),
             on::Message<&Self::OnDrop>(WM_DROPFILES),
+            on::Message<&Self::OnEndSession>(WM_QUERYENDSESSION),
         };
         return Table;
     }

@@ -145,7 +145,7 @@ TEST(Dialog, EveryWayToPressAButtonIsOneClick)
     constexpr Way Ways[] = {
         [](Operator& op, int id, char) { op.Click(id); },
         [](Operator& op, int id, char) { op.Press(id, Key::Space); },
-        [](Operator& op, int, char mnemonic) { op.PressMnemonic(mnemonic); },
+        [](Operator& op, int, char mnemonic) { op.PressLetter(mnemonic, true); },
         [](Operator& op, int id, char) { op.Invoke(id); },
     };
     Operator op;
@@ -306,6 +306,60 @@ TEST(Box, ShowsAnyTextAndAnswersAsAsked)
     });
 }
 
+TEST(Box, OnlyTheTopmostTakesAnAnswer)
+{
+    Operator op;
+    BenchDialog dialog;
+    op.Run(dialog, [&] {
+        op.WhenBox("Older", IDYES, [&] {
+            op.WhenBox("Newer", IDYES, [&] {
+                EXPECT_TRUE(op.Wait([&] { return op.ActiveTitle() == "Newer"; }, 500));
+                EXPECT_TRUE(op.TryToAnswer("Older", IDNO));
+                op.CloseWindow();
+                op.Invoke(Go);
+                EXPECT_TRUE(op.IsBoxOpen("Older") && op.IsBoxOpen("Newer"));
+            });
+            EXPECT_EQ(MessageBoxA(dialog.GetSafeHwnd(), "Newer", "Newer", MB_YESNO), IDYES);
+            EXPECT_TRUE(op.Wait([&] { return op.ActiveTitle() == "Older"; }, 500));
+        });
+        dialog.m_go = [] { ADD_FAILURE() << "pressed behind a box"; };
+        EXPECT_EQ(MessageBoxA(dialog.GetSafeHwnd(), "Older", "Older", MB_YESNO), IDYES);
+        EXPECT_TRUE(op.Wait([&] { return op.ActiveTitle() == "Bench"; }, 500));
+        const auto& boxes = op.Boxes();
+        EXPECT_GE(boxes[1].left - boxes[0].left, 15);
+        EXPECT_EQ(boxes[1].left - boxes[0].left, boxes[1].top - boxes[0].top);
+    });
+}
+
+// The words are those of a text that was typed when the question came.
+TEST(Box, AQuestionIsNotAnsweredByWhatWasTypedBefore)
+{
+    Operator op;
+    BenchDialog dialog;
+    op.Run(dialog, [&] {
+        op.WhenBox("Sure?", IDNO, [&] {
+            for (const Key key : {Key::Enter, Key::Space}) {
+                op.Press(key);
+            }
+            op.PressLetter('y');
+            op.Serve(200);
+            EXPECT_TRUE(op.IsBoxOpen("Sure?"));
+        });
+        EXPECT_EQ(MessageBoxA(dialog.GetSafeHwnd(), "Sure?", "", MB_YESNO), IDNO);
+        for (const Key key : {Key::Enter, Key::Space}) {
+            op.WhenBox("Sure?", IDNO, [&] {
+                op.Serve(350);
+                op.Press(key);
+            });
+            EXPECT_EQ(MessageBoxA(dialog.GetSafeHwnd(), "Sure?", "", MB_OKCANCEL), IDOK);
+        }
+        op.WhenBox("Told", 0, [&] { op.Press(Key::Enter); });
+        MessageBoxA(dialog.GetSafeHwnd(), "Told", "", MB_OK);
+        op.WhenBox("Sure?", IDYES, [&] { op.PressEscape(); });
+        EXPECT_EQ(MessageBoxA(dialog.GetSafeHwnd(), "Sure?", "", MB_YESNO), IDNO);
+    });
+}
+
 TEST(Program, EndsInOrderWhenASignalAsksForIt)
 {
     Operator op;
@@ -323,12 +377,7 @@ TEST(Program, EndsInOrderWhenASignalAsksForIt)
         });
         dialog.Send(WM_COMMAND, Nested);
     };
-    EXPECT_EQ(op.Run(dialog,
-                     [&] {
-                         op.Click(Go);
-                         EXPECT_TRUE(op.Wait([&] { return !dialog.IsWindowVisible(); }, 200));
-                     }),
-              IDCANCEL);
+    EXPECT_EQ(op.Run(dialog, [&] { op.Click(Go); }), IDABORT);
     EXPECT_FALSE(IsSessionEnding()) << "the next run is a new one";
     EXPECT_EQ(answer, 2 * IDNO);
     EXPECT_EQ(op.Boxes().size(), 1u);

@@ -27,7 +27,6 @@ struct Window
     bool iconic = false;
     bool invalid = false;  // waits to be painted
     bool rejected = false; // the operator was told that the text cannot be taken
-    int blockers = 0;      // boxes and dialogs open over it
     int checked = 0;
     int minimum = 0;
     int maximum = 100;
@@ -65,8 +64,8 @@ struct MessageQueue
 class ModalLoop
 {
 public:
-    // Disables the owner and takes the focus while the loop stands. dialog: null for a box.
-    explicit ModalLoop(HWND owner, CDialog* dialog = nullptr);
+    // Takes the focus while the loop stands. dialog: null for a box.
+    explicit ModalLoop(CDialog* dialog = nullptr);
     ~ModalLoop();
     ModalLoop(const ModalLoop&) = delete;
     ModalLoop& operator=(const ModalLoop&) = delete;
@@ -77,7 +76,6 @@ public:
     CDialog* Dialog() const { return m_dialog; }
 
 private:
-    HWND m_owner;
     HWND m_formerFocus;
     CDialog* m_dialog;
     bool m_over = false;

@@ -62,7 +62,7 @@ bool WaitForPost(std::chrono::milliseconds limit);
 // no box opens from now on.
 void EndSession();
 
-// Open and not on its way to its end, and whether it takes input.
+// Open and not on its way to its end; takes input: nothing stands over it.
 bool IsOpen(const CDialog& dialog);
 bool TakesInput(const CDialog& dialog);
 CDialog* TopDialog(); // the one opened last, null when there is none

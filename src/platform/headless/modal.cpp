@@ -21,12 +21,8 @@ bool OffersAnswer(UINT style, int answer);
 
 namespace headless {
 
-ModalLoop::ModalLoop(HWND owner, CDialog* dialog)
-    : m_owner(owner), m_formerFocus(desktop.focus), m_dialog(dialog)
+ModalLoop::ModalLoop(CDialog* dialog) : m_formerFocus(desktop.focus), m_dialog(dialog)
 {
-    if (Window* const window = Find(owner)) {
-        ++window->blockers;
-    }
     MoveFocus(nullptr);
     desktop.loops.push_back(this);
 }
@@ -34,9 +30,6 @@ ModalLoop::ModalLoop(HWND owner, CDialog* dialog)
 ModalLoop::~ModalLoop()
 {
     std::erase(desktop.loops, this);
-    if (Window* const window = Find(m_owner)) {
-        --window->blockers;
-    }
     desktop.focus = Find(m_formerFocus) != nullptr ? m_formerFocus : nullptr;
     if (desktop.loops.empty()) {
         desktop.sessionEnded = false;
@@ -99,7 +92,7 @@ int CDialog::DoModal()
         ~OwnWindows() { DestroyWindows(std::exchange(window, nullptr)); }
     };
     m_result = IDCANCEL;
-    ModalLoop loop(m_parent != nullptr ? m_parent->GetSafeHwnd() : nullptr, this);
+    ModalLoop loop(this);
     const OwnWindows windows{m_hWnd = CreateWindows(*this)};
 
     OnInitDialog();
@@ -162,7 +155,7 @@ int MessageBoxA(HWND owner, const char* text, const char* caption, UINT style)
         return escape;
     }
     ++desktop.boxesShown;
-    const ModalLoop loop(owner);
+    const ModalLoop loop;
     const auto atTheScreen = desktop.atTheScreen;
     const int answer =
         atTheScreen->answerBox ? atTheScreen->answerBox({owner, text, caption, style}) : escape;
@@ -192,7 +185,7 @@ int CFileDialog::DoModal()
     if (IsSessionEnding()) {
         return IDCANCEL;
     }
-    const ModalLoop loop(m_parent != nullptr ? m_parent->GetSafeHwnd() : nullptr);
+    const ModalLoop loop;
     const auto atTheScreen = desktop.atTheScreen;
     m_path = atTheScreen->chooseFile ? atTheScreen->chooseFile() : "";
     return loop.IsOver() || m_path.empty() ? IDCANCEL : IDOK;

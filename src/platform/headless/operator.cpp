@@ -63,7 +63,7 @@ bool IsOpen(const CDialog& dialog)
 
 bool TakesInput(const CDialog& dialog)
 {
-    return IsOpen(dialog) && (dialog.IsWindowEnabled() != 0);
+    return IsOpen(dialog) && desktop.loops.back()->Dialog() == &dialog;
 }
 
 CDialog* TopDialog()

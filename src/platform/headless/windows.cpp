@@ -59,7 +59,7 @@ void CWnd::EnableWindow(BOOL enable)
 BOOL CWnd::IsWindowEnabled() const
 {
     const Window* const window = Find(m_hWnd);
-    return window != nullptr && window->enabled && window->blockers == 0 ? TRUE : FALSE;
+    return window != nullptr && window->enabled ? TRUE : FALSE;
 }
 
 void CWnd::ShowWindow(int command)

@@ -8,17 +8,11 @@
 namespace {
 
 std::array<int, 2> pipeEnds = {-1, -1};
-volatile std::sig_atomic_t asked = 0;
 
 // Calls only what a signal's handler may call, and leaves errno to the code that it interrupts.
-void OnSignal(int signal)
+void OnSignal(int)
 {
     const int error = errno;
-    if (asked != 0) {
-        std::signal(signal, SIG_DFL);
-        std::raise(signal); // takes effect when this handler returns
-    }
-    asked = 1;
     const char byte = 0;
     [[maybe_unused]] const ssize_t written = write(pipeEnds[1], &byte, 1);
     errno = error;
@@ -31,14 +25,16 @@ EndSignals::EndSignals()
     if (pipe2(pipeEnds.data(), O_CLOEXEC | O_NONBLOCK) != 0) {
         return;
     }
-    asked = 0;
     struct sigaction action
     {
     };
     action.sa_handler = OnSignal;
-    action.sa_flags = SA_RESTART;
+    action.sa_flags = SA_RESTART | static_cast<int>(SA_RESETHAND);
     for (std::size_t i = 0; i < Signals.size(); ++i) {
-        sigaction(Signals[i], &action, &m_former[i]);
+        sigaction(Signals[i], nullptr, &m_former[i]);
+        if (m_former[i].sa_handler != SIG_IGN) {
+            sigaction(Signals[i], &action, nullptr);
+        }
     }
 }
 

@@ -5,8 +5,9 @@
 #include <csignal>
 
 // While it lives, SIGTERM, SIGINT and SIGHUP make a descriptor readable instead of ending the
-// process. A second one ends it at once, with the status of the signal: a call into a library that
-// never returns cannot be waited for. One at a time.
+// process. A second one of the same kind ends it at once, with the status of the signal: a call
+// into a library that never returns cannot be waited for. One of another kind only asks again, as
+// the end of a session sends SIGTERM and SIGHUP together. One object at a time.
 class EndSignals
 {
 public:

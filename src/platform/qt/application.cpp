@@ -35,9 +35,8 @@ int CWinApp::Run(int argc, char** argv)
     SetUpToolkit();
     QApplication::setApplicationDisplayName({});
     EndSignals endSignals;
-    const auto notifier =
-        std::make_unique<QSocketNotifier>(endSignals.Descriptor(), QSocketNotifier::Read);
-    QObject::connect(notifier.get(), &QSocketNotifier::activated, [&endSignals] {
+    const QSocketNotifier endAsked(endSignals.Descriptor(), QSocketNotifier::Read);
+    QObject::connect(&endAsked, &QSocketNotifier::activated, [&endSignals] {
         endSignals.Clear();
         ModalLoop::AskToEnd();
     });
@@ -76,7 +75,7 @@ void SetUpToolkit()
     font.setStyleHint(QFont::SansSerif);
     font.setPixelSize(FontPixels);
     QApplication::setFont(font);
-    InstallButtonAccess();
+    UnifyPresses();
 }
 
 } // namespace

@@ -2,17 +2,20 @@
 #include "platform/boxes.h"
 
 #include "platform/dialog.h"
-#include "platform/qt/dialog_window.h"
+#include "platform/qt/button_controls.h"
+#include "platform/qt/modal_loop.h"
 #include "platform/qt/text.h"
-#include "platform/qt/window_table.h"
 
+#include <QAbstractButton>
 #include <QAbstractItemView>
 #include <QApplication>
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QGridLayout>
+#include <QKeyEvent>
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPlainTextEdit>
@@ -22,6 +25,10 @@
 #include <algorithm>
 
 namespace {
+
+// What is pressed earlier than so many milliseconds after a question got the keyboard was meant for
+// the field that had it before.
+constexpr int DeafTime = 300;
 
 constexpr int WidestLabel = 460;         // pixels; a wider word would not fit the box
 constexpr qsizetype LongestLabel = 2000; // characters
@@ -68,31 +75,41 @@ private:
     const QString m_extension;
 };
 
+class BoxWindow : public QMessageBox
+{
+public:
+    BoxWindow(const char* text, const char* caption, UINT style);
+
+protected:
+    bool eventFilter(QObject* target, QEvent* event) override;
+
+private:
+    bool TakesKey(const QKeyEvent& key);
+    bool IsTooEarly(const QKeyEvent& key) const;
+
+    QElapsedTimer m_active; // since the window first got the keyboard
+};
+
 int AnswerOnLeaving(UINT style);
 QMessageBox::StandardButtons ButtonsOf(UINT style);
 QMessageBox::Icon IconOf(UINT style);
-QWidget* OwnerOf(HWND owner);
 void SetText(QMessageBox& box, const QString& text);
 bool FitsLabel(const QMessageBox& box, const QString& text);
 QString WithShortLines(const QString& text);
-void Serve(QDialog& window, HWND owner, int& result);
+void Serve(QDialog& window, int& result);
 QString NameFilter(const std::string& filter);
 
 } // namespace
 
-int MessageBoxA(HWND owner, const char* text, const char* caption, UINT style)
+int MessageBoxA(HWND, const char* text, const char* caption, UINT style)
 {
     if (IsSessionEnding()) {
         return AnswerOnLeaving(style);
     }
-    auto* const box =
-        new QMessageBox(IconOf(style), ShownTitle(caption), {}, ButtonsOf(style), OwnerOf(owner));
-    box->setWindowFlag(Qt::WindowStaysOnTopHint, (style & MB_TOPMOST) != 0);
-    box->setDefaultButton((style & MB_YESNO) != 0 ? QMessageBox::Yes : QMessageBox::Ok);
-    SetText(*box, ShownText(text));
+    auto* const box = new BoxWindow(text, caption, style);
 
     int pressed = QMessageBox::NoButton;
-    Serve(*box, owner, pressed);
+    Serve(*box, pressed);
     switch (pressed) {
     case QMessageBox::Ok:
         return IDOK;
@@ -107,9 +124,8 @@ int MessageBoxA(HWND owner, const char* text, const char* caption, UINT style)
 
 int AfxMessageBox(const char* text, UINT style)
 {
-    const DialogWindow* const active = dynamic_cast<DialogWindow*>(QApplication::activeWindow());
-    return MessageBoxA(active != nullptr ? active->Handle() : nullptr, text,
-                       AfxGetApp() != nullptr ? AfxGetApp()->Name().c_str() : "", style);
+    return MessageBoxA(nullptr, text, AfxGetApp() != nullptr ? AfxGetApp()->Name().c_str() : "",
+                       style);
 }
 
 CFileDialog::CFileDialog(BOOL, const char* defaultExtension, const char* fileName, DWORD flags,
@@ -127,8 +143,7 @@ int CFileDialog::DoModal()
     if (IsSessionEnding()) {
         return IDCANCEL;
     }
-    const HWND owner = m_parent != nullptr ? m_parent->GetSafeHwnd() : nullptr;
-    auto* const window = new OpenFileWindow(OwnerOf(owner), FromBytes(m_defaultExtension));
+    auto* const window = new OpenFileWindow(ModalLoop::NextOwner(), FromBytes(m_defaultExtension));
     // The native dialog of a desktop could not be closed when the program is asked to end.
     window->setOption(QFileDialog::DontUseNativeDialog);
     window->setAcceptMode(QFileDialog::AcceptOpen);
@@ -150,7 +165,7 @@ int CFileDialog::DoModal()
     QObject::connect(window, &QFileDialog::fileSelected,
                      [&chosen](const QString& file) { chosen = file; });
     int result = QDialog::Rejected;
-    Serve(*window, owner, result);
+    Serve(*window, result);
     if (result != QDialog::Accepted || chosen.isEmpty()) {
         return IDCANCEL;
     }
@@ -177,6 +192,57 @@ void CWaitCursor::Restore()
 }
 
 namespace {
+
+BoxWindow::BoxWindow(const char* text, const char* caption, UINT style)
+    : QMessageBox(IconOf(style), ShownTitle(caption), {}, ButtonsOf(style), ModalLoop::NextOwner())
+{
+    setWindowFlag(Qt::WindowStaysOnTopHint, (style & MB_TOPMOST) != 0);
+    setDefaultButton((style & MB_YESNO) != 0 ? QMessageBox::Yes : QMessageBox::Ok);
+    SetText(*this, ShownText(text));
+    installEventFilter(this);
+    for (QWidget* const widget : findChildren<QWidget*>()) {
+        widget->installEventFilter(this);
+    }
+}
+
+bool BoxWindow::eventFilter(QObject* target, QEvent* event)
+{
+    if (event->type() == QEvent::WindowActivate && !m_active.isValid()) {
+        m_active.start();
+    }
+    if (event->type() == QEvent::KeyPress && TakesKey(*static_cast<QKeyEvent*>(event))) {
+        return true;
+    }
+    return QMessageBox::eventFilter(target, event);
+}
+
+// A letter presses its button at once; the toolkit would wait a moment, in which another box may
+// open.
+bool BoxWindow::TakesKey(const QKeyEvent& key)
+{
+    if (buttons().size() > 1 && IsTooEarly(key)) {
+        return true;
+    }
+    for (QAbstractButton* const button : buttons()) {
+        const QKeySequence letter = button->shortcut();
+        if (!letter.isEmpty() && letter[0].key() == key.key() && key.modifiers() == 0) {
+            PressAsTheMouseDoes(*button);
+            return true;
+        }
+    }
+    return false;
+}
+
+// A key that is still held down from before repeats itself for longer.
+bool BoxWindow::IsTooEarly(const QKeyEvent& key) const
+{
+    constexpr Qt::KeyboardModifiers NoText = Qt::AltModifier | Qt::ControlModifier;
+    const bool isEnter = key.key() == Qt::Key_Return || key.key() == Qt::Key_Enter;
+    const bool isText =
+        !key.text().isEmpty() && key.text()[0].isPrint() && (key.modifiers() & NoText) == 0;
+    const bool isEarly = !m_active.isValid() || m_active.elapsed() < DeafTime;
+    return (isEnter || isText) && (isEarly || key.isAutoRepeat());
+}
 
 int AnswerOnLeaving(UINT style)
 {
@@ -206,14 +272,6 @@ QMessageBox::Icon IconOf(UINT style)
     default:
         return QMessageBox::NoIcon;
     }
-}
-
-// Window managers hide a box together with an owner that is minimized or not shown yet.
-QWidget* OwnerOf(HWND owner)
-{
-    QWidget* const widget = WidgetOf(owner);
-    QWidget* const window = widget != nullptr ? widget->window() : nullptr;
-    return window != nullptr && window->isVisible() && !window->isMinimized() ? window : nullptr;
 }
 
 void SetText(QMessageBox& box, const QString& text)
@@ -269,28 +327,18 @@ QString WithShortLines(const QString& text)
 
 // Shows the window and serves messages until it is closed or destroyed with its owner. result
 // keeps its value unless the window was closed by the operator.
-void Serve(QDialog& window, HWND owner, int& result)
+void Serve(QDialog& window, int& result)
 {
     const QPointer<QDialog> open(&window);
-    ModalLoop loop([open] {
-        if (open != nullptr) {
-            open->reject();
-        }
-    });
+    ModalLoop loop(window);
     QObject::connect(&window, &QDialog::finished, [&](int finished) {
         result = finished;
         loop.Quit();
     });
     QObject::connect(&window, &QObject::destroyed, [&loop] { loop.Quit(); });
-    window.setWindowModality(window.parentWidget() != nullptr ? Qt::WindowModal
-                                                              : Qt::ApplicationModal);
-    window.show();
-    window.activateWindow();
+    loop.Open();
     loop.Run();
     delete open; // with its connections: cut before, the accessibility tree would keep it
-    if (QWidget* const ownerWindow = OwnerOf(owner)) {
-        ownerWindow->activateWindow();
-    }
 }
 
 // "label|pattern||" in the toolkit's way, "label (pattern)".

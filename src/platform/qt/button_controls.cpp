@@ -5,6 +5,7 @@
 #include "platform/qt/text.h"
 
 #include <QAccessibleWidget>
+#include <QApplication>
 #include <QButtonGroup>
 #include <QCheckBox>
 #include <QKeyEvent>
@@ -22,8 +23,14 @@ public:
     ButtonControl(DialogWindow& dialog, const ControlTemplate& control);
 
 protected:
-    bool event(QEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
+};
+
+class MnemonicFilter : public QObject
+{
+public:
+    using QObject::QObject;
+    bool eventFilter(QObject* target, QEvent* event) override;
 };
 
 class AccessibleButton : public QAccessibleWidget
@@ -46,9 +53,6 @@ private:
     QAbstractButton* m_button;
 };
 
-// Null for a widget that is no button of a dialog.
-DialogWindow* DialogWith(const QWidget& button);
-void PressAsTheMouseDoes(QAbstractButton& button);
 QAbstractButton* Neighbor(const QAbstractButton& button, int key);
 QAccessibleInterface* AccessButton(const QString& className, QObject* object);
 
@@ -69,8 +73,32 @@ QAbstractButton* MakeButton(DialogWindow& dialog, const ControlTemplate& control
     return button;
 }
 
-void InstallButtonAccess()
+// The focus first: the field that is left may speak up, keep it, or even end the dialog.
+void PressAsTheMouseDoes(QAbstractButton& button)
 {
+    const auto isReached = [&button] {
+        return ModalLoop::TopmostWindow() == button.window() && button.isEnabled() &&
+               button.isVisible();
+    };
+    if (!isReached()) {
+        return;
+    }
+    if ((button.focusPolicy() & Qt::ClickFocus) != 0) {
+        button.setFocus(Qt::MouseFocusReason);
+        if (!isReached() || button.window()->focusWidget() != &button) {
+            return;
+        }
+    }
+    button.click();
+}
+
+void UnifyPresses()
+{
+    static QPointer<MnemonicFilter> filter; // of the present application
+    if (filter == nullptr) {
+        filter = new MnemonicFilter(qApp);
+        qApp->installEventFilter(filter);
+    }
     QAccessible::installFactory(AccessButton);
 }
 
@@ -84,16 +112,15 @@ ButtonControl<Base>::ButtonControl(DialogWindow& dialog, const ControlTemplate& 
                      [&dialog, id = control.id] { dialog.NotifyCommand(id, BN_CLICKED); });
 }
 
-// The toolkit would leave the keyboard in the field and click a moment later, also when a box has
-// opened meanwhile.
-template <typename Base>
-bool ButtonControl<Base>::event(QEvent* event)
+bool MnemonicFilter::eventFilter(QObject* target, QEvent* event)
 {
-    if (event->type() == QEvent::Shortcut) {
-        PressAsTheMouseDoes(*this);
-        return true;
+    auto* const button =
+        event->type() == QEvent::Shortcut ? qobject_cast<QAbstractButton*>(target) : nullptr;
+    if (button == nullptr || static_cast<QShortcutEvent*>(event)->isAmbiguous()) {
+        return QObject::eventFilter(target, event);
     }
-    return Base::event(event);
+    PressAsTheMouseDoes(*button);
+    return true;
 }
 
 // The toolkit moves on from a radio button only when that one is checked.
@@ -155,27 +182,6 @@ QStringList AccessibleButton::keyBindingsForAction(const QString& name) const
     return name == Action() ? QStringList{m_button->shortcut().toString()} : QStringList();
 }
 
-DialogWindow* DialogWith(const QWidget& button)
-{
-    return dynamic_cast<DialogWindow*>(button.window());
-}
-
-// The focus first: the field that is left may speak up, keep it, or even end the dialog.
-void PressAsTheMouseDoes(QAbstractButton& button)
-{
-    DialogWindow& dialog = *DialogWith(button);
-    const auto isReached = [&] {
-        return dialog.TakesInput() && button.isEnabled() && button.isVisible();
-    };
-    if (!isReached()) {
-        return;
-    }
-    button.setFocus(Qt::MouseFocusReason);
-    if (isReached() && dialog.focusWidget() == &button) {
-        button.click();
-    }
-}
-
 // The radio button that this key moves on to, from the last of the group to the first; else null.
 QAbstractButton* Neighbor(const QAbstractButton& button, int key)
 {
@@ -203,7 +209,7 @@ QAccessibleInterface* AccessButton(const QString& className, QObject* object)
         {QStringLiteral("QCheckBox"), QAccessible::CheckBox},
         {QStringLiteral("QRadioButton"), QAccessible::RadioButton}};
     auto* const button = qobject_cast<QAbstractButton*>(object);
-    if (button == nullptr || DialogWith(*button) == nullptr) {
+    if (button == nullptr || qobject_cast<QDialog*>(button->window()) == nullptr) {
         return nullptr;
     }
     for (const auto& [name, role] : Roles) {

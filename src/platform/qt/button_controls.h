@@ -1,5 +1,5 @@
-// Push buttons, check boxes and radio buttons: by whatever way a person presses one, the dialog is
-// told once.
+// Push buttons, check boxes and radio buttons: by whatever way a person presses one, it is pressed
+// once, and only in the window that takes input.
 #pragma once
 
 #include "platform/dialog_template.h"
@@ -11,6 +11,11 @@ class QAbstractButton;
 // button, is set by the caller.
 QAbstractButton* MakeButton(DialogWindow& dialog, const ControlTemplate& control);
 
-// Lets accessibility tools press these buttons as the mouse does. By itself the toolkit would only
-// change how a check box looks, and would press the buttons of a dialog that takes no input.
-void InstallButtonAccess();
+// Moves the focus to the button and clicks it, unless its window takes no input or a field that is
+// left keeps the focus.
+void PressAsTheMouseDoes(QAbstractButton& button);
+
+// From now on mnemonics and accessibility tools press the buttons of all windows as the mouse does.
+// By itself the toolkit clicks some time after a mnemonic and leaves the focus where it is; for an
+// accessibility tool it only changes how a check box looks, and it presses buttons of every window.
+void UnifyPresses();

@@ -12,7 +12,6 @@
 #include "platform/qt/window_table.h"
 
 #include <QAbstractButton>
-#include <QApplication>
 #include <QButtonGroup>
 #include <QCloseEvent>
 #include <QFile>
@@ -37,7 +36,6 @@ constexpr UINT ShortestPeriod = 10; // milliseconds
 constexpr int MostTitlesUnanswered = 64;
 
 void LetXLibraryForget();
-QWidget* OwnerFrom(const CWnd* parent);
 QRect Pixels(const DialogUnits& place);
 
 } // namespace
@@ -61,7 +59,7 @@ int CDialog::DoModal()
         HWND& window;
         ~Handle() { window = nullptr; }
     } const handle{m_hWnd};
-    DialogWindow window(*this, OwnerFrom(m_parent));
+    DialogWindow window(*this, m_parent != nullptr ? ModalLoop::NextOwner() : nullptr);
     m_hWnd = window.Handle();
 
     const BOOL defaultFocus = OnInitDialog();
@@ -69,11 +67,7 @@ int CDialog::DoModal()
     if (defaultFocus) {
         window.FocusFirst();
     }
-    const int result = window.Serve();
-    if (QWidget* const owner = WidgetOf(m_parent != nullptr ? m_parent->GetSafeHwnd() : nullptr)) {
-        owner->activateWindow();
-    }
-    return result;
+    return window.Serve();
 }
 
 void CDialog::EndDialog(int result)
@@ -90,10 +84,7 @@ CWnd CDialog::GetDlgItem(int id) const
 }
 
 DialogWindow::DialogWindow(CDialog& dialog, QWidget* owner)
-    : QDialog(owner),
-      m_dialog(dialog),
-      m_handle(AddWindow({this, this})),
-      m_loop([this] { End(IDCANCEL); }, &dialog)
+    : QDialog(owner), m_dialog(dialog), m_handle(AddWindow({this, this})), m_loop(*this, &dialog)
 {
     const DialogTemplate& form = dialog.Template();
     Qt::WindowFlags flags = owner != nullptr ? Qt::Dialog : Qt::Window;
@@ -103,9 +94,6 @@ DialogWindow::DialogWindow(CDialog& dialog, QWidget* owner)
         flags |= Qt::WindowMinimizeButtonHint;
     }
     setWindowFlags(flags);
-    if (owner != nullptr) {
-        setWindowModality(Qt::WindowModal);
-    }
     setWindowTitle(ShownTitle(form.title));
     setFixedSize(Pixels({0, 0, form.width, form.height}).size());
     setAcceptDrops(TakesDrops());
@@ -188,11 +176,9 @@ HWND DialogWindow::Control(int id) const
 
 void DialogWindow::Open()
 {
-    if (m_ended) {
-        return;
+    if (!m_ended && !IsSessionEnding()) {
+        m_loop.Open();
     }
-    show();
-    activateWindow();
 }
 
 void DialogWindow::FocusFirst()
@@ -226,8 +212,7 @@ void DialogWindow::End(int result)
 
 bool DialogWindow::TakesInput() const
 {
-    const QWidget* const modal = QApplication::activeModalWidget();
-    return !m_ended && ModalLoop::IsInnermost(&m_dialog) && (modal == nullptr || modal == this);
+    return !m_ended && ModalLoop::TopmostWindow() == this;
 }
 
 LRESULT DialogWindow::Notify(UINT message, WPARAM wParam, LPARAM lParam)
@@ -399,12 +384,6 @@ void LetXLibraryForget()
         sync(x11->display(), 0);
     }
     dlclose(library);
-}
-
-QWidget* OwnerFrom(const CWnd* parent)
-{
-    QWidget* const widget = WidgetOf(parent != nullptr ? parent->GetSafeHwnd() : nullptr);
-    return widget != nullptr ? widget->window() : nullptr;
 }
 
 QRect Pixels(const DialogUnits& place)

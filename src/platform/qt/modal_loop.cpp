@@ -1,43 +1,29 @@
-// The nested message loops of dialogs and boxes.
+// The nested message loops of dialogs and boxes, and the order in which their windows stand.
 #include "platform/qt/modal_loop.h"
 
 #include "platform/dialog.h"
-#include "platform/qt/dialog_window.h"
 
 #include <QApplication>
+#include <QMessageBox>
+#include <QScreen>
+#include <QStyle>
 #include <QTimer>
 
 #include <algorithm>
-#include <chrono>
 #include <vector>
 
 namespace {
 
-constexpr std::chrono::milliseconds EndingPeriod(10);
-
 std::vector<ModalLoop*> loops; // outermost first
 bool ending = false;
+bool outermostRuns = false;
 
-// The toolkit's own boxes and menus run loops that stand in nobody's list here.
-void LeaveToolkitLoops()
-{
-    for (QWidget* const window : QApplication::topLevelWidgets()) {
-        auto* const dialog = qobject_cast<QDialog*>(window);
-        if (!window->isVisible() || dynamic_cast<DialogWindow*>(window) != nullptr) {
-            continue;
-        }
-        if (dialog != nullptr) {
-            dialog->reject();
-        } else if (window->windowType() == Qt::Popup) {
-            window->close();
-        }
-    }
-}
+void EndMenus();
+QPoint PlaceAbove(const QWidget& below, const QSize& size);
 
 } // namespace
 
-ModalLoop::ModalLoop(std::function<void()> cancel, CDialog* dialog)
-    : m_cancel(std::move(cancel)), m_dialog(dialog)
+ModalLoop::ModalLoop(QWidget& window, CDialog* dialog) : m_window(&window), m_dialog(dialog)
 {
     loops.push_back(this);
 }
@@ -45,15 +31,51 @@ ModalLoop::ModalLoop(std::function<void()> cancel, CDialog* dialog)
 ModalLoop::~ModalLoop()
 {
     std::erase(loops, this);
-    if (loops.empty() && m_dialog != nullptr) {
+    if (loops.empty()) {
         ending = false;
+    }
+    if (m_window != nullptr) {
+        m_window->hide();
+    }
+    if (QWidget* const below = TopmostWindow()) {
+        below->activateWindow();
+    }
+    if (ending) {
+        AskDialogSoon();
     }
 }
 
+// Of two windows of which none belongs to the other, the toolkit blocks the older one only by the
+// modality of the whole program.
+void ModalLoop::Open()
+{
+    EndMenus();
+    if (const auto* const below = qobject_cast<QMessageBox*>(m_window->parentWidget())) {
+        m_window->ensurePolished();
+        m_window->move(PlaceAbove(*below, m_window->sizeHint()));
+    }
+    if (!IsOutermost() || m_dialog == nullptr) {
+        m_window->setWindowModality(Qt::ApplicationModal);
+    }
+    m_window->show();
+    m_window->activateWindow();
+}
+
+// The outermost loop is the toolkit's main one, whose end is the end of all loops.
 void ModalLoop::Run()
 {
-    if (!m_quit) {
-        m_loop.exec();
+    while (!m_quit) {
+        if (ending && IsOutermost() && m_dialog != nullptr) {
+            AskDialogToEnd();
+        } else if (ending) {
+            return;
+        } else if (IsOutermost()) {
+            outermostRuns = true;
+            QApplication::exec();
+            outermostRuns = false;
+        } else {
+            m_loop.exec();
+        }
     }
 }
 
@@ -66,12 +88,24 @@ void ModalLoop::Quit()
     m_loop.quit();
     const auto self = std::find(loops.begin(), loops.end(), this);
     const std::vector<ModalLoop*> inside(self + 1, loops.end());
-    std::for_each(inside.rbegin(), inside.rend(), [](ModalLoop* loop) { loop->m_cancel(); });
+    std::for_each(inside.rbegin(), inside.rend(), [](ModalLoop* loop) { loop->Leave(); });
+    CloseWindowsOfToolkit();
+    if (IsOutermost() && outermostRuns) {
+        QCoreApplication::exit();
+    }
 }
 
-bool ModalLoop::IsInnermost(const CDialog* dialog)
+QWidget* ModalLoop::TopmostWindow()
 {
-    return !loops.empty() && loops.back()->m_dialog == dialog;
+    QWidget* const modal = QApplication::activeModalWidget();
+    return modal != nullptr || loops.empty() ? modal : loops.back()->m_window.data();
+}
+
+QWidget* ModalLoop::NextOwner()
+{
+    QWidget* const topmost = TopmostWindow();
+    return topmost != nullptr && topmost->isVisible() && !topmost->isMinimized() ? topmost
+                                                                                 : nullptr;
 }
 
 void ModalLoop::AskToEnd()
@@ -80,37 +114,106 @@ void ModalLoop::AskToEnd()
         return;
     }
     ending = true;
-    LeaveToolkitLoops();
     const std::vector<ModalLoop*> open = loops;
     for (std::size_t i = open.size(); i-- > 0;) {
+        open[i]->CloseWindowsOfToolkit();
         if (i > 0 || open[i]->m_dialog == nullptr) {
-            open[i]->m_cancel();
+            open[i]->Leave();
         }
     }
-    EndOutermost();
-}
-
-// Asks again until the handlers that had opened the inner loops have returned: they may still need
-// what the dialog's handler is going to close.
-void ModalLoop::EndOutermost()
-{
-    QTimer::singleShot(EndingPeriod, [] {
-        if (loops.empty() || !ending) { // meanwhile the program has ended
-            return;
-        }
-        if (loops.size() > 1) {
-            LeaveToolkitLoops();
-            return EndOutermost();
-        }
-        ModalLoop* const outermost = loops.front();
-        if (outermost->m_dialog != nullptr) {
-            outermost->m_dialog->Send(WM_QUERYENDSESSION);
-        }
-        ending = outermost->m_quit; // a refusal lets boxes open again
-    });
+    AskDialogSoon();
+    if (outermostRuns) {
+        QCoreApplication::exit();
+    }
 }
 
 bool IsSessionEnding()
 {
     return ending;
 }
+
+bool ModalLoop::IsOutermost() const
+{
+    return loops.front() == this;
+}
+
+// When the handlers inside have returned: they may still need what the dialog is going to close.
+void ModalLoop::AskDialogSoon()
+{
+    QTimer::singleShot(0, [] {
+        if (ending && loops.size() == 1) {
+            loops.front()->AskDialogToEnd();
+        }
+    });
+}
+
+// After a refusal boxes open again.
+void ModalLoop::AskDialogToEnd()
+{
+    if (m_dialog == nullptr || m_quit) {
+        return;
+    }
+    m_dialog->Send(WM_QUERYENDSESSION);
+    if (!m_quit) {
+        ending = false;
+    }
+}
+
+// Closed and not only ended: a question of the toolkit whose loop ends without an answer counts as
+// answered with Yes.
+void ModalLoop::CloseWindowsOfToolkit() const
+{
+    EndMenus();
+    const auto isOurs = [](const QWidget* window) {
+        return std::any_of(loops.begin(), loops.end(),
+                           [window](const ModalLoop* loop) { return loop->m_window == window; });
+    };
+    for (QWidget* modal = QApplication::activeModalWidget(); modal != nullptr && !isOurs(modal);
+         modal = QApplication::activeModalWidget()) {
+        modal->close();
+        modal->hide();
+    }
+}
+
+// As if the operator had left the window.
+void ModalLoop::Leave()
+{
+    if (m_dialog != nullptr) {
+        return m_dialog->EndDialog(IDCANCEL);
+    }
+    if (m_window != nullptr) {
+        m_window->hide();
+    }
+    Quit();
+}
+
+namespace {
+
+// They would keep the mouse and the keyboard.
+void EndMenus()
+{
+    while (QWidget* const popup = QApplication::activePopupWidget()) {
+        popup->close();
+        popup->hide();
+    }
+}
+
+// A title bar's height lower and to the right, so that two windows do not look like one. What would
+// stick out of the screen begins at its edge again.
+QPoint PlaceAbove(const QWidget& below, const QSize& size)
+{
+    const QRect frame = below.frameGeometry();
+    const int titleBar = std::max(below.geometry().top() - frame.top(),
+                                  below.style()->pixelMetric(QStyle::PM_TitleBarHeight));
+    const QRect screen = below.screen()->availableGeometry();
+    QPoint place = frame.topLeft() + QPoint(titleBar, titleBar);
+    if (place.x() + size.width() > screen.right()) {
+        place.setX(screen.left());
+    }
+    if (place.y() + titleBar + size.height() > screen.bottom()) {
+        place.setY(screen.top());
+    }
+    return place;
+}
+
+} // namespace

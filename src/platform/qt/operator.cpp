@@ -72,6 +72,50 @@ UINT StyleOf(const QMessageBox& box)
     return offered | Icons[box.icon()] | topmost;
 }
 
+std::string TextOf(const QMessageBox& box)
+{
+    const auto* const view = box.findChild<QPlainTextEdit*>();
+    return (view != nullptr ? view->toPlainText() : box.text()).toStdString();
+}
+
+QAbstractButton* ButtonOf(const QMessageBox& box, int answer)
+{
+    constexpr std::pair<int, QMessageBox::StandardButton> Buttons[] = {
+        {IDOK, QMessageBox::Ok},
+        {IDCANCEL, QMessageBox::Cancel},
+        {IDYES, QMessageBox::Yes},
+        {IDNO, QMessageBox::No}};
+    for (const auto& [offered, standard] : Buttons) {
+        if (offered == answer) {
+            return box.button(standard);
+        }
+    }
+    return nullptr;
+}
+
+QMessageBox* OpenBox(const std::string& text)
+{
+    for (QWidget* const window : QApplication::topLevelWidgets()) {
+        auto* const box = qobject_cast<QMessageBox*>(window);
+        if (box != nullptr && box->isVisible() && TextOf(*box) == text) {
+            return box;
+        }
+    }
+    return nullptr;
+}
+
+// The first action that an accessibility tool is offered.
+void InvokeAction(QObject* object)
+{
+    QAccessibleInterface* const seen = QAccessible::queryAccessibleInterface(object);
+    QAccessibleActionInterface* const actions = seen != nullptr ? seen->actionInterface() : nullptr;
+    if (actions == nullptr || actions->actionNames().isEmpty()) {
+        ADD_FAILURE() << "An accessibility tool is offered no action of a control";
+        return;
+    }
+    actions->doAction(actions->actionNames().front());
+}
+
 // The press may move the focus, and the release goes where it is then.
 void PressKey(QWidget* window, int key, const QString& text = {},
               Qt::KeyboardModifiers modifiers = Qt::NoModifier)
@@ -180,9 +224,9 @@ bool Operator::Desk::eventFilter(QObject* object, QEvent* event)
 
 void Operator::Desk::Answer(QMessageBox& box)
 {
-    const auto* const view = box.findChild<QPlainTextEdit*>();
-    const std::string text = (view != nullptr ? view->toPlainText() : box.text()).toStdString();
-    shown.push_back({text, box.windowTitle().toStdString(), StyleOf(box)});
+    const std::string text = TextOf(box);
+    const QPoint place = box.frameGeometry().topLeft();
+    shown.push_back({text, box.windowTitle().toStdString(), StyleOf(box), place.x(), place.y()});
 
     const auto expected = std::find_if(boxes.begin(), boxes.end(), [&](const Expectation& e) {
         return text.find(e.part) != std::string::npos;
@@ -205,15 +249,8 @@ void Operator::Desk::Answer(QMessageBox& box)
     if (open == nullptr || !open->isVisible()) {
         return;
     }
-    constexpr std::pair<int, QMessageBox::StandardButton> Buttons[] = {
-        {IDOK, QMessageBox::Ok},
-        {IDCANCEL, QMessageBox::Cancel},
-        {IDYES, QMessageBox::Yes},
-        {IDNO, QMessageBox::No}};
-    for (const auto& [answer, standard] : Buttons) {
-        if (answer == expectation.answer && open->button(standard) != nullptr) {
-            return open->button(standard)->click();
-        }
+    if (QAbstractButton* const button = ButtonOf(*open, expectation.answer)) {
+        return button->click();
     }
     if (expectation.answer != 0) {
         ADD_FAILURE() << "The box does not offer the answer " << expectation.answer << ": " << text;
@@ -261,7 +298,7 @@ void Operator::Desk::Work(DialogWindow& dialog)
         scripts.erase(found);
         script();
     }
-    if (open != nullptr) {
+    if (open != nullptr && !IsSessionEnding()) {
         open->End(IDCANCEL);
     }
 }
@@ -279,6 +316,22 @@ void Operator::WhenEveryBox(std::string part, int answer, std::function<void()> 
 const std::vector<ShownBox>& Operator::Boxes() const
 {
     return m_desk->shown;
+}
+
+bool Operator::TryToAnswer(const std::string& text, int answer)
+{
+    QMessageBox* const box = OpenBox(text);
+    if (box == nullptr) {
+        return false;
+    }
+    InvokeAction(ButtonOf(*box, answer));
+    Serve(150); // the toolkit shows the button pressed for a while
+    return true;
+}
+
+bool Operator::IsBoxOpen(const std::string& text) const
+{
+    return OpenBox(text) != nullptr;
 }
 
 void Operator::WhenDialog(std::string title, std::function<void()> script)
@@ -351,7 +404,7 @@ void Operator::Press(Key key)
     constexpr int Keys[] = {Qt::Key_Return, Qt::Key_Escape,   Qt::Key_F1,   Qt::Key_Space,
                             Qt::Key_Left,   Qt::Key_Right,    Qt::Key_Up,   Qt::Key_Down,
                             Qt::Key_PageUp, Qt::Key_PageDown, Qt::Key_Home, Qt::Key_End};
-    PressKey(m_desk->Active(), Keys[static_cast<int>(key)]);
+    PressKey(m_desk->Active(), Keys[static_cast<int>(key)], key == Key::Space ? " " : "");
 }
 
 void Operator::Press(int id, Key key)
@@ -360,22 +413,16 @@ void Operator::Press(int id, Key key)
     Press(key);
 }
 
-void Operator::PressMnemonic(char letter)
+void Operator::PressLetter(char letter, bool withAlt)
 {
     m_desk->WaitUntilActive();
-    PressKey(m_desk->Active(), QChar(letter).toUpper().unicode(), QChar(letter), Qt::AltModifier);
+    PressKey(m_desk->Active(), QChar(letter).toUpper().unicode(), QChar(letter),
+             withAlt ? Qt::AltModifier : Qt::NoModifier);
 }
 
 void Operator::Invoke(int id)
 {
-    auto* const button = m_desk->Find<QAbstractButton>(id);
-    QAccessibleInterface* const seen = QAccessible::queryAccessibleInterface(button);
-    QAccessibleActionInterface* const actions = seen != nullptr ? seen->actionInterface() : nullptr;
-    if (actions == nullptr || actions->actionNames().isEmpty()) {
-        ADD_FAILURE() << "An accessibility tool is offered no action of control " << id;
-        return;
-    }
-    actions->doAction(actions->actionNames().front());
+    InvokeAction(m_desk->Find<QAbstractButton>(id));
     QCoreApplication::processEvents();
 }
 
@@ -409,6 +456,12 @@ void Operator::Drop(const std::string& path)
 CDialog& Operator::Dialog() const
 {
     return m_desk->Window().Dialog();
+}
+
+std::string Operator::ActiveTitle() const
+{
+    const QWidget* const active = QApplication::activeWindow();
+    return active != nullptr ? active->windowTitle().toStdString() : "";
 }
 
 bool Operator::HasFocus(int id) const

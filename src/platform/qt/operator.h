@@ -12,7 +12,8 @@
 struct ShownBox
 {
     std::string text, caption;
-    UINT style; // MB_... of the buttons, the icon and topmost
+    UINT style;    // MB_... of the buttons, the icon and topmost
+    int left, top; // of its frame on the screen
 };
 
 // One at a time. Boxes are answered as WhenBox has said; one that nobody expected fails the test
@@ -52,6 +53,10 @@ public:
     // The same for as many as come from now on, also none.
     void WhenEveryBox(std::string part, int answer, std::function<void()> meanwhile = {});
     const std::vector<ShownBox>& Boxes() const; // all so far, in the order they came
+    // Presses a button of the open box with this text as an accessibility tool does, whatever
+    // stands over it. False when it is not open.
+    bool TryToAnswer(const std::string& text, int answer);
+    bool IsBoxOpen(const std::string& text) const;
 
     // Runs the script in the loop of the next dialog with this title, as Run does.
     void WhenDialog(std::string title, std::function<void()> script);
@@ -77,7 +82,7 @@ public:
     void PressHelp() { Press(Key::Help); }
     void Press(Key key);         // where the keyboard is
     void Press(int id, Key key); // after moving the keyboard to the control
-    void PressMnemonic(char letter);
+    void PressLetter(char letter, bool withAlt = false);
     void Invoke(int id); // a button, by the first action that an accessibility tool is offered
     void Drag(int id, int position); // a thumb, and lets it go there
     void CloseWindow();              // the close button
@@ -88,6 +93,8 @@ public:
     void Drop(const std::string& path); // a file onto the window
 
     CDialog& Dialog() const; // the innermost open one
+    // Of the dialog or box that has the keyboard; empty when none of the program has it.
+    std::string ActiveTitle() const;
     std::string Title() const { return Dialog().GetWindowText(); }
     std::string Text(int id) const { return Dialog().GetDlgItem(id).GetWindowText(); }
     bool IsEnabled(int id) const { return Dialog().GetDlgItem(id).IsWindowEnabled() != FALSE; }
