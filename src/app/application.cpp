@@ -13,10 +13,17 @@ BOOL CTarnTestApp::InitInstance()
 {
     Enable3dControls();
     const auto dialog = std::make_unique<CTarnTestDlg>();
-    m_pMainWnd = dialog.get();
+    m_pMainWnd = m_dialog = dialog.get();
     dialog->DoModal();
-    m_pMainWnd = nullptr;
+    m_pMainWnd = m_dialog = nullptr;
     return FALSE;
+}
+
+void CTarnTestApp::OnDisplayLost()
+{
+    if (m_dialog != nullptr) {
+        m_dialog->AbandonWindows();
+    }
 }
 
 std::span<const DispatchEntry> CTarnTestApp::DispatchTable() const

@@ -13,6 +13,7 @@
 #include "settings/sensor_settings_dialog.h"
 
 #include <algorithm>
+#include <utility>
 
 std::int64_t perfFrequency = 0;
 std::uintptr_t previewHandle = 0;
@@ -219,6 +220,15 @@ void CTarnTestDlg::CloseLibraries()
     TarnClearNotifyWindow(m_hWnd);
     QuilletClose(previewHandle);
     TarnClose();
+}
+
+void CTarnTestDlg::AbandonWindows()
+{
+    if (!std::exchange(m_librariesClosed, true)) {
+        TarnDisableCapture(0, 1);
+        TarnClearNotifyWindow(m_hWnd);
+        TarnClose();
+    }
 }
 
 void CTarnTestDlg::OnCloseRequest()

@@ -33,6 +33,9 @@ public:
 
     std::span<const DispatchEntry> DispatchTable() const override;
 
+    // Disarms and closes the capture library without a call that needs a window.
+    void AbandonWindows();
+
     // Arms the sensor and opens the preview over the image area.
     void EnableCapture();
     void AbortCapture();

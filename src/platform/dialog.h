@@ -134,6 +134,10 @@ public:
     virtual BOOL InitInstance() { return TRUE; }
     virtual std::span<const DispatchEntry> DispatchTable() const { return {}; }
 
+    // The connection to the display is lost: the process ends when this returns, and no operation
+    // on windows works any more.
+    virtual void OnDisplayLost() {}
+
     void OnHelp(); // shows the program's name and version
     const std::string& Name() const { return m_name; }
     void SetVersion(const char* version) { m_version = version; }

@@ -22,6 +22,7 @@
 #include <QTimer>
 
 #include <algorithm>
+#include <cstdlib>
 #include <dlfcn.h>
 #include <exception>
 
@@ -35,6 +36,7 @@ constexpr UINT ShortestPeriod = 10; // milliseconds
 
 constexpr int MostTitlesUnanswered = 64;
 
+void WatchDisplay();
 void LetXLibraryForget();
 QRect Pixels(const DialogUnits& place);
 
@@ -176,6 +178,7 @@ HWND DialogWindow::Control(int id) const
 
 void DialogWindow::Open()
 {
+    WatchDisplay();
     if (!m_ended && !IsSessionEnding()) {
         m_loop.Open();
     }
@@ -368,6 +371,19 @@ void RejectEdit(const CDataExchange& dx)
 }
 
 namespace {
+
+// The toolkit ends the process when it loses the display. What is registered here, after the
+// libraries were loaded, runs before they are unloaded. A program that ends in order has no
+// application object left by then.
+void WatchDisplay()
+{
+    static const int Registered = std::atexit([] {
+        if (AfxGetApp() != nullptr) {
+            AfxGetApp()->OnDisplayLost();
+        }
+    });
+    static_cast<void>(Registered);
+}
 
 // The toolkit sets titles by the X library but reads all answers itself, so the library would keep
 // a note of every title until 65,535 requests have passed. An answer that it reads drops them. It
