@@ -130,7 +130,7 @@ std::string Plain(const Value& value)
 
 std::string CsvCell(const Value& value)
 {
-    const std::string text = Plain(value);
+    std::string text = Plain(value);
     if (text.find_first_of(",\"\r\n") == std::string::npos) {
         return text;
     }
