@@ -113,8 +113,8 @@ void Examination::ExamineText(const char* name)
         Say(std::string("the ") + name + " is missing");
         return;
     }
-    const std::uint64_t length =
-        prefix[0] | prefix[1] << 8 | prefix[2] << 16 | std::uint64_t{prefix[3]} << 24;
+    const std::uint64_t length = prefix[0] | std::uint64_t{prefix[1]} << 8 |
+                                 std::uint64_t{prefix[2]} << 16 | std::uint64_t{prefix[3]} << 24;
     if (length > left - sizeof prefix) {
         Say(std::string("the ") + name + " is cut short");
     }
