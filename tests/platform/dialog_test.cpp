@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <csignal>
+#include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
 
 namespace {
@@ -381,6 +383,29 @@ TEST(Program, EndsInOrderWhenASignalAsksForIt)
     EXPECT_FALSE(IsSessionEnding()) << "the next run is a new one";
     EXPECT_EQ(answer, 2 * IDNO);
     EXPECT_EQ(op.Boxes().size(), 1u);
+}
+
+// What the toolkit asks by itself over its open-file dialog is left without a Yes.
+TEST(Program, EndsOverAQuestionOfTheToolkitWithoutAYes)
+{
+    const std::filesystem::path folder = std::filesystem::temp_directory_path() / "tarn_question";
+    std::filesystem::create_directory(folder);
+    const std::string file = folder / "image.q32";
+    std::ofstream(file) << "image";
+    Operator op;
+    BenchDialog dialog;
+    const int result = op.Run(dialog, [&] {
+        op.WhenBox("image.q32", IDYES, [&] {
+            std::raise(SIGTERM);
+            op.Serve(50);
+        });
+        op.WhenFileDialog(file, [&] { op.DeleteInFileDialog(file); });
+        CFileDialog chooser(TRUE, "q32", nullptr, OFN_FILEMUSTEXIST, "Q32|*.q32||", &dialog);
+        EXPECT_EQ(chooser.DoModal(), IDCANCEL);
+    });
+    EXPECT_EQ(result, IDABORT);
+    EXPECT_TRUE(std::filesystem::exists(file)) << "nobody said that it may be deleted";
+    std::filesystem::remove_all(folder);
 }
 
 } // namespace

@@ -7,7 +7,8 @@
 // While it lives, SIGTERM, SIGINT and SIGHUP make a descriptor readable instead of ending the
 // process. A second one of the same kind ends it at once, with the status of the signal: a call
 // into a library that never returns cannot be waited for. One of another kind only asks again, as
-// the end of a session sends SIGTERM and SIGHUP together. One object at a time.
+// the end of a session sends SIGTERM and SIGHUP together. A signal that the process was started to
+// ignore stays ignored. One object at a time.
 class EndSignals
 {
 public:

@@ -8,11 +8,14 @@
 
 #include <QAbstractButton>
 #include <QAccessible>
+#include <QAction>
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QFileDialog>
+#include <QFileInfo>
 #include <QKeyEvent>
 #include <QLineEdit>
+#include <QListView>
 #include <QMessageBox>
 #include <QMimeData>
 #include <QPlainTextEdit>
@@ -342,6 +345,27 @@ void Operator::WhenDialog(std::string title, std::function<void()> script)
 void Operator::WhenFileDialog(std::string path, std::function<void()> meanwhile)
 {
     m_desk->files.emplace_back(std::move(path), std::move(meanwhile));
+}
+
+void Operator::DeleteInFileDialog(const std::string& path)
+{
+    auto* const dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
+    if (dialog == nullptr) {
+        ADD_FAILURE() << "No open-file dialog is open";
+        return;
+    }
+    const QFileInfo file(QString::fromStdString(path));
+    auto* const list = dialog->findChild<QListView*>("listView");
+    dialog->setDirectory(file.absolutePath());
+    const auto find = [&] {
+        const QModelIndex first = list->model()->index(0, 0, list->rootIndex());
+        return list->model()->match(first, Qt::DisplayRole, file.fileName());
+    };
+    EXPECT_TRUE(Wait([&] { return !find().isEmpty(); }));
+    list->setCurrentIndex(find().value(0));
+    auto* const action = dialog->findChild<QAction*>("qt_delete_action");
+    action->setEnabled(true); // the menu does when it opens
+    action->trigger();
 }
 
 bool Operator::Wait(const std::function<bool()>& condition, int milliseconds)

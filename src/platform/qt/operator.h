@@ -64,6 +64,7 @@ public:
     void WhenFileDialog(std::string path, std::function<void()> meanwhile = {});
 
     // Serves messages until the condition holds; false when it did not within the time.
+    void DeleteInFileDialog(const std::string& path); // as the list's context menu does
     bool Wait(const std::function<bool()>& condition, int milliseconds = 5000);
     // Serves messages for that long.
     void Serve(int milliseconds)
