@@ -19,7 +19,6 @@ bool ending = false;
 bool outermostRuns = false;
 
 void EndMenus();
-QPoint PlaceAbove(const QWidget& below, const QSize& size);
 
 } // namespace
 
@@ -50,15 +49,40 @@ ModalLoop::~ModalLoop()
 void ModalLoop::Open()
 {
     EndMenus();
-    if (const auto* const below = qobject_cast<QMessageBox*>(m_window->parentWidget())) {
-        m_window->ensurePolished();
-        m_window->move(PlaceAbove(*below, m_window->sizeHint()));
+    if (qobject_cast<QMessageBox*>(m_window->parentWidget()) != nullptr) {
+        PlaceAboveParent();
     }
     if (!IsOutermost() || m_dialog == nullptr) {
         m_window->setWindowModality(Qt::ApplicationModal);
     }
     m_window->show();
+    m_place = m_window->pos();
     m_window->activateWindow();
+}
+
+// A title bar's height lower and to the right, so that two boxes do not look like one. What would
+// stick out of the screen begins at its edge again. Until the window manager has framed the box
+// below, the toolkit is wrong about its place by as much as the frame.
+void ModalLoop::PlaceAboveParent()
+{
+    constexpr int WidestFrame = 64;
+    const QWidget& below = *m_window->parentWidget();
+    const auto own = std::find(loops.begin(), loops.end(), this);
+    const QPoint opened = own != loops.begin() ? (*(own - 1))->m_place : below.pos();
+    const bool isMoved = (below.pos() - opened).manhattanLength() > WidestFrame;
+    const int titleBar = below.style()->pixelMetric(QStyle::PM_TitleBarHeight);
+    QPoint place = (isMoved ? below.pos() : opened) + QPoint(titleBar, titleBar);
+
+    m_window->ensurePolished();
+    const QSize size = m_window->sizeHint() + QSize(0, titleBar);
+    const QRect screen = below.screen()->availableGeometry();
+    if (place.x() + size.width() > screen.right()) {
+        place.setX(screen.left());
+    }
+    if (place.y() + size.height() > screen.bottom()) {
+        place.setY(screen.top());
+    }
+    m_window->move(place);
 }
 
 // The outermost loop is the toolkit's main one, whose end is the end of all loops.
@@ -196,24 +220,6 @@ void EndMenus()
         popup->close();
         popup->hide();
     }
-}
-
-// A title bar's height lower and to the right, so that two windows do not look like one. What would
-// stick out of the screen begins at its edge again.
-QPoint PlaceAbove(const QWidget& below, const QSize& size)
-{
-    const QRect frame = below.frameGeometry();
-    const int titleBar = std::max(below.geometry().top() - frame.top(),
-                                  below.style()->pixelMetric(QStyle::PM_TitleBarHeight));
-    const QRect screen = below.screen()->availableGeometry();
-    QPoint place = frame.topLeft() + QPoint(titleBar, titleBar);
-    if (place.x() + size.width() > screen.right()) {
-        place.setX(screen.left());
-    }
-    if (place.y() + titleBar + size.height() > screen.bottom()) {
-        place.setY(screen.top());
-    }
-    return place;
 }
 
 } // namespace

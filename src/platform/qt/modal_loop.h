@@ -33,6 +33,7 @@ public:
     static void AskToEnd();
 
 private:
+    void PlaceAboveParent();
     bool IsOutermost() const;
     static void AskDialogSoon();
     void AskDialogToEnd();
@@ -41,6 +42,7 @@ private:
 
     QPointer<QWidget> m_window;
     CDialog* m_dialog;
+    QPoint m_place; // of the frame, as the window was opened
     QEventLoop m_loop;
     bool m_quit = false;
 };

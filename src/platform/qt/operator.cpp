@@ -228,8 +228,7 @@ bool Operator::Desk::eventFilter(QObject* object, QEvent* event)
 void Operator::Desk::Answer(QMessageBox& box)
 {
     const std::string text = TextOf(box);
-    const QPoint place = box.frameGeometry().topLeft();
-    shown.push_back({text, box.windowTitle().toStdString(), StyleOf(box), place.x(), place.y()});
+    shown.push_back({text, box.windowTitle().toStdString(), StyleOf(box)});
 
     const auto expected = std::find_if(boxes.begin(), boxes.end(), [&](const Expectation& e) {
         return text.find(e.part) != std::string::npos;
@@ -335,6 +334,13 @@ bool Operator::TryToAnswer(const std::string& text, int answer)
 bool Operator::IsBoxOpen(const std::string& text) const
 {
     return OpenBox(text) != nullptr;
+}
+
+std::pair<int, int> Operator::PlaceOfBox(const std::string& text) const
+{
+    const QMessageBox* const box = OpenBox(text);
+    const QPoint place = box != nullptr ? box->frameGeometry().topLeft() : QPoint();
+    return {place.x(), place.y()};
 }
 
 void Operator::WhenDialog(std::string title, std::function<void()> script)

@@ -12,8 +12,7 @@
 struct ShownBox
 {
     std::string text, caption;
-    UINT style;    // MB_... of the buttons, the icon and topmost
-    int left, top; // of its frame on the screen
+    UINT style; // MB_... of the buttons, the icon and topmost
 };
 
 // One at a time. Boxes are answered as WhenBox has said; one that nobody expected fails the test
@@ -57,6 +56,7 @@ public:
     // stands over it. False when it is not open.
     bool TryToAnswer(const std::string& text, int answer);
     bool IsBoxOpen(const std::string& text) const;
+    std::pair<int, int> PlaceOfBox(const std::string& text) const; // left and top of its frame
 
     // Runs the script in the loop of the next dialog with this title, as Run does.
     void WhenDialog(std::string title, std::function<void()> script);
