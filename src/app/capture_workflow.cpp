@@ -1,11 +1,11 @@
 // The capture workflow: arming, the library's events, receiving, keeping and removing images.
 #include "app/main_dialog.h"
-#include "app/scope.h"
 #include "device/libraries.h"
 #include "device/parameters.h"
 #include "device/results.h"
 #include "errors/exceptions.h"
 #include "platform/boxes.h"
+#include "platform/scope.h"
 #include "platform/system.h"
 #include "storage/header_fields.h"
 

@@ -1,8 +1,8 @@
 // Shows the results of events one after the other.
 #include "app/event_results.h"
 
-#include "app/scope.h"
 #include "device/results.h"
+#include "platform/scope.h"
 
 #include <utility>
 

@@ -1,12 +1,12 @@
 // The main window's start-up, timers, capture buttons and closing.
 #include "app/main_dialog.h"
 
-#include "app/scope.h"
 #include "device/libraries.h"
 #include "device/parameters.h"
 #include "device/report.h"
 #include "device/results.h"
 #include "platform/boxes.h"
+#include "platform/scope.h"
 #include "platform/system.h"
 #include "resources/icon.h"
 #include "resources/main_dialog_template.h"

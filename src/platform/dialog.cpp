@@ -4,9 +4,10 @@
 
 #include "platform/boxes.h"
 #include "platform/dialog_hooks.h"
+#include "platform/scope.h"
 
+#include <cstdio>
 #include <exception>
-#include <utility>
 
 namespace {
 
@@ -19,17 +20,26 @@ bool Fits(const DispatchEntry& entry, UINT message, WPARAM wParam, LPARAM lParam
 LRESULT CDialog::Send(UINT message, WPARAM wParam, LPARAM lParam)
 {
     // A handler that opens a box or a dialog is still running while the next messages are served.
-    const MessageInService outer = std::exchange(m_current, {message, wParam, lParam});
-    LRESULT result = 0;
+    const ScopedValue<MessageInService> served(m_current, {message, wParam, lParam});
     try {
-        result = Dispatch(message, wParam, lParam);
-    } catch (const std::exception& failure) {
-        ReportException(m_hWnd, failure.what());
+        return Dispatch(message, wParam, lParam);
     } catch (...) {
-        ReportException(m_hWnd, "Unknown error");
+        ReportCurrentException(m_hWnd);
+        return 0;
     }
-    m_current = outer;
-    return result;
+}
+
+void ReportCurrentException(HWND dialog) noexcept
+try {
+    try {
+        throw;
+    } catch (const std::exception& failure) {
+        ReportException(dialog, failure.what());
+    } catch (...) {
+        ReportException(dialog, "Unknown error");
+    }
+} catch (...) {
+    std::fputs("An error could not be reported in a box.\n", stderr);
 }
 
 LRESULT CDialog::Dispatch(UINT message, WPARAM wParam, LPARAM lParam)

@@ -116,8 +116,9 @@ private:
     int m_result = IDCANCEL;
 };
 
-// True from the moment the program is asked to end until its outermost dialog has ended: nothing
-// may be begun that would have to be ended by hand, and no dialog and no box opens.
+// True from the moment the program is asked to end or its display is lost until its outermost
+// dialog has ended: nothing may be begun that would have to be ended by hand, and no dialog and no
+// box opens.
 bool IsSessionEnding();
 
 // The application object, one for the life of the process.
@@ -135,7 +136,7 @@ public:
     virtual std::span<const DispatchEntry> DispatchTable() const { return {}; }
 
     // The connection to the display is lost: the process ends when this returns, and no operation
-    // on windows works any more.
+    // on windows works any more. Called wherever a handler may be at work.
     virtual void OnDisplayLost() {}
 
     void OnHelp(); // shows the program's name and version

@@ -5,8 +5,11 @@
 
 #include <string>
 
-// Tells the operator about the exception that ended a handler of this dialog.
+// Tells the operator that this exception ended a handler of this dialog.
 void ReportException(HWND dialog, const std::string& text);
+// The same for the exception being handled, of any type. Throws nothing: without memory for a box
+// the text goes to standard error.
+void ReportCurrentException(HWND dialog) noexcept;
 
 // Marks the rejected field and says so in a box, unless the operator was told about this text
 // before and only leaves the field; otherwise the focus goes back to the field.

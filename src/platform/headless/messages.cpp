@@ -1,5 +1,6 @@
 // The message queue, timers on a clock that only RunFor moves, and paint requests.
 #include "platform/headless/desktop.h"
+#include "platform/scope.h"
 #include "platform/system.h"
 
 #include <algorithm>
@@ -137,10 +138,9 @@ std::size_t ServePaintRequests()
         if (window == nullptr || !window->visible || !std::exchange(window->invalid, false)) {
             continue;
         }
-        const HWND outer = std::exchange(desktop.painted, handle);
+        const ScopedValue painted(desktop.painted, handle);
         desktop.paintBegun.clear();
         window->dialog->Send(WM_PAINT);
-        desktop.painted = outer;
         ++served;
     }
     return served;

@@ -1,10 +1,12 @@
 // The application object: the windowing system's set-up, the end by a signal, the beeper.
 #include "platform/boxes.h"
 #include "platform/dialog.h"
+#include "platform/dialog_hooks.h"
 #include "platform/posix/end_signals.h"
 #include "platform/posix/speaker.h"
 #include "platform/qt/button_controls.h"
 #include "platform/qt/modal_loop.h"
+#include "platform/scope.h"
 #include "platform/system.h"
 
 #include <QApplication>
@@ -13,6 +15,7 @@
 #include <QTimer>
 
 #include <clocale>
+#include <cstdlib>
 #include <exception>
 #include <memory>
 
@@ -21,6 +24,16 @@ namespace {
 constexpr int FontPixels = 11; // fits the fixed base units of the dialogs
 
 void SetUpToolkit();
+
+// Whoever finds the connection to the display broken, the toolkit or its X library, calls exit()
+// out of the loop. The first to go then are the objects of the thread itself, while all others, and
+// the libraries' threads, still are what they were.
+struct ExitOutOfTheLoop
+{
+    ~ExitOutOfTheLoop();
+    bool isLoopOpen = false;
+};
+thread_local ExitOutOfTheLoop exitOutOfTheLoop;
 
 } // namespace
 
@@ -41,13 +54,15 @@ int CWinApp::Run(int argc, char** argv)
         ModalLoop::AskToEnd();
     });
 
+    const ScopedValue loopOpen(exitOutOfTheLoop.isLoopOpen, true);
+
     // No window outlives InitInstance, so that there is nothing left to serve after it.
     try {
         InitInstance();
         return 0;
-    } catch (const std::exception& e) {
-        AfxMessageBox(e.what(), MB_OK | MB_ICONSTOP | MB_TOPMOST);
-        return 1;
+    } catch (...) {
+        ReportCurrentException(nullptr);
+        return EXIT_FAILURE;
     }
 }
 
@@ -64,6 +79,14 @@ BOOL Beep(DWORD frequency, DWORD duration)
 }
 
 namespace {
+
+ExitOutOfTheLoop::~ExitOutOfTheLoop()
+{
+    if (isLoopOpen) {
+        ModalLoop::TellDisplayLost();
+        std::_Exit(EXIT_FAILURE);
+    }
+}
 
 void SetUpToolkit()
 {

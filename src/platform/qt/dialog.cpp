@@ -10,6 +10,7 @@
 #include "platform/qt/paint_request.h"
 #include "platform/qt/text.h"
 #include "platform/qt/window_table.h"
+#include "platform/scope.h"
 
 #include <QAbstractButton>
 #include <QButtonGroup>
@@ -22,9 +23,7 @@
 #include <QTimer>
 
 #include <algorithm>
-#include <cstdlib>
 #include <dlfcn.h>
-#include <exception>
 
 namespace {
 
@@ -36,7 +35,6 @@ constexpr UINT ShortestPeriod = 10; // milliseconds
 
 constexpr int MostTitlesUnanswered = 64;
 
-void WatchDisplay();
 void LetXLibraryForget();
 QRect Pixels(const DialogUnits& place);
 
@@ -178,7 +176,6 @@ HWND DialogWindow::Control(int id) const
 
 void DialogWindow::Open()
 {
-    WatchDisplay();
     if (!m_ended && !IsSessionEnding()) {
         m_loop.Open();
     }
@@ -260,8 +257,8 @@ void DialogWindow::keyPressEvent(QKeyEvent* event)
                 entry.call(*AfxGetApp(), MAKEWPARAM(ID_HELP, BN_CLICKED), 0);
             }
         }
-    } catch (const std::exception& e) {
-        ReportException(m_handle, e.what());
+    } catch (...) {
+        ReportCurrentException(m_handle);
     }
 }
 
@@ -340,11 +337,15 @@ void ReportException(HWND dialog, const std::string& text)
     if (waiting) {
         return;
     }
-    waiting = true;
     QTimer::singleShot(0, [dialog, text, caption] {
-        MessageBoxA(dialog, text.c_str(), caption.c_str(), Style);
-        waiting = false;
+        const ScopeExit shown([] { waiting = false; });
+        try {
+            MessageBoxA(dialog, text.c_str(), caption.c_str(), Style);
+        } catch (...) {
+            ReportCurrentException(dialog);
+        }
     });
+    waiting = true;
 }
 
 void RejectEdit(const CDataExchange& dx)
@@ -355,10 +356,11 @@ void RejectEdit(const CDataExchange& dx)
         return;
     }
     DialogWindow* const window = DialogOf(dx.m_rejectedField);
-    window->m_showsRejection = true;
-    MessageBoxA(window->Handle(), dx.m_rejectionReason.c_str(), AfxGetApp()->Name().c_str(),
-                MB_OK | MB_ICONEXCLAMATION | MB_TOPMOST);
-    window->m_showsRejection = false;
+    {
+        const ScopedValue shown(window->m_showsRejection, true);
+        MessageBoxA(window->Handle(), dx.m_rejectionReason.c_str(), AfxGetApp()->Name().c_str(),
+                    MB_OK | MB_ICONEXCLAMATION | MB_TOPMOST);
+    }
     // A mouse press that took the focus away reaches its button only now, and its release went to
     // the box: the click is lost, the button must not stay down.
     QTimer::singleShot(0, window, [window] {
@@ -371,19 +373,6 @@ void RejectEdit(const CDataExchange& dx)
 }
 
 namespace {
-
-// The toolkit ends the process when it loses the display. What is registered here, after the
-// libraries were loaded, runs before they are unloaded. A program that ends in order has no
-// application object left by then.
-void WatchDisplay()
-{
-    static const int Registered = std::atexit([] {
-        if (AfxGetApp() != nullptr) {
-            AfxGetApp()->OnDisplayLost();
-        }
-    });
-    static_cast<void>(Registered);
-}
 
 // The toolkit sets titles by the X library but reads all answers itself, so the library would keep
 // a note of every title until 65,535 requests have passed. An answer that it reads drops them. It

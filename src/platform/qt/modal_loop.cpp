@@ -2,6 +2,8 @@
 #include "platform/qt/modal_loop.h"
 
 #include "platform/dialog.h"
+#include "platform/dialog_hooks.h"
+#include "platform/scope.h"
 
 #include <QApplication>
 #include <QMessageBox>
@@ -94,9 +96,8 @@ void ModalLoop::Run()
         } else if (ending) {
             return;
         } else if (IsOutermost()) {
-            outermostRuns = true;
+            const ScopedValue runs(outermostRuns, true);
             QApplication::exec();
-            outermostRuns = false;
         } else {
             m_loop.exec();
         }
@@ -148,6 +149,18 @@ void ModalLoop::AskToEnd()
     AskDialogSoon();
     if (outermostRuns) {
         QCoreApplication::exit();
+    }
+}
+
+void ModalLoop::TellDisplayLost()
+{
+    ending = true;
+    try {
+        if (AfxGetApp() != nullptr) {
+            AfxGetApp()->OnDisplayLost();
+        }
+    } catch (...) {
+        ReportCurrentException(nullptr);
     }
 }
 

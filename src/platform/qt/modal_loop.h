@@ -32,6 +32,8 @@ public:
     // dialog gets WM_QUERYENDSESSION when the handlers inside it have returned.
     static void AskToEnd();
 
+    static void TellDisplayLost(); // tells the application object
+
 private:
     void PlaceAboveParent();
     bool IsOutermost() const;
