@@ -275,6 +275,54 @@ TEST(Dialog, PictureStandsRightSideUpAndClipped)
     });
 }
 
+TEST(Dialog, AChangeIsDrawn)
+{
+    constexpr unsigned Red = 0xC00000;
+    Operator op;
+    BenchDialog dialog;
+    int paints = 0;
+    dialog.m_paint = [&] { ++paints; };
+    op.Run(dialog, [&] {
+        op.WhenBox("Scale center", IDOK);
+        op.Type(Whole, "x");
+        op.Focus(Go);
+        EXPECT_EQ(op.Pixel(Whole, 1, 8), Red);
+        dialog.SetDlgItemText(Whole, "x");
+        EXPECT_NE(op.Pixel(Whole, 1, 8), Red) << "the program wrote the text";
+        dialog.SetDlgItemText(Whole, "1");
+
+        op.Serve(20);
+        const int before = paints;
+        dialog.Invalidate();
+        EXPECT_TRUE(op.Wait([&] { return paints > before; }, 500));
+        dialog.m_seen.clear();
+        dialog.m_track.SetRange(1, 10);
+        EXPECT_TRUE(op.Wait([&] { return Count(dialog, WM_NOTIFY) > 0; }, 500));
+    });
+}
+
+TEST(Dialog, AMinimizedWindowShowsWhatItPaints)
+{
+    static constexpr IconColor Palette[] = {{'#', 0x123456}};
+    static constexpr const char* Rows[] = {"# ", " #"};
+    static constexpr IconResource Icon{1, Palette, Rows};
+    Operator op;
+    BenchDialog dialog;
+    dialog.m_paint = [&] {
+        if (dialog.IsIconic()) {
+            CPaintDC(&dialog).DrawIcon(280, 190, &Icon);
+        }
+    };
+    op.Run(dialog, [&] {
+        op.Minimize();
+        const unsigned background = op.MinimizedPixel(300, 200);
+        EXPECT_EQ(op.MinimizedPixel(280, 190), 0x123456u);
+        EXPECT_EQ(op.MinimizedPixel(281, 191), 0x123456u);
+        EXPECT_EQ(op.MinimizedPixel(281, 190), background);
+        op.Minimize(false);
+    });
+}
+
 TEST(Box, ShowsAnyTextAndAnswersAsAsked)
 {
     const struct
@@ -303,8 +351,57 @@ TEST(Box, ShowsAnyTextAndAnswersAsAsked)
         op.WhenBox("\xEF\xBF\xBD", IDOK);
         MessageBoxA(dialog.GetSafeHwnd(), megabyte.c_str(), megabyte.c_str(), MB_OK);
         EXPECT_LT(op.Boxes().back().caption.size(), 1000u);
+        // A line that is laid out as a whole must be short, and no character is cut.
+        std::string line;
+        for (int i = 0; i < 5000; ++i) {
+            line += i % 2 == 0 ? "\xF0\x9F\x98\x80" : "a";
+        }
+        op.WhenBox("a", IDOK);
+        MessageBoxA(dialog.GetSafeHwnd(), line.c_str(), "", MB_OK);
+        std::string shown = op.Boxes().back().text;
+        for (std::size_t begin = 0, end = 0; end != std::string::npos; begin = end + 1) {
+            end = shown.find('\n', begin);
+            EXPECT_LE(std::min(end, shown.size()) - begin, 2000u * 4);
+        }
+        EXPECT_GT(std::erase(shown, '\n'), 2u);
+        EXPECT_EQ(shown, line);
         op.WhenBox("", IDOK);
         MessageBoxA(reinterpret_cast<HWND>(1), "", "", MB_OK);
+    });
+}
+
+TEST(Box, TitlesStandAsTheyAre)
+{
+    const std::string title = "[*] 100 % &x [*][*]<b>";
+    Operator op;
+    BenchDialog dialog;
+    op.Run(dialog, [&] {
+        op.WhenBox("Text", IDOK);
+        MessageBoxA(dialog.GetSafeHwnd(), "Text", title.c_str(), MB_OK);
+        EXPECT_EQ(op.Boxes().back().caption, title);
+        dialog.SetWindowText(title);
+        EXPECT_TRUE(op.Wait([&] { return op.ActiveTitle() == title; }, 500));
+        EXPECT_EQ(dialog.GetWindowText(), title);
+    });
+}
+
+TEST(Box, TellsWhoSpeaks)
+{
+    Operator op;
+    BenchDialog dialog;
+    dialog.m_go = [] { throw 7; };
+    op.Run(dialog, [&] {
+        op.WhenBox("Unknown error", IDOK);
+        op.Click(Go);
+        EXPECT_EQ(op.Boxes().back().style, MB_OK | MB_ICONSTOP | MB_TOPMOST);
+        op.WhenBox("Text", IDOK);
+        AfxMessageBox("Text");
+        op.WhenBox("Tarn test 1.2", IDOK);
+        op.PressHelp();
+        EXPECT_EQ(op.Boxes().size(), 3u);
+        for (const ShownBox& box : op.Boxes()) {
+            EXPECT_EQ(box.caption, "Tarn test");
+        }
     });
 }
 

@@ -102,6 +102,8 @@ TEST(Messages, AndTimersAreServedBehindABoxThatAHandlerOpened)
                                       std::pair(message, wParam)) > 0;
                 };
                 EXPECT_TRUE(op.Wait([&] { return holds(WM_USER, 2) && holds(WM_TIMER, 9); }));
+                PostMessageA(dialog.GetSafeHwnd(), WM_USER, 3, 0);
+                EXPECT_TRUE(op.Wait([&] { return holds(WM_USER, 3); }));
             });
             EXPECT_EQ(MessageBoxA(dialog.GetSafeHwnd(), "Open", "", MB_YESNO), IDYES);
         };

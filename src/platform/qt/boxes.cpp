@@ -194,8 +194,9 @@ void CWaitCursor::Restore()
 namespace {
 
 BoxWindow::BoxWindow(const char* text, const char* caption, UINT style)
-    : QMessageBox(IconOf(style), ShownTitle(caption), {}, ButtonsOf(style), ModalLoop::NextOwner())
+    : QMessageBox(IconOf(style), {}, {}, ButtonsOf(style), ModalLoop::NextOwner())
 {
+    SetTitle(*this, caption);
     setWindowFlag(Qt::WindowStaysOnTopHint, (style & MB_TOPMOST) != 0);
     setDefaultButton((style & MB_YESNO) != 0 ? QMessageBox::Yes : QMessageBox::Ok);
     SetText(*this, ShownText(text));

@@ -27,7 +27,7 @@ RECT Rect(QPoint topLeft, QSize size);
 void CWnd::SetWindowText(const std::string& text)
 {
     if (auto* const dialog = As<DialogWindow>(m_hWnd)) {
-        dialog->setWindowTitle(ShownTitle(text));
+        SetTitle(*dialog, text);
     } else if (auto* const edit = As<EditControl>(m_hWnd)) {
         edit->Write(FromBytes(text));
     } else if (auto* const label = As<QLabel>(m_hWnd)) {
@@ -45,7 +45,7 @@ void CWnd::SetWindowText(const std::string& text)
 std::string CWnd::GetWindowText() const
 {
     if (const auto* const dialog = As<DialogWindow>(m_hWnd)) {
-        return dialog->windowTitle().toStdString();
+        return TitleOf(*dialog).toStdString();
     }
     if (const auto* const edit = As<EditControl>(m_hWnd)) {
         return edit->text().toStdString();

@@ -94,7 +94,7 @@ DialogWindow::DialogWindow(CDialog& dialog, QWidget* owner)
         flags |= Qt::WindowMinimizeButtonHint;
     }
     setWindowFlags(flags);
-    setWindowTitle(ShownTitle(form.title));
+    SetTitle(*this, form.title);
     setFixedSize(Pixels({0, 0, form.width, form.height}).size());
     setAcceptDrops(TakesDrops());
     CreateControls();

@@ -23,6 +23,7 @@
 #include <QScreen>
 #include <QTest>
 #include <QTimer>
+#include <QWindow>
 
 #include <algorithm>
 #include <gtest/gtest.h>
@@ -33,7 +34,15 @@ namespace {
 class DialogProgram : public CWinApp
 {
 public:
-    explicit DialogProgram(CDialog* dialog) : CWinApp("Tarn test"), m_dialog(dialog) {}
+    explicit DialogProgram(CDialog* dialog) : CWinApp("Tarn test"), m_dialog(dialog)
+    {
+        SetVersion("1.2");
+    }
+    std::span<const DispatchEntry> DispatchTable() const override
+    {
+        static constexpr DispatchEntry Table[] = {on::Command<&CWinApp::OnHelp>(ID_HELP)};
+        return Table;
+    }
     BOOL InitInstance() override
     {
         m_result = m_dialog != nullptr ? m_dialog->DoModal() : 0;
@@ -228,7 +237,7 @@ bool Operator::Desk::eventFilter(QObject* object, QEvent* event)
 void Operator::Desk::Answer(QMessageBox& box)
 {
     const std::string text = TextOf(box);
-    shown.push_back({text, box.windowTitle().toStdString(), StyleOf(box)});
+    shown.push_back({text, box.windowHandle()->title().toStdString(), StyleOf(box)});
 
     const auto expected = std::find_if(boxes.begin(), boxes.end(), [&](const Expectation& e) {
         return text.find(e.part) != std::string::npos;
@@ -491,7 +500,7 @@ CDialog& Operator::Dialog() const
 std::string Operator::ActiveTitle() const
 {
     const QWidget* const active = QApplication::activeWindow();
-    return active != nullptr ? active->windowTitle().toStdString() : "";
+    return active != nullptr ? active->windowHandle()->title().toStdString() : "";
 }
 
 bool Operator::HasFocus(int id) const
@@ -503,6 +512,11 @@ int Operator::Position(int id) const
 {
     const auto* const bar = m_desk->Find<QAbstractSlider>(id);
     return bar != nullptr ? bar->value() : 0;
+}
+
+unsigned Operator::MinimizedPixel(int x, int y) const
+{
+    return m_desk->Window().grab().toImage().pixel(x, y) & 0xFFFFFF;
 }
 
 unsigned Operator::Pixel(int id, int x, int y) const

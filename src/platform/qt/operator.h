@@ -108,6 +108,7 @@ public:
     int Position(int id) const; // of a scroll bar or track bar
     // What stands on the screen at x, y of the control's client area, 0xRRGGBB.
     unsigned Pixel(int id, int x, int y) const;
+    unsigned MinimizedPixel(int x, int y) const; // of what stands for the minimized window
 
 private:
     struct Desk;

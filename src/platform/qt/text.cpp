@@ -1,9 +1,12 @@
 // Text on its way to the screen.
 #include "platform/qt/text.h"
 
+#include <QWidget>
+
 namespace {
 
 constexpr qsizetype LongestTitle = 160;
+const QString ChangeMark = QStringLiteral("[*]");
 
 bool TurnsDirection(char16_t c)
 {
@@ -56,12 +59,18 @@ QString WithoutMnemonic(const QString& text)
     return spoken;
 }
 
-QString ShownTitle(std::string_view bytes)
+// To the toolkit "[*]" is the mark of a changed document, and two in a row are the text.
+void SetTitle(QWidget& window, std::string_view bytes)
 {
     QString title = ShownText(bytes);
     title.replace('\n', ' ');
-    if (title.size() <= LongestTitle) {
-        return title;
+    if (title.size() > LongestTitle) {
+        title = title.left(LongestTitle / 2) + QChar(0x2026) + title.right(LongestTitle / 2 - 1);
     }
-    return title.left(LongestTitle / 2) + QChar(0x2026) + title.right(LongestTitle / 2 - 1);
+    window.setWindowTitle(title.replace(ChangeMark, ChangeMark + ChangeMark));
+}
+
+QString TitleOf(const QWidget& window)
+{
+    return window.windowTitle().replace(ChangeMark + ChangeMark, ChangeMark);
 }

@@ -5,6 +5,8 @@
 
 #include <string_view>
 
+class QWidget;
+
 // UTF-8 to text; bytes that are not UTF-8 become U+FFFD.
 QString FromBytes(std::string_view bytes);
 
@@ -15,5 +17,6 @@ QString ShownText(std::string_view bytes);
 // A control's text as it is spoken: "&" marks the letter behind it, "&&" stands for one.
 QString WithoutMnemonic(const QString& text);
 
-// The same as ShownText for a title: one line, with the middle left out when it is over long.
-QString ShownTitle(std::string_view bytes);
+// Shows the title on one line, with the middle left out when it is over long.
+void SetTitle(QWidget& window, std::string_view bytes);
+QString TitleOf(const QWidget& window);
