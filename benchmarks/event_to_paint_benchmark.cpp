@@ -4,8 +4,8 @@
 #include "device/libraries.h"
 #include "display/lut.h"
 #include "display/resample.h"
+#include "platform/posix/allocator.h"
 #include "platform/qt/operator.h"
-#include "platform/system.h"
 
 #include <benchmark/benchmark.h>
 #include <string>

@@ -1,6 +1,6 @@
 // The numbered exports: each logs its call, applies its fault rule and calls the model.
 #include "device/tarn_abi.h"
-#include "platform/system.h"
+#include "platform/messages.h"
 #include "simulator/tarn/faults.h"
 #include "simulator/tarn/hand_switch.h"
 #include "simulator/tarn/model.h"

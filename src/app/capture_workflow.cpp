@@ -4,9 +4,9 @@
 #include "device/parameters.h"
 #include "device/results.h"
 #include "errors/exceptions.h"
+#include "platform/beeper.h"
 #include "platform/boxes.h"
 #include "platform/scope.h"
-#include "platform/system.h"
 #include "storage/header_fields.h"
 
 #include <algorithm>

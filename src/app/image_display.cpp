@@ -2,8 +2,8 @@
 #include "app/main_dialog.h"
 #include "display/resample.h"
 #include "display/view.h"
+#include "platform/clock.h"
 #include "platform/paint.h"
-#include "platform/system.h"
 #include "resources/resource.h"
 #include "storage/header_fields.h"
 

@@ -1,6 +1,6 @@
 // The binary interface of the two closed libraries: their numbers, records and exports, all fixed.
 //
-// The libraries find PostMessageA (platform/system.h) in the program that loads them. The numbers
+// The libraries find PostMessageA (platform/messages.h) in the program that loads them. The numbers
 // are unscoped enumerations, so that they compare with what the libraries give without a cast.
 #pragma once
 

@@ -90,9 +90,3 @@ struct WIN32_FIND_DATAA
 HANDLE FindFirstFileA(const char* path, WIN32_FIND_DATAA* found);
 BOOL FindClose(HANDLE search);
 BOOL CreateDirectoryA(const char* path, const void* securityAttributes);
-
-using HMODULE = struct HMODULE__*;
-
-// The full path of a loaded module (null: the program) into a buffer of size bytes, terminated.
-// Returns the length without the zero; 0 on failure and when the buffer is too small.
-DWORD GetModuleFileNameA(HMODULE module, char* path, DWORD size);

@@ -1,15 +1,16 @@
-// Loading a shared library and finding its exports by number.
+// Modules: the program and the shared libraries it loads.
 #pragma once
 
-#include "platform/files.h"
+#include "platform/types.h"
 
 #include <string>
+
+using HMODULE = struct HMODULE__*;
 
 // Loads the library of this name ("Tarn": libTarn.so here, Tarn.dll on Windows), looked for beside
 // the program first, then by the system's loader. Null on failure, with the file's name and the
 // loader's reason in LoadFailure.
 HMODULE LoadLibraryA(const char* name);
-BOOL FreeLibrary(HMODULE module);
 
 // The export of this number (the symbol Tarn_<number> here, the ordinal on Windows); null when
 // there is none, with the export and the file named in LoadFailure.
@@ -17,3 +18,7 @@ void* GetProcAddress(HMODULE module, unsigned number);
 
 // Why this thread's last LoadLibraryA or GetProcAddress failed, as a sentence for the operator.
 std::string LoadFailure();
+
+// The full path of a loaded module (null: the program) into a buffer of size bytes, terminated.
+// Returns the length without the zero; 0 on failure and when the buffer is too small.
+DWORD GetModuleFileNameA(HMODULE module, char* path, DWORD size);

@@ -63,7 +63,11 @@ private:
     std::unique_ptr<Surface> m_surface;
 };
 
-int SetStretchBltMode(HDC dc, int mode); // the former mode
+// A transfer never stretches, so that the mode has no effect. Returns it.
+inline int SetStretchBltMode(HDC, int mode)
+{
+    return mode;
+}
 
 // Transfers height scan lines of an 8-bit bottom-up bitmap to x, y of the window; its rows are
 // padded to 4 bytes. Returns the number of lines transferred, 0 on failure. The pixels are read

@@ -28,11 +28,6 @@ struct RECT
     LONG left, top, right, bottom;
 };
 
-struct POINT
-{
-    LONG x, y;
-};
-
 inline constexpr UINT WM_PAINT = 0x000F;
 inline constexpr UINT WM_CLOSE = 0x0010;
 // The program is asked to end. A dialog without a handler for it ends with IDCANCEL.

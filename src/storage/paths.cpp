@@ -1,6 +1,7 @@
 // Builds names of image files and creates their folders.
 #include "storage/paths.h"
 
+#include "platform/files.h"
 #include "storage/file_access.h"
 
 #include <algorithm>

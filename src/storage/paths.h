@@ -1,7 +1,7 @@
 // Names and folders of image files.
 #pragma once
 
-#include "platform/files.h"
+#include "platform/module.h"
 
 #include <cstdint>
 #include <string>

@@ -1,6 +1,6 @@
 // The main window over a scripted library, worked by an operator.
 #include "app/main_dialog_fixture.h"
-#include "platform/system.h"
+#include "platform/messages.h"
 #include "resources/main_dialog_template.h"
 #include "storage/q32_file.h"
 

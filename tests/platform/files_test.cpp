@@ -1,5 +1,6 @@
 // Opening files: what the reasons of failure are, and who may have a file open together.
 #include "platform/files.h"
+#include "platform/module.h"
 #include "support/system_calls.h"
 
 #include <cerrno>

@@ -1,7 +1,7 @@
 // Messages posted across threads, and fairness under a storm of them.
 #include "platform/bench_dialog.h"
+#include "platform/messages.h"
 #include "platform/qt/operator.h"
-#include "platform/system.h"
 
 #include <atomic>
 #include <chrono>

@@ -1,6 +1,6 @@
 // Drives the simulated capture library through its exports, with a recorder as the window.
 #include "device/tarn_abi.h"
-#include "platform/system.h"
+#include "platform/messages.h"
 #include "simulator/tarn/hand_switch.h"
 #include "simulator/tarn/result_codes.h"
 #include "simulator/tarn/settings.h"

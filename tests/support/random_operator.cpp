@@ -2,7 +2,7 @@
 #include "support/random_operator.h"
 
 #include "platform/boxes.h"
-#include "platform/system.h"
+#include "platform/messages.h"
 #include "storage/paths.h"
 #include "support/headless_program.h"
 #include "support/image_ledger.h"

@@ -1,7 +1,9 @@
 // The message queue, timers on a clock that only RunFor moves, and paint requests.
+#include "platform/messages.h"
+
+#include "platform/beeper.h"
 #include "platform/headless/desktop.h"
 #include "platform/scope.h"
-#include "platform/system.h"
 
 #include <algorithm>
 #include <optional>

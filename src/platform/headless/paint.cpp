@@ -7,7 +7,6 @@ using namespace headless;
 
 struct CPaintDC::Surface
 {
-    int stretchMode = COLORONCOLOR;
 };
 
 CPaintDC::CPaintDC(CWnd* window)
@@ -23,12 +22,6 @@ CPaintDC::CPaintDC(CWnd* window)
 CPaintDC::~CPaintDC() = default;
 
 void CPaintDC::DrawIcon(int, int, HICON) {}
-
-int SetStretchBltMode(HDC dc, int mode)
-{
-    CPaintDC::Surface* const surface = dc->GetSurface();
-    return surface != nullptr ? std::exchange(surface->stretchMode, mode) : 0;
-}
 
 int SetDIBitsToDevice(HDC dc, int, int, DWORD width, DWORD height, int sourceX, int sourceY,
                       UINT firstLine, UINT lines, const void* bits, const BITMAPINFO256* info, UINT)

@@ -1,11 +1,7 @@
-// The performance counter, over the monotonic clock, and the allocator's way with large blocks.
-#include "platform/system.h"
+// The performance counter, over the monotonic clock.
+#include "platform/clock.h"
 
-#include <cstdlib>
 #include <ctime>
-#ifdef __GLIBC__
-#include <malloc.h>
-#endif
 
 namespace {
 
@@ -25,17 +21,4 @@ BOOL QueryPerformanceFrequency(std::int64_t* frequency)
 {
     *frequency = TicksPerSecond;
     return TRUE;
-}
-
-void KeepFreedBlocks()
-{
-#ifdef __GLIBC__
-    // Whoever measures what is in use sets the threshold from outside.
-    if (std::getenv("MALLOC_TRIM_THRESHOLD_") != nullptr) {
-        return;
-    }
-    constexpr int KeptAtMost = 256 << 20;
-    mallopt(M_MMAP_MAX, 0);
-    mallopt(M_TRIM_THRESHOLD, KeptAtMost);
-#endif
 }

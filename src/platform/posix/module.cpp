@@ -45,11 +45,6 @@ HMODULE LoadLibraryA(const char* name)
     return static_cast<HMODULE>(module);
 }
 
-BOOL FreeLibrary(HMODULE module)
-{
-    return module != nullptr && dlclose(module) == 0 ? TRUE : FALSE;
-}
-
 void* GetProcAddress(HMODULE module, unsigned number)
 {
     const std::string path = PathOf(module);

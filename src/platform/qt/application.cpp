@@ -1,13 +1,14 @@
 // The application object: the windowing system's set-up, the end by a signal, the beeper.
+#include "platform/beeper.h"
 #include "platform/boxes.h"
 #include "platform/dialog.h"
 #include "platform/dialog_hooks.h"
+#include "platform/posix/allocator.h"
 #include "platform/posix/end_signals.h"
 #include "platform/posix/speaker.h"
 #include "platform/qt/button_controls.h"
 #include "platform/qt/modal_loop.h"
 #include "platform/scope.h"
-#include "platform/system.h"
 
 #include <QApplication>
 #include <QFont>

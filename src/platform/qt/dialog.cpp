@@ -6,10 +6,12 @@
 #include "platform/field_text.h"
 #include "platform/qt/control_widgets.h"
 #include "platform/qt/dialog_window.h"
+#include "platform/qt/icon.h"
 #include "platform/qt/messages.h"
 #include "platform/qt/paint_request.h"
 #include "platform/qt/text.h"
 #include "platform/qt/window_table.h"
+#include "platform/qt/x11.h"
 #include "platform/scope.h"
 
 #include <QAbstractButton>
@@ -17,13 +19,13 @@
 #include <QCloseEvent>
 #include <QFile>
 #include <QGroupBox>
-#include <QGuiApplication>
+#include <QIcon>
 #include <QLabel>
 #include <QMimeData>
+#include <QPixmap>
 #include <QTimer>
 
 #include <algorithm>
-#include <dlfcn.h>
 
 namespace {
 
@@ -35,7 +37,6 @@ constexpr UINT ShortestPeriod = 10; // milliseconds
 
 constexpr int MostTitlesUnanswered = 64;
 
-void LetXLibraryForget();
 QRect Pixels(const DialogUnits& place);
 
 } // namespace
@@ -74,6 +75,14 @@ void CDialog::EndDialog(int result)
 {
     if (DialogWindow* const window = DialogOf(m_hWnd)) {
         window->End(result);
+    }
+}
+
+void CDialog::SetIcon(HICON icon, BOOL)
+{
+    QWidget* const widget = WidgetOf(m_hWnd);
+    if (widget != nullptr && icon != nullptr) {
+        widget->setWindowIcon(QPixmap::fromImage(ImageOf(*icon)));
     }
 }
 
@@ -312,7 +321,7 @@ void DialogWindow::changeEvent(QEvent* event)
     QDialog::changeEvent(event);
     if (event->type() == QEvent::WindowTitleChange && ++m_titles >= MostTitlesUnanswered) {
         m_titles = 0;
-        LetXLibraryForget();
+        DropAnsweredX11Requests();
     }
 }
 
@@ -373,23 +382,6 @@ void RejectEdit(const CDataExchange& dx)
 }
 
 namespace {
-
-// The toolkit sets titles by the X library but reads all answers itself, so the library would keep
-// a note of every title until 65,535 requests have passed. An answer that it reads drops them. It
-// is asked for by name: it is there where the toolkit needs it, and nowhere else.
-void LetXLibraryForget()
-{
-    const auto* const x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-    void* const library = x11 != nullptr ? dlopen("libX11.so.6", RTLD_LAZY | RTLD_NOLOAD) : nullptr;
-    if (library == nullptr) {
-        return;
-    }
-    using Sync = int (*)(Display*, int);
-    if (const auto sync = reinterpret_cast<Sync>(dlsym(library, "XSync"))) {
-        sync(x11->display(), 0);
-    }
-    dlclose(library);
-}
 
 QRect Pixels(const DialogUnits& place)
 {

@@ -3,9 +3,9 @@
 #include "platform/qt/messages.h"
 
 #include "platform/dialog.h"
+#include "platform/messages.h"
 #include "platform/qt/dialog_window.h"
 #include "platform/qt/window_table.h"
-#include "platform/system.h"
 
 #include <QBasicTimer>
 #include <QCoreApplication>

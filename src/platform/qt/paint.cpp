@@ -2,10 +2,10 @@
 #include "platform/paint.h"
 
 #include "platform/qt/control_widgets.h"
+#include "platform/qt/icon.h"
 #include "platform/qt/paint_request.h"
 #include "platform/qt/window_table.h"
 
-#include <QIcon>
 #include <QImage>
 #include <QPainter>
 
@@ -15,12 +15,9 @@
 struct CPaintDC::Surface
 {
     PaintRequest* request; // null: nothing is drawn
-    int stretchMode;
 };
 
 namespace {
-
-constexpr int FirstStretchMode = 1; // what a fresh device context has: black on white
 
 // The part of a bitmap that is transferred: its scan lines count from the bottom.
 struct Bitmap
@@ -44,12 +41,10 @@ void WriteRows(const Bitmap& bitmap, const Colors& colors, QRect part, QPoint ta
                QPoint imageOrigin);
 void DrawRows(const Bitmap& bitmap, const Colors& colors, QRect part, QPoint target,
               const PaintRequest& request);
-QImage ImageOf(const IconResource& icon);
 
 } // namespace
 
-CPaintDC::CPaintDC(CWnd* window)
-    : m_surface(new Surface{PaintRequest::Take(window->GetSafeHwnd()), FirstStretchMode})
+CPaintDC::CPaintDC(CWnd* window) : m_surface(new Surface{PaintRequest::Take(window->GetSafeHwnd())})
 {
 }
 
@@ -67,11 +62,6 @@ void CPaintDC::DrawIcon(int x, int y, HICON icon)
     painter.fillRect(request->m_region.boundingRect(), request->m_widget->palette().window());
     painter.drawImage(x, y, ImageOf(*icon));
     request->m_drawn += request->m_region;
-}
-
-int SetStretchBltMode(HDC dc, int mode)
-{
-    return std::exchange(dc->GetSurface()->stretchMode, mode);
 }
 
 int SetDIBitsToDevice(HDC dc, int x, int y, DWORD width, DWORD height, int sourceX, int sourceY,
@@ -125,52 +115,6 @@ int GetSystemMetrics(int index)
     return index == SM_CXICON || index == SM_CYICON ? 32 : 0;
 }
 
-void CDialog::SetIcon(HICON icon, BOOL)
-{
-    QWidget* const widget = WidgetOf(m_hWnd);
-    if (widget != nullptr && icon != nullptr) {
-        widget->setWindowIcon(QPixmap::fromImage(ImageOf(*icon)));
-    }
-}
-
-namespace {
-
-PaintRequest* innermost = nullptr;
-
-} // namespace
-
-PaintRequest::PaintRequest(HWND window, QWidget* widget, QPaintDevice* device, QPoint deviceOrigin,
-                           QPoint clientOrigin, QRegion region)
-    : m_window(window),
-      m_widget(widget),
-      m_device(device),
-      m_deviceOrigin(deviceOrigin),
-      m_clientOrigin(clientOrigin),
-      m_region(std::move(region)),
-      m_outer(innermost)
-{
-    innermost = this;
-}
-
-PaintRequest::~PaintRequest()
-{
-    innermost = m_outer;
-}
-
-PaintRequest* PaintRequest::Take(HWND window)
-{
-    if (innermost == nullptr || innermost->m_window != window || innermost->m_taken) {
-        return nullptr;
-    }
-    innermost->m_taken = true;
-    return innermost;
-}
-
-bool PaintRequest::IsAnyServed()
-{
-    return innermost != nullptr;
-}
-
 namespace {
 
 Colors ColorsOf(const BITMAPINFO256& info)
@@ -221,23 +165,6 @@ void DrawRows(const Bitmap& bitmap, const Colors& colors, QRect part, QPoint tar
         line.setColorTable({colors.begin(), colors.end()});
         painter.drawImage(part.left(), row, line);
     }
-}
-
-QImage ImageOf(const IconResource& icon)
-{
-    const int size = static_cast<int>(icon.rows.size());
-    QImage image(size, size, QImage::Format_ARGB32);
-    image.fill(Qt::transparent);
-    for (int y = 0; y < size; ++y) {
-        for (int x = 0; x < size; ++x) {
-            for (const IconColor& color : icon.palette) {
-                if (color.key == icon.rows[static_cast<std::size_t>(y)][x]) {
-                    image.setPixel(x, y, 0xFF000000 | color.rgb);
-                }
-            }
-        }
-    }
-    return image;
 }
 
 } // namespace

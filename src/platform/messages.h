@@ -1,0 +1,9 @@
+// Messages across threads.
+#pragma once
+
+#include "platform/types.h"
+
+// Puts a message into the window's queue; callable from any thread, before, during and after the
+// window's life. Returns 0 when there is no such window, its queue is full or memory is short;
+// throws nothing. Exported unmangled because loaded libraries report their events with it.
+extern "C" int PostMessageA(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
