@@ -113,7 +113,6 @@ private:
     const DialogTemplate& m_template;
     CWnd* m_parent;
     MessageInService m_current{};
-    int m_result = IDCANCEL;
 };
 
 // True from the moment the program is asked to end or its display is lost until its outermost

@@ -5,6 +5,7 @@
 
 #include <condition_variable>
 #include <deque>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <set>
@@ -20,6 +21,7 @@ struct Window
     HWND handle = nullptr;
     CDialog* dialog = nullptr;                // whose window or control it is
     const ControlTemplate* control = nullptr; // null for the dialog's own window
+    std::map<int, HWND> controls;             // by id, of the dialog's own window
     std::string text;
     RECT place{}; // of a control: in the dialog's client area; of a dialog: on the screen
     bool enabled = true;
@@ -71,14 +73,16 @@ public:
     ModalLoop& operator=(const ModalLoop&) = delete;
 
     // Also ends the loops inside this one, as if the operator had left them.
-    void Quit();
+    void Quit(int result = IDCANCEL);
     bool IsOver() const { return m_over; }
+    int Result() const { return m_result; }
     CDialog* Dialog() const { return m_dialog; }
 
 private:
     HWND m_formerFocus;
     CDialog* m_dialog;
     bool m_over = false;
+    int m_result = IDCANCEL;
 };
 
 struct Desktop
@@ -97,7 +101,6 @@ struct Desktop
     HWND painted = nullptr;    // the dialog whose paint request is being served
     std::set<HWND> paintBegun; // windows that it has painted
     Picture picture;
-    std::size_t boxesShown = 0;
     std::size_t beeps = 0;
 };
 

@@ -82,8 +82,6 @@ bool Minimize(CDialog& dialog);
 std::string Text(const CDialog& dialog, int id); // of a control; id 0: the dialog's title
 bool IsChecked(const CDialog& dialog, int id);
 bool IsEnabled(const CDialog& dialog, int id);
-bool IsVisible(const CDialog& dialog, int id);
-int Position(const CDialog& dialog, int id); // of a scroll or track bar
 
 // The picture last transferred, topmost row first.
 struct Picture
@@ -97,7 +95,6 @@ const Picture& LastPicture();
 std::size_t LiveWindows(); // dialogs and controls
 std::size_t LiveTimers();
 std::size_t OpenBoxes();
-std::size_t BoxesShown(); // since the last Reset
-std::size_t Beeps();      // since the last Reset
+std::size_t Beeps(); // since the last Reset
 
 } // namespace headless

@@ -36,11 +36,12 @@ ModalLoop::~ModalLoop()
     }
 }
 
-void ModalLoop::Quit()
+void ModalLoop::Quit(int result)
 {
     if (std::exchange(m_over, true)) {
         return;
     }
+    m_result = result;
     const auto self = std::ranges::find(desktop.loops, this);
     const std::vector<ModalLoop*> inside(self + 1, desktop.loops.end());
     for (auto loop = inside.rbegin(); loop != inside.rend(); ++loop) {
@@ -91,7 +92,6 @@ int CDialog::DoModal()
         HWND& window;
         ~OwnWindows() { DestroyWindows(std::exchange(window, nullptr)); }
     };
-    m_result = IDCANCEL;
     ModalLoop loop(this);
     const OwnWindows windows{m_hWnd = CreateWindows(*this)};
 
@@ -106,7 +106,7 @@ int CDialog::DoModal()
     if (!loop.IsOver()) {
         Send(WM_QUERYENDSESSION);
     }
-    return m_result;
+    return loop.Result();
 }
 
 void CDialog::EndDialog(int result)
@@ -115,22 +115,18 @@ void CDialog::EndDialog(int result)
     if (loop == nullptr || loop->IsOver()) {
         return;
     }
-    m_result = result;
     std::erase_if(desktop.timers, [this](const Timer& timer) { return timer.window == m_hWnd; });
     ShowWindow(SW_HIDE);
-    loop->Quit();
+    loop->Quit(result);
 }
 
 CWnd CDialog::GetDlgItem(int id) const
 {
-    const auto controls = m_template.controls;
-    const auto line = std::ranges::find(controls, id, &ControlTemplate::id);
-    if (m_hWnd == nullptr || line == controls.end()) {
+    const Window* const own = Find(m_hWnd);
+    if (own == nullptr || !own->controls.contains(id)) {
         return CWnd();
     }
-    // A dialog's controls follow it in the order of its template.
-    const auto index = static_cast<std::uintptr_t>(line - controls.begin());
-    return CWnd(reinterpret_cast<HWND>(reinterpret_cast<std::uintptr_t>(m_hWnd) + 1 + index));
+    return CWnd(own->controls.at(id));
 }
 
 void CDialog::SetIcon(HICON, BOOL) {}
@@ -154,7 +150,6 @@ int MessageBoxA(HWND owner, const char* text, const char* caption, UINT style)
     if (IsSessionEnding()) {
         return escape;
     }
-    ++desktop.boxesShown;
     const ModalLoop loop;
     const auto atTheScreen = desktop.atTheScreen;
     const int answer =
@@ -220,8 +215,9 @@ HWND CreateWindows(CDialog& dialog)
     for (const ControlTemplate& line : dialogTemplate.controls) {
         Window& control = add(&line, line.place);
         control.text = line.text;
-        control.visible = ((line.flags & ControlHidden) == 0u);
-        control.enabled = ((line.flags & ControlDisabled) == 0u);
+        control.visible = (line.flags & ControlHidden) == 0;
+        control.enabled = (line.flags & ControlDisabled) == 0;
+        own.controls.emplace(line.id, control.handle);
     }
     const std::lock_guard lock(desktop.queue.mutex);
     desktop.queue.windows.insert(handle);

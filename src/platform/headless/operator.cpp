@@ -26,7 +26,6 @@ void Reset()
     desktop.now = 0;
     desktop.focus = nullptr;
     desktop.picture = {};
-    desktop.boxesShown = 0;
     desktop.beeps = 0;
     const std::lock_guard lock(desktop.queue.mutex);
     desktop.queue.messages.clear();
@@ -173,18 +172,6 @@ bool IsEnabled(const CDialog& dialog, int id)
     return window != nullptr && window->enabled;
 }
 
-bool IsVisible(const CDialog& dialog, int id)
-{
-    const Window* const window = FindControl(dialog, id);
-    return window != nullptr && window->visible;
-}
-
-int Position(const CDialog& dialog, int id)
-{
-    const Window* const window = FindControl(dialog, id);
-    return window != nullptr ? window->position : 0;
-}
-
 const Picture& LastPicture()
 {
     return desktop.picture;
@@ -203,11 +190,6 @@ std::size_t LiveTimers()
 std::size_t OpenBoxes()
 {
     return static_cast<std::size_t>(std::ranges::count(desktop.loops, nullptr, &ModalLoop::Dialog));
-}
-
-std::size_t BoxesShown()
-{
-    return desktop.boxesShown;
 }
 
 std::size_t Beeps()
