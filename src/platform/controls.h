@@ -75,7 +75,7 @@ public:
     void GetScrollRange(int* minimum, int* maximum) const;
     void SetScrollRange(int minimum, int maximum, BOOL redraw = TRUE);
     int GetScrollPos() const;
-    void SetScrollPos(int position, BOOL redraw = TRUE); // held to the range
+    void SetScrollPos(int position, BOOL redraw = TRUE); // clamped to the range
 };
 
 class CSliderCtrl : public CWnd
@@ -86,5 +86,5 @@ public:
     void SetRange(int minimum, int maximum, BOOL redraw = FALSE); // moves the thumb into the range
     void SetTicFreq(int frequency);
     int GetPos() const;
-    void SetPos(int position); // held to the range
+    void SetPos(int position); // clamped to the range
 };

@@ -190,7 +190,7 @@ void ScrollBarControl::wheelEvent(QWheelEvent* event)
 }
 
 // The toolkit has moved the thumb already but not the value; the thumb goes back, and the dialog's
-// handler has the word.
+// handler decides.
 void ScrollBarControl::OnAction(int action)
 {
     static constexpr struct

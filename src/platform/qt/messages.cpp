@@ -115,7 +115,7 @@ void Deliverer::timerEvent(QTimerEvent*)
     }
 }
 
-// With the last message the wish for a slice ends; the next posting asks anew.
+// After the last message no slice is pending; the next posting asks for one.
 std::optional<PostedMessage> TakeMessage()
 {
     const std::lock_guard lock(mutex);

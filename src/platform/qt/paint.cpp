@@ -77,7 +77,7 @@ int SetDIBitsToDevice(HDC dc, int x, int y, DWORD width, DWORD height, int sourc
         return 0;
     }
 
-    // What the target shows is held to the bitmap, then to the lines that were given.
+    // What the target shows is clamped to the bitmap, then to the lines that were given.
     const int columns =
         std::min<int>(header.biWidth - sourceX, static_cast<int>(std::min<DWORD>(width, 0x7FFF)));
     const int asked = static_cast<int>(std::min<DWORD>(height, 0x7FFF));
