@@ -7,36 +7,30 @@ namespace {
 
 TEST(HeaderFields, ValuesAreFoundAndDecoded)
 {
-    struct Case
-    {
-        const char* text;
-        const char* key;
-        const char* value;
+    constexpr const char* Values[][2] = {
+        {"Key=value;Next=1", "value"},
+        {"Key=;Next=1", ""},
+        {"Key= \t value;", "value"},
+        {"Key=a b ;", "a b "},
+        {"Key=\"a b\";", "a b"},
+        {"Key=\"a;b\";", "a"},
+        {"Key=\"a\\;b\";", "a;b"},
+        {"Key=\"a\\\"b\";", "a\"b"},
+        {"Key=\"open", "open"},
+        {"Key=\"", ""},
+        {"Key=ab\"cd;", "ab\"cd"},
+        {"Key=x\\ny\\rz\\t\\q;", "x\ny\rz\tq"},
+        {"Key=a\\\\b;", "a\\b"},
+        {"Key=tail without separator", "tail without separator"},
+        {"LongKey=5;Key=12;", "5"},
+        {"Key=", ""},
+        {"Key=  ", ""},
+        {"Key=a\\", "a\\"},
     };
-    constexpr Case Cases[] = {
-        {"Key=value;Next=1", "Key=", "value"},
-        {"Key=;Next=1", "Key=", ""},
-        {"Key= \t value;", "Key=", "value"},
-        {"Key=a b ;", "Key=", "a b "},
-        {"Key=\"a b\";", "Key=", "a b"},
-        {"Key=\"a;b\";", "Key=", "a"},
-        {"Key=\"a\\;b\";", "Key=", "a;b"},
-        {"Key=\"a\\\"b\";", "Key=", "a\"b"},
-        {"Key=\"open", "Key=", "open"},
-        {"Key=\"", "Key=", ""},
-        {"Key=ab\"cd;", "Key=", "ab\"cd"},
-        {"Key=x\\ny\\rz\\t\\q;", "Key=", "x\ny\rz\tq"},
-        {"Key=a\\\\b;", "Key=", "a\\b"},
-        {"Key=tail without separator", "Key=", "tail without separator"},
-        {"ExposureTime=5;Time=12;", "Time=", "5"},
-        {"Key=", "Key=", ""},
-        {"Key=  ", "Key=", ""},
-        {"Key=a\\", "Key=", "a\\"},
-    };
-    for (const Case& row : Cases) {
+    for (const auto& [text, expected] : Values) {
         std::string value = "old";
-        EXPECT_TRUE(GetHeaderValue(row.text, row.key, HeaderSeparator, "none", value)) << row.text;
-        EXPECT_EQ(value, row.value) << row.text;
+        EXPECT_TRUE(GetHeaderValue(text, "Key=", HeaderSeparator, "none", value)) << text;
+        EXPECT_EQ(value, expected) << text;
     }
     for (const char* text : {"", "ProgramName=P1;", "date=1;", "Date"}) {
         std::string value = "old";
