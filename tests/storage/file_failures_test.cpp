@@ -2,7 +2,6 @@
 #include "storage/file_access.h"
 #include "storage/image_saving.h"
 #include "storage/paths.h"
-#include "storage/q32_file.h"
 #include "support/system_calls.h"
 #include "test_files.h"
 
@@ -19,11 +18,6 @@ namespace {
 constexpr char Denied[] = "Access to file %1% is denied.";
 constexpr char Shared[] = "Sharing violation. File %1% is used by an other program.";
 constexpr char DataFailed[] = "Failed to write image data. File %1% write failed";
-
-std::string Message(const std::string& text, const std::string& path)
-{
-    return MsgWithArgs(text, path).Format();
-}
 
 std::string ReadFailure(const std::string& path)
 {

@@ -1,11 +1,8 @@
 // The layout of Q32 files, their round trip, and files that are not what they claim.
-#include "storage/q32_file.h"
 #include "storage/row_bands.h"
 #include "test_files.h"
 
-#include <cstring>
 #include <gtest/gtest.h>
-#include <vector>
 
 namespace {
 
@@ -15,17 +12,8 @@ CImage* NoiseImage(std::uint32_t width, std::uint32_t height, std::uint32_t bits
                    std::uint32_t divisor = 1, std::uint32_t colorType = 1)
 {
     auto* image = new CImage(width, height, bits, 0, divisor, colorType);
-    for (std::uint32_t i = 0; i < image->m_dataSize; ++i) {
-        image->m_data[i] = static_cast<std::uint8_t>(i * 2654435761u >> 13);
-    }
+    FillWithNoise(*image);
     return image;
-}
-
-Bytes ViewRow(const CImage& image, std::uint32_t r)
-{
-    Bytes row(std::size_t{image.ViewRowLength()} * image.m_pixelBytes);
-    image.GetRow(r, row.data(), row.size());
-    return row;
 }
 
 std::string Header(const Q32FileHeader& header)
@@ -45,6 +33,7 @@ TEST(Q32File, IsLaidOutByteForByte)
     image.m_imageId = 0xA1B2C3D4;
     image.m_headerText = "kV=60;";
     image.m_userId = "My ID";
+    WriteBytes(folder / "a.Q32", std::string(100, 'x')); // which is replaced
     EXPECT_TRUE(WriteQ32File((folder / "a.Q32").c_str(), image));
     constexpr char Expected[] = "Wq\x00\x01\x2C\0\0\0"
                                 "\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0"
@@ -57,11 +46,7 @@ TEST(Q32File, IsLaidOutByteForByte)
 
 TEST(Q32File, BandsHoldTheRowsThatGetRowDelivers)
 {
-    struct Format
-    {
-        std::uint32_t bits, colorType;
-    };
-    constexpr Format Formats[] = {{8, 1}, {12, 1}, {8, 2}, {32, 1}, {16, 2}, {40, 1}};
+    constexpr std::uint32_t Formats[][2] = {{8, 1}, {12, 1}, {8, 2}, {32, 1}, {16, 2}, {40, 1}};
     for (const auto& [bits, colorType] : Formats) {
         for (const std::uint32_t divisor : {1u, 2u, 200u}) {
             const CLinkedPtr<CImage> image(NoiseImage(131, 70, bits, divisor, colorType));
@@ -86,26 +71,16 @@ TEST(Q32File, ReadsBackThePictureThatWasWritten)
 {
     const TestFolder folder;
     const std::string path = folder / "a.q32";
-    constexpr std::uint32_t Sizes[][2] = {{1, 1}, {5, 3}, {67, 129}, {900, 701}};
+    constexpr std::uint32_t Sizes[][2] = {{1, 1}, {67, 129}, {900, 701}};
     for (const auto& [width, height] : Sizes) {
-        for (const std::uint32_t bits : {8u, 12u, 16u, 32u}) {
+        for (const std::uint32_t bits : {8u, 12u, 16u, 24u, 32u}) {
             for (std::uint32_t code = 0; code < CImage::OrientationCount; ++code) {
-                SCOPED_TRACE(testing::Message() << width << ", " << bits << ", code " << code);
                 const CLinkedPtr<CImage> image(NoiseImage(width, height, bits));
-                image->m_imageId = 77;
                 image->m_headerText = std::string(3000, 'h');
-                image->m_userId = "user";
                 image->m_orientation = code;
                 ASSERT_TRUE(WriteQ32File(path.c_str(), *image));
-                EXPECT_EQ(std::filesystem::file_size(path), 44 + image->m_dataSize + 8 + 3004);
-                const CLinkedPtr<CImage> read = ReadQ32File(path.c_str());
-                ASSERT_EQ(read->ViewRowCount(), image->ViewRowCount());
-                for (std::uint32_t r = 0; r < read->ViewRowCount(); ++r) {
-                    ASSERT_EQ(ViewRow(*read, r), ViewRow(*image, r));
-                }
-                EXPECT_TRUE(read->m_imageId == 77 && read->m_bitsPerSample == bits &&
-                            read->m_orientation == 5 && read->m_userId == "user" &&
-                            read->m_headerText == image->m_headerText);
+                EXPECT_EQ(std::filesystem::file_size(path), 44 + image->m_dataSize + 8 + 3000);
+                ASSERT_TRUE(ReadsBack(path, *image)) << width << ", " << bits << ", " << code;
             }
         }
     }
@@ -135,20 +110,19 @@ TEST(Q32File, RefusesWhatIsNoImage)
 
 TEST(Q32File, TakesDamagedFilesForWhatTheyHold)
 {
-    struct Case
+    const auto plain = [](std::uint32_t offset, std::uint32_t bits, std::uint32_t divisor = 1) {
+        return Q32FileHeader{Q32Magic, offset, {9, 9, 9, 9}, 5, divisor, 1, 2, bits};
+    };
+    const std::string none(4, '\0'), one("\1\0\0\0", 4), huge("\xFF\xFF\xFF\xFF", 4);
+    const std::string thousand("\xE8\3\0\0", 4), zeroInside = "ab" + std::string(996, '\0');
+    const struct
     {
         const char* name;
         Q32FileHeader header;
         std::string rest;
         std::uint32_t bits, divisor;
         std::string pixels, headerText, userId;
-    };
-    const auto plain = [](std::uint32_t offset, std::uint32_t bits, std::uint32_t divisor = 1) {
-        return Q32FileHeader{Q32Magic, offset, {9, 9, 9, 9}, 5, divisor, 1, 2, bits};
-    };
-    const std::string none(4, '\0'), one("\1\0\0\0", 4), huge("\xFF\xFF\xFF\xFF", 4);
-    const std::string thousand("\xE8\3\0\0", 4), zeroInside = "ab" + std::string(996, '\0');
-    const Case cases[] = {
+    } cases[] = {
         {"offset 0", plain(0, 16), "abcd" + none + none, 16, 1, "abcd", "", ""},
         {"offset 44", plain(44, 16), "abcd" + one + "h" + one + "u", 16, 1, "abcd", "h", "u"},
         {"offset 47", plain(47, 8), "---ab" + one + "h", 8, 1, "ab", "h", ""},
@@ -165,7 +139,7 @@ TEST(Q32File, TakesDamagedFilesForWhatTheyHold)
     };
     const TestFolder folder;
     const std::string path = folder / "a.q32";
-    for (const Case& row : cases) {
+    for (const auto& row : cases) {
         SCOPED_TRACE(row.name);
         WriteBytes(path, Header(row.header) + row.rest);
         const CLinkedPtr<CImage> image = ReadQ32File(path.c_str());
