@@ -4,17 +4,13 @@
 #include "support/system_calls.h"
 #include "test_files.h"
 
-#include <cstdlib>
 #include <gtest/gtest.h>
 #include <map>
-#include <new>
 #include <set>
 
 namespace {
 
 namespace fs = std::filesystem;
-
-int allocationsLeft = -1; // until one fails; below 0: none does
 
 class ImageSaving : public testing::Test
 {
@@ -201,58 +197,4 @@ TEST_F(ImageSaving, FailuresAreNamedAndLeaveWhatThereIs)
     EXPECT_EQ(ReadQ32File(Path("c (2).Q32").c_str())->m_imageId, 1u);
 }
 
-TEST_F(ImageSaving, MissingMemoryIsAFailureOfTheKnownKinds)
-{
-    const std::string name = "A rather long program name_1_1.Q32"; // that takes memory
-    CImage image(40, 30, 12, 0, 1);
-    image.Fill(2);
-    image.m_orientation = 4; // rows need a buffer
-    int failures = 0;
-    for (bool isSaved = false; !isSaved; ++failures) {
-        ASSERT_EQ(Save(name, 1), "");
-        const std::string path = Path(name);
-        allocationsLeft = failures;
-        try {
-            SaveNewImage(m_folder, path, image);
-            isSaved = true;
-        } catch (const eExcptAny&) {
-            isSaved = false; // the next attempt gets more
-        } catch (const std::bad_alloc&) {
-            isSaved = false;
-        }
-        allocationsLeft = -1;
-        std::set<std::uint32_t> ids;
-        for (const auto& entry : fs::directory_iterator(m_folder)) {
-            FailureOf([&] { ids.insert(ReadQ32File(entry.path().c_str())->m_imageId); });
-            fs::remove(entry.path());
-        }
-        ASSERT_EQ(ids.count(1), 1u) << failures;
-    }
-    if (failures == 1) {
-        GTEST_SKIP() << "a memory checker brings its own operator new";
-    }
-    EXPECT_GT(failures, 5);
-}
-
 } // namespace
-
-// Not inlined: the compiler would see free for what it takes for a block of its own operator new.
-[[gnu::noinline]] void* operator new(std::size_t size)
-{
-    void* const block = allocationsLeft == 0 ? nullptr : std::malloc(size);
-    if (block == nullptr) {
-        throw std::bad_alloc();
-    }
-    allocationsLeft -= allocationsLeft > 0 ? 1 : 0;
-    return block;
-}
-
-[[gnu::noinline]] void operator delete(void* block) noexcept
-{
-    std::free(block);
-}
-
-[[gnu::noinline]] void operator delete(void* block, std::size_t) noexcept
-{
-    std::free(block);
-}
