@@ -15,9 +15,7 @@
 
 namespace {
 
-constexpr char Denied[] = "Access to file %1% is denied.";
-constexpr char Shared[] = "Sharing violation. File %1% is used by an other program.";
-constexpr char DataFailed[] = "Failed to write image data. File %1% write failed";
+constexpr char DataFailedText[] = "Failed to write image data. File %1% write failed";
 
 std::string ReadFailure(const std::string& path)
 {
@@ -38,6 +36,7 @@ TEST(FileFailures, PathsThatCannotBeOpened)
     const TestFolder folder;
     WriteBytes(folder / "file", "");
     std::filesystem::create_directory(folder / "folder");
+    std::filesystem::create_symlink("loop", folder / "loop");
     mkfifo((folder / "pipe").c_str(), 0666);
     const struct
     {
@@ -49,14 +48,16 @@ TEST(FileFailures, PathsThatCannotBeOpened)
         {folder / "file/a", InvalidPathText, InvalidPathText}, // a file in place of the folder
         {folder / std::string(300, 'a'), InvalidPathText, InvalidPathText},
         {"", InvalidPathText, InvalidPathText},
-        {folder / "folder", Denied, Denied},
-        {folder / "pipe", Denied, Denied}, // nobody is at its other end
-        {"/dev/full", Denied, Denied},
+        {folder / "loop", InvalidPathText, InvalidPathText},
+        {folder / "folder", DeniedText, DeniedText},
+        {folder / "pipe", DeniedText, DeniedText}, // nobody is at its other end
+        {"/dev/full", DeniedText, DeniedText},
     };
     for (const auto& row : cases) {
         EXPECT_EQ(ReadFailure(row.path), Message(row.onRead, row.path));
         EXPECT_EQ(WriteFailure(row.path), Message(row.onWrite, row.path));
     }
+    EXPECT_EQ(ReadFailure("none"), Message("File %1% not found.", "none")) << "of this folder";
 }
 
 TEST(FileFailures, PermissionsAreNamed)
@@ -75,10 +76,11 @@ TEST(FileFailures, PermissionsAreNamed)
             return isUser ? attempt(folder / name) : "still root";
         });
     };
-    EXPECT_EQ(asUser("new", WriteFailure), Message(Denied, folder / "new"));
-    EXPECT_EQ(asUser("secret", ReadFailure), Message(Denied, folder / "secret"));
-    EXPECT_EQ(asUser("old", WriteFailure),
-              Message("File %1% exist but can no be opened for writing.", folder / "old"));
+    EXPECT_EQ(asUser("new", WriteFailure), Message(DeniedText, folder / "new"));
+    EXPECT_EQ(asUser("secret", ReadFailure), Message(DeniedText, folder / "secret"));
+    EXPECT_EQ(asUser("old", [](auto& path) { return WriteFailure(path) + ReadFailure(path); }),
+              Message("File %1% exist but can no be opened for writing.", folder / "old") +
+                  Message("File %1% is not q32 format", folder / "old"));
     EXPECT_EQ(asUser("made/", [](auto& path) { return std::to_string(CreateFolderPath(path)); }),
               "0");
     EXPECT_EQ(ReadBytes(folder / "old"), "old");
@@ -93,10 +95,10 @@ TEST(FileFailures, AFileInUseByAnotherProcessIsLeftAlone)
     CFileHolder file;
     ASSERT_TRUE(file.Open(path.c_str(), "rb"));
     EXPECT_EQ(InChild([&] { return ReadFailure(path); }), "") << "readers share";
-    EXPECT_EQ(InChild([&] { return WriteFailure(path); }), Message(Shared, path));
+    EXPECT_EQ(InChild([&] { return WriteFailure(path); }), Message(SharedText, path));
     EXPECT_EQ(ReadBytes(path), bytes);
     ASSERT_TRUE(file.Open(path.c_str(), "wb"));
-    EXPECT_EQ(InChild([&] { return ReadFailure(path); }), Message(Shared, path));
+    EXPECT_EQ(InChild([&] { return ReadFailure(path); }), Message(SharedText, path));
     EXPECT_EQ(file.Open(nullptr, "rb"), nullptr);
     EXPECT_EQ(InChild([&] { return WriteFailure(path); }), "");
 }
@@ -115,36 +117,84 @@ TEST(FileFailures, LimitsOfTheProcess)
         });
     };
     for (const rlim_t size : {10u, 5000u, 20100u, 20151u}) {
-        EXPECT_EQ(limited(RLIMIT_FSIZE, size, WriteFailure), Message(DataFailed, path));
+        EXPECT_EQ(limited(RLIMIT_FSIZE, size, WriteFailure), Message(DataFailedText, path));
         EXPECT_EQ(std::filesystem::file_size(path), size) << "the partial file stays";
     }
     EXPECT_EQ(limited(RLIMIT_FSIZE, 20152, WriteFailure), "");
-    EXPECT_EQ(limited(RLIMIT_NOFILE, 0, ReadFailure), Message(Shared, path));
-    EXPECT_EQ(limited(RLIMIT_NOFILE, 0, WriteFailure), Message(Shared, path));
+    EXPECT_EQ(limited(RLIMIT_NOFILE, 0, ReadFailure), Message(SharedText, path));
+    EXPECT_EQ(limited(RLIMIT_NOFILE, 0, WriteFailure), Message(SharedText, path));
     EXPECT_EQ(ReadFailure(path), "") << "nothing was emptied";
 }
 
-TEST(FileFailures, WhatHasNoMessageOfItsOwnIsToldInTheSystemsWords)
+TEST(FileFailures, NoErrorOfTheSystemIsTakenForAnother)
 {
     const TestFolder folder;
-    const std::string path = folder / "a.Q32";
+    const std::string path = folder / "a.Q32", unknown = UnknownAccessText;
     ASSERT_EQ(WriteFailure(path), "");
-    const WatchedSystemCalls watch(
-        [](std::string_view call, auto) { return call == "open" ? EIO : 0; });
-    const std::string text = Message(UnknownAccessText, path) + ": Input/output error";
-    EXPECT_EQ(ReadFailure(path), text);
-    EXPECT_EQ(WriteFailure(path), text);
+    const std::pair<int, std::string> cases[] = {
+        {ENXIO, InvalidPathText},
+        {EILSEQ, InvalidPathText},
+        {ENFILE, SharedText},
+        {ETXTBSY, SharedText},
+        {EROFS, DeniedText},
+        {EIO, unknown + ": Input/output error"},
+        {ENOSPC, unknown + ": No space left on device"},
+    };
+    for (const auto& row : cases) {
+        const WatchedSystemCalls watch(
+            [&](std::string_view call, auto) { return call == "open" ? row.first : 0; });
+        EXPECT_EQ(ReadFailure(path), Message(row.second, path));
+        EXPECT_EQ(WriteFailure(path), Message(row.second, path));
+    }
 }
 
-TEST(FileFailures, AnEntryThatTheDiskMayNotHaveIsNoFile)
+TEST(FileFailures, AnInterruptedCallIsMadeAgain)
+{
+    const TestFolder folder;
+    for (const char* interrupted : {"open", "flock", "ftruncate", "fsync"}) {
+        bool isFirst = true;
+        const WatchedSystemCalls watch([&](std::string_view call, auto) {
+            return call == interrupted && std::exchange(isFirst, false) ? EINTR : 0;
+        });
+        EXPECT_EQ(WriteFailure(folder / "a.Q32"), "") << interrupted;
+        EXPECT_FALSE(isFirst) << interrupted;
+    }
+}
+
+// A network file system locks a file for one opener only where that may write, or not at all.
+TEST(FileFailures, ALockThatTheFileSystemRefusesIsDoneWithout)
 {
     const TestFolder folder;
     const std::string path = folder / "a.Q32";
-    int syncs = 0;
-    const WatchedSystemCalls watch([&](std::string_view call, auto) {
-        return call == "fsync" && ++syncs == 2 ? EIO : 0; // the file's own sync is the first
-    });
-    EXPECT_EQ(WriteFailure(path), Message(DataFailed, path));
+    for (const int error : {EBADF, ENOLCK}) {
+        const WatchedSystemCalls watch(
+            [=](std::string_view call, auto) { return call == "flock" ? error : 0; });
+        EXPECT_EQ(WriteFailure(path), "");
+        EXPECT_EQ(ReadFailure(path), "");
+    }
+    CFileHolder writer;
+    ASSERT_TRUE(writer.Open(path.c_str(), "wb"));
+    int locks = 0; // the reader's, then that of the check, which asks for the file alone
+    const WatchedSystemCalls watch(
+        [&](std::string_view call, auto) { return call == "flock" && ++locks == 2 ? EBADF : 0; });
+    EXPECT_EQ(ReadFailure(path), Message(SharedText, path)) << "a writer is still seen";
+}
+
+TEST(FileFailures, WhatTheDiskMayNotHaveIsNoFile)
+{
+    const TestFolder folder;
+    const std::string path = folder / "a.Q32";
+    for (const int failing : {1, 2}) { // the file, its entry in the folder
+        int syncs = 0;
+        const WatchedSystemCalls watch([&](std::string_view call, auto) {
+            if (call != "fsync" || ++syncs != failing) {
+                return 0;
+            }
+            EXPECT_EQ(std::filesystem::file_size(path), 20152u) << "before all is written";
+            return EIO;
+        });
+        EXPECT_EQ(WriteFailure(path), Message(DataFailedText, path)) << failing;
+    }
 }
 
 TEST(FileFailures, AFullFileSystemRaises)
@@ -160,7 +210,7 @@ TEST(FileFailures, AFullFileSystemRaises)
     if (text == "not allowed") {
         GTEST_SKIP() << "this user may not mount; the limited file size stands in for it";
     }
-    EXPECT_EQ(text, Message(DataFailed, folder / "a.Q32"));
+    EXPECT_EQ(text, Message(DataFailedText, folder / "a.Q32"));
 }
 
 TEST(FileFailures, MissingMemoryIsNoEmptyFile)

@@ -12,6 +12,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
+const std::string CannotMoveText = "File %1% exists and cannot be moved aside. ";
+
 class ImageSaving : public testing::Test
 {
 protected:
@@ -20,12 +22,13 @@ protected:
     std::string Path(const std::string& name) const { return m_folder + name; }
     std::string Outside(const std::string& name) const { return m_test / name; }
     // Saves an image with this id; the message when it is not saved.
-    std::string Save(const std::string& name, std::uint32_t id) const
+    std::string Save(const std::string& name, std::uint32_t id,
+                     const std::string& folder = "TmpImages/") const
     {
         CImage image(2, 2, 12, 0, 1);
         image.Fill(id);
         image.m_imageId = id;
-        return FailureOf([&] { SaveNewImage(m_folder, Path(name), image); });
+        return FailureOf([&] { SaveNewImage(Outside(folder), Outside(folder + name), image); });
     }
     // The ids of all whole images in the folder, by their files' names.
     std::map<std::string, std::uint32_t> Ids() const
@@ -44,11 +47,6 @@ protected:
 };
 using Ids = std::map<std::string, std::uint32_t>;
 
-std::string CannotMove(const std::string& path)
-{
-    return "File " + path + " exists and cannot be moved aside. ";
-}
-
 // Every shape in which images differ, each with every other.
 TEST_F(ImageSaving, TakesExactlyTheImagesThatReadBack)
 {
@@ -65,7 +63,7 @@ TEST_F(ImageSaving, TakesExactlyTheImagesThatReadBack)
             CImage image(5, 3, bits, pixelBytes, divisor, colorType);
             FillWithNoise(image);
             image.m_orientation = shape / 84 == 8 ? 13 : shape / 84; // no code, but read like 5
-            image.m_imageId = 0x80000001;
+            image.m_imageId = 0x87654321;
             image.m_headerText = texts[++number % 4];
             image.m_userId = texts[number / 4 % 8 == 0 ? number % 3 : 1];
             const std::string reason = WhyNotQ32(image);
@@ -95,8 +93,7 @@ TEST_F(ImageSaving, KeepsEveryFileOfTheSameName)
     const std::string path = Path("a_1_1.Q32");
     const WatchedSystemCalls watch(
         [](std::string_view call, auto) { return call == "renameat2" ? EPERM : 0; });
-    EXPECT_EQ(Save("a_1_1.Q32", 4),
-              CannotMove(path) + Message("Access to file %1% is denied.", path));
+    EXPECT_EQ(Save("a_1_1.Q32", 4), Message(CannotMoveText + DeniedText, path));
     EXPECT_EQ(Ids().at("a_1_1.Q32"), 3u);
 }
 
@@ -143,16 +140,15 @@ TEST_F(ImageSaving, NothingOutsideIsWrittenEvenIfALinkSlipsIn)
         };
     };
     EXPECT_EQ(Save("sub/b.Q32", 1), "");
-    {
-        const WatchedSystemCalls watch(slipIn("a.Q32", "../kept", "a.Q32"));
-        EXPECT_EQ(Save("a.Q32", 1), Message(InvalidPathText, Path("a.Q32")));
+    constexpr const char* Cases[][3] = {{"a.Q32", "../kept", "a.Q32"},
+                                        {"sub", "../other", "sub/a.Q32"}};
+    for (const auto& [opened, target, name] : Cases) {
+        {
+            const WatchedSystemCalls watch(slipIn(opened, target, opened));
+            EXPECT_EQ(Save(name, 1), Message(InvalidPathText, Path(name)));
+        }
+        EXPECT_EQ(Save(name, 1), Message(InvalidPathText, Path(name))) << "it is still there";
     }
-    EXPECT_EQ(Save("a.Q32", 1), Message(InvalidPathText, Path("a.Q32"))) << "it is still there";
-    {
-        const WatchedSystemCalls watch(slipIn("sub", "../other", "sub"));
-        EXPECT_EQ(Save("sub/a.Q32", 1), Message(InvalidPathText, Path("sub/a.Q32")));
-    }
-    EXPECT_EQ(Save("sub/a.Q32", 1), Message(InvalidPathText, Path("sub/a.Q32")));
     fs::remove(Path("sub"));
     fs::create_directories(Path("sub"));
     {
@@ -172,29 +168,44 @@ TEST_F(ImageSaving, FailuresAreNamedAndLeaveWhatThereIs)
 {
     fs::create_directories(Path("folder.Q32"));
     WriteBytes(Path("file"), "");
-    EXPECT_EQ(Save("folder.Q32", 1),
-              CannotMove(Path("folder.Q32")) +
-                  Message("Access to file %1% is denied.", Path("folder.Q32")));
-    for (const std::string& name : {std::string("none/a"), std::string("file/a"),
-                                    std::string("../a"), std::string(300, 'a')}) {
+    EXPECT_EQ(Save("folder.Q32", 1), Message(CannotMoveText + DeniedText, Path("folder.Q32")));
+    for (const std::string& name :
+         {std::string("/etc/a"), std::string("file/a"), std::string("../a"),
+          std::string("folder.Q32/../a"), std::string(300, 'a')}) {
         EXPECT_EQ(Save(name, 1), Message(InvalidPathText, Path(name)));
     }
+    EXPECT_EQ(Save("a", 1, "none/"), Message(InvalidPathText, Outside("none/a")));
     EXPECT_FALSE(fs::exists(Outside("a")));
     fs::create_directory_symlink(m_folder, Outside("linked"));
-    CImage image(1, 1, 8, 0, 1);
-    image.Fill(0);
-    SaveNewImage(Outside("linked/"), Outside("linked/b.Q32"), image);
+    EXPECT_EQ(Save("b.Q32", 1, "linked/"), "");
     EXPECT_TRUE(fs::exists(Path("b.Q32"))) << "the folder itself may be a link";
+}
 
-    EXPECT_EQ(Save("c.Q32", 1), "");
-    for (int failing = 1; failing <= 3; ++failing) { // the moved file's name, the file, its name
-        int syncs = 0;
-        const WatchedSystemCalls watch([&](std::string_view call, auto) {
-            return call == "fsync" && ++syncs == failing ? EIO : 0;
-        });
-        EXPECT_NE(Save("c.Q32", 2), "") << failing;
+TEST_F(ImageSaving, IsDoneWhenAllOfItIsOnDisk)
+{
+    const std::string path = Path("c.Q32");
+    for (const int error : {EIO, EINVAL}) {   // EINVAL: a file system that syncs no folders
+        for (const int failing : {1, 2, 3}) { // the moved file's name, the new file, its name
+            ASSERT_EQ(Save("c.Q32", 1), "");
+            int syncs = 0;
+            const WatchedSystemCalls watch([&](std::string_view call, auto) {
+                if (call != "fsync" || ++syncs != failing) {
+                    return 0;
+                }
+                if (failing == 2) {
+                    EXPECT_EQ(FailureOf([&] { ReadQ32File(path.c_str()); }),
+                              Message(SharedText, path));
+                }
+                return error;
+            });
+            EXPECT_EQ(Save("c.Q32", 2).empty(), error == EINVAL && failing != 2) << failing;
+        }
     }
-    EXPECT_EQ(ReadQ32File(Path("c (2).Q32").c_str())->m_imageId, 1u);
+    int kept = 0;
+    for (const auto& [name, id] : Ids()) {
+        kept += id == 1 ? 1 : 0;
+    }
+    EXPECT_EQ(kept, 6);
 }
 
 } // namespace

@@ -19,12 +19,11 @@ TEST(Paths, SanitizeReplacesWhatFileNamesShouldNotHave)
 
 TEST(Paths, JoinAndRoot)
 {
-    struct Case
+    constexpr struct
     {
         PathStyle style;
         const char *base, *relative, *joined;
-    };
-    constexpr Case Cases[] = {
+    } Cases[] = {
         {B, "C:\\prog\\", "TmpImages", "C:\\prog\\TmpImages"},
         {B, "C:\\prog", "TmpImages", "C:\\prog\\TmpImages"},
         {B, "C:\\prog\\", "D:\\x", "D:\\x"},
@@ -42,7 +41,7 @@ TEST(Paths, JoinAndRoot)
         {S, "/opt/x", "\\\\a", "/opt/x/\\\\a"},
         {S, "", "TmpImages", "TmpImages"},
     };
-    for (const Case& row : Cases) {
+    for (const auto& row : Cases) {
         EXPECT_EQ(JoinPath(row.base, row.relative, row.style), row.joined);
     }
     constexpr const char* Roots[][2] = {{"C:\\a\\b", "C:"},
@@ -99,6 +98,8 @@ TEST(Paths, TheProgramsFolderHoldsTheImages)
 {
     const std::string program = std::filesystem::read_symlink("/proc/self/exe");
     EXPECT_EQ(ModuleFileName(nullptr), program);
+    std::string cut(program.size(), ' ');
+    EXPECT_EQ(GetModuleFileNameA(nullptr, cut.data(), static_cast<DWORD>(cut.size())), 0u);
     EXPECT_EQ(ProgramFolder(nullptr), program.substr(0, program.rfind('/') + 1));
     EXPECT_EQ(AutoSaveFolder("C:\\prog\\", B), "C:\\prog\\TmpImages\\");
     EXPECT_EQ(AutoSaveFolder("/opt/prog/", S), "/opt/prog/TmpImages/");

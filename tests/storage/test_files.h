@@ -14,6 +14,9 @@
 #include <unistd.h>
 #include <vector>
 
+inline constexpr char DeniedText[] = "Access to file %1% is denied.";
+inline constexpr char SharedText[] = "Sharing violation. File %1% is used by an other program.";
+
 // Gone, with all that is in it, at the end of the test. Open to every user.
 class TestFolder
 {

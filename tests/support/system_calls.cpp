@@ -6,7 +6,6 @@
 #include <cstdio>
 #include <fcntl.h>
 #include <sys/file.h>
-#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -29,9 +28,11 @@ int Watched(std::string_view call, const char* path, long number, Arguments... a
     return static_cast<int>(syscall(number, arguments...));
 }
 
-mode_t ModeOf(int flags, va_list arguments)
+int Opened(std::string_view call, int folder, const char* path, int flags, va_list arguments)
 {
-    return (flags & (O_CREAT | __O_TMPFILE)) != 0 ? va_arg(arguments, mode_t) : 0;
+    const bool isCreated = (flags & (O_CREAT | __O_TMPFILE)) != 0;
+    const mode_t mode = isCreated ? va_arg(arguments, mode_t) : 0;
+    return Watched(call, path, SYS_openat, folder, path, flags, mode);
 }
 
 } // namespace
@@ -42,23 +43,18 @@ int open(const char* path, int flags, ...)
 {
     va_list arguments;
     va_start(arguments, flags);
-    const mode_t mode = ModeOf(flags, arguments);
+    const int file = Opened("open", AT_FDCWD, path, flags, arguments);
     va_end(arguments);
-    return Watched("open", path, SYS_openat, AT_FDCWD, path, flags, mode);
+    return file;
 }
 
 int openat(int folder, const char* path, int flags, ...)
 {
     va_list arguments;
     va_start(arguments, flags);
-    const mode_t mode = ModeOf(flags, arguments);
+    const int file = Opened("openat", folder, path, flags, arguments);
     va_end(arguments);
-    return Watched("openat", path, SYS_openat, folder, path, flags, mode);
-}
-
-int mkdir(const char* path, mode_t mode) noexcept
-{
-    return Watched("mkdir", path, SYS_mkdirat, AT_FDCWD, path, mode);
+    return file;
 }
 
 int renameat(int folder, const char* path, int newFolder, const char* newPath) noexcept
@@ -70,11 +66,6 @@ int renameat2(int folder, const char* path, int newFolder, const char* newPath,
               unsigned flags) noexcept
 {
     return Watched("renameat2", path, SYS_renameat2, folder, path, newFolder, newPath, flags);
-}
-
-int unlinkat(int folder, const char* path, int flags) noexcept
-{
-    return Watched("unlinkat", path, SYS_unlinkat, folder, path, flags);
 }
 
 int flock(int file, int operation) noexcept

@@ -5,9 +5,9 @@
 #include <string_view>
 #include <utility>
 
-// Called before each open, openat, mkdir, renameat, renameat2, unlinkat, flock, ftruncate and fsync
-// of the process, with the call's name and path (empty when it has none). Returns the errno that
-// the call fails with, 0 to let it happen. What it calls itself does not come here.
+// Called before each open, openat, renameat, renameat2, flock, ftruncate and fsync of the process,
+// with the call's name and path (empty when it has none). Returns the errno that the call fails
+// with, 0 to let it happen. What it calls itself does not come here.
 using SystemCallWatch = std::function<int(std::string_view call, std::string_view path)>;
 
 extern SystemCallWatch systemCallWatch;
