@@ -1,10 +1,7 @@
 // Who has the keyboard, on a display with a window manager, by keys that go through its server.
-#include "platform/bench_dialog.h"
-#include "platform/qt/operator.h"
+#include "platform/test_dialog.h"
 
-#include <cstdio>
 #include <cstdlib>
-#include <gtest/gtest.h>
 
 namespace {
 
@@ -16,70 +13,50 @@ void Press(const std::string& keys)
     ASSERT_EQ(std::system(("xdotool key --delay 20 " + keys).c_str()), 0);
 }
 
-// A question over whatever is open. meanwhile: while it has the keyboard.
-int Ask(Operator& op, const BenchDialog& dialog, const std::string& text,
-        const std::function<void()>& meanwhile)
+class Display : public Dialog
 {
-    op.WhenBox(text, IDCANCEL, [&] {
-        EXPECT_TRUE(op.Wait([&] { return op.ActiveTitle() == text; }, Longest))
-            << text << " did not get the keyboard, but " << op.ActiveTitle();
-        meanwhile();
-        EXPECT_TRUE(op.Wait([&] { return !op.IsBoxOpen(text); }, Longest)) << text;
-    });
-    return MessageBoxA(dialog.GetSafeHwnd(), text.c_str(), text.c_str(), MB_YESNO | MB_TOPMOST);
-}
+protected:
+    // A question over whatever is open. meanwhile: while it has the keyboard.
+    int Ask(const std::string& text, const std::function<void()>& meanwhile)
+    {
+        hand.WhenBox(text, IDCANCEL, [&] {
+            EXPECT_TRUE(WaitForTitle(text, Longest))
+                << text << " did not get the keyboard, but " << hand.ActiveTitle();
+            meanwhile();
+            EXPECT_TRUE(hand.Wait([&] { return !hand.IsBoxOpen(text); }, Longest)) << text;
+        });
+        return ShowBox(text, MB_YESNO | MB_TOPMOST, text);
+    }
+};
 
-// Left and top of the window with this title, as the server has it.
-std::pair<int, int> PlaceOf(const std::string& title)
+TEST_F(Display, TheTopmostWindowHasTheKeyboard)
 {
-    std::pair<int, int> place;
-    const std::string ask =
-        "xdotool search --onlyvisible --name '^" + title + "$' getwindowgeometry --shell";
-    std::FILE* const answer = popen(ask.c_str(), "r");
-    int window = 0;
-    EXPECT_EQ(std::fscanf(answer, "WINDOW=%d X=%d Y=%d", &window, &place.first, &place.second), 3);
-    pclose(answer);
-    return place;
-}
-
-// A title bar's height lower and to the right.
-bool IsBelow(const std::string& older, const std::string& newer)
-{
-    const auto [left, top] = PlaceOf(older);
-    const auto [newerLeft, newerTop] = PlaceOf(newer);
-    return newerLeft - left >= 15 && newerLeft - left == newerTop - top;
-}
-
-TEST(Display, TheTopmostWindowHasTheKeyboard)
-{
-    Operator op;
-    BenchDialog dialog;
-    op.Run(dialog, [&] {
-        EXPECT_TRUE(op.Wait([&] { return op.ActiveTitle() == "Bench"; }, Longest));
+    Run([&] {
+        EXPECT_TRUE(WaitForTitle("Test", Longest));
         for (int round = 0; round < 10; ++round) {
             SCOPED_TRACE(round);
-            const int first = Ask(op, dialog, "First", [&] {
-                const int second = Ask(op, dialog, "Second", [&] {
-                    const int third = Ask(op, dialog, "Third", [&] {
-                        EXPECT_TRUE(IsBelow("First", "Second"));
-                        EXPECT_TRUE(IsBelow("Second", "Third"));
+            const int first = Ask("First", [&] {
+                const int second = Ask("Second", [&] {
+                    const int third = Ask("Third", [&] {
+                        ExpectBelow("First", "Second");
+                        ExpectBelow("Second", "Third");
                         Press("Escape");
                     });
                     EXPECT_EQ(third, IDNO);
-                    EXPECT_TRUE(op.Wait([&] { return op.ActiveTitle() == "Second"; }, Longest));
-                    op.Serve(DeafTime);
+                    EXPECT_TRUE(WaitForTitle("Second", Longest));
+                    hand.Serve(DeafTime);
                     Press("Return");
                 });
                 EXPECT_EQ(second, IDYES);
-                EXPECT_TRUE(op.Wait([&] { return op.ActiveTitle() == "First"; }, Longest));
+                EXPECT_TRUE(WaitForTitle("First", Longest));
                 Press("n");
             });
             EXPECT_EQ(first, IDNO);
-            EXPECT_TRUE(op.Wait([&] { return op.ActiveTitle() == "Bench"; }, Longest));
+            EXPECT_TRUE(WaitForTitle("Test", Longest));
         }
-        op.Focus(Whole);
+        hand.Focus(Whole);
         Press("ctrl+a 4 2");
-        EXPECT_TRUE(op.Wait([&] { return op.Text(Whole) == "42"; }, Longest));
+        EXPECT_TRUE(hand.Wait([&] { return hand.Text(Whole) == "42"; }, Longest));
     });
 }
 

@@ -1,117 +1,56 @@
-// Messages posted across threads, and fairness under a storm of them.
-#include "platform/bench_dialog.h"
+// Messages posted across threads, and what is served behind a box.
 #include "platform/messages.h"
-#include "platform/qt/operator.h"
+#include "platform/test_dialog.h"
 
-#include <atomic>
-#include <chrono>
-#include <gtest/gtest.h>
 #include <thread>
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using Messages = Dialog;
 
-// Posts from a thread of its own until the end of its life.
-class Storm
+TEST_F(Messages, ComeInOrderFromEveryThreadWhileTheWindowLives)
 {
-public:
-    explicit Storm(HWND window)
-        : m_thread([this, window] {
-              for (WPARAM i = 0; !m_stop; ++i) {
-                  m_refused += PostMessageA(window, WM_USER, i, 0) == 0 ? 1 : 0;
-              }
-          })
-    {
-    }
-    ~Storm()
-    {
-        m_stop = true;
-        m_thread.join();
-    }
-    std::atomic<std::size_t> m_refused = 0;
-
-private:
-    std::atomic<bool> m_stop = false;
-    std::thread m_thread;
-};
-
-TEST(Messages, ComeInOrderFromEveryThreadWhileTheWindowLives)
-{
-    Operator op;
-    BenchDialog dialog;
     EXPECT_EQ(PostMessageA(nullptr, WM_USER, 0, 0), 0);
     HWND window = nullptr;
-    op.Run(dialog, [&] {
+    Run([&] {
         window = dialog.GetSafeHwnd();
+        std::vector<TestDialog::Seen> posted;
         for (WPARAM i = 0; i < 10'000; ++i) {
             EXPECT_EQ(PostMessageA(window, WM_USER, i, 0), 1);
+            posted.emplace_back(WM_USER, i);
         }
         EXPECT_EQ(PostMessageA(window, WM_USER, 0, 0), 0) << "the queue is full";
-        EXPECT_TRUE(op.Wait([&] { return dialog.m_seen.size() >= 10'000; }));
-        bool ordered = true;
-        for (WPARAM i = 0, next = 0; i < dialog.m_seen.size(); ++i) {
-            if (dialog.m_seen[i].first == WM_USER) {
-                ordered = ordered && dialog.m_seen[i].second == next++;
-            }
-        }
-        EXPECT_TRUE(ordered);
-        dialog.m_seen.clear();
-        std::thread([&] { PostMessageA(window, WM_USER, 42, 0); }).join();
-        EXPECT_TRUE(op.Wait([&] { return !dialog.m_seen.empty(); }));
-        PostMessageA(window, WM_USER, 43, 0);
+        hand.Wait([&] { return dialog.HasSeen(posted.back()); });
+        std::erase_if(dialog.m_seen, [](auto& seen) { return seen.first != WM_USER; });
+        EXPECT_EQ(dialog.m_seen, posted);
+        std::thread([&] { PostMessageA(window, WM_USER, 20'000, 0); }).join();
+        EXPECT_TRUE(hand.Wait([&] { return dialog.HasSeen({WM_USER, 20'000}); }));
+        PostMessageA(window, WM_USER, 20'001, 0);
     });
     EXPECT_EQ(PostMessageA(window, WM_USER, 0, 0), 0);
-    EXPECT_EQ(dialog.m_seen.back().second, 42u) << "what waits at the end is dropped";
+    EXPECT_FALSE(dialog.HasSeen({WM_USER, 20'001})) << "what waits at the end is dropped";
 }
 
-TEST(Messages, AStormLeavesRoomForEverythingElse)
+TEST_F(Messages, AndTimersAreServedBehindABoxThatAHandlerOpened)
 {
-    Operator op;
-    BenchDialog dialog;
-    dialog.m_message = [] { std::this_thread::sleep_for(std::chrono::microseconds(50)); };
-    op.Run(dialog, [&] {
-        const Storm storm(dialog.GetSafeHwnd());
-        dialog.SetTimer(9, 20);
-        EXPECT_TRUE(op.Wait([&] { return storm.m_refused > 0; }));
-        for (int i = 0; i < 5; ++i) {
-            const Clock::time_point asked = Clock::now();
-            bool served = false;
-            op.Later(0, [&] { served = true; });
-            EXPECT_TRUE(op.Wait([&] { return served; }));
-            EXPECT_LT(Clock::now() - asked, std::chrono::milliseconds(500));
+    int answer = 0;
+    dialog.m_message = [&] {
+        if (!dialog.HasSeen({WM_USER, 2})) {
+            answer = ShowBox("Open", MB_YESNO);
         }
-        dialog.m_seen.clear();
-        EXPECT_TRUE(op.Wait([&] {
-            return std::count(dialog.m_seen.begin(), dialog.m_seen.end(),
-                              std::pair(WM_TIMER, WPARAM{9})) >= 3;
+    };
+    hand.WhenBox("Open", IDYES, [&] {
+        EXPECT_TRUE(hand.Wait([&] {
+            return dialog.HasSeen({WM_USER, 2}) && dialog.HasSeen({WM_TIMER, 9});
         }));
+        PostMessageA(dialog.GetSafeHwnd(), WM_USER, 3, 0);
+        EXPECT_TRUE(hand.Wait([&] { return dialog.HasSeen({WM_USER, 3}); }));
     });
-}
-
-TEST(Messages, AndTimersAreServedBehindABoxThatAHandlerOpened)
-{
-    Operator op;
-    BenchDialog dialog;
-    op.Run(dialog, [&] {
-        dialog.m_message = [&] {
-            dialog.m_message = {};
-            op.WhenBox("Open", IDYES, [&] {
-                const auto holds = [&](UINT message, WPARAM wParam) {
-                    return std::count(dialog.m_seen.begin(), dialog.m_seen.end(),
-                                      std::pair(message, wParam)) > 0;
-                };
-                EXPECT_TRUE(op.Wait([&] { return holds(WM_USER, 2) && holds(WM_TIMER, 9); }));
-                PostMessageA(dialog.GetSafeHwnd(), WM_USER, 3, 0);
-                EXPECT_TRUE(op.Wait([&] { return holds(WM_USER, 3); }));
-            });
-            EXPECT_EQ(MessageBoxA(dialog.GetSafeHwnd(), "Open", "", MB_YESNO), IDYES);
-        };
+    Run([&] {
         dialog.SetTimer(9, 10);
         PostMessageA(dialog.GetSafeHwnd(), WM_USER, 1, 0);
         PostMessageA(dialog.GetSafeHwnd(), WM_USER, 2, 0);
-        EXPECT_TRUE(op.Wait([&] { return op.Boxes().size() == 1 && !dialog.m_message; }));
-        op.Serve(50);
+        EXPECT_TRUE(hand.Wait([&] { return answer == IDYES; }));
     });
 }
 

@@ -1,15 +1,17 @@
-// A dialog with a control of every kind that notes what it is told.
+// A dialog with a control of every kind that notes what it is told, and an operator who works it.
 #pragma once
 
 #include "platform/boxes.h"
 #include "platform/dialog.h"
 #include "platform/paint.h"
+#include "platform/qt/operator.h"
 
+#include <algorithm>
 #include <functional>
-#include <stdexcept>
+#include <gtest/gtest.h>
 #include <vector>
 
-enum BenchId
+enum TestId
 {
     Go = 100,
     Flag,
@@ -20,14 +22,12 @@ enum BenchId
     Picture,
     Across,
     Down,
-    Track,
-    Throw,
-    Nested
+    Track
 };
 
-inline constexpr int IDABORT = 3; // how the bench answers the wish for its end
+inline constexpr int IDABORT = 3; // how the dialog answers the wish for its end
 
-inline constexpr ControlTemplate BenchControls[] = {
+inline constexpr ControlTemplate TestControls[] = {
     {IDOK, ControlKind::DefaultButton, "E&xit", {4, 4, 40, 14}},
     {Go, ControlKind::PushButton, "&Go", {50, 4, 40, 14}},
     {Flag, ControlKind::CheckBox, "&Flag", {100, 4, 40, 10}},
@@ -41,16 +41,16 @@ inline constexpr ControlTemplate BenchControls[] = {
     {Across, ControlKind::HorizontalScrollBar, "", {4, 122, 100, 10}, 0, "Left and right"},
     {Down, ControlKind::VerticalScrollBar, "", {106, 60, 10, 60}, 0, "Up and down"},
     {Track, ControlKind::TrackBar, "", {120, 60, 80, 20}, 0, "Track"},
-    {Throw, ControlKind::PushButton, "&Throw", {120, 90, 40, 14}},
-    {Nested, ControlKind::PushButton, "&Nested", {120, 110, 40, 14}},
 };
-inline constexpr DialogTemplate BenchTemplate{1, "Bench",       210, 140, "MS Sans Serif",
-                                              8, BenchControls, true};
+inline constexpr DialogTemplate TestTemplate{1, "Test",       210, 140, "MS Sans Serif",
+                                             8, TestControls, true};
 
-class BenchDialog : public CDialog
+class TestDialog : public CDialog
 {
 public:
-    explicit BenchDialog(CWnd* parent = nullptr) : CDialog(BenchTemplate, parent) {}
+    using Seen = std::pair<UINT, WPARAM>;
+
+    explicit TestDialog(CWnd* parent = nullptr) : CDialog(TestTemplate, parent) {}
 
     std::uint32_t m_whole = 3700;
     double m_real = 0.5;
@@ -58,10 +58,16 @@ public:
     int m_radio = -1;
     CScrollBar m_across;
     CSliderCtrl m_track;
-    std::vector<std::pair<UINT, WPARAM>> m_seen; // what came, in order
-    std::vector<int> m_clicked;                  // ids of check boxes and radio buttons, in order
-    std::function<void()> m_go, m_message, m_paint;
+    std::vector<Seen> m_seen;   // what came, in order
+    std::vector<int> m_clicked; // ids of check boxes and radio buttons, in order
+    std::function<void()> m_go = [] {}, m_message = [] {}, m_paint = [] {};
     std::string m_dropped;
+
+    bool HasSeen(const Seen& message) const { return std::ranges::count(m_seen, message) > 0; }
+    bool HasSeen(UINT message) const
+    {
+        return std::ranges::count(m_seen, message, &Seen::first) > 0;
+    }
 
 private:
     void DoDataExchange(CDataExchange* dx) override
@@ -73,26 +79,14 @@ private:
         DDX_Check(dx, Flag, m_flag);
         DDX_Radio(dx, First, m_radio);
     }
-    void OnGo()
-    {
-        if (m_go) {
-            m_go();
-        }
-    }
+    void OnGo() { m_go(); }
     template <int Id>
     void OnClicked()
     {
         m_clicked.push_back(Id);
     }
-    void OnThrow() { throw std::runtime_error("<b>thrown</b>"); }
-    void OnNested() { BenchDialog(this).DoModal(); }
     void OnLeave() { UpdateData(TRUE); }
-    void OnPaint()
-    {
-        if (m_paint) {
-            m_paint();
-        }
-    }
+    void OnPaint() { m_paint(); }
     void OnTimer(UINT_PTR timer) { m_seen.emplace_back(WM_TIMER, timer); }
     void OnScroll(UINT code, std::uint32_t position)
     {
@@ -109,9 +103,7 @@ private:
     LRESULT OnMessage(WPARAM wParam, LPARAM)
     {
         m_seen.emplace_back(WM_USER, wParam);
-        if (m_message) {
-            m_message();
-        }
+        m_message();
         return 7;
     }
     LRESULT OnEndSession(WPARAM, LPARAM)
@@ -126,14 +118,12 @@ private:
     }
     std::span<const DispatchEntry> DispatchTable() const override
     {
-        using Self = BenchDialog;
+        using Self = TestDialog;
         static constexpr DispatchEntry Table[] = {
             on::Command<&Self::OnGo>(Go),
             on::Command<&Self::OnClicked<Flag>>(Flag),
             on::Command<&Self::OnClicked<First>>(First),
             on::Command<&Self::OnClicked<Second>>(Second),
-            on::Command<&Self::OnThrow>(Throw),
-            on::Command<&Self::OnNested>(Nested),
             on::LeaveField<&Self::OnLeave>(Whole),
             on::Paint<&Self::OnPaint>(),
             on::Timer<&Self::OnTimer>(),
@@ -146,4 +136,29 @@ private:
         };
         return Table;
     }
+};
+
+class Dialog : public testing::Test
+{
+protected:
+    int Run(const std::function<void()>& script) { return hand.Run(dialog, script); }
+    int ShowBox(const std::string& text, UINT style, const std::string& caption = "")
+    {
+        return MessageBoxA(dialog.GetSafeHwnd(), text.c_str(), caption.c_str(), style);
+    }
+    bool WaitForTitle(const std::string& title, int milliseconds)
+    {
+        return hand.Wait([&] { return hand.ActiveTitle() == title; }, milliseconds);
+    }
+    // That the newer box stands a title bar's height lower and to the right.
+    void ExpectBelow(const std::string& older, const std::string& newer) const
+    {
+        const auto [left, top] = hand.PlaceOfBox(older);
+        const auto [newerLeft, newerTop] = hand.PlaceOfBox(newer);
+        EXPECT_GE(newerLeft - left, 15);
+        EXPECT_EQ(newerTop - top, newerLeft - left);
+    }
+
+    Operator hand;
+    TestDialog dialog;
 };
