@@ -6,6 +6,7 @@
 #include "platform/boxes.h"
 #include "support/scripted_library.h"
 
+#include <array>
 #include <gtest/gtest.h>
 
 namespace {
@@ -54,7 +55,8 @@ TEST_F(Device, ResultsBecomeMessages)
                  {0x2F0007, "Error number: 7\nResult 0x2F0007", 0x40010},
                  {0x000005, "5\nResult 0x5", 0x40000},
                  {0x400005, "5\nResult 0x400005", 0x40000},
-                 {0x81200005, "Error number: 5\nResult 0x81200005", 0x40010}};
+                 {0x81200005, "Error number: 5\nResult 0x81200005", 0x40010},
+                 {ErrorExportMissing, "Error number: 65281\nResult 0xFF20FF01", 0x40010}};
     for (const auto& expected : cases) {
         SCOPED_TRACE(expected.text);
         boxes.clear();
@@ -67,12 +69,8 @@ TEST_F(Device, ResultsBecomeMessages)
     }
 }
 
-TEST_F(Device, ALibraryMayGiveTheCodeOfAMissingExport)
+TEST_F(Device, OnlyTheProgramsOwnCodeTellsOfAMissingExport)
 {
-    for (const std::uint32_t code : {ErrorExportMissing, ErrorExportMissing & 0xFFFFFF}) {
-        ReportResult(code, owner, "");
-        EXPECT_EQ(boxes.back().text.find("Error number: 65281\nResult 0x"), 0u);
-    }
     library.exports.getImage = nullptr;
     ReportResult(ErrorExportMissing, owner, "");
     EXPECT_EQ(boxes.back().text, "Error number: 65281\nThe capture library lacks this operation.");
@@ -100,74 +98,41 @@ TEST_F(Device, ABoxNeedsAnOwnerOrACaption)
     EXPECT_EQ(boxes.back().text, "Info number: 9\n") << "the code that describing gives back";
 }
 
-TEST_F(Device, ReadsGiveTheValueOrLeaveItAlone)
+TEST_F(Device, ReadsLeaveTheValueAloneOrGiveIt)
 {
-    library.libraryParams[8] = "1.2";
-    library.deviceParams[{1, 2}] = "ABC";
+    library.libraryParams[2] = "1.2";
     library.SetDeviceInt(1, 3, 0xFFFFFFFF);
     library.deviceParams[{1, 4}] = -2;
     library.deviceParams[{1, 5}] = ScriptedLibrary::Block{1, 2, 3, 4};
-    struct Values
-    {
-        std::string library = "old ", device = "old ";
-        std::uint32_t integer = 5;
-        std::int32_t flag = 6;
-        std::uint8_t block[4] = {9, 9, 9, 9};
-        bool operator==(const Values&) const = default;
-    };
-    const auto read = [](Values& values, unsigned shift = 0) {
+    std::string text = "old ";
+    std::uint32_t integer = 5;
+    std::int32_t flag = 6;
+    std::array<std::uint8_t, 5> block = {9, 9, 9, 9, 9};
+    const auto read = [&](unsigned shift) {
         return std::vector<bool>{
-            GetLibraryText(8 + shift, values.library), GetDeviceText(1, 2 + shift, values.device),
-            GetDeviceInt(1, 3 + shift, values.integer), GetDeviceFlag(1, 4 + shift, values.flag),
-            GetDeviceBlock(1, 5 + shift, values.block, 4)};
+            GetLibraryText(2 + shift, text), GetDeviceInt(1, 3 + shift, integer),
+            GetDeviceFlag(1, 4 + shift, flag), GetDeviceBlock(1, 5 + shift, block.data(), 4)};
     };
-    const std::vector<bool> all(5, true), none(5, false);
-    Values values;
-    EXPECT_EQ(read(values), all);
-    EXPECT_EQ(values, (Values{"old 1.2", "old ABC", 0xFFFFFFFF, -2, {1, 2, 3, 4}}));
-
-    Values untouched;
-    EXPECT_EQ(read(untouched, 1), none) << "parameters of another type, or none at all";
+    const std::vector<bool> none(4, false), all(4, true);
+    EXPECT_EQ(read(1), none) << "parameters of another type, or none at all";
     for (const Fault fault : {Fault::NullObject, Fault::WrongType}) {
         library.Break(Export::GetLibraryParam, fault);
-        library.Break(Export::GetDeviceParam, fault, 4);
-        EXPECT_EQ(read(untouched), none);
+        library.Break(Export::GetDeviceParam, fault, 3);
+        EXPECT_EQ(read(0), none);
     }
-    library.Break(Export::GetLibraryParam, Fault::NullTexts);
-    library.Break(Export::GetDeviceParam, Fault::NullTexts, 4);
-    untouched.integer = values.integer;
-    untouched.flag = values.flag;
-    EXPECT_EQ(read(values = untouched), (std::vector<bool>{true, true, true, true, false}));
-    EXPECT_EQ(values, untouched);
-}
-
-TEST_F(Device, ABlockMustHaveTheSizeAndTheResultZero)
-{
-    library.deviceParams[{1, 5}] = ScriptedLibrary::Block{1, 2, 3, 4};
-    std::uint8_t block[5] = {9, 9, 9, 9, 9};
-    EXPECT_FALSE(GetDeviceBlock(1, 5, block, 3));
-    EXPECT_FALSE(GetDeviceBlock(1, 5, block, 5));
+    EXPECT_FALSE(GetDeviceBlock(1, 5, block.data(), 3)) << "another size";
+    EXPECT_FALSE(GetDeviceBlock(1, 5, block.data(), 5)) << "another size";
     library.Break(Export::GetDeviceParam, Fault::None, 1, 0x100001);
-    EXPECT_FALSE(GetDeviceBlock(1, 5, block, 4));
-    EXPECT_EQ(block[0], 9);
-}
+    EXPECT_FALSE(GetDeviceBlock(1, 5, block.data(), 4)) << "a result";
+    library.Break(Export::GetDeviceParam, Fault::NullTexts);
+    EXPECT_FALSE(GetDeviceBlock(1, 5, block.data(), 4)) << "no bytes";
+    library.Break(Export::GetLibraryParam, Fault::NullTexts);
+    EXPECT_TRUE(GetLibraryText(2, text)) << "no text is an empty one";
+    EXPECT_TRUE(text == "old " && integer == 5 && flag == 6 && block[0] == 9);
 
-TEST_F(Device, WritesPassTagAndValueAndReturnTheResult)
-{
-    const std::uint8_t bytes[] = {1, 0, 0xFE};
-    EXPECT_EQ(SetLibraryText(LibraryParameter::FilterChain, ""), 0u);
-    EXPECT_EQ(SetLibraryBlock(LibraryParameter::StartUpBlock, bytes, 3), 0u);
-    EXPECT_EQ(SetDeviceText(0, DeviceParameter::RawFilesFolder, "C:\\raw"), 0u);
-    EXPECT_EQ(SetDeviceInt(1, DeviceParameter::IntegrationTime, 0xFFFFFFFF), 0u);
-    EXPECT_EQ(SetDeviceFlag(0, DeviceParameter::TestImageMode, -1), 0u);
-    library.Fail(Export::SetDeviceParam, 0x100007);
-    EXPECT_EQ(SetDeviceBlock(1, DeviceParameter::Binning, bytes, 2), 0x100007u);
-    EXPECT_EQ(library.calls, (std::vector<std::string>{"TarnSetLibraryParam 17 text \"\"",
-                                                       "TarnSetLibraryParam 16 block 01 00 FE",
-                                                       "TarnSetDeviceParam 0 81 text \"C:\\raw\"",
-                                                       "TarnSetDeviceParam 1 11 int 4294967295",
-                                                       "TarnSetDeviceParam 0 80 flag -1",
-                                                       "TarnSetDeviceParam 1 10 block 01 00"}));
+    EXPECT_EQ(read(0), all);
+    EXPECT_TRUE(text == "old 1.2" && integer == 0xFFFFFFFF && flag == -2);
+    EXPECT_EQ(block, (std::array<std::uint8_t, 5>{1, 2, 3, 4, 9}));
 }
 
 TEST_F(Device, OnlyKnownResumableStatesCountAsIdle)
@@ -185,30 +150,19 @@ TEST_F(Device, OnlyKnownResumableStatesCountAsIdle)
     EXPECT_TRUE(AllDevicesIdle());
 }
 
-TEST_F(Device, IndentGoesBeforeEveryLine)
-{
-    EXPECT_EQ(IndentText("", "  "), "  ");
-    EXPECT_EQ(IndentText("a\nb", "  "), "  a\n  b");
-    EXPECT_EQ(IndentText("a\n", "  "), "  a\n  ");
-    EXPECT_EQ(IndentText("\na", "  "), "\n  a");
-    EXPECT_EQ(IndentText("a", "\n"), "\na");
-}
-
 TEST_F(Device, StatesHaveAWordOrTheLibrarysDescription)
 {
     library.SetDeviceInt(1, DeviceParameter::FaultResult, 0x200031);
-    const struct
-    {
-        std::uint32_t state;
-        const char* text;
-    } cases[] = {{StateStandBy, "Stand by"},
-                 {StateActive, "Active"},
-                 {StateWaiting, "Waiting for image data"},
-                 {StateCaptureEnabled, "Capture enabled"},
-                 {StateFault, "Result 0x200031"},
-                 {StateOtherFault, "Result 0x0"},
-                 {0, "Unknown"},
-                 {5, "Unknown"}};
+    const std::pair<std::uint32_t, const char*> cases[] = {
+        {1, "Stand by"},
+        {2, "Active"},
+        {3, "Waiting for image data"},
+        {4, "Capture enabled"},
+        {100, "Result 0x200031"},
+        {101, "Result 0x0"},
+        {0, "Unknown"},
+        {5, "Unknown"},
+    };
     for (const auto& [state, text] : cases) {
         EXPECT_EQ(DeviceStatusText({1, state, "N", nullptr}),
                   std::string("   ** N **\n\nStatus: ") + text +
@@ -226,7 +180,7 @@ TEST_F(Device, TheReportListsVersionAndDevices)
     library.deviceParams[{1, DeviceParameter::Version}] = "3.0\n";
     library.SetDeviceInt(2, DeviceParameter::GainResult, 0x100012);
     library.deviceParams[{2, DeviceParameter::GainFile}] = "not shown";
-    library.deviceParams[{2, DeviceParameter::SpecificInfo}] = "x\ny";
+    library.deviceParams[{2, DeviceParameter::SpecificInfo}] = "\nx\ny";
     library.Break(Export::GetDeviceList, Fault::None, 1, 0x100001);
     EXPECT_EQ(LibraryReport(), "***** Tarn *****\nVersion:\n    Tarn 4\n    build 7\n\n"
                                "***** Tarn devices *****\n"
@@ -234,7 +188,7 @@ TEST_F(Device, TheReportListsVersionAndDevices)
                                "Gain file: gain.dat\nVersion:\n    3.0\n    \n\n"
                                "   ** Right **\nSensor 20\nStatus: Stand by\nHwID: \n"
                                "Gain file: \n     Result 0x100012\n\nVersion:\n    \n"
-                               "Device specific:\n    x\n    y\n\n");
+                               "Device specific:\n\n    x\n    y\n\n");
     EXPECT_TRUE(boxes.empty());
 }
 
