@@ -18,20 +18,25 @@ void Ignore(png_structp, const char*) {}
 
 constexpr char CommentKey[] = "Comment";
 
-// libpng's records of a file that is read or written.
-class PngRecords
+// A file that is read or written, and libpng's records of it.
+class PngFile
 {
 public:
-    explicit PngRecords(bool isWriter) : m_isWriter(isWriter)
+    PngFile(const char* path, bool isWriter)
+        : m_stream(m_file.Open(path, isWriter ? "wb" : "rb")), m_isWriter(isWriter)
     {
+        if (m_stream == nullptr) {
+            throw BadFile(isWriter ? "cannot be written" : "cannot be read");
+        }
         png = isWriter ? png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, Fail, Ignore)
                        : png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, Fail, Ignore);
         info = png == nullptr ? nullptr : png_create_info_struct(png);
         if (info == nullptr) {
             throw std::bad_alloc();
         }
+        png_init_io(png, m_stream);
     }
-    ~PngRecords()
+    ~PngFile()
     {
         if (m_isWriter) {
             png_destroy_write_struct(&png, &info);
@@ -39,20 +44,25 @@ public:
             png_destroy_read_struct(&png, &info, nullptr);
         }
     }
-    PngRecords(const PngRecords&) = delete;
-    PngRecords& operator=(const PngRecords&) = delete;
+    PngFile(const PngFile&) = delete;
+    PngFile& operator=(const PngFile&) = delete;
+
+    // False when something could not be written.
+    bool Close() { return std::ferror(m_stream) == 0 && m_file.Close(); }
 
     png_structp png = nullptr;
     png_infop info = nullptr;
 
 private:
+    CFileHolder m_file;
+    std::FILE* m_stream;
     bool m_isWriter;
 };
 
-void ReadComment(const PngRecords& records, CImage& picture)
+void ReadComment(const PngFile& file, CImage& picture)
 {
     png_textp texts = nullptr;
-    const int count = png_get_text(records.png, records.info, &texts, nullptr);
+    const int count = png_get_text(file.png, file.info, &texts, nullptr);
     for (int i = 0; i < count; ++i) {
         if (std::string(texts[i].key) == CommentKey) {
             picture.m_headerText = texts[i].text;
@@ -64,74 +74,62 @@ void ReadComment(const PngRecords& records, CImage& picture)
 
 CLinkedPtr<CImage> ReadPng(const char* path)
 {
-    CFileHolder file;
-    std::FILE* const stream = file.Open(path, "rb");
-    if (stream == nullptr) {
-        throw BadFile("cannot be read");
-    }
-    const PngRecords records(false);
-    png_structp const png = records.png;
-    png_init_io(png, stream);
-    png_read_info(png, records.info);
-    if (png_get_color_type(png, records.info) != PNG_COLOR_TYPE_GRAY) {
+    const PngFile file(path, false);
+    png_structp const png = file.png;
+    png_read_info(png, file.info);
+    if (png_get_color_type(png, file.info) != PNG_COLOR_TYPE_GRAY) {
         throw BadFile("is not a gray picture");
     }
-    std::uint32_t bits = png_get_bit_depth(png, records.info);
+    std::uint32_t bits = png_get_bit_depth(png, file.info);
     png_color_8p significant = nullptr;
-    if (png_get_sBIT(png, records.info, &significant) != 0 && bits == 16 && significant->gray > 8) {
+    if (png_get_sBIT(png, file.info, &significant) != 0 && bits == 16 && significant->gray > 8) {
         bits = significant->gray;
     }
-    CLinkedPtr<CImage> picture = NewPicture(png_get_image_width(png, records.info),
-                                            png_get_image_height(png, records.info), bits);
+    CLinkedPtr<CImage> picture =
+        NewPicture(png_get_image_width(png, file.info), png_get_image_height(png, file.info), bits);
     png_set_packing(png);
     if constexpr (std::endian::native == std::endian::little) {
         png_set_swap(png);
     }
     const int passes = png_set_interlace_handling(png);
-    png_read_update_info(png, records.info);
+    png_read_update_info(png, file.info);
     for (int pass = 0; pass < passes; ++pass) {
         for (std::uint32_t y = 0; y < picture->m_height; ++y) {
             png_read_row(png, RowFromTop(*picture, y), nullptr);
         }
     }
-    png_read_end(png, records.info);
-    ReadComment(records, *picture);
+    png_read_end(png, file.info);
+    ReadComment(file, *picture);
     return picture;
 }
 
 void WritePng(const char* path, const CImage& picture)
 {
-    CFileHolder file;
-    std::FILE* const stream = file.Open(path, "wb");
-    if (stream == nullptr) {
-        throw BadFile("cannot be written");
-    }
-    const PngRecords records(true);
-    png_structp const png = records.png;
-    png_init_io(png, stream);
-    png_set_IHDR(png, records.info, picture.m_width, picture.m_height,
+    PngFile file(path, true);
+    png_structp const png = file.png;
+    png_set_IHDR(png, file.info, picture.m_width, picture.m_height,
                  static_cast<int>(8 * picture.m_pixelBytes), PNG_COLOR_TYPE_GRAY,
                  PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
     png_color_8 significant = {};
     significant.gray = static_cast<png_byte>(BitsInUse(picture));
-    png_set_sBIT(png, records.info, &significant);
+    png_set_sBIT(png, file.info, &significant);
     if (!picture.m_headerText.empty()) {
         std::string key = CommentKey, value = picture.m_headerText.c_str();
         png_text text = {};
         text.compression = PNG_TEXT_COMPRESSION_NONE;
         text.key = key.data();
         text.text = value.data();
-        png_set_text(png, records.info, &text, 1);
+        png_set_text(png, file.info, &text, 1);
     }
-    png_write_info(png, records.info);
+    png_write_info(png, file.info);
     if constexpr (std::endian::native == std::endian::little) {
         png_set_swap(png);
     }
     for (std::uint32_t y = 0; y < picture.m_height; ++y) {
         png_write_row(png, RowFromTop(picture, y));
     }
-    png_write_end(png, records.info);
-    if (std::ferror(stream) != 0 || !file.Close()) {
+    png_write_end(png, file.info);
+    if (!file.Close()) {
         throw BadFile("cannot be written");
     }
 }
