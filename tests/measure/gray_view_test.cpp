@@ -16,7 +16,7 @@ TEST(GrayView, ShowsThePictureFromTheTopLeftAndCutsRegions)
     const GrayView part = Crop(view, {1, 1, 9, 9});
     EXPECT_TRUE(part.width == 2 && part.height == 1 && part.At(0, 0) == 5);
     image.m_orientation = 7;
-    EXPECT_EQ(ViewOf(image)->At(0, 0), 4u);
+    EXPECT_TRUE(ViewOf(image)->At(0, 0) == 4 && ViewOf(image)->At(2, 1) == 3);
     for (const std::uint32_t code : {0u, 4u, 6u}) {
         image.m_orientation = code;
         EXPECT_FALSE(ViewOf(image)) << code;
@@ -29,7 +29,7 @@ TEST(GrayView, ShowsThePictureFromTheTopLeftAndCutsRegions)
 TEST(GrayView, OfNothingHasNoNumbers)
 {
     const CImage image(3, 2, 12, 0, 1);
-    const GrayView nothing = Crop(*ViewOf(image), {3, 0, 1, 1});
+    const GrayView nothing = Crop(*ViewOf(image), {4, 0, 1, 1});
     EXPECT_TRUE(nothing.IsEmpty());
     EXPECT_EQ(StatisticsOf(CountSamples(nothing)).count, 0u);
     EXPECT_EQ(ClippedSharesOf(CountSamples(nothing), 4095).atZero, 0);

@@ -5,37 +5,32 @@ usage: display_loss.py BUILD_FOLDER"""
 import os
 import subprocess
 import sys
-import tempfile
 
-import program
+from program import Failure, run_unattended
 
-
-def main():
-    with tempfile.TemporaryDirectory() as folder:
-        read_end, write_end = os.pipe()
-        server = subprocess.Popen(["Xvfb", "-displayfd", str(write_end), "-nolisten", "tcp"],
-                                  pass_fds=[write_end], stderr=subprocess.DEVNULL)
-        os.close(write_end)
-        with os.fdopen(read_end) as number:
-            display = ":" + number.readline().strip()
-        operated = program.UnattendedProgram(sys.argv[1], folder)
-        operated.environment |= {"DISPLAY": display, "QT_QPA_PLATFORM": "xcb"}
-        try:
-            operated.start(exposure_delay="never")
-            operated.wait(lambda: operated.visible_windows("TarnTest"), "the window")
-            operated.arm()
-            server.kill()
-            operated.process.wait(program.Program.patience)
-            calls = [call.split()[0] for call in operated.calls()]
-            expected = ["TarnDisableCapture", "TarnClearNotifyWindow", "TarnClose"]
-            if [call for call in calls if call in expected][-3:] != expected:
-                sys.exit(f"display_loss: {calls[-10:]}\n{operated.messages.read_text()}")
-        except program.Failure as failure:
-            sys.exit(f"display_loss: {failure}")
-        finally:
-            operated.kill()
-            server.kill()
-            server.wait()
+FAREWELL = ["TarnDisableCapture", "TarnClearNotifyWindow", "TarnClose"]
 
 
-main()
+def check(program):
+    read_end, write_end = os.pipe()
+    server = subprocess.Popen(["Xvfb", "-displayfd", str(write_end), "-nolisten", "tcp"],
+                              pass_fds=[write_end], stderr=subprocess.DEVNULL)
+    os.close(write_end)
+    with os.fdopen(read_end) as number:
+        display = ":" + number.readline().strip()
+    program.environment |= {"DISPLAY": display, "QT_QPA_PLATFORM": "xcb"}
+    try:
+        program.start(exposure_delay="never")
+        program.wait(lambda: program.visible_windows("TarnTest"), "the window")
+        program.arm()
+        server.kill()
+        program.wait_for_end()
+    finally:
+        server.kill()
+        server.wait()
+    calls = [call.split()[0] for call in program.calls()]
+    if [call for call in calls if call in FAREWELL][-3:] != FAREWELL:
+        raise Failure(f"the last calls are {calls[-10:]}")
+
+
+run_unattended(sys.argv[1], check)

@@ -31,10 +31,11 @@ class OperatedProgram(Program):
         self.find("TarnTest", "dialog", "frame")
 
     def expect_end(self):
-        self.wait(lambda: self.process.poll() is not None, "the program to end")
-        assert self.process.returncode == 0, f"the program ended with {self.process.returncode}"
+        status = self.wait_for_end()
+        assert status == 0, f"the program ended with {status}"
         errors = [line for line in self.own_messages() if not line.endswith(" 0 not freed")]
         assert not errors, errors
+        self.expect_calls("TarnClearNotifyWindow", "TarnClose")
 
     def own_messages(self):
         """What the program and its libraries wrote, without the toolkit's own messages."""

@@ -82,7 +82,6 @@ def image_kept(program):
     program.expect(**IDLE)
     program.key("Escape")
     program.expect_end()
-    program.expect_calls("TarnClearNotifyWindow", r"TarnClose")
 
 
 def stored_images(program):
@@ -219,7 +218,6 @@ def sensor_settings(program):
 def leave(program):
     program.click("Exit")
     program.expect_end()
-    program.expect_calls("TarnClearNotifyWindow", "TarnClose")
 
 
 def arm(program):

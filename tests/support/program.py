@@ -56,6 +56,13 @@ class Program:
             self.process.kill()
             self.process.wait()
 
+    def wait_for_end(self):
+        """Returns the exit status."""
+        try:
+            return self.process.wait(self.patience)
+        except subprocess.TimeoutExpired:
+            raise Failure("the program does not end") from None
+
     def calls(self):
         """The log's whole lines since the last call of this, as "Name arguments -> result"."""
         if not self.trace_file.exists():
@@ -152,10 +159,10 @@ class UnattendedProgram(Program):
     def terminate(self):
         """Ends the program by SIGTERM. Returns how many of the library's objects were not freed."""
         self.process.terminate()
-        self.wait(lambda: self.process.poll() is not None, "the program to end")
+        status = self.wait_for_end()
         objects = re.findall(r"objects handed out, (\d+) not freed", self.messages.read_text())
-        if self.process.returncode != 0 or not objects:
-            raise Failure(f"the program ended with {self.process.returncode}")
+        if status != 0 or not objects:
+            raise Failure(f"the program ended with {status}")
         return int(objects[-1])
 
     def last_id(self):
