@@ -3,44 +3,50 @@
 
 #include <cstring>
 #include <dlfcn.h>
+#include <filesystem>
 #include <link.h>
+#include <sys/auxv.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
 
+// Where libraries stand for all users.
+const std::string VendorFolder = TARNTEST_LIBRARY_FOLDER;
+const std::string LocalVendorFolder = "/usr/local/lib/tarntest/";
+
 thread_local std::string loadFailure;
 
-std::string LoaderReason()
-{
-    const char* reason = dlerror();
-    return reason != nullptr ? reason : "no reason given";
-}
+std::string PathStartedBy();
+std::string PathOf(HMODULE module);
+bool IsEntry(const std::string& path);
+std::string LoaderReason();
 
-std::string PathOf(HMODULE module)
-{
-    if (module == nullptr) {
-        std::string path(4096, '\0');
-        const ssize_t length = readlink("/proc/self/exe", path.data(), path.size());
-        path.resize(length > 0 ? static_cast<std::size_t>(length) : 0);
-        return path;
-    }
-    link_map* map = nullptr;
-    return dlinfo(module, RTLD_DI_LINKMAP, &map) == 0 ? map->l_name : "";
-}
+// Taken before anything can change the working folder.
+const std::string ProgramPath = PathStartedBy();
 
 } // namespace
 
 HMODULE LoadLibraryA(const char* name)
 {
     const std::string file = "lib" + std::string(name) + ".so";
-    const std::string program = PathOf(nullptr);
-    const std::string beside = program.substr(0, program.rfind('/') + 1) + file;
+    const std::string programFolder = ProgramPath.substr(0, ProgramPath.rfind('/') + 1);
 
-    // A library that stands beside the program and is broken is not replaced by another one.
-    const bool isBeside = access(beside.c_str(), F_OK) == 0;
-    void* module = dlopen(isBeside ? beside.c_str() : file.c_str(), RTLD_NOW | RTLD_LOCAL);
+    std::string path = file; // for the loader to search
+    std::string searched;
+    for (const std::string& folder : {programFolder, VendorFolder, LocalVendorFolder}) {
+        if (IsEntry(folder + file)) {
+            path = folder + file;
+            break;
+        }
+        searched += folder + ", ";
+    }
+    void* module = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (module == nullptr) {
         loadFailure = "The library " + file + " cannot be loaded: " + LoaderReason();
+        if (path == file) {
+            loadFailure += ". Searched: " + searched + "the folders of the system's loader.";
+        }
     }
     return static_cast<HMODULE>(module);
 }
@@ -74,3 +80,47 @@ DWORD GetModuleFileNameA(HMODULE module, char* path, DWORD size)
     std::memcpy(path, full.c_str(), full.size() + 1);
     return static_cast<DWORD>(full.size());
 }
+
+namespace {
+
+// A link to the program counts as the program: images and libraries are beside it. The system's
+// name for the program's file serves where the path does not name that file, as under some
+// debuggers.
+std::string PathStartedBy()
+{
+    namespace fs = std::filesystem;
+    std::error_code error;
+    const fs::path file = fs::read_symlink("/proc/self/exe", error);
+    const auto* started = reinterpret_cast<const char*>(getauxval(AT_EXECFN));
+    if (started == nullptr || !fs::equivalent(started, file, error)) {
+        return file;
+    }
+    const fs::path path = fs::absolute(started, error);
+    return fs::canonical(path.parent_path(), error) / path.filename();
+}
+
+std::string PathOf(HMODULE module)
+{
+    if (module == nullptr) {
+        return ProgramPath;
+    }
+    link_map* map = nullptr;
+    return dlinfo(module, RTLD_DI_LINKMAP, &map) == 0 ? map->l_name : "";
+}
+
+// Also a link that leads nowhere: no other library takes the place of one that was meant.
+bool IsEntry(const std::string& path)
+{
+    struct stat entry
+    {
+    };
+    return lstat(path.c_str(), &entry) == 0;
+}
+
+std::string LoaderReason()
+{
+    const char* reason = dlerror();
+    return reason != nullptr ? reason : "no reason given";
+}
+
+} // namespace
