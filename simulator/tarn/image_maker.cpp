@@ -1,9 +1,13 @@
 // Exposes the phantom, the test pattern or a picture, and packs it as the store takes it.
 #include "simulator/tarn/image_maker.h"
 
+#include "simulator/tarn/hash.h"
 #include "simulator/tarn/header_text.h"
 #include "simulator/tarn/result_codes.h"
+#include "simulator/tarn/scene.h"
+#include "simulator/tarn/sensor.h"
 #include "simulator/tarn/trace.h"
+#include "simulator/tarn/truth.h"
 
 #include <algorithm>
 #include <cmath>
@@ -21,6 +25,7 @@ constexpr double TargetIntegration = 300; // ms, gives exposure level 1
 constexpr std::uint32_t SensorWidth = 1300, SensorHeight = 1700;
 constexpr double PixelSize = 0.1; // mm
 
+void AppendLine(const std::string& path, const std::string& line);
 void SaveRaw(Capture& capture, const Frame& frame);
 std::string HeaderText(const Capture& capture, const Settings& settings);
 std::string FormatTime(const char* format, std::uint64_t seed, std::uint32_t imageId);
@@ -62,16 +67,46 @@ Frame ImageMaker::MakeFrame(Capture& capture, const Settings& settings)
             return std::move(*frame);
         }
     }
+    return ExposeScene(capture, settings, width, height);
+}
+
+Frame ImageMaker::ExposeScene(const Capture& capture, const Settings& settings, std::uint32_t width,
+                              std::uint32_t height)
+{
+    const DeviceState& device = capture.device;
+    const std::uint32_t binning = std::max(device.binning, 1u);
     Exposure exposure;
     exposure.width = width;
     exposure.height = height;
-    exposure.leftHand = capture.device.SensorCode() == 12;
-    exposure.level = capture.device.integrationTime / TargetIntegration;
+    exposure.level = device.integrationTime / TargetIntegration;
     exposure.photons *= binning * binning;
+    exposure.shading = settings.shading / 100;
+    exposure.lag = settings.lag / 100;
     exposure.noiseSeed = m_seed << 32 ^ capture.imageId;
-    exposure.patternSeed = capture.device.number;
+    exposure.patternSeed = device.number;
     exposure.fixedPattern = !capture.gainCheck;
-    return m_phantom.Expose(exposure);
+
+    std::vector<float>& previous = m_previous[device.number];
+    std::vector<float> signal =
+        settings.scene == Scene::Phantom
+            ? CollectSignal(exposure,
+                            m_phantom.Transmission(width, height, device.SensorCode() == 12),
+                            previous)
+            : CollectSignal(exposure,
+                            SceneTransmission(settings.scene, width, height, settings.edgeBlur),
+                            previous);
+    previous = settings.lag > 0 ? signal : std::vector<float>();
+
+    const DefectCounts counts = {settings.deadPixels, settings.hotPixels, settings.noisyPixels,
+                                 settings.deadLines};
+    const PlantedDefects defects =
+        PlantDefects(width, height, counts, Hash(m_seed) ^ device.number);
+    if (!settings.truthFile.empty()) {
+        AppendLine(ResolvePath(settings.truthFile),
+                   TruthOf(capture.imageId, device.number, settings.scene, settings.edgeBlur,
+                           exposure, defects));
+    }
+    return ReadSensor(exposure, std::move(signal), defects);
 }
 
 std::optional<Frame> ImageMaker::NextPicture(Capture& capture, const std::string& folder)
@@ -90,6 +125,15 @@ std::optional<Frame> ImageMaker::NextPicture(Capture& capture, const std::string
 }
 
 namespace {
+
+void AppendLine(const std::string& path, const std::string& line)
+{
+    std::ofstream file(path, std::ios::app);
+    file << line << '\n';
+    if (!file.flush()) {
+        Warn("cannot write the truth file " + path);
+    }
+}
 
 void SaveRaw(Capture& capture, const Frame& frame)
 {

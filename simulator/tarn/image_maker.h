@@ -7,6 +7,7 @@
 #include "simulator/tarn/store.h"
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -33,7 +34,7 @@ struct Capture
 class ImageMaker
 {
 public:
-    // The same seed, capture and settings give the same image.
+    // The same seed, captures and settings give the same images.
     explicit ImageMaker(std::uint64_t seed) : m_seed(seed) {}
 
     // Sets the capture's image and adds warnings; writes the raw file when the capture has a
@@ -42,12 +43,15 @@ public:
 
 private:
     Frame MakeFrame(Capture& capture, const Settings& settings);
+    Frame ExposeScene(const Capture& capture, const Settings& settings, std::uint32_t width,
+                      std::uint32_t height);
     // Nothing, and a warning, when the picture cannot be used.
     std::optional<Frame> NextPicture(Capture& capture, const std::string& folder);
 
     const std::uint64_t m_seed;
     Phantom m_phantom;
-    std::uint64_t m_pictures = 0; // files of the image folder shown
+    std::map<std::uint32_t, std::vector<float>> m_previous; // signals of sensors with lag
+    std::uint64_t m_pictures = 0;                           // files of the image folder shown
 };
 
 } // namespace tarn

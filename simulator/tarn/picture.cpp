@@ -1,14 +1,13 @@
 // Draws what the simulated sensors see.
 #include "simulator/tarn/picture.h"
 
+#include "simulator/tarn/hash.h"
+
 #include <algorithm>
-#include <array>
 #include <bit>
 #include <cmath>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <numbers>
 #include <stdexcept>
 
 namespace tarn {
@@ -108,10 +107,6 @@ constexpr double WedgeStepAttenuation = 0.26;
 constexpr double LetterAttenuation = 3.6;
 constexpr double LetterStroke = 15; // half its width
 
-// Gray values of the sensor: its offset without exposure, and how far the target exposure takes it
-// down. The full well is saturation.
-constexpr double DarkValue = 3700, TargetStep = 3400, FullWell = 1.08;
-
 // The size and place of the sheet in an image.
 struct Sheet
 {
@@ -143,10 +138,8 @@ void DrawLetter(Plane& plane, const Sheet& sheet, bool leftHand);
 void Blur(Plane& plane);
 double Rounding(double along, double length, double end);
 double Trabeculae(Point point);
-std::uint64_t Hash(std::uint64_t value);
 // The sample of which 1 in 1000 is lower, and the one of which 1 in 1000 is higher.
 std::pair<std::uint16_t, std::uint16_t> SampleRange(const Frame& frame);
-const std::array<float, 65536>& GaussTable();
 
 // Calls draw(value, point) for every pixel whose point lies in the rectangle.
 template <class Draw>
@@ -161,50 +154,16 @@ Nearness Near(Point point, Point from, Point to);
 
 } // namespace
 
-Frame Phantom::Expose(const Exposure& exposure)
+const std::vector<std::uint16_t>& Phantom::Transmission(std::uint32_t width, std::uint32_t height,
+                                                        bool leftHand)
 {
-    const std::vector<std::uint16_t>& transmission = Transmission(exposure);
-    const std::array<float, 65536>& gauss = GaussTable();
-    Frame frame{exposure.width, exposure.height, 12, {}};
-    frame.samples.resize(transmission.size());
-
-    const auto level = static_cast<float>(exposure.level / 65535);
-    const auto quantum = static_cast<float>(1 / exposure.photons);
-    constexpr auto Well = static_cast<float>(FullWell);
-    constexpr float ReadNoise = 3;
-    std::uint64_t state = Hash(exposure.noiseSeed);
-    for (std::size_t i = 0; i < transmission.size(); ++i) {
-        state = state * 6364136223846793005u + 1442695040888963407u;
-        const float shot = gauss[state >> 48], electronic = gauss[state >> 32 & 0xFFFF];
-        float signal = static_cast<float>(transmission[i]) * level;
-        float offset = 0;
-        if (exposure.fixedPattern) {
-            const std::uint64_t pixel = Hash(exposure.patternSeed ^ i);
-            const std::uint64_t column = Hash(exposure.patternSeed + i % exposure.width);
-            signal *= 1 + 0.03f * gauss[pixel & 0xFFFF] + 0.015f * gauss[column & 0xFFFF];
-            offset = 12 * gauss[pixel >> 16 & 0xFFFF];
-            if ((pixel >> 32) % 8000 == 0) {
-                signal = pixel >> 63 ? 2.f : 0.f;
-            }
-        }
-        signal += std::sqrt(std::max(signal, 0.f) * quantum) * shot;
-        const float value = static_cast<float>(DarkValue) -
-                            static_cast<float>(TargetStep) * std::clamp(signal, 0.f, Well) +
-                            ReadNoise * electronic + offset;
-        frame.samples[i] = static_cast<std::uint16_t>(std::clamp(value + 0.5f, 0.f, 4095.f));
-    }
-    return frame;
-}
-
-const std::vector<std::uint16_t>& Phantom::Transmission(const Exposure& exposure)
-{
-    if (m_width == exposure.width && m_height == exposure.height &&
-        m_leftHand == exposure.leftHand && !m_transmission.empty()) {
+    if (m_width == width && m_height == height && m_leftHand == leftHand &&
+        !m_transmission.empty()) {
         return m_transmission;
     }
-    m_width = exposure.width;
-    m_height = exposure.height;
-    m_leftHand = exposure.leftHand;
+    m_width = width;
+    m_height = height;
+    m_leftHand = leftHand;
 
     Sheet sheet{};
     sheet.scale = std::min(m_width / SheetWidth, m_height / SheetHeight);
@@ -415,31 +374,6 @@ double Trabeculae(Point point)
     };
     return 0.6 + 0.45 * lattice(point.x / 5, point.y / 8) +
            0.35 * lattice(point.x / 17 + 300, point.y / 23);
-}
-
-// A good mix of all bits (the finalizer of SplitMix64).
-std::uint64_t Hash(std::uint64_t value)
-{
-    value += 0x9E3779B97F4A7C15u;
-    value = (value ^ value >> 30) * 0xBF58476D1CE4E5B9u;
-    value = (value ^ value >> 27) * 0x94D049BB133111EBu;
-    return value ^ value >> 31;
-}
-
-// Normally distributed numbers of mean 0 and deviation 1 (Box and Muller 1958).
-const std::array<float, 65536>& GaussTable()
-{
-    static const std::array<float, 65536> Table = [] {
-        std::array<float, 65536> values{};
-        for (std::size_t i = 0; i < values.size(); ++i) {
-            const double u = (static_cast<double>(Hash(2 * i) >> 11) + 1) / 9007199254740993.0;
-            const double v = static_cast<double>(Hash(2 * i + 1) >> 11) / 9007199254740992.0;
-            values[i] = static_cast<float>(std::sqrt(-2 * std::log(u)) *
-                                           std::cos(2 * std::numbers::pi * v));
-        }
-        return values;
-    }();
-    return Table;
 }
 
 template <class Draw>

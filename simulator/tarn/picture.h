@@ -18,28 +18,15 @@ struct Frame
     std::vector<std::uint16_t> samples;
 };
 
-// One exposure of the phantom.
-struct Exposure
-{
-    std::uint32_t width = 0;
-    std::uint32_t height = 0;
-    bool leftHand = true;          // the right hand is the mirror image with its own letter
-    double level = 1;              // of the unattenuated beam; 1 is the sensor's target
-    double photons = 20000;        // of the unattenuated beam, per pixel, at level 1
-    std::uint64_t noiseSeed = 0;   // the same seed gives the same noise
-    std::uint64_t patternSeed = 0; // the sensor's fixed pattern
-    bool fixedPattern = false;     // uncorrected gain, offsets and dead pixels
-};
-
 class Phantom
 {
 public:
-    Frame Expose(const Exposure& exposure);
+    // The share of the beam that passes, 0 to 65535, row by row from the top left; valid until the
+    // next call. The right hand is the mirror image with its own letter.
+    const std::vector<std::uint16_t>& Transmission(std::uint32_t width, std::uint32_t height,
+                                                   bool leftHand);
 
 private:
-    // Share of the beam that passes, 0 to 65535, for the last size and hand.
-    const std::vector<std::uint16_t>& Transmission(const Exposure& exposure);
-
     std::uint32_t m_width = 0, m_height = 0;
     bool m_leftHand = false;
     std::vector<std::uint16_t> m_transmission;

@@ -31,6 +31,7 @@ void Assign(std::string& to, std::string_view text, const Knob& knob);
 void Assign(std::vector<std::string>& to, std::string_view text, const Knob& knob);
 void Assign(std::vector<std::uint32_t>& to, std::string_view text, const Knob& knob);
 void Assign(std::vector<DeviceFault>& to, std::string_view text, const Knob& knob);
+void Assign(Scene& to, std::string_view text, const Knob& knob);
 
 } // namespace
 
@@ -56,6 +57,15 @@ const std::vector<Knob>& Knobs()
         {"next_image_id", &Settings::nextImageId},
         {"image_width", &Settings::imageWidth, 0, 16384},
         {"image_height", &Settings::imageHeight, 0, 16384},
+        {"scene", &Settings::scene},
+        {"shading", &Settings::shading, 0, 100},
+        {"edge_blur", &Settings::edgeBlur, 0, 100},
+        {"lag", &Settings::lag, 0, 100},
+        {"dead_pixels", &Settings::deadPixels, 0, 1000000},
+        {"hot_pixels", &Settings::hotPixels, 0, 1000000},
+        {"noisy_pixels", &Settings::noisyPixels, 0, 1000000},
+        {"dead_line", &Settings::deadLines, 0, 1000},
+        {"truth_file", &Settings::truthFile},
         {"programs", &Settings::programs},
         {"series_length", &Settings::seriesLength, 1},
         {"test_image_mode", &Settings::testImageMode},
@@ -437,6 +447,15 @@ void Assign(std::vector<DeviceFault>& to, std::string_view text, const Knob&)
         list.push_back(fault);
     }
     to = std::move(list);
+}
+
+void Assign(Scene& to, std::string_view text, const Knob&)
+{
+    const auto* const found = std::ranges::find(SceneNames, text, &SceneName::name);
+    if (found == std::end(SceneNames)) {
+        throw std::invalid_argument("takes phantom, flat, dark or edge");
+    }
+    to = found->scene;
 }
 
 } // namespace

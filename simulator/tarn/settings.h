@@ -3,6 +3,7 @@
 
 #include "device/tarn_abi.h"
 #include "simulator/tarn/faults.h"
+#include "simulator/tarn/scene.h"
 
 #include <cstdint>
 #include <ctime>
@@ -63,6 +64,15 @@ struct Settings
     std::uint32_t nextImageId = 0; // 0: the one after the last
     std::uint32_t imageWidth = 0;  // 0: the sensor's
     std::uint32_t imageHeight = 0;
+    Scene scene = Scene::Phantom;
+    double shading = 0;  // percent of the signal
+    double edgeBlur = 0; // pixels
+    double lag = 0;      // percent of the signal
+    std::uint32_t deadPixels = 0;
+    std::uint32_t hotPixels = 0;
+    std::uint32_t noisyPixels = 0;
+    std::uint32_t deadLines = 0;
+    std::string truthFile;
     std::vector<std::string> programs = {"Hand PA", "Hand oblique", "Hand lateral"};
     std::uint32_t seriesLength = 5;
 
@@ -90,10 +100,10 @@ struct Settings
 };
 
 // The member that a knob sets.
-using Place =
-    std::variant<double Settings::*, std::uint32_t Settings::*, bool Settings::*,
-                 std::string Settings::*, std::vector<std::string> Settings::*,
-                 std::vector<std::uint32_t> Settings::*, std::vector<DeviceFault> Settings::*>;
+using Place = std::variant<double Settings::*, std::uint32_t Settings::*, bool Settings::*,
+                           std::string Settings::*, std::vector<std::string> Settings::*,
+                           std::vector<std::uint32_t> Settings::*,
+                           std::vector<DeviceFault> Settings::*, Scene Settings::*>;
 
 struct Knob
 {

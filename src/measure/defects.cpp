@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 
 namespace {
 
@@ -145,9 +146,14 @@ std::vector<float> ResponseOf(const ImageSums& flats, const ImageSums& darks)
     std::vector<float> response(flats.sums.size());
     const double flatShare = 1.0 / flats.images;
     const double darkShare = darks.images > 0 ? 1.0 / darks.images : 0;
+    double sum = 0;
     for (std::size_t i = 0; i < response.size(); ++i) {
         const double dark = darks.images > 0 ? darks.sums[i] * darkShare : 0;
         response[i] = static_cast<float>(flats.sums[i] * flatShare - dark);
+        sum += response[i];
+    }
+    if (sum < 0) {
+        std::ranges::transform(response, response.begin(), std::negate());
     }
     return response;
 }

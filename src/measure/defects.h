@@ -20,8 +20,9 @@ struct ImageSums
 bool AddImage(ImageSums& sums, const GrayView& view, bool withSquares);
 
 // The rules, as bits. The response of a pixel is its mean in the flats less that in the darks (less
-// nothing without darks). "Around" is the square that many pixels wide with the pixel in its
-// middle, as far as it lies in the image.
+// nothing without darks), with the other sign when the values of the sensor fall with exposure, as
+// the mean of all pixels shows. Without darks they must rise. "Around" is the square that many
+// pixels wide with the pixel in its middle, as far as it lies in the image.
 enum DefectRule : std::uint8_t
 {
     Dead = 1,             // response none, or less than 5 % of the median around, 21 x 21
