@@ -13,7 +13,8 @@ class Places
 public:
     void Add(std::size_t x, std::size_t y)
     {
-        m_text += (m_text.empty() ? "[" : ",[") + std::to_string(x) + ',' + std::to_string(y) + ']';
+        m_text.append(m_text.empty() ? "[" : ",[").append(std::to_string(x));
+        m_text.append(",").append(std::to_string(y)).append("]");
     }
     std::string Text() const { return '[' + m_text + ']'; }
 

@@ -1,6 +1,7 @@
 // Loads the two libraries and forwards every call to them.
 #include "device/libraries.h"
 
+#include "platform/clock.h"
 #include "platform/module.h"
 
 #include <algorithm>
@@ -57,24 +58,39 @@ static_assert(sizeof(LibraryExports) == std::size(Exports) * sizeof(void (*)()))
 LibraryExports loadedExports;
 std::string loadFailures; // one sentence a line
 const LibraryExports* exportsInUse = &loadedExports;
+CallLog callLog;
 
 void LoadLibraries();
 
+// Calls the export and logs the call.
 template <typename... Parameters, typename... Arguments>
-std::uint32_t Call(std::uint32_t (*LibraryExports::*member)(Parameters...), Arguments... arguments)
+std::uint32_t Call(Export which, std::uint32_t (*LibraryExports::*member)(Parameters...),
+                   Arguments... arguments)
 {
     const auto function = exportsInUse->*member;
-    return function != nullptr ? function(arguments...) : ErrorExportMissing;
+    if (function == nullptr) {
+        return ErrorExportMissing;
+    }
+    LibraryCall& call = callLog.Begin(which);
+    (NoteArgument(call, arguments), ...);
+    QueryPerformanceCounter(&call.start);
+    call.result = function(arguments...);
+    QueryPerformanceCounter(&call.end);
+    return call.result;
 }
 
 // The same for a read. Without freeObject nothing is requested.
 template <typename Object, typename... Parameters, typename... Arguments>
-std::uint32_t Fetch(std::uint32_t (*LibraryExports::*member)(Parameters...), Object** out,
-                    Arguments... arguments)
+std::uint32_t Fetch(Export which, std::uint32_t (*LibraryExports::*member)(Parameters...),
+                    Object** out, Arguments... arguments)
 {
     *out = nullptr;
-    return exportsInUse->freeObject != nullptr ? Call(member, arguments..., out)
-                                               : ErrorExportMissing;
+    if (exportsInUse->freeObject == nullptr) {
+        return ErrorExportMissing;
+    }
+    const std::uint32_t result = Call(which, member, arguments..., out);
+    callLog.CountObjects(*out != nullptr ? 1 : 0);
+    return result;
 }
 
 } // namespace
@@ -98,7 +114,7 @@ std::uint32_t TarnOpen(HWND owner, const char* name)
     if (exportsInUse == &loadedExports && MissingExports() != 0) {
         LoadLibraries();
     }
-    return Call(&LibraryExports::open, owner, name);
+    return Call(Export::Open, &LibraryExports::open, owner, name);
 }
 
 namespace {
@@ -132,69 +148,69 @@ void LoadLibraries()
 
 std::uint32_t TarnClose()
 {
-    return Call(&LibraryExports::close);
+    return Call(Export::Close, &LibraryExports::close);
 }
 
 std::uint32_t TarnSetNotifyWindow(HWND window, std::uint32_t message)
 {
-    return Call(&LibraryExports::setNotifyWindow, window, message);
+    return Call(Export::SetNotifyWindow, &LibraryExports::setNotifyWindow, window, message);
 }
 
 std::uint32_t TarnClearNotifyWindow(HWND window)
 {
-    return Call(&LibraryExports::clearNotifyWindow, window);
+    return Call(Export::ClearNotifyWindow, &LibraryExports::clearNotifyWindow, window);
 }
 
 std::uint32_t TarnEnableCapture(std::uint32_t device, const char* userId, std::uint32_t zero)
 {
-    return Call(&LibraryExports::enableCapture, device, userId, zero);
+    return Call(Export::EnableCapture, &LibraryExports::enableCapture, device, userId, zero);
 }
 
 std::uint32_t TarnDisableCapture(std::uint32_t device, std::uint32_t abort)
 {
-    return Call(&LibraryExports::disableCapture, device, abort);
+    return Call(Export::DisableCapture, &LibraryExports::disableCapture, device, abort);
 }
 
 std::uint32_t TarnGetLibraryParam(std::uint32_t parameter, TarnValue** out)
 {
-    return Fetch(&LibraryExports::getLibraryParam, out, parameter);
+    return Fetch(Export::GetLibraryParam, &LibraryExports::getLibraryParam, out, parameter);
 }
 
 std::uint32_t TarnSetLibraryParam(std::uint32_t parameter, const TarnValue* value)
 {
-    return Call(&LibraryExports::setLibraryParam, parameter, value);
+    return Call(Export::SetLibraryParam, &LibraryExports::setLibraryParam, parameter, value);
 }
 
 std::uint32_t TarnGetDeviceList(DeviceList** out)
 {
-    return Fetch(&LibraryExports::getDeviceList, out);
+    return Fetch(Export::GetDeviceList, &LibraryExports::getDeviceList, out);
 }
 
 std::uint32_t TarnGetDeviceParam(std::uint32_t device, std::uint32_t parameter, TarnValue** out)
 {
-    return Fetch(&LibraryExports::getDeviceParam, out, device, parameter);
+    return Fetch(Export::GetDeviceParam, &LibraryExports::getDeviceParam, out, device, parameter);
 }
 
 std::uint32_t TarnSetDeviceParam(std::uint32_t device, std::uint32_t parameter,
                                  const TarnValue* value)
 {
-    return Call(&LibraryExports::setDeviceParam, device, parameter, value);
+    return Call(Export::SetDeviceParam, &LibraryExports::setDeviceParam, device, parameter, value);
 }
 
 std::uint32_t TarnGetImage(const char* userId, std::uint32_t number, TarnImageRecord** out)
 {
-    return Fetch(&LibraryExports::getImage, out, userId, number);
+    return Fetch(Export::GetImage, &LibraryExports::getImage, out, userId, number);
 }
 
 std::uint32_t TarnRemoveImage(const char* userId, std::uint32_t imageId)
 {
-    return Call(&LibraryExports::removeImage, userId, imageId);
+    return Call(Export::RemoveImage, &LibraryExports::removeImage, userId, imageId);
 }
 
 std::uint32_t TarnGetImageCount(std::uint32_t* count)
 {
     *count = 0;
-    const std::uint32_t result = Call(&LibraryExports::getImageCount, count);
+    const std::uint32_t result = Call(Export::GetImageCount, &LibraryExports::getImageCount, count);
     if (result != 0) {
         *count = 0;
     }
@@ -219,7 +235,8 @@ std::uint32_t TarnDescribeResult(std::uint32_t result, char* text, std::uint32_t
     if (exportsInUse->describeResult == nullptr) {
         return result;
     }
-    const std::uint32_t described = exportsInUse->describeResult(result, text, capacity);
+    const std::uint32_t described =
+        Call(Export::DescribeResult, &LibraryExports::describeResult, result, text, capacity);
     if (capacity > 0) {
         text[capacity - 1] = '\0';
     }
@@ -228,9 +245,20 @@ std::uint32_t TarnDescribeResult(std::uint32_t result, char* text, std::uint32_t
 
 void TarnFreeObject(void* object)
 {
-    if (exportsInUse->freeObject != nullptr) {
-        exportsInUse->freeObject(object);
+    if (exportsInUse->freeObject == nullptr) {
+        return;
     }
+    LibraryCall& call = callLog.Begin(Export::FreeObject);
+    NoteArgument(call, object);
+    QueryPerformanceCounter(&call.start);
+    exportsInUse->freeObject(object);
+    QueryPerformanceCounter(&call.end);
+    callLog.CountObjects(object != nullptr ? -1 : 0);
+}
+
+const CallLog& LibraryCalls()
+{
+    return callLog;
 }
 
 std::span<const DeviceListEntry> Entries(const DeviceList* list)
@@ -244,15 +272,16 @@ std::span<const DeviceListEntry> Entries(const DeviceList* list)
 std::uint32_t QuilletOpen(HWND owner, std::uint32_t zero, const RECT* screenArea,
                           std::uint32_t zero2, std::uintptr_t* handle)
 {
-    return Call(&LibraryExports::quilletOpen, owner, zero, screenArea, zero2, handle);
+    return Call(Export::QuilletOpen, &LibraryExports::quilletOpen, owner, zero, screenArea, zero2,
+                handle);
 }
 
 std::uint32_t QuilletShow(std::uintptr_t handle, std::uint32_t show)
 {
-    return Call(&LibraryExports::quilletShow, handle, show);
+    return Call(Export::QuilletShow, &LibraryExports::quilletShow, handle, show);
 }
 
 std::uint32_t QuilletClose(std::uintptr_t handle)
 {
-    return Call(&LibraryExports::quilletClose, handle);
+    return Call(Export::QuilletClose, &LibraryExports::quilletClose, handle);
 }

@@ -5,6 +5,7 @@
 // export is missing and why. An exported operation runs as the library wrote it.
 #pragma once
 
+#include "device/call_log.h"
 #include "device/tarn_abi.h"
 
 #include <memory>
@@ -70,6 +71,10 @@ std::uint32_t TarnGetImageCount(std::uint32_t* count); // *count is 0 on failure
 std::uint32_t TarnDescribeResult(std::uint32_t result, char* text, std::uint32_t capacity);
 
 void TarnFreeObject(void* object); // null is allowed
+
+// Every call that reached an export, and how many objects the libraries handed out that were not
+// freed.
+const CallLog& LibraryCalls();
 
 // An object of the library, freed at the end of the owner's scope. Null when the library gave none.
 struct FreeLibraryObject

@@ -4,6 +4,7 @@
 #include "device/report.h"
 #include "device/results.h"
 #include "platform/boxes.h"
+#include "platform/clock.h"
 #include "support/scripted_library.h"
 
 #include <array>
@@ -201,6 +202,57 @@ TEST_F(Device, AReportWithoutDevicesSaysWhy)
     EXPECT_EQ(LibraryReport(), missing + "\n");
     library.Fail(Export::GetDeviceList, 0x200003);
     EXPECT_EQ(LibraryReport(), missing + "Error number: 3\n\n");
+}
+
+TEST_F(Device, TheLogHoldsTheLastCallsAndCountsObjects)
+{
+    const std::uint64_t first = LibraryCalls().Count();
+    const std::int64_t objects = LibraryCalls().Objects();
+    library.SetDeviceInt(1, 10, 2);
+    library.Fail(Export::EnableCapture, 0x200007);
+    library.onCall = [](Export which) {
+        for (std::int64_t now = 0, start = 0;
+             which == Export::EnableCapture && now - start < 5000;) {
+            QueryPerformanceCounter(&now);
+            start = start == 0 ? now : start;
+        }
+    };
+    TarnEnableCapture(0, CaptureUserId, 0);
+    TarnValue* value = nullptr;
+    TarnGetDeviceParam(1, 10, &value);
+    EXPECT_EQ(LibraryCalls().Objects(), objects + 1);
+    TarnFreeObject(value);
+    EXPECT_EQ(LibraryCalls().Objects(), objects);
+    SetLibraryText(17, std::string(100, 'x'));
+    SetLibraryBlock(16, "\1\2", 2);
+    TarnRemoveImage(nullptr, 9);
+
+    const std::vector<LibraryCall> calls = LibraryCalls().Since(first);
+    const std::pair<Export, std::string> expected[] = {
+        {Export::EnableCapture, "0 \"My ID\" 0"},
+        {Export::GetDeviceParam, "1 10"},
+        {Export::FreeObject, ArgumentsText(calls.at(2))},
+        {Export::SetLibraryParam, "17 \"" + std::string(47, 'x') + '"'},
+        {Export::SetLibraryParam, "16 \"block of 2 bytes\""},
+        {Export::RemoveImage, "\"null\" 9"}};
+    ASSERT_EQ(calls.size(), std::size(expected));
+    for (std::size_t i = 0; i < calls.size(); ++i) {
+        EXPECT_EQ(calls[i].which, expected[i].first) << i;
+        EXPECT_EQ(ArgumentsText(calls[i]), expected[i].second);
+        EXPECT_TRUE(calls[i].start <= calls[i].end &&
+                    (i == 0 || calls[i - 1].end <= calls[i].start));
+    }
+    EXPECT_EQ(calls[0].result, 0x200007u);
+    EXPECT_GE(calls[0].end - calls[0].start, 5000);
+
+    for (std::uint32_t i = 0; i < MostCallsLogged + 3; ++i) {
+        TarnDisableCapture(i, 1);
+    }
+    const std::vector<LibraryCall> last = LibraryCalls().Since(first);
+    ASSERT_EQ(last.size(), MostCallsLogged);
+    EXPECT_EQ(ArgumentsText(last.front()), "3 1");
+    EXPECT_EQ(ArgumentsText(last.back()), "1002 1");
+    EXPECT_TRUE(LibraryCalls().Since(LibraryCalls().Count()).empty());
 }
 
 TEST_F(Device, AFailedImageCountIsZero)
