@@ -5,7 +5,7 @@
 #include "display/lut.h"
 #include "display/resample.h"
 #include "platform/posix/allocator.h"
-#include "platform/qt/operator.h"
+#include "support/operator.h"
 
 #include <benchmark/benchmark.h>
 #include <string>

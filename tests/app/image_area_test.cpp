@@ -1,5 +1,6 @@
 // The image area in fonts that make it any number of pixels wide.
 #include "display/resample.h"
+#include "platform/boxes.h"
 #include "support/headless_program.h"
 #include "support/scripted_library.h"
 
@@ -25,13 +26,12 @@ TEST(ImageArea, IsCutToAWidthOfWholeWordsAndPaintedUpright)
         image.pixels = pixels;
         HeadlessProgram program;
         headless::SetBaseUnits(baseWidth, headless::StandardBaseHeight);
-        headless::SetOperator({[](CDialog& dialog) {
-                                   dialog.Send(WM_TARN_EVENT, 1, ImageEvent);
-                                   headless::Pump();
-                               },
-                               {},
-                               {}});
-        program.DoModal();
+        Operator hand;
+        hand.WhenBox("Remove image?", IDNO);
+        hand.Run(program, [&] {
+            program.Send(WM_TARN_EVENT, 1, ImageEvent);
+            headless::Pump();
+        });
         const headless::Picture picture = headless::LastPicture();
         headless::Reset();
 

@@ -3,10 +3,10 @@
 
 #include "app/main_dialog.h"
 #include "platform/boxes.h"
-#include "platform/qt/operator.h"
 #include "resources/resource.h"
 #include "storage/paths.h"
 #include "support/scripted_library.h"
+#include "support/window_operator.h"
 
 #include <filesystem>
 #include <functional>
@@ -84,7 +84,7 @@ protected:
     void Run(const std::function<void()>& script) { hand.Run(window, script); }
 
     ScriptedLibrary library;
-    Operator hand;
+    WindowOperator hand;
     Window window;
     const std::filesystem::path folder = AutoSaveFolder(ProgramFolder(nullptr));
 };

@@ -471,7 +471,7 @@ TEST_F(MainDialog, AnImageIsWindowedZoomedAndPanned)
         }
         EXPECT_TRUE(hand.IsVisible(IdHorizontalBar) && hand.IsVisible(IdVerticalBar));
         const int position = hand.Position(IdHorizontalBar);
-        hand.Press(IdHorizontalBar, Operator::Key::Right);
+        hand.Press(IdHorizontalBar, WindowOperator::Key::Right);
         EXPECT_EQ(hand.Position(IdHorizontalBar), position + 1);
         hand.Click(IdZoomOut);
         EXPECT_DOUBLE_EQ(window.zoom, 1.5 * 1.5 * 1.5 * 0.6666666666666666);

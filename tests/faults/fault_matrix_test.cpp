@@ -193,9 +193,9 @@ public:
         fs::remove_all(m_folder);
         Set("");
         headless::SetBaseUnits(SmallBaseWidth, SmallBaseHeight);
-        headless::SetOperator({[this](CDialog& dialog) { Use(dialog); },
-                               [this](const headless::Box& box) { return Answer(box); },
-                               {}});
+        m_hand.Improvise({[this](CDialog& dialog) { Use(dialog); },
+                          [this](const ShownBox& box) { return Answer(box); },
+                          {}});
     }
     ~Life()
     {
@@ -277,7 +277,7 @@ public:
     }
     double m_readOut = 6; // simulated seconds
 
-    bool Click(int id) { return headless::Click(m_program, id); }
+    bool Click(int id) { return &m_hand.Dialog() == &m_program && m_hand.Click(id); }
 
     // Lets the program poll, and the library's thread work, until the condition holds.
     void Until(const std::function<bool()>& condition)
@@ -296,7 +296,7 @@ public:
             return Phase() == TarnPhaseArmed;
         });
         headless::RunFor(2500);
-        EXPECT_TRUE(m_deaf || !IsOpen() || headless::Text(m_program, 0) == "Ready to take image");
+        EXPECT_TRUE(m_deaf || !IsOpen() || m_program.GetWindowText() == "Ready to take image");
     }
     void Disarm()
     {
@@ -307,6 +307,7 @@ public:
     }
 
     bool IsOpen() const { return headless::IsOpen(m_program); }
+    bool IsEnabled(int id) const { return m_program.GetDlgItem(id).IsWindowEnabled() != FALSE; }
 
 private:
     struct Buttons
@@ -333,8 +334,8 @@ private:
         if (!IsOpen() || headless::Now() < 3500) {
             return;
         }
-        EXPECT_EQ(headless::IsEnabled(m_program, IdEnable), after.enable && !m_hides);
-        EXPECT_EQ(headless::IsEnabled(m_program, IdAbort), after.abort && !m_hides);
+        EXPECT_EQ(IsEnabled(IdEnable), after.enable && !m_hides);
+        EXPECT_EQ(IsEnabled(IdAbort), after.abort && !m_hides);
     }
 
     void StartExposure()
@@ -376,47 +377,47 @@ private:
     void Use(CDialog& dialog)
     {
         if (&dialog != &m_program) {
-            return UseSettings(dialog);
+            return UseSettings();
         }
         Leave(Moment::Start);
         At(Moment::StoredLoop, [] { headless::RunFor(1000); });
         At(Moment::Idle, [&] {
             for (const int id : {IdInfo, IdTestImageMode, IdEightBitRead, IdZoomIn}) {
-                headless::Click(dialog, id);
+                m_hand.Click(id);
             }
         });
         if (!m_refused) {
-            At(Moment::Arming, [&] { headless::Click(dialog, IdEnable); });
+            At(Moment::Arming, [&] { m_hand.Click(IdEnable); });
             MakeReady();
-            At(Moment::Armed, [&] { headless::Click(dialog, IdAbort); });
+            At(Moment::Armed, [&] { m_hand.Click(IdAbort); });
             StartExposure();
             At(Moment::Reading, [&] { FinishExposure(); });
             m_awaited = true;
             StartExposure();
             FinishExposure();
             m_awaited = false;
-            headless::Click(dialog, IdAutoSaveImages);
+            m_hand.Click(IdAutoSaveImages);
             StartExposure();
             At(Moment::Saving, [&] { FinishExposure(); });
-            headless::Click(dialog, IdAutoSaveImages);
+            m_hand.Click(IdAutoSaveImages);
         }
-        At(Moment::Settings, [&] { headless::Click(dialog, IdSettings); });
+        At(Moment::Settings, [&] { m_hand.Click(IdSettings); });
         Disarm();
-        At(Moment::Closing, [&] { headless::Click(dialog, IdExit); });
+        At(Moment::Closing, [&] { m_hand.Click(IdExit); });
         EXPECT_FALSE(IsOpen());
     }
 
-    void UseSettings(CDialog& dialog)
+    void UseSettings()
     {
         headless::RunFor(2000);
         if (!m_refused) {
             Arrive();
         }
-        headless::Drag(dialog, IdTimeout, 3);
-        headless::Click(dialog, IDOK);
+        m_hand.Drag(IdTimeout, 3);
+        m_hand.Click(IDOK);
     }
 
-    int Answer(const headless::Box& box)
+    int Answer(const ShownBox& box)
     {
         const bool image = box.text.starts_with("Image");
         const bool question = box.text.starts_with("Found old") || image;
@@ -434,7 +435,7 @@ private:
         return answer;
     }
 
-    int Decide(const headless::Box& box, bool image)
+    int Decide(const ShownBox& box, bool image)
     {
         if (image && std::exchange(m_awaited, false)) {
             m_keeps = true;
@@ -497,6 +498,7 @@ private:
     const std::string m_folder = AutoSaveFolder(ProgramFolder(nullptr));
     ImageLedger m_ledger{m_folder};
     std::set<std::uint32_t> m_known; // to the ledger
+    Operator m_hand;
     HeadlessProgram m_program;
     std::string m_lines;
     Moment m_moment = Moment::Count;

@@ -8,7 +8,7 @@
 
 namespace {
 
-using Key = Operator::Key;
+using Key = WindowOperator::Key;
 using Seen = TestDialog::Seen;
 using Box = Dialog;
 using Program = Dialog;
@@ -110,12 +110,12 @@ TEST_F(Dialog, EveryWayToPressAButtonIsOneClick)
         int id, checked, clearedByIt;
         char mnemonic;
     } buttons[] = {{Flag, 1, 0, 'f'}, {Second, 1, First, 'e'}, {Go, 0, 0, 'g'}};
-    using Way = void (*)(Operator&, int id, char mnemonic);
+    using Way = void (*)(WindowOperator&, int id, char mnemonic);
     constexpr Way Ways[] = {
-        [](Operator& op, int id, char) { op.Click(id); },
-        [](Operator& op, int id, char) { op.Press(id, Key::Space); },
-        [](Operator& op, int, char mnemonic) { op.PressLetter(mnemonic, true); },
-        [](Operator& op, int id, char) { op.Invoke(id); },
+        [](WindowOperator& op, int id, char) { op.Click(id); },
+        [](WindowOperator& op, int id, char) { op.Press(id, Key::Space); },
+        [](WindowOperator& op, int, char mnemonic) { op.PressLetter(mnemonic, true); },
+        [](WindowOperator& op, int id, char) { op.Invoke(id); },
     };
     dialog.m_go = [&] { dialog.m_clicked.push_back(Go); };
     Run([&] {
@@ -351,7 +351,7 @@ TEST_F(Box, TellsWhoSpeaks)
         hand.WhenBox("Text", IDOK);
         AfxMessageBox("Text");
         hand.WhenBox("Tarn test 1.2", IDOK);
-        hand.PressHelp();
+        hand.Press(Key::Help);
         EXPECT_EQ(hand.Boxes().size(), 4u);
         for (const ShownBox& box : hand.Boxes()) {
             EXPECT_EQ(box.caption, "Tarn test");

@@ -4,7 +4,7 @@
 #include "platform/boxes.h"
 #include "platform/dialog.h"
 #include "platform/paint.h"
-#include "platform/qt/operator.h"
+#include "support/window_operator.h"
 
 #include <algorithm>
 #include <functional>
@@ -159,6 +159,6 @@ protected:
         EXPECT_EQ(newerTop - top, newerLeft - left);
     }
 
-    Operator hand;
+    WindowOperator hand;
     TestDialog dialog;
 };

@@ -1,8 +1,8 @@
 // The sensor settings dialog, driven by an operator over a scripted library.
-#include "platform/qt/operator.h"
 #include "resources/settings_dialog_template.h"
 #include "settings/battery_status.h"
 #include "settings/sensor_settings_dialog.h"
+#include "support/operator.h"
 #include "support/scripted_library.h"
 
 #include <algorithm>

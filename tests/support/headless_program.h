@@ -4,6 +4,7 @@
 #include "app/main_dialog.h"
 #include "platform/headless/headless.h"
 #include "resources/resource.h"
+#include "support/operator.h"
 
 // A picture so small that a run of the program takes a millisecond.
 inline constexpr int SmallBaseWidth = 1;

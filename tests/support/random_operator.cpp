@@ -69,6 +69,9 @@ public:
         m_library.onImage = [this](const TarnImageRecord& record) {
             m_ledger.HandedOut(record, Discards());
         };
+        m_hand.Improvise({[this](CDialog& dialog) { Use(dialog); },
+                          [this](const ShownBox& box) { return Answer(box); },
+                          [this] { return ChooseFile(); }});
         ForgetSavedImages();
     }
     ~RandomLives() { ForgetSavedImages(); }
@@ -94,9 +97,6 @@ private:
         m_isHeard = m_isClosed = m_isEnded = false;
         m_isHostile = m_choices.Below(4) == 1;
         headless::SetBaseUnits(SmallBaseWidth, SmallBaseHeight);
-        headless::SetOperator({[this](CDialog& dialog) { Use(dialog); },
-                               [this](const headless::Box& box) { return Answer(box); },
-                               [this] { return ChooseFile(); }});
         m_program->DoModal();
         Watch();
         m_ledger.EndRun(m_isEnded);
@@ -118,11 +118,11 @@ private:
         }
         m_library.devices.clear();
         headless::RunFor(5000);
-        headless::Escape(dialog);
+        m_hand.PressEscape();
         Require(!headless::IsOpen(dialog), "end: the Escape key did not close the window");
     }
 
-    int Answer(const headless::Box& box)
+    int Answer(const ShownBox& box)
     {
         Note("box: " + box.text);
         ActMeanwhile();
@@ -240,10 +240,10 @@ private:
         }
     }
 
-    void ClickOption(CDialog& dialog)
+    void ClickOption(CDialog&)
     {
-        Click(dialog, static_cast<int>(m_choices.Pick(IdAutoSaveImages, IdAutoEnable,
-                                                      IdAutoSaveImages, IdEnable)));
+        Click(static_cast<int>(
+            m_choices.Pick(IdAutoSaveImages, IdAutoEnable, IdAutoSaveImages, IdEnable)));
     }
 
     void TypeAndClick(CDialog& dialog)
@@ -253,47 +253,57 @@ private:
             m_choices.Pick(IdGamma, IdScaleWidth, IdScaleCenter, IdLutWindowWidth));
         const std::string text = Texts[m_choices.Below(std::size(Texts))];
         Note("type \"" + text + "\" into " + std::to_string(id));
-        headless::Type(dialog, id, text);
+        m_hand.Type(id, text);
         ClickOption(dialog);
     }
 
     void UseAny(CDialog& dialog)
     {
         const auto controls = dialog.Template().controls;
-        const int id = controls[m_choices.Below(controls.size())].id;
+        const ControlTemplate& control = controls[m_choices.Below(controls.size())];
+        const int id = control.id;
         Note("use " + std::to_string(id));
         switch (m_choices.Below(8)) {
         case 0:
-            return Click(dialog, id);
+            return Click(id);
         case 1:
-            return void(headless::Focus(dialog, id));
+            return void(m_hand.Focus(id));
         case 2:
-            return void(headless::Type(dialog, id, m_choices.Text()));
+            return m_hand.Type(id, m_choices.Text());
         case 3:
-            return void(headless::Scroll(dialog, id, m_choices.Below(10), m_choices.Number()));
+            return Scroll(dialog, control, m_choices.Below(10), m_choices.Number());
         case 4:
-            return void(headless::Drag(dialog, id, static_cast<int>(m_choices.Number())));
+            return m_hand.Drag(id, static_cast<int>(m_choices.Number()));
         case 5:
-            return void(headless::DropFile(dialog, Path()));
+            return m_hand.Drop(Path());
         case 6:
-            return void(headless::Minimize(dialog));
+            return m_hand.Minimize();
         default:
-            return Leave(dialog);
+            return Leave();
         }
     }
 
-    void Leave(CDialog& dialog)
+    void Leave()
     {
         Note("leave");
-        m_choices.Below(2) != 0 ? headless::Escape(dialog) : headless::CloseButton(dialog);
+        m_choices.Below(2) != 0 ? m_hand.PressEscape() : m_hand.CloseWindow();
+    }
+
+    void Scroll(CDialog& dialog, const ControlTemplate& bar, UINT code, std::uint32_t thumb)
+    {
+        const bool isAcross = bar.kind == ControlKind::HorizontalScrollBar;
+        if ((isAcross || bar.kind == ControlKind::VerticalScrollBar) && m_hand.Focus(bar.id)) {
+            dialog.Send(isAcross ? WM_HSCROLL : WM_VSCROLL, static_cast<WPARAM>(thumb) << 16 | code,
+                        reinterpret_cast<LPARAM>(dialog.GetDlgItem(bar.id).GetSafeHwnd()));
+        }
     }
 
     // Clicks again when a box about a rejected field came in between.
-    void Click(CDialog& dialog, int id)
+    void Click(int id)
     {
         Note("click " + std::to_string(id));
-        if (!headless::Click(dialog, id)) {
-            headless::Click(dialog, id);
+        if (!m_hand.Click(id)) {
+            m_hand.Click(id);
         }
     }
 
@@ -387,10 +397,11 @@ private:
     }
 
     // As the boxes on screen say.
-    bool Discards() const
+    bool Discards() const { return IsChecked(IdAutoEnable) && !IsChecked(IdAutoSaveImages); }
+
+    bool IsChecked(int id) const
     {
-        return headless::IsChecked(*m_program, IdAutoEnable) &&
-               !headless::IsChecked(*m_program, IdAutoSaveImages);
+        return CButton(m_program->GetDlgItem(id).GetSafeHwnd()).GetCheck() != 0;
     }
 
     void Require(bool isTrue, const char* otherwise)
@@ -414,6 +425,7 @@ private:
     Choices m_choices;
     ScriptedLibrary m_library;
     ImageLedger m_ledger{m_folder};
+    Operator m_hand;
     std::optional<HeadlessProgram> m_program;
     std::vector<std::string> m_faults;
     std::uint32_t m_nextId;

@@ -88,7 +88,7 @@ private:
 struct Desktop
 {
     MessageQueue queue;
-    std::shared_ptr<const Operator> atTheScreen = std::make_shared<const Operator>();
+    std::shared_ptr<const Screen> screen = std::make_shared<const Screen>();
     std::unordered_map<HWND, Window> windows;
     std::vector<ModalLoop*> loops; // outermost first
     std::vector<Timer> timers;

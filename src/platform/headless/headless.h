@@ -1,9 +1,9 @@
 // The windows of the platform contract without a screen: windows and controls are plain records,
-// the clock stands until it is told to go, and what an operator would do is a function.
+// the clock stands until it is told to go, and what happens at the screen is a function.
 //
 // Everything here belongs to the one thread that runs the dialogs; other threads may only call
-// PostMessageA. A dialog's modal loop runs the operator's script for that dialog: it serves
-// messages while the script says Pump or RunFor, and when the script returns with the dialog still
+// PostMessageA. A dialog's modal loop runs what the screen does with that dialog: it serves
+// messages while that says Pump or RunFor, and when it returns with the dialog still
 // open, the dialog is asked to end as at the program's end.
 #pragma once
 
@@ -26,14 +26,14 @@ struct Box
     UINT style;
 };
 
-// What is done at the screen. Each may pump messages and use other dialogs meanwhile.
-struct Operator
+// Who sits at the screen. Each may pump messages and use other dialogs meanwhile.
+struct Screen
 {
     std::function<void(CDialog& dialog)> useDialog; // missing: leaves every dialog at once
     std::function<int(const Box& box)> answerBox;   // missing: the Escape key
     std::function<std::string()> chooseFile;        // missing or an empty path: Cancel
 };
-void SetOperator(Operator newOperator);
+void SetScreen(Screen screen);
 
 // Forgets what is posted, shown and counted, and sets the clock to 0. With no dialog open.
 void Reset();
@@ -62,26 +62,8 @@ bool WaitForPost(std::chrono::milliseconds limit);
 // no box opens from now on.
 void EndSession();
 
-// Open and not on its way to its end; takes input: nothing stands over it.
-bool IsOpen(const CDialog& dialog);
-bool TakesInput(const CDialog& dialog);
-CDialog* TopDialog(); // the one opened last, null when there is none
-
-// What an operator does to a dialog; false when it takes no input or the control is not there,
-// hidden or disabled. An edit field that loses the focus by it tells its dialog.
-bool Click(CDialog& dialog, int id); // toggles check boxes, chooses radio buttons
-bool Type(CDialog& dialog, int id, const std::string& text);
-bool Focus(CDialog& dialog, int id);
-bool Drag(CDialog& dialog, int id, int position); // of a track bar's thumb, let go at the end
-bool Scroll(CDialog& dialog, int id, UINT code, std::uint32_t thumb = 0);
-bool DropFile(CDialog& dialog, const std::string& path);
-bool Escape(CDialog& dialog);
-bool CloseButton(CDialog& dialog);
-bool Minimize(CDialog& dialog);
-
-std::string Text(const CDialog& dialog, int id); // of a control; id 0: the dialog's title
-bool IsChecked(const CDialog& dialog, int id);
-bool IsEnabled(const CDialog& dialog, int id);
+bool IsOpen(const CDialog& dialog); // and not on its way to its end
+CDialog* TopDialog();               // the one opened last, null when there is none
 
 // The picture last transferred, topmost row first.
 struct Picture

@@ -97,6 +97,11 @@ bool WaitForPost(std::chrono::milliseconds limit)
                                          [] { return !desktop.queue.messages.empty(); });
 }
 
+std::size_t Beeps()
+{
+    return desktop.beeps;
+}
+
 } // namespace headless
 
 namespace {

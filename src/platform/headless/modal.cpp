@@ -65,6 +65,41 @@ void AskOutermostToEnd()
     }
 }
 
+void EndSession()
+{
+    if (desktop.loops.empty()) {
+        return;
+    }
+    desktop.sessionEnded = true;
+    ModalLoop* const outermost = desktop.loops.front();
+    const std::vector<ModalLoop*> inside(desktop.loops.begin() + 1, desktop.loops.end());
+    for (auto loop = inside.rbegin(); loop != inside.rend(); ++loop) {
+        (*loop)->Dialog() != nullptr ? (*loop)->Dialog()->EndDialog(IDCANCEL) : (*loop)->Quit();
+    }
+    if (outermost->Dialog() == nullptr) {
+        outermost->Quit();
+    }
+    AskOutermostToEnd();
+}
+
+bool IsOpen(const CDialog& dialog)
+{
+    const ModalLoop* const loop = LoopOf(dialog);
+    return loop != nullptr && !loop->IsOver();
+}
+
+CDialog* TopDialog()
+{
+    const auto top = std::find_if(desktop.loops.rbegin(), desktop.loops.rend(),
+                                  [](const ModalLoop* loop) { return loop->Dialog() != nullptr; });
+    return top == desktop.loops.rend() ? nullptr : (*top)->Dialog();
+}
+
+std::size_t OpenBoxes()
+{
+    return static_cast<std::size_t>(std::ranges::count(desktop.loops, nullptr, &ModalLoop::Dialog));
+}
+
 } // namespace headless
 
 bool IsSessionEnding()
@@ -98,9 +133,9 @@ int CDialog::DoModal()
     OnInitDialog();
     if (!loop.IsOver()) {
         ShowWindow(SW_SHOW);
-        const auto atTheScreen = desktop.atTheScreen;
-        if (atTheScreen->useDialog) {
-            atTheScreen->useDialog(*this);
+        const auto screen = desktop.screen;
+        if (screen->useDialog) {
+            screen->useDialog(*this);
         }
     }
     if (!loop.IsOver()) {
@@ -151,9 +186,9 @@ int MessageBoxA(HWND owner, const char* text, const char* caption, UINT style)
         return escape;
     }
     const ModalLoop loop;
-    const auto atTheScreen = desktop.atTheScreen;
+    const auto screen = desktop.screen;
     const int answer =
-        atTheScreen->answerBox ? atTheScreen->answerBox({owner, text, caption, style}) : escape;
+        screen->answerBox ? screen->answerBox({owner, text, caption, style}) : escape;
     return loop.IsOver() || !OffersAnswer(style, answer) ? escape : answer;
 }
 
@@ -181,8 +216,8 @@ int CFileDialog::DoModal()
         return IDCANCEL;
     }
     const ModalLoop loop;
-    const auto atTheScreen = desktop.atTheScreen;
-    m_path = atTheScreen->chooseFile ? atTheScreen->chooseFile() : "";
+    const auto screen = desktop.screen;
+    m_path = screen->chooseFile ? screen->chooseFile() : "";
     return loop.IsOver() || m_path.empty() ? IDCANCEL : IDOK;
 }
 

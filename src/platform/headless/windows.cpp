@@ -18,7 +18,7 @@ Window* Find(HWND handle)
 
 Window* FindControl(const CDialog& dialog, int id)
 {
-    return Find(id == 0 ? dialog.GetSafeHwnd() : dialog.GetDlgItem(id).GetSafeHwnd());
+    return Find(dialog.GetDlgItem(id).GetSafeHwnd());
 }
 
 void MoveFocus(HWND target)
@@ -29,6 +29,43 @@ void MoveFocus(HWND target)
         left->dialog->Send(WM_COMMAND,
                            MAKEWPARAM(static_cast<UINT>(left->control->id), EN_KILLFOCUS));
     }
+}
+
+void SetScreen(Screen screen)
+{
+    desktop.screen = std::make_shared<const Screen>(std::move(screen));
+}
+
+void Reset()
+{
+    desktop.timers.clear();
+    desktop.now = 0;
+    desktop.focus = nullptr;
+    desktop.picture = {};
+    desktop.beeps = 0;
+    const std::lock_guard lock(desktop.queue.mutex);
+    desktop.queue.messages.clear();
+}
+
+void SetBaseUnits(int width, int height)
+{
+    desktop.baseWidth = width;
+    desktop.baseHeight = height;
+}
+
+std::size_t LiveWindows()
+{
+    return desktop.windows.size();
+}
+
+std::size_t LiveTimers()
+{
+    return desktop.timers.size();
+}
+
+const Picture& LastPicture()
+{
+    return desktop.picture;
 }
 
 } // namespace headless

@@ -1,5 +1,5 @@
-// An operator for tests, over the real widgets.
-#include "platform/qt/operator.h"
+// An operator over the real widgets.
+#include "support/window_operator.h"
 
 #include "platform/boxes.h"
 #include "platform/qt/control_widgets.h"
@@ -30,37 +30,6 @@
 
 namespace {
 
-// Runs one dialog as a program would, or none, for the set-up alone.
-class DialogProgram : public CWinApp
-{
-public:
-    explicit DialogProgram(CDialog* dialog) : CWinApp("Tarn test"), m_dialog(dialog)
-    {
-        SetVersion("1.2");
-    }
-    std::span<const DispatchEntry> DispatchTable() const override
-    {
-        static constexpr DispatchEntry Table[] = {on::Command<&CWinApp::OnHelp>(ID_HELP)};
-        return Table;
-    }
-    BOOL InitInstance() override
-    {
-        m_result = m_dialog != nullptr ? m_dialog->DoModal() : 0;
-        return FALSE;
-    }
-    int RunDialog()
-    {
-        static char name[] = "test";
-        char* arguments[] = {name, nullptr};
-        Run(1, arguments);
-        return m_result;
-    }
-
-private:
-    CDialog* m_dialog;
-    int m_result = 0;
-};
-
 void SetUpToolkitOnce()
 {
     static char name[] = "test";
@@ -70,7 +39,7 @@ void SetUpToolkitOnce()
         return;
     }
     new QApplication(count, arguments); // for all tests of the process
-    DialogProgram(nullptr).RunDialog();
+    CWinApp("Tarn test").Run(count, arguments);
 }
 
 UINT StyleOf(const QMessageBox& box)
@@ -142,20 +111,13 @@ void PressKey(QWidget* window, int key, const QString& text = {},
 
 struct Operator::Desk : QObject
 {
-    struct Expectation
-    {
-        std::string part;
-        int answer;
-        std::function<void()> meanwhile;
-        bool stays = false; // for every such box
-    };
+    explicit Desk(Operator& op) : m_operator(op) {}
 
     bool eventFilter(QObject* object, QEvent* event) override;
     void Answer(QMessageBox& box);
     void Choose(QFileDialog& dialog);
-    void Work(DialogWindow& dialog);
 
-    DialogWindow& Window() const { return *dialogs.back(); }
+    DialogWindow& Window() const { return *m_dialogs.back(); }
     // Where the keyboard goes.
     QWidget* Active() const
     {
@@ -181,36 +143,18 @@ struct Operator::Desk : QObject
         return widget;
     }
 
-    std::vector<DialogWindow*> dialogs; // open ones, innermost last
-    std::vector<Expectation> boxes;
-    std::vector<std::pair<std::string, std::function<void()>>> scripts;
-    std::vector<std::pair<std::string, std::function<void()>>> files;
-    std::vector<ShownBox> shown;
+    Operator& m_operator;
+    std::vector<DialogWindow*> m_dialogs; // open ones, innermost last
 };
 
 Operator::Operator()
 {
     SetUpToolkitOnce();
-    m_desk = std::make_unique<Desk>();
+    m_desk = std::make_unique<Desk>(*this);
     qApp->installEventFilter(m_desk.get());
 }
 
 Operator::~Operator() = default;
-
-int Operator::Run(CDialog& dialog, const std::function<void()>& script)
-{
-    m_desk->scripts.insert(m_desk->scripts.begin(), {dialog.Template().title, script});
-    const int result =
-        AfxGetApp() != nullptr ? dialog.DoModal() : DialogProgram(&dialog).RunDialog();
-    for (const Desk::Expectation& expected : m_desk->boxes) {
-        if (!expected.stays) {
-            ADD_FAILURE() << "No box came with the text: " << expected.part;
-        }
-    }
-    m_desk->boxes.clear();
-    m_desk->scripts.clear();
-    return result;
-}
 
 // The box or dialog is worked once its own loop runs.
 bool Operator::Desk::eventFilter(QObject* object, QEvent* event)
@@ -226,9 +170,10 @@ bool Operator::Desk::eventFilter(QObject* object, QEvent* event)
     } else if (chooser != nullptr) {
         QTimer::singleShot(0, chooser, [this, chooser] { Choose(*chooser); });
     } else if (dialog != nullptr) {
-        dialogs.push_back(dialog);
-        connect(dialog, &QObject::destroyed, this, [this, dialog] { std::erase(dialogs, dialog); });
-        QTimer::singleShot(0, dialog, [this, dialog] { Work(*dialog); });
+        m_dialogs.push_back(dialog);
+        connect(dialog, &QObject::destroyed, this,
+                [this, dialog] { std::erase(m_dialogs, dialog); });
+        QTimer::singleShot(0, dialog, [this, dialog] { m_operator.Use(dialog->Dialog()); });
     }
     object->setProperty("seen", box != nullptr || chooser != nullptr || dialog != nullptr);
     return false;
@@ -237,51 +182,28 @@ bool Operator::Desk::eventFilter(QObject* object, QEvent* event)
 void Operator::Desk::Answer(QMessageBox& box)
 {
     const std::string text = TextOf(box);
-    shown.push_back({text, box.windowHandle()->title().toStdString(), StyleOf(box)});
-
-    const auto expected = std::find_if(boxes.begin(), boxes.end(), [&](const Expectation& e) {
-        return text.find(e.part) != std::string::npos;
-    });
-    if (expected == boxes.end()) {
-        ADD_FAILURE() << "An unexpected box came: " << text;
-    }
-    const Expectation expectation = expected != boxes.end() ? *expected : Expectation{};
-    if (expected != boxes.end() && !expected->stays) {
-        boxes.erase(expected);
-    }
-
     const QAccessibleInterface* const seen = QAccessible::queryAccessibleInterface(&box);
     EXPECT_TRUE(seen != nullptr && seen->isValid()) << "No screen reader sees the box: " << text;
 
     const QPointer<QMessageBox> open = &box;
-    if (expectation.meanwhile) {
-        expectation.meanwhile();
-    }
+    const int answer =
+        m_operator.Meet({text, box.windowHandle()->title().toStdString(), StyleOf(box)});
     if (open == nullptr || !open->isVisible()) {
         return;
     }
-    if (QAbstractButton* const button = ButtonOf(*open, expectation.answer)) {
+    if (QAbstractButton* const button = ButtonOf(*open, answer)) {
         return button->click();
     }
-    if (expectation.answer != 0) {
-        ADD_FAILURE() << "The box does not offer the answer " << expectation.answer << ": " << text;
+    if (answer != 0) {
+        ADD_FAILURE() << "The box does not offer the answer " << answer << ": " << text;
     }
     PressKey(open, Qt::Key_Escape);
 }
 
 void Operator::Desk::Choose(QFileDialog& dialog)
 {
-    if (files.empty()) {
-        ADD_FAILURE() << "An unexpected open-file dialog came";
-    }
-    const auto [path, meanwhile] = files.empty() ? decltype(files)::value_type() : files.front();
-    if (!files.empty()) {
-        files.erase(files.begin());
-    }
     const QPointer<QFileDialog> open = &dialog;
-    if (meanwhile) {
-        meanwhile();
-    }
+    const std::string path = m_operator.MeetFileDialog();
     if (open == nullptr || !open->isVisible()) {
         return;
     }
@@ -296,40 +218,7 @@ void Operator::Desk::Choose(QFileDialog& dialog)
     }
 }
 
-void Operator::Desk::Work(DialogWindow& dialog)
-{
-    const std::string title = dialog.Dialog().Template().title;
-    const auto found = std::find_if(scripts.begin(), scripts.end(),
-                                    [&](const auto& script) { return script.first == title; });
-    const QPointer<DialogWindow> open = &dialog;
-    if (found == scripts.end()) {
-        ADD_FAILURE() << "An unexpected dialog came: " << title;
-    } else {
-        const std::function<void()> script = found->second;
-        scripts.erase(found);
-        script();
-    }
-    if (open != nullptr && !IsSessionEnding()) {
-        open->End(IDCANCEL);
-    }
-}
-
-void Operator::WhenBox(std::string part, int answer, std::function<void()> meanwhile)
-{
-    m_desk->boxes.push_back({std::move(part), answer, std::move(meanwhile)});
-}
-
-void Operator::WhenEveryBox(std::string part, int answer, std::function<void()> meanwhile)
-{
-    m_desk->boxes.push_back({std::move(part), answer, std::move(meanwhile), true});
-}
-
-const std::vector<ShownBox>& Operator::Boxes() const
-{
-    return m_desk->shown;
-}
-
-bool Operator::TryToAnswer(const std::string& text, int answer)
+bool WindowOperator::TryToAnswer(const std::string& text, int answer)
 {
     QMessageBox* const box = OpenBox(text);
     if (box == nullptr) {
@@ -340,29 +229,19 @@ bool Operator::TryToAnswer(const std::string& text, int answer)
     return true;
 }
 
-bool Operator::IsBoxOpen(const std::string& text) const
+bool WindowOperator::IsBoxOpen(const std::string& text) const
 {
     return OpenBox(text) != nullptr;
 }
 
-std::pair<int, int> Operator::PlaceOfBox(const std::string& text) const
+std::pair<int, int> WindowOperator::PlaceOfBox(const std::string& text) const
 {
     const QMessageBox* const box = OpenBox(text);
     const QPoint place = box != nullptr ? box->frameGeometry().topLeft() : QPoint();
     return {place.x(), place.y()};
 }
 
-void Operator::WhenDialog(std::string title, std::function<void()> script)
-{
-    m_desk->scripts.emplace_back(std::move(title), std::move(script));
-}
-
-void Operator::WhenFileDialog(std::string path, std::function<void()> meanwhile)
-{
-    m_desk->files.emplace_back(std::move(path), std::move(meanwhile));
-}
-
-void Operator::DeleteInFileDialog(const std::string& path)
+void WindowOperator::DeleteInFileDialog(const std::string& path)
 {
     auto* const dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
     if (dialog == nullptr) {
@@ -398,23 +277,24 @@ bool Operator::Wait(const std::function<bool()>& condition, int milliseconds)
     return true;
 }
 
-void Operator::Later(int milliseconds, std::function<void()> action)
+void WindowOperator::Later(int milliseconds, std::function<void()> action)
 {
     QTimer::singleShot(milliseconds, m_desk.get(), std::move(action));
 }
 
 // The press moves the focus; when a rejected field takes it back, the click is lost.
-void Operator::Click(int id)
+bool Operator::Click(int id)
 {
     auto* const button = m_desk->Find<QAbstractButton>(id);
-    if (button == nullptr || !button->isEnabled() || button->isHidden() ||
-        m_desk->Active() != button->window()) {
-        return;
+    if (button == nullptr || !button->isEnabled() || button->isHidden() || !TakesInput()) {
+        return false;
     }
     button->setFocus(Qt::MouseFocusReason);
-    if (button->window()->focusWidget() == button) {
-        button->click();
+    if (button->window()->focusWidget() != button) {
+        return false;
     }
+    button->click();
+    return true;
 }
 
 void Operator::Type(int id, const std::string& text)
@@ -431,14 +311,26 @@ void Operator::Type(int id, const std::string& text)
     }
 }
 
-void Operator::Focus(int id)
+bool Operator::Focus(int id)
 {
-    if (auto* const widget = m_desk->Find(id)) {
+    auto* const widget = m_desk->Find(id);
+    if (widget != nullptr) {
         widget->setFocus(Qt::TabFocusReason);
     }
+    return widget != nullptr && widget->window()->focusWidget() == widget;
 }
 
-void Operator::Press(Key key)
+void Operator::PressEnter()
+{
+    PressKey(m_desk->Active(), Qt::Key_Return);
+}
+
+void Operator::PressEscape()
+{
+    PressKey(m_desk->Active(), Qt::Key_Escape);
+}
+
+void WindowOperator::Press(Key key)
 {
     constexpr int Keys[] = {Qt::Key_Return, Qt::Key_Escape,   Qt::Key_F1,   Qt::Key_Space,
                             Qt::Key_Left,   Qt::Key_Right,    Qt::Key_Up,   Qt::Key_Down,
@@ -446,20 +338,20 @@ void Operator::Press(Key key)
     PressKey(m_desk->Active(), Keys[static_cast<int>(key)], key == Key::Space ? " " : "");
 }
 
-void Operator::Press(int id, Key key)
+void WindowOperator::Press(int id, Key key)
 {
     Focus(id);
     Press(key);
 }
 
-void Operator::PressLetter(char letter, bool withAlt)
+void WindowOperator::PressLetter(char letter, bool withAlt)
 {
     m_desk->WaitUntilActive();
     PressKey(m_desk->Active(), QChar(letter).toUpper().unicode(), QChar(letter),
              withAlt ? Qt::AltModifier : Qt::NoModifier);
 }
 
-void Operator::Invoke(int id)
+void WindowOperator::Invoke(int id)
 {
     InvokeAction(m_desk->Find<QAbstractButton>(id));
     QCoreApplication::processEvents();
@@ -497,7 +389,7 @@ CDialog& Operator::Dialog() const
     return m_desk->Window().Dialog();
 }
 
-std::string Operator::ActiveTitle() const
+std::string WindowOperator::ActiveTitle() const
 {
     const QWidget* const active = QApplication::activeWindow();
     return active != nullptr ? active->windowHandle()->title().toStdString() : "";
@@ -508,18 +400,17 @@ bool Operator::HasFocus(int id) const
     return m_desk->Window().focusWidget() == m_desk->Find(id);
 }
 
-int Operator::Position(int id) const
+bool Operator::TakesInput() const
 {
-    const auto* const bar = m_desk->Find<QAbstractSlider>(id);
-    return bar != nullptr ? bar->value() : 0;
+    return m_desk->Active() == &m_desk->Window();
 }
 
-unsigned Operator::MinimizedPixel(int x, int y) const
+unsigned WindowOperator::MinimizedPixel(int x, int y) const
 {
     return m_desk->Window().grab().toImage().pixel(x, y) & 0xFFFFFF;
 }
 
-unsigned Operator::Pixel(int id, int x, int y) const
+unsigned WindowOperator::Pixel(int id, int x, int y) const
 {
     const QWidget* const widget = m_desk->Find(id);
     if (widget == nullptr) {

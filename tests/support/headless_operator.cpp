@@ -1,0 +1,166 @@
+// An operator over the windows without a screen.
+#include "platform/boxes.h"
+#include "platform/headless/desktop.h"
+#include "support/operator.h"
+
+#include <algorithm>
+
+using namespace headless;
+
+struct Operator::Desk
+{
+    // The control when it can be worked now, the focus moved to it; else null.
+    static Window* Reach(int id);
+    static Window* Workable(int id);
+    static void ChooseRadioButton(const Window& chosen);
+};
+
+Operator::Operator()
+{
+    SetScreen({[this](CDialog& dialog) { Use(dialog); },
+               [this](const Box& box) {
+                   return Meet({box.text, box.caption, box.style});
+               },
+               [this] { return MeetFileDialog(); }});
+}
+
+Operator::~Operator()
+{
+    SetScreen({});
+}
+
+bool Operator::Wait(const std::function<bool()>& condition, int milliseconds)
+{
+    const std::uint64_t end = Now() + static_cast<std::uint64_t>(milliseconds);
+    while (!condition()) {
+        if (Now() >= end) {
+            return false;
+        }
+        RunFor(1);
+    }
+    return true;
+}
+
+bool Operator::Click(int id)
+{
+    Window* const control = Desk::Reach(id);
+    if (control == nullptr) {
+        return false;
+    }
+    if (control->control->kind == ControlKind::CheckBox) {
+        control->checked = control->checked == 0 ? 1 : 0;
+    } else if (control->control->kind == ControlKind::RadioButton) {
+        Desk::ChooseRadioButton(*control);
+    }
+    Dialog().Send(WM_COMMAND, MAKEWPARAM(static_cast<UINT>(id), BN_CLICKED));
+    return true;
+}
+
+bool Operator::Focus(int id)
+{
+    return Desk::Reach(id) != nullptr;
+}
+
+void Operator::Type(int id, const std::string& text)
+{
+    Window* const field = Desk::Reach(id);
+    if (field != nullptr && field->control->kind == ControlKind::Edit) {
+        field->text = text;
+        field->rejected = false;
+    }
+}
+
+void Operator::Drag(int id, int position)
+{
+    Window* const slider = Desk::Reach(id);
+    if (slider == nullptr || slider->control->kind != ControlKind::TrackBar) {
+        return;
+    }
+    slider->position = std::clamp(position, slider->minimum, slider->maximum);
+    for (const UINT code : {NM_CUSTOMDRAW, NM_RELEASEDCAPTURE}) {
+        const NMHDR header{slider->handle, static_cast<UINT_PTR>(id), code};
+        Dialog().Send(WM_NOTIFY, header.idFrom, reinterpret_cast<LPARAM>(&header));
+    }
+}
+
+void Operator::PressEnter()
+{
+    const auto button = std::ranges::find(Dialog().Template().controls, ControlKind::DefaultButton,
+                                          &ControlTemplate::kind);
+    Click(button->id);
+}
+
+void Operator::PressEscape()
+{
+    if (TakesInput()) {
+        Dialog().Send(WM_COMMAND, MAKEWPARAM(IDCANCEL, BN_CLICKED));
+    }
+}
+
+void Operator::CloseWindow()
+{
+    if (TakesInput()) {
+        Dialog().Send(WM_CLOSE);
+    }
+}
+
+void Operator::Drop(const std::string& path)
+{
+    if (TakesInput()) {
+        Dialog().Send(WM_DROPFILES, 0, reinterpret_cast<LPARAM>(path.c_str()));
+    }
+}
+
+CDialog& Operator::Dialog() const
+{
+    return *TopDialog();
+}
+
+bool Operator::HasFocus(int id) const
+{
+    return desktop.focus == Dialog().GetDlgItem(id).GetSafeHwnd();
+}
+
+bool Operator::TakesInput() const
+{
+    const CDialog* const dialog = TopDialog();
+    return dialog != nullptr && IsOpen(*dialog) && desktop.loops.back()->Dialog() == dialog;
+}
+
+Window* Operator::Desk::Reach(int id)
+{
+    const Window* const target = Workable(id);
+    if (target == nullptr) {
+        return nullptr;
+    }
+    // The field that is left may speak up, keep the focus, or even end the dialog.
+    const HWND handle = target->handle;
+    MoveFocus(handle);
+    return desktop.focus == handle ? Workable(id) : nullptr;
+}
+
+Window* Operator::Desk::Workable(int id)
+{
+    CDialog* const dialog = TopDialog();
+    const bool takesInput =
+        dialog != nullptr && IsOpen(*dialog) && desktop.loops.back()->Dialog() == dialog;
+    Window* const control = takesInput ? Find(dialog->GetDlgItem(id).GetSafeHwnd()) : nullptr;
+    return control != nullptr && control->visible && control->enabled ? control : nullptr;
+}
+
+void Operator::Desk::ChooseRadioButton(const Window& chosen)
+{
+    const auto controls = chosen.dialog->Template().controls;
+    const ControlTemplate* first = chosen.control;
+    while ((first->flags & GroupStart) == 0 && first != controls.data()) {
+        --first;
+    }
+    const ControlTemplate* last = chosen.control;
+    for (const ControlTemplate* line = first; line != controls.data() + controls.size(); ++line) {
+        if (line != first && (line->flags & GroupStart) != 0) {
+            break;
+        }
+        last = line->kind == ControlKind::RadioButton ? line : last;
+    }
+    chosen.dialog->CheckRadioButton(first->id, last->id, chosen.control->id);
+}
