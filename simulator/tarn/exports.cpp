@@ -374,8 +374,8 @@ std::shared_ptr<Model> Library::OpenModel()
 void Library::Post(std::uint32_t image, std::uint32_t event)
 {
     const std::lock_guard lock(m_windowMutex);
-    const bool posted =
-        m_window != nullptr && PostMessageA(m_window, m_message, image, LPARAM{event}) != 0;
+    const bool posted = m_window != nullptr &&
+                        PostMessageA(m_window, m_message, image, static_cast<LPARAM>(event)) != 0;
     if (trace.IsOn()) {
         trace.Write("event", Number(event) + " " + Number(image) + (posted ? "" : " lost"));
     }

@@ -6,6 +6,7 @@
 #include "simulator/tarn/result_codes.h"
 #include "simulator/tarn/scene.h"
 #include "simulator/tarn/sensor.h"
+#include "simulator/tarn/system.h"
 #include "simulator/tarn/trace.h"
 #include "simulator/tarn/truth.h"
 
@@ -116,7 +117,7 @@ std::optional<Frame> ImageMaker::NextPicture(Capture& capture, const std::string
         if (paths.empty()) {
             throw std::runtime_error("the folder " + folder + " holds no .pgm pictures");
         }
-        return ReadGrayMap(paths[m_pictures++ % paths.size()]);
+        return ReadGrayMap(paths[static_cast<std::size_t>(m_pictures++ % paths.size())]);
     } catch (const std::runtime_error& failure) {
         Warn(failure.what());
         capture.warnings.push_back(PictureUnusable);
@@ -178,12 +179,7 @@ std::string FormatTime(const char* format, std::uint64_t seed, std::uint32_t ima
     constexpr std::time_t FirstMorning = 1709280000; // 2024-03-01 08:00:00 UTC
     const std::time_t now =
         seed != 0 ? FirstMorning + std::time_t{90} * imageId : std::time(nullptr);
-    std::tm parts{};
-    if (seed != 0) {
-        gmtime_r(&now, &parts);
-    } else {
-        localtime_r(&now, &parts);
-    }
+    const std::tm parts = seed != 0 ? UtcTime(now) : LocalTime(now);
     char text[32];
     std::strftime(text, sizeof text, format, &parts);
     return text;

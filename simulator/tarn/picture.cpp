@@ -522,7 +522,8 @@ void FillRectangle(Frame& frame, std::uint32_t left, std::uint32_t top, std::uin
                    std::uint16_t value)
 {
     for (std::uint32_t y = top; y < top + size; ++y) {
-        std::fill_n(frame.samples.begin() + std::ptrdiff_t{y} * frame.width + left, size, value);
+        std::fill_n(frame.samples.begin() + static_cast<std::ptrdiff_t>(y) * frame.width + left,
+                    size, value);
     }
 }
 

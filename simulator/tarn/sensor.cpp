@@ -60,7 +60,8 @@ Frame ReadSensor(const Exposure& exposure, std::vector<float> signals,
     std::uint64_t state = Hash(exposure.noiseSeed);
     for (std::size_t i = 0; i < signals.size(); ++i) {
         state = state * 6364136223846793005u + 1442695040888963407u;
-        const float shot = gauss[state >> 48], electronic = gauss[state >> 32 & 0xFFFF];
+        const float shot = gauss[static_cast<std::size_t>(state >> 48)];
+        const float electronic = gauss[static_cast<std::size_t>(state >> 32 & 0xFFFF)];
         float signal = signals[i];
         float offset = 0;
         if (exposure.fixedPattern) {

@@ -4,12 +4,10 @@
 #include "simulator/tarn/trace.h"
 
 #include <algorithm>
-#include <dlfcn.h>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
-#include <sys/stat.h>
 
 namespace tarn {
 namespace {
@@ -100,13 +98,13 @@ void SettingsFile::SetPath(const std::string& path)
 std::shared_ptr<const Settings> SettingsFile::Current()
 {
     const std::lock_guard lock(m_mutex);
-    const Stamp stamp = ReadStamp();
+    const FileStamp stamp = StampOf(m_path);
     if (!m_read || stamp != m_stamp) {
         m_read = true;
         m_stamp = stamp;
         std::optional<std::string> text = ReadText();
         // Otherwise a file replaced meanwhile would be read twice, and its events posted twice.
-        for (Stamp after = ReadStamp(); after != m_stamp; after = ReadStamp()) {
+        for (FileStamp after = StampOf(m_path); after != m_stamp; after = StampOf(m_path)) {
             m_stamp = after;
             text = ReadText();
         }
@@ -150,17 +148,6 @@ bool SettingsFile::TakeRule(std::string_view name, FaultRule& rule)
     }
     rule = found->second;
     return true;
-}
-
-SettingsFile::Stamp SettingsFile::ReadStamp() const
-{
-    struct stat status
-    {
-    };
-    if (stat(m_path.c_str(), &status) != 0) {
-        return {};
-    }
-    return {true, status.st_mtim.tv_sec, status.st_mtim.tv_nsec, status.st_size, status.st_ino};
 }
 
 std::optional<std::string> SettingsFile::ReadText() const
@@ -261,11 +248,7 @@ void SettingsFile::Report(const std::string& where, const std::string& what) con
 
 std::string ResolvePath(const std::string& path)
 {
-    static const char Anchor = 0;
-    Dl_info library{};
-    const bool found = dladdr(&Anchor, &library) != 0 && library.dli_fname != nullptr;
-    const std::filesystem::path file = found ? library.dli_fname : "./";
-    return (std::filesystem::absolute(file).parent_path() / path).string();
+    return (std::filesystem::path(OwnFolder()) / path).string();
 }
 
 namespace {

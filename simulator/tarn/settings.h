@@ -4,6 +4,7 @@
 #include "device/tarn_abi.h"
 #include "simulator/tarn/faults.h"
 #include "simulator/tarn/scene.h"
+#include "simulator/tarn/system.h"
 
 #include <cstdint>
 #include <ctime>
@@ -140,15 +141,6 @@ public:
     bool TakeRule(std::string_view name, FaultRule& rule);
 
 private:
-    struct Stamp
-    {
-        bool exists = false;
-        std::int64_t seconds = 0, nanoseconds = 0, size = 0;
-        std::uint64_t inode = 0;
-        bool operator==(const Stamp&) const = default;
-    };
-
-    Stamp ReadStamp() const;
     // Nothing when it is no settings file.
     std::optional<std::string> ReadText() const;
     void Take(const std::string& content);
@@ -157,7 +149,7 @@ private:
 
     std::mutex m_mutex;
     std::string m_path;
-    Stamp m_stamp;
+    FileStamp m_stamp;
     bool m_read = false;
     std::shared_ptr<const Settings> m_settings;
     std::map<std::string, std::uint32_t, std::less<>> m_calls; // of each rule

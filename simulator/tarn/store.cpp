@@ -1,18 +1,17 @@
 // Keeps images as files that are complete or not there.
 #include "simulator/tarn/store.h"
 
+#include "simulator/tarn/system.h"
 #include "simulator/tarn/trace.h"
 
 #include <cerrno>
 #include <charconv>
 #include <cstdio>
 #include <cstring>
-#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <memory>
 #include <stdexcept>
-#include <unistd.h>
 
 namespace tarn {
 namespace {
@@ -178,7 +177,7 @@ std::optional<StoredImage> ImageStore::Read(std::uint32_t id) const
     image.bitsPerSample = header.bits;
     image.imageId = header.imageId;
     image.tag = header.tag;
-    image.pixels.resize(pixelBytes);
+    image.pixels.resize(static_cast<std::size_t>(pixelBytes));
     image.headerText.resize(header.headerBytes);
     image.userId.resize(header.userBytes);
     file.read(reinterpret_cast<char*>(image.pixels.data()), std::streamsize(pixelBytes));
@@ -236,29 +235,28 @@ void WriteWhole(const std::string& path, const std::vector<std::string_view>& pa
     const std::string temporary = path + Unfinished;
     const auto fail = [&]() {
         const std::string reason = std::strerror(errno);
-        unlink(temporary.c_str());
+        std::remove(temporary.c_str());
         throw std::runtime_error("cannot write " + path + ": " + reason);
     };
-    const int file = open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-    if (file < 0) {
+    std::FILE* const file = std::fopen(temporary.c_str(), "wb");
+    if (file == nullptr) {
         fail();
     }
     bool good = true;
-    for (std::string_view part : parts) {
-        while (good && !part.empty()) {
-            const ssize_t written = write(file, part.data(), part.size());
-            good = written >= 0 || errno == EINTR;
-            part.remove_prefix(written > 0 ? static_cast<std::size_t>(written) : 0);
-        }
+    for (const std::string_view part : parts) {
+        good = good && std::fwrite(part.data(), 1, part.size(), file) == part.size();
     }
-    good = good && (!sync || fsync(file) == 0);
+    good = good && std::fflush(file) == 0 && (!sync || SyncToDisk(file));
     const int failure = errno;
-    good = close(file) == 0 && good;
+    good = std::fclose(file) == 0 && good;
     if (!good) {
         errno = failure;
         fail();
     }
-    if (rename(temporary.c_str(), path.c_str()) != 0) {
+    std::error_code error;
+    std::filesystem::rename(temporary, path, error);
+    if (error) {
+        errno = error.default_error_condition().value();
         fail();
     }
 }

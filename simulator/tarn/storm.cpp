@@ -29,7 +29,7 @@ std::vector<std::uint32_t> EventStorm::TakeDue(const Settings& settings)
                (settings.stormCount != 0 && m_posted >= settings.stormCount);
     };
     for (; m_owed >= 1 && due.size() < Batch && !isOver(); m_owed -= 1) {
-        due.push_back(events[m_posted++ % events.size()]);
+        due.push_back(events[static_cast<std::size_t>(m_posted++ % events.size())]);
     }
     return due;
 }

@@ -103,7 +103,7 @@ std::uint32_t CImage::PutPixels(const void* source, std::uint32_t count, std::ui
     }
     const std::uint64_t bytes = std::min(m_dataSize - offset, std::uint64_t{m_pixelBytes} * count);
     if (bytes != 0) {
-        std::memcpy(m_data + offset, source, bytes);
+        std::memcpy(m_data + offset, source, static_cast<std::size_t>(bytes));
     }
     return static_cast<std::uint32_t>(bytes / m_pixelBytes);
 }

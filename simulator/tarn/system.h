@@ -1,0 +1,31 @@
+// The few questions to the operating system that the language's library does not answer.
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <ctime>
+#include <string>
+
+namespace tarn {
+
+// The calendar's parts of a time.
+std::tm UtcTime(std::time_t time);
+std::tm LocalTime(std::time_t time);
+
+// The folder of this loaded library.
+std::string OwnFolder();
+
+// What changes when a file is written or replaced.
+struct FileStamp
+{
+    bool exists = false;
+    std::int64_t time = 0, size = 0;
+    std::uint64_t identity = 0; // 0 where the system tells none
+    bool operator==(const FileStamp&) const = default;
+};
+FileStamp StampOf(const std::string& path);
+
+// Brings what was flushed to the stream onto the disk; false when it failed.
+bool SyncToDisk(std::FILE* file);
+
+} // namespace tarn

@@ -1,0 +1,53 @@
+// Questions to a POSIX system.
+#include "simulator/tarn/system.h"
+
+#include <dlfcn.h>
+#include <filesystem>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace tarn {
+
+std::tm UtcTime(std::time_t time)
+{
+    std::tm parts{};
+    gmtime_r(&time, &parts);
+    return parts;
+}
+
+std::tm LocalTime(std::time_t time)
+{
+    std::tm parts{};
+    localtime_r(&time, &parts);
+    return parts;
+}
+
+std::string OwnFolder()
+{
+    Dl_info info{};
+    static const char Anchor = 0;
+    if (dladdr(&Anchor, &info) == 0 || info.dli_fname == nullptr) {
+        return ".";
+    }
+    return std::filesystem::absolute(info.dli_fname).parent_path().string();
+}
+
+FileStamp StampOf(const std::string& path)
+{
+    constexpr std::int64_t NanosecondsInSecond = 1'000'000'000;
+    struct stat status
+    {
+    };
+    if (stat(path.c_str(), &status) != 0) {
+        return {};
+    }
+    return {true, status.st_mtim.tv_sec * NanosecondsInSecond + status.st_mtim.tv_nsec,
+            status.st_size, status.st_ino};
+}
+
+bool SyncToDisk(std::FILE* file)
+{
+    return fsync(fileno(file)) == 0;
+}
+
+} // namespace tarn
