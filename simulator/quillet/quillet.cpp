@@ -26,8 +26,8 @@ std::uint32_t Close(std::uintptr_t handle);
 } // namespace
 
 // Every call of this library runs on the thread of the owner's windows.
-std::uint32_t Quillet_1(HWND owner, std::uint32_t, const RECT* screenArea, std::uint32_t,
-                        std::uintptr_t* handle)
+std::uint32_t TARN_CALL Quillet_1(HWND owner, std::uint32_t, const RECT* screenArea, std::uint32_t,
+                                  std::uintptr_t* handle)
 {
     if (const std::uint32_t fault = Begin(Export::QuilletOpen)) {
         return fault;
@@ -51,7 +51,7 @@ std::uint32_t Quillet_1(HWND owner, std::uint32_t, const RECT* screenArea, std::
     return 0;
 }
 
-std::uint32_t Quillet_4(std::uintptr_t handle, std::uint32_t show)
+std::uint32_t TARN_CALL Quillet_4(std::uintptr_t handle, std::uint32_t show)
 {
     if (const std::uint32_t fault = Begin(Export::QuilletShow)) {
         return fault;
@@ -68,7 +68,7 @@ std::uint32_t Quillet_4(std::uintptr_t handle, std::uint32_t show)
     return 0;
 }
 
-std::uint32_t Quillet_2(std::uintptr_t handle)
+std::uint32_t TARN_CALL Quillet_2(std::uintptr_t handle)
 {
     const std::uint32_t fault = Begin(Export::QuilletClose);
     return fault != 0 ? fault : Close(handle);

@@ -64,7 +64,7 @@ void LoadLibraries();
 
 // Calls the export and logs the call.
 template <typename... Parameters, typename... Arguments>
-std::uint32_t Call(Export which, std::uint32_t (*LibraryExports::*member)(Parameters...),
+std::uint32_t Call(Export which, std::uint32_t (TARN_CALL* LibraryExports::*member)(Parameters...),
                    Arguments... arguments)
 {
     const auto function = exportsInUse->*member;
@@ -81,7 +81,7 @@ std::uint32_t Call(Export which, std::uint32_t (*LibraryExports::*member)(Parame
 
 // The same for a read. Without freeObject nothing is requested.
 template <typename Object, typename... Parameters, typename... Arguments>
-std::uint32_t Fetch(Export which, std::uint32_t (*LibraryExports::*member)(Parameters...),
+std::uint32_t Fetch(Export which, std::uint32_t (TARN_CALL* LibraryExports::*member)(Parameters...),
                     Object** out, Arguments... arguments)
 {
     *out = nullptr;

@@ -153,29 +153,36 @@ static_assert(sizeof(DeviceListEntry) == 8 + 2 * sizeof(void*));
 static_assert(sizeof(DeviceList) == 8 + sizeof(void*));
 static_assert(offsetof(TarnImageRecord, tag) == 24);
 
+// The calling convention of the exports. It differs on 32-bit Windows only, where the build names
+// it.
+#ifndef TARN_CALL
+#define TARN_CALL
+#endif
+
 // Export number n of Tarn is the C symbol Tarn_<n> (Quillet_<n> for Quillet), and the ordinal n on
 // Windows.
 extern "C" {
-std::uint32_t Tarn_1(HWND owner, const char* name);
-std::uint32_t Tarn_2();
-std::uint32_t Tarn_3(HWND window, std::uint32_t message);
-std::uint32_t Tarn_4(HWND window);
-std::uint32_t Tarn_5(std::uint32_t device, const char* userId, std::uint32_t zero);
-std::uint32_t Tarn_6(std::uint32_t device, std::uint32_t abort);
-std::uint32_t Tarn_7(std::uint32_t parameter, TarnValue** out);
-std::uint32_t Tarn_8(std::uint32_t parameter, const TarnValue* value);
-std::uint32_t Tarn_20(const char* userId, std::uint32_t number, TarnImageRecord** out);
-std::uint32_t Tarn_21(const char* userId, std::uint32_t imageId);
-std::uint32_t Tarn_22(std::uint32_t* count);
-std::uint32_t Tarn_30(DeviceList** out);
-std::uint32_t Tarn_31(std::uint32_t device, std::uint32_t parameter, TarnValue** out);
-std::uint32_t Tarn_32(std::uint32_t device, std::uint32_t parameter, const TarnValue* value);
-std::uint32_t Tarn_98(std::uint32_t result, char* text, std::uint32_t capacity);
-void Tarn_99(void* object);
-std::uint32_t Quillet_1(HWND owner, std::uint32_t zero, const RECT* screenArea, std::uint32_t zero2,
-                        std::uintptr_t* handle);
-std::uint32_t Quillet_2(std::uintptr_t handle);
-std::uint32_t Quillet_4(std::uintptr_t handle, std::uint32_t show);
+std::uint32_t TARN_CALL Tarn_1(HWND owner, const char* name);
+std::uint32_t TARN_CALL Tarn_2();
+std::uint32_t TARN_CALL Tarn_3(HWND window, std::uint32_t message);
+std::uint32_t TARN_CALL Tarn_4(HWND window);
+std::uint32_t TARN_CALL Tarn_5(std::uint32_t device, const char* userId, std::uint32_t zero);
+std::uint32_t TARN_CALL Tarn_6(std::uint32_t device, std::uint32_t abort);
+std::uint32_t TARN_CALL Tarn_7(std::uint32_t parameter, TarnValue** out);
+std::uint32_t TARN_CALL Tarn_8(std::uint32_t parameter, const TarnValue* value);
+std::uint32_t TARN_CALL Tarn_20(const char* userId, std::uint32_t number, TarnImageRecord** out);
+std::uint32_t TARN_CALL Tarn_21(const char* userId, std::uint32_t imageId);
+std::uint32_t TARN_CALL Tarn_22(std::uint32_t* count);
+std::uint32_t TARN_CALL Tarn_30(DeviceList** out);
+std::uint32_t TARN_CALL Tarn_31(std::uint32_t device, std::uint32_t parameter, TarnValue** out);
+std::uint32_t TARN_CALL Tarn_32(std::uint32_t device, std::uint32_t parameter,
+                                const TarnValue* value);
+std::uint32_t TARN_CALL Tarn_98(std::uint32_t result, char* text, std::uint32_t capacity);
+void TARN_CALL Tarn_99(void* object);
+std::uint32_t TARN_CALL Quillet_1(HWND owner, std::uint32_t zero, const RECT* screenArea,
+                                  std::uint32_t zero2, std::uintptr_t* handle);
+std::uint32_t TARN_CALL Quillet_2(std::uintptr_t handle);
+std::uint32_t TARN_CALL Quillet_4(std::uintptr_t handle, std::uint32_t show);
 }
 
 // The exports by name, in the order of the table.
