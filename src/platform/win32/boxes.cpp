@@ -1,0 +1,418 @@
+// Message boxes, the open-file dialog and the wait cursor.
+#include "platform/boxes.h"
+
+#include "platform/win32/dialog_window.h"
+#include "platform/win32/text.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace {
+
+constexpr std::size_t LongestLabel = 2000; // characters; a longer text scrolls
+constexpr std::size_t LongestLine = 2000;  // characters of a line that is laid out as one
+constexpr std::size_t LongestPath = 32'768;
+// What is pressed earlier than so many milliseconds after a question got the keyboard was meant for
+// the field that had it before.
+constexpr std::uint64_t DeafTime = 300;
+constexpr int IconSide = 32;
+constexpr int TextId = 0xFFFF;
+
+int waitCursors = 0;
+
+// A box on the screen, from its opening to its answer.
+class MessageBoxWindow : public ModalLoop
+{
+public:
+    MessageBoxWindow(const std::wstring& text, const std::wstring& caption, UINT style);
+    ~MessageBoxWindow() override;
+
+    int Serve(); // until it is answered
+
+protected:
+    bool Ignores(const win::MSG& message) const override;
+
+private:
+    struct Layout
+    {
+        int unit; // a twelfth of the box's measures: the width of an average character
+        win::RECT text;
+        bool scrolls;
+        win::SIZE client;
+    };
+    static win::INT_PTR CALLBACK Procedure(win::HWND window, win::UINT message, win::WPARAM wParam,
+                                           win::LPARAM lParam);
+    Layout Measure(const std::wstring& text) const;
+    void Fill(const std::wstring& text, const Layout& layout);
+    win::HWND Add(const wchar_t* className, const std::wstring& text, win::DWORD style,
+                  const win::RECT& place, int id) const;
+
+    UINT m_style;
+    win::HWND m_window = nullptr;
+    std::uint64_t m_active = 0; // when it first got the keyboard, 0 before
+};
+
+// Tells a loop its window: that of the system's dialog that opens next on this thread.
+class OpeningWatch
+{
+public:
+    explicit OpeningWatch(ModalLoop& loop);
+    ~OpeningWatch();
+    OpeningWatch(const OpeningWatch&) = delete;
+    OpeningWatch& operator=(const OpeningWatch&) = delete;
+
+private:
+    static win::LRESULT CALLBACK OnActivate(int code, win::WPARAM wParam, win::LPARAM lParam);
+
+    static inline ModalLoop* sWaiting = nullptr;
+    win::HHOOK m_hook;
+};
+
+int AnswerOnLeaving(UINT style);
+const wchar_t* IconOf(UINT style);
+void PlaceAbove(win::HWND window, win::HWND below);
+bool IsText(const win::MSG& key);
+std::wstring ForScrolling(const std::wstring& text);
+
+} // namespace
+
+int MessageBoxA(HWND, const char* text, const char* caption, UINT style)
+{
+    if (IsSessionEnding()) {
+        return AnswerOnLeaving(style);
+    }
+    return MessageBoxWindow(ShownText(text), ShownTitle(caption), style).Serve();
+}
+
+int AfxMessageBox(const char* text, UINT style)
+{
+    return MessageBoxA(nullptr, text, AfxGetApp() != nullptr ? AfxGetApp()->Name().c_str() : "",
+                       style);
+}
+
+CFileDialog::CFileDialog(BOOL, const char* defaultExtension, const char* fileName, DWORD flags,
+                         const char* filter, CWnd* parent)
+    : m_defaultExtension(defaultExtension != nullptr ? defaultExtension : ""),
+      m_fileName(fileName != nullptr ? fileName : ""),
+      m_filter(filter != nullptr ? filter : ""),
+      m_flags(flags),
+      m_parent(parent)
+{
+}
+
+int CFileDialog::DoModal()
+{
+    if (IsSessionEnding()) {
+        return IDCANCEL;
+    }
+    std::wstring filter = Wide(m_filter);
+    std::replace(filter.begin(), filter.end(), L'|', L'\0');
+    const std::wstring folder = Wide(m_folder);
+    std::wstring extension = Wide(m_defaultExtension);
+    extension.erase(0, extension.rfind(L'.') + 1);
+    std::wstring path = Wide(m_fileName);
+    path.resize(LongestPath);
+
+    win::OPENFILENAMEW open{};
+    open.lStructSize = sizeof open;
+    open.lpstrFilter = filter.c_str();
+    open.lpstrFile = path.data();
+    open.nMaxFile = static_cast<win::DWORD>(path.size());
+    open.lpstrInitialDir = folder.empty() ? nullptr : folder.c_str();
+    open.lpstrDefExt = extension.empty() ? nullptr : extension.c_str();
+    open.Flags = m_flags | OFN_HIDEREADONLY | OFN_NOCHANGEDIR | OFN_EXPLORER;
+
+    ModalLoop loop([&loop] {
+        // What it has opened itself, such as a box, comes first.
+        if (loop.Window() != nullptr) {
+            win::PostMessageW(win::GetLastActivePopup(loop.Window()), WM_COMMAND, IDCANCEL, 0);
+        }
+    });
+    const OpeningWatch watch(loop);
+    open.hwndOwner = loop.Owner();
+    if (win::GetOpenFileNameW(&open) == FALSE || IsSessionEnding()) {
+        return IDCANCEL;
+    }
+    m_path = Narrow(path.c_str());
+    return IDOK;
+}
+
+CWaitCursor::CWaitCursor()
+{
+    ++waitCursors;
+    win::SetCursor(win::LoadCursorW(nullptr, IDC_WAIT));
+}
+
+CWaitCursor::~CWaitCursor()
+{
+    Restore();
+}
+
+void CWaitCursor::Restore()
+{
+    if (std::exchange(m_shown, false) && --waitCursors == 0) {
+        win::SetCursor(win::LoadCursorW(nullptr, IDC_ARROW));
+    }
+}
+
+bool IsWaitCursorShown()
+{
+    return waitCursors > 0;
+}
+
+namespace {
+
+MessageBoxWindow::MessageBoxWindow(const std::wstring& text, const std::wstring& caption,
+                                   UINT style)
+    : ModalLoop([this] { Quit(AnswerOnLeaving(m_style)); }), m_style(style)
+{
+    const Layout layout = Measure(text);
+    m_window = CreateDialogWindow(
+        {caption, layout.client, WS_POPUP | WS_CAPTION | WS_SYSMENU | DS_MODALFRAME,
+         static_cast<win::DWORD>(((style & MB_TOPMOST) != 0 ? WS_EX_TOPMOST : 0) |
+                                 WS_EX_DLGMODALFRAME),
+         Owner()},
+        &Procedure, reinterpret_cast<win::LPARAM>(this));
+    SetWindow(m_window);
+    Fill(text, layout);
+    if (IsAboveBox()) {
+        PlaceAbove(m_window, Owner());
+    } else {
+        CenterWindow(m_window, Owner());
+    }
+    win::MessageBeep(style & 0xF0);
+    win::ShowWindow(m_window, SW_SHOW);
+    win::SetForegroundWindow(m_window);
+    win::SetFocus(win::GetDlgItem(m_window, (style & MB_YESNO) != 0 ? IDYES : IDOK));
+}
+
+MessageBoxWindow::~MessageBoxWindow()
+{
+    Unblock();
+    win::DestroyWindow(m_window);
+}
+
+int MessageBoxWindow::Serve()
+{
+    Run();
+    return Result();
+}
+
+// A key that is still held down from before repeats itself for longer.
+bool MessageBoxWindow::Ignores(const win::MSG& message) const
+{
+    constexpr win::LPARAM Repeated = 1 << 30;
+    const bool isQuestion = (m_style & (MB_YESNO | MB_OKCANCEL)) != 0;
+    const bool isEarly = m_active == 0 || win::GetTickCount64() - m_active < DeafTime;
+    return isQuestion && message.message == WM_KEYDOWN && IsText(message) &&
+           (isEarly || (message.lParam & Repeated) != 0);
+}
+
+win::INT_PTR CALLBACK MessageBoxWindow::Procedure(win::HWND window, win::UINT message,
+                                                  win::WPARAM wParam, win::LPARAM lParam)
+{
+    if (message == WM_INITDIALOG) {
+        win::SetWindowLongPtrW(window, DWLP_USER, static_cast<win::LONG_PTR>(lParam));
+        return FALSE;
+    }
+    auto* const box =
+        reinterpret_cast<MessageBoxWindow*>(win::GetWindowLongPtrW(window, DWLP_USER));
+    if (box == nullptr) {
+        return FALSE;
+    }
+    if (message == WM_ACTIVATE && wParam != WA_INACTIVE && box->m_active == 0) {
+        box->m_active = win::GetTickCount64();
+    }
+    if (message == WM_CLOSE) {
+        box->Quit(AnswerOnLeaving(box->m_style));
+        return TRUE;
+    }
+    const auto pressed = static_cast<int>(wParam & 0xFFFF);
+    if (message != WM_COMMAND || pressed == TextId) {
+        return FALSE;
+    }
+    box->Quit(win::GetDlgItem(window, pressed) != nullptr ? pressed
+                                                          : AnswerOnLeaving(box->m_style));
+    return TRUE;
+}
+
+MessageBoxWindow::Layout MessageBoxWindow::Measure(const std::wstring& text) const
+{
+    Layout layout{};
+    layout.unit = static_cast<int>(BaseUnits().cx);
+    const int unit = layout.unit;
+    win::RECT screen{};
+    win::SystemParametersInfoW(SPI_GETWORKAREA, 0, &screen, 0);
+    const int left = (m_style & 0xF0) != 0 ? 2 * unit + IconSide + 2 * unit : 2 * unit;
+    const win::LONG widest = std::min<win::LONG>(80 * unit, (screen.right - screen.left) * 3 / 4);
+
+    win::RECT measured{0, 0, widest, 0};
+    layout.scrolls = text.size() > LongestLabel;
+    if (!layout.scrolls) {
+        const win::HDC dc = win::GetDC(nullptr);
+        const win::HGDIOBJ former = win::SelectObject(dc, DialogFont());
+        win::DrawTextW(dc, text.c_str(), static_cast<int>(text.size()), &measured,
+                       DT_CALCRECT | DT_WORDBREAK | DT_NOPREFIX | DT_EXPANDTABS);
+        win::SelectObject(dc, former);
+        win::ReleaseDC(nullptr, dc);
+        layout.scrolls =
+            measured.bottom > (screen.bottom - screen.top) / 2 || measured.right > widest;
+    }
+    if (layout.scrolls) {
+        measured = {0, 0, std::min<win::LONG>(107 * unit, (screen.right - screen.left) * 3 / 4),
+                    std::min<win::LONG>(80 * unit, (screen.bottom - screen.top) / 2)};
+    }
+    const win::LONG height = std::max<win::LONG>(measured.bottom, IconSide);
+    const win::LONG top = 2 * unit + (layout.scrolls ? 0 : (height - measured.bottom) / 2);
+    layout.text = {left, top, left + std::max<win::LONG>(measured.right, 30 * unit),
+                   top + measured.bottom};
+    layout.client = {layout.text.right + 2 * unit, 2 * unit + height + 2 * unit + 6 * unit};
+    return layout;
+}
+
+void MessageBoxWindow::Fill(const std::wstring& text, const Layout& layout)
+{
+    const int unit = layout.unit;
+    if (const wchar_t* const icon = IconOf(m_style)) {
+        const win::HWND place =
+            Add(L"Static", L"", SS_ICON,
+                {2 * unit, 2 * unit, 2 * unit + IconSide, 2 * unit + IconSide}, TextId);
+        win::SendMessageW(place, STM_SETICON,
+                          reinterpret_cast<win::WPARAM>(win::LoadIconW(nullptr, icon)), 0);
+    }
+    if (layout.scrolls) {
+        const win::HWND view =
+            Add(EditClass, L"",
+                ES_MULTILINE | ES_READONLY | ES_AUTOVSCROLL | WS_VSCROLL | WS_TABSTOP | WS_BORDER,
+                layout.text, TextId);
+        win::SendMessageW(view, EM_SETLIMITTEXT, 0, 0);
+        win::SetWindowTextW(view, ForScrolling(text).c_str());
+    } else {
+        Add(L"Static", text, SS_LEFT | SS_NOPREFIX, layout.text, TextId);
+    }
+
+    struct Button
+    {
+        int id;
+        const wchar_t* text;
+    };
+    std::vector<Button> buttons = {{IDOK, L"OK"}};
+    if ((m_style & MB_YESNO) != 0) {
+        buttons = {{IDYES, L"&Yes"}, {IDNO, L"&No"}};
+    } else if ((m_style & MB_OKCANCEL) != 0) {
+        buttons.push_back({IDCANCEL, L"Cancel"});
+    }
+    const int width = 13 * unit;
+    const auto count = static_cast<int>(buttons.size());
+    int x = static_cast<int>(layout.client.cx - count * width - (count - 1) * unit) / 2;
+    const auto top = static_cast<int>(layout.client.cy) - 6 * unit;
+    for (const Button& button : buttons) {
+        const bool isFirst = button.id == buttons.front().id;
+        Add(L"Button", button.text, (isFirst ? BS_DEFPUSHBUTTON : BS_PUSHBUTTON) | WS_TABSTOP,
+            {x, top, x + width, top + 4 * unit}, button.id);
+        x += width + unit;
+    }
+    win::SendMessageW(m_window, DM_SETDEFID, static_cast<win::WPARAM>(buttons.front().id), 0);
+}
+
+win::HWND MessageBoxWindow::Add(const wchar_t* className, const std::wstring& text,
+                                win::DWORD style, const win::RECT& place, int id) const
+{
+    const win::HWND made =
+        win::CreateWindowExW(0, className, text.c_str(), style | WS_CHILD | WS_VISIBLE, place.left,
+                             place.top, place.right - place.left, place.bottom - place.top,
+                             m_window, reinterpret_cast<win::HMENU>(static_cast<std::intptr_t>(id)),
+                             win::GetModuleHandleW(nullptr), nullptr);
+    win::SendMessageW(made, WM_SETFONT, reinterpret_cast<win::WPARAM>(DialogFont()), FALSE);
+    return made;
+}
+
+OpeningWatch::OpeningWatch(ModalLoop& loop)
+    : m_hook(win::SetWindowsHookExW(WH_CBT, &OnActivate, nullptr, win::GetCurrentThreadId()))
+{
+    sWaiting = &loop;
+}
+
+OpeningWatch::~OpeningWatch()
+{
+    sWaiting = nullptr;
+    win::UnhookWindowsHookEx(m_hook);
+}
+
+win::LRESULT CALLBACK OpeningWatch::OnActivate(int code, win::WPARAM wParam, win::LPARAM lParam)
+{
+    if (code == HCBT_ACTIVATE && sWaiting != nullptr) {
+        std::exchange(sWaiting, nullptr)->SetWindow(reinterpret_cast<win::HWND>(wParam));
+    }
+    return win::CallNextHookEx(nullptr, code, wParam, lParam);
+}
+
+int AnswerOnLeaving(UINT style)
+{
+    return (style & MB_YESNO) != 0 ? IDNO : (style & MB_OKCANCEL) != 0 ? IDCANCEL : IDOK;
+}
+
+const wchar_t* IconOf(UINT style)
+{
+    switch (style & 0xF0) {
+    case MB_ICONHAND:
+        return IDI_ERROR;
+    case MB_ICONEXCLAMATION:
+        return IDI_WARNING;
+    case MB_ICONASTERISK:
+        return IDI_INFORMATION;
+    default:
+        return nullptr;
+    }
+}
+
+// A title bar's height lower and to the right, so that two boxes do not look like one. What would
+// stick out of the screen begins at its edge again.
+void PlaceAbove(win::HWND window, win::HWND below)
+{
+    win::RECT base{}, own{};
+    win::GetWindowRect(below, &base);
+    win::GetWindowRect(window, &own);
+    const win::RECT screen = ScreenOf(below);
+    const int titleBar = win::GetSystemMetrics(SM_CYCAPTION);
+    win::POINT place{base.left + titleBar, base.top + titleBar};
+    if (place.x + own.right - own.left > screen.right) {
+        place.x = screen.left;
+    }
+    if (place.y + own.bottom - own.top > screen.bottom) {
+        place.y = screen.top;
+    }
+    win::SetWindowPos(window, nullptr, place.x, place.y, 0, 0,
+                      SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE);
+}
+
+// Enter, or a character typed without Ctrl and Alt.
+bool IsText(const win::MSG& key)
+{
+    constexpr win::UINT Dead = 0x80000000;
+    const auto number = static_cast<win::UINT>(key.wParam);
+    const win::UINT character = win::MapVirtualKeyW(number, MAPVK_VK_TO_CHAR) & ~Dead;
+    return number == VK_RETURN || (character >= L' ' && win::GetKeyState(VK_CONTROL) >= 0);
+}
+
+// With the line ends of the system's field, which lays a line out as a whole: for a line of a
+// megabyte that takes minutes.
+std::wstring ForScrolling(const std::wstring& text)
+{
+    std::wstring broken;
+    std::size_t length = 0;
+    for (const wchar_t c : text) {
+        const bool secondOfPair = c >= 0xDC00 && c <= 0xDFFF;
+        length = c == L'\n' ? 0 : length + 1;
+        if (c == L'\n' || (length > LongestLine && !secondOfPair)) {
+            broken += L"\r\n";
+            length = c == L'\n' ? 0 : 1;
+        }
+        if (c != L'\n') {
+            broken += c;
+        }
+    }
+    return broken;
+}
+
+} // namespace

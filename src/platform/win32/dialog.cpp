@@ -1,0 +1,452 @@
+// Dialogs as windows of the system.
+#include "platform/dialog.h"
+
+#include "platform/dialog_hooks.h"
+#include "platform/field_text.h"
+#include "platform/scope.h"
+#include "platform/win32/accessibility.h"
+#include "platform/win32/dialog_window.h"
+#include "platform/win32/text.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <exception>
+#include <utility>
+
+namespace {
+
+constexpr wchar_t RejectedMark[] = L"TarnTestRejected";
+constexpr win::COLORREF RejectedColor = RGB(255, 200, 200);
+constexpr win::WORD UnnamedControl = 0xFFFF;
+constexpr std::size_t LongestPath = 32'768; // characters
+constexpr int WheelNotch = 120;
+
+HWND rejectionShown = nullptr; // the field whose rejection a box tells at this time
+
+void CreateControls(const CDialog& dialog, win::HWND window);
+win::INT_PTR CALLBACK DialogProc(win::HWND window, win::UINT message, win::WPARAM wParam,
+                                 win::LPARAM lParam);
+bool Handles(const CDialog& dialog, UINT message);
+void ShowInBox(HWND owner, const std::string& text, UINT icon);
+void LiftButtons(win::HWND window);
+
+} // namespace
+
+CDialog::CDialog(const DialogTemplate& dialogTemplate, CWnd* parent)
+    : m_template(dialogTemplate), m_parent(parent)
+{
+}
+
+CDialog::~CDialog() = default;
+
+int CDialog::DoModal()
+{
+    if (IsSessionEnding()) {
+        return IDCANCEL;
+    }
+    const win::SIZE base = BaseUnits();
+    const RECT client =
+        UnitsToPixels({0, 0, m_template.width, m_template.height}, base.cx, base.cy);
+    RegisterFrameClass();
+
+    // The window and its handle go before the loop's end, also when the initialization throws.
+    ModalLoop loop([this] { EndDialog(IDCANCEL); }, this);
+    const win::HWND owner = m_parent != nullptr ? loop.Owner() : nullptr;
+    struct Window
+    {
+        HWND& handle;
+        ModalLoop& loop;
+        ~Window()
+        {
+            loop.Unblock();
+            win::DestroyWindow(Native(std::exchange(handle, nullptr)));
+        }
+    } const window{m_hWnd, loop};
+    m_hWnd = Contract(CreateDialogWindow(
+        {ShownTitle(m_template.title),
+         {client.right, client.bottom},
+         static_cast<win::DWORD>(WS_POPUP | WS_CAPTION | WS_SYSMENU | DS_MODALFRAME |
+                                 (m_template.minimizable ? WS_MINIMIZEBOX : 0)),
+         static_cast<win::DWORD>(owner == nullptr ? WS_EX_APPWINDOW : 0),
+         owner},
+        &DialogProc, reinterpret_cast<win::LPARAM>(this)));
+    loop.SetWindow(Native(m_hWnd));
+    CreateControls(*this, Native(m_hWnd));
+    CenterWindow(Native(m_hWnd), owner);
+    win::DragAcceptFiles(Native(m_hWnd), Handles(*this, WM_DROPFILES) ? TRUE : FALSE);
+
+    const BOOL defaultFocus = OnInitDialog();
+    if (!loop.IsOver()) {
+        win::ShowWindow(Native(m_hWnd), SW_SHOW);
+        if (defaultFocus != FALSE) {
+            win::SetFocus(win::GetNextDlgTabItem(Native(m_hWnd), nullptr, FALSE));
+        }
+        loop.Run();
+    }
+    return loop.Result();
+}
+
+// The former windows take input before this one goes, else the system would activate another
+// program's.
+void CDialog::EndDialog(int result)
+{
+    ModalLoop* const loop = ModalLoop::Of(this);
+    if (loop == nullptr || loop->IsOver()) {
+        return;
+    }
+    loop->Quit(result);
+    loop->Unblock();
+    ShowWindow(SW_HIDE);
+}
+
+CWnd CDialog::GetDlgItem(int id) const
+{
+    return CWnd(m_hWnd != nullptr ? Contract(win::GetDlgItem(Native(m_hWnd), id)) : nullptr);
+}
+
+// A box that opened before the painting began would have the system ask for it again and again; it
+// waits for its end, and so that every further painting does not bring one more, it stands alone.
+void ReportException(HWND dialog, const std::string& text)
+{
+    if (!PaintRequest::IsAnyServed()) {
+        return ShowInBox(dialog, text, MB_ICONSTOP);
+    }
+    static bool waiting = false;
+    if (std::exchange(waiting, true)) {
+        return;
+    }
+    RunLater([dialog, text] {
+        const ScopeExit shown([] { waiting = false; });
+        ShowInBox(dialog, text, MB_ICONSTOP);
+    });
+}
+
+void RejectEdit(const CDataExchange& dx)
+{
+    const win::HWND edit = Native(dx.m_rejectedField);
+    const bool isNew = win::GetPropW(edit, RejectedMark) == nullptr;
+    win::SetPropW(edit, RejectedMark, edit);
+    if (!isNew && dx.m_leavingField) {
+        return;
+    }
+    SetAccessibleDescription(edit, Wide(dx.m_rejectionReason).c_str());
+    win::InvalidateRect(edit, nullptr, TRUE);
+    {
+        const ScopedValue shown(rejectionShown, dx.m_rejectedField);
+        ShowInBox(dx.m_pDlg->GetSafeHwnd(), dx.m_rejectionReason, MB_ICONEXCLAMATION);
+    }
+    // A mouse press that took the focus away reaches its button only now, and its release went to
+    // the box: the click is lost, the button must not stay down.
+    RunLater([window = win::GetParent(edit)] { LiftButtons(window); });
+    win::SetFocus(edit);
+    win::SendMessageW(edit, EM_SETSEL, 0, -1);
+}
+
+CDialog* DialogOf(win::HWND window)
+{
+    const win::HWND top = window != nullptr ? win::GetAncestor(window, GA_ROOT) : nullptr;
+    if (top == nullptr ||
+        reinterpret_cast<win::DLGPROC>(win::GetWindowLongPtrW(top, DWLP_DLGPROC)) != &DialogProc) {
+        return nullptr;
+    }
+    return reinterpret_cast<CDialog*>(win::GetWindowLongPtrW(top, DWLP_USER));
+}
+
+namespace {
+
+void ShowInBox(HWND owner, const std::string& text, UINT icon)
+{
+    MessageBoxA(owner, text.c_str(), AfxGetApp() != nullptr ? AfxGetApp()->Name().c_str() : "",
+                MB_OK | MB_TOPMOST | icon);
+}
+
+void LiftButtons(win::HWND window)
+{
+    if (win::IsChild(window, win::GetCapture()) != FALSE) {
+        win::ReleaseCapture();
+    }
+    win::HWND button = nullptr;
+    while ((button = win::FindWindowExW(window, button, L"Button", nullptr)) != nullptr) {
+        win::SendMessageW(button, BM_SETSTATE, FALSE, 0);
+    }
+}
+
+bool Handles(const CDialog& dialog, UINT message)
+{
+    return std::ranges::any_of(dialog.DispatchTable(), [message](const DispatchEntry& line) {
+        return line.message == message;
+    });
+}
+
+struct ControlForm
+{
+    ControlKind kind;
+    const wchar_t* className;
+    win::DWORD style;
+    win::DWORD extendedStyle;
+};
+
+constexpr ControlForm ControlForms[] = {
+    {ControlKind::PushButton, L"Button", BS_PUSHBUTTON | WS_TABSTOP, 0},
+    {ControlKind::DefaultButton, L"Button", BS_DEFPUSHBUTTON | WS_TABSTOP, 0},
+    {ControlKind::CheckBox, L"Button", BS_AUTOCHECKBOX | WS_TABSTOP, 0},
+    {ControlKind::RadioButton, L"Button", BS_AUTORADIOBUTTON | WS_TABSTOP, 0},
+    {ControlKind::Label, L"Static", SS_LEFTNOWORDWRAP, 0},
+    {ControlKind::Edit, EditClass, ES_AUTOHSCROLL | WS_TABSTOP, WS_EX_CLIENTEDGE},
+    {ControlKind::GroupBox, L"Button", BS_GROUPBOX, 0},
+    {ControlKind::Frame, FrameClass, WS_CLIPSIBLINGS, WS_EX_STATICEDGE},
+    {ControlKind::HorizontalScrollBar, ScrollBarClass, SBS_HORZ | WS_TABSTOP, 0},
+    {ControlKind::VerticalScrollBar, ScrollBarClass, SBS_VERT | WS_TABSTOP, 0},
+    {ControlKind::TrackBar, L"msctls_trackbar32", TBS_HORZ | TBS_TOP | TBS_AUTOTICKS | WS_TABSTOP,
+     0},
+};
+
+void CreateControls(const CDialog& dialog, win::HWND window)
+{
+    const win::SIZE base = BaseUnits();
+    std::wstring label; // before the control
+    bool inGroup = false;
+    for (const ControlTemplate& control : dialog.Template().controls) {
+        const ControlForm& form =
+            *std::ranges::find(ControlForms, control.kind, &ControlForm::kind);
+        const bool isRadio = control.kind == ControlKind::RadioButton;
+        win::DWORD style = form.style | WS_CHILD;
+        style |= (control.flags & ControlHidden) == 0 ? WS_VISIBLE : 0;
+        style |= (control.flags & ControlDisabled) != 0 ? WS_DISABLED : 0;
+        // What follows a group of radio buttons ends it.
+        style |= (control.flags & GroupStart) != 0 || (inGroup && !isRadio) ? WS_GROUP : 0;
+        inGroup = isRadio;
+
+        const RECT place = UnitsToPixels(control.place, base.cx, base.cy);
+        const auto id = static_cast<std::uintptr_t>(control.id != 0 ? control.id : UnnamedControl);
+        const win::HWND made = win::CreateWindowExW(
+            form.extendedStyle, form.className, ShownText(control.text).c_str(), style, place.left,
+            place.top, place.right - place.left, place.bottom - place.top, window,
+            reinterpret_cast<win::HMENU>(id), win::GetModuleHandleW(nullptr), nullptr);
+        win::SendMessageW(made, WM_SETFONT, reinterpret_cast<win::WPARAM>(DialogFont()), FALSE);
+        if (control.kind == ControlKind::DefaultButton) {
+            win::SendMessageW(window, DM_SETDEFID, id, 0);
+        }
+        if (control.accessibleName != nullptr) {
+            SetAccessibleName(made, Wide(control.accessibleName).c_str());
+        } else if (control.kind == ControlKind::Edit) {
+            SetAccessibleName(made, label.c_str());
+        }
+        label = control.kind == ControlKind::Label ? Wide(control.text) : L"";
+        std::erase(label, L'&');
+    }
+}
+
+// The message has 16 bits of the thumb's position, the bar has all of them.
+void OnScroll(CDialog& dialog, UINT message, WPARAM wParam, LPARAM lParam)
+{
+    const auto bar = reinterpret_cast<win::HWND>(lParam);
+    if (!IsOfClass(bar, ScrollBarClass)) {
+        return;
+    }
+    const auto code = static_cast<UINT>(wParam & 0xFFFF);
+    auto position = static_cast<UINT>(wParam >> 16 & 0xFFFF);
+    if (code == SB_THUMBPOSITION || code == SB_THUMBTRACK) {
+        win::SCROLLINFO info{};
+        info.cbSize = sizeof info;
+        info.fMask = SIF_TRACKPOS;
+        win::GetScrollInfo(bar, SB_CTL, &info);
+        const auto full = static_cast<UINT>(info.nTrackPos);
+        position = (full & 0xFFFF) == position ? full : position;
+    }
+    dialog.Send(message, static_cast<WPARAM>(position) << 16 | code, lParam);
+}
+
+// One notch of the wheel is one line of the scroll bar that has the focus; a fraction waits for the
+// rest of its notch.
+bool OnWheel(CDialog& dialog, WPARAM wParam)
+{
+    static int left = 0;
+    const win::HWND bar = win::GetFocus();
+    if (!IsOfClass(bar, ScrollBarClass)) {
+        return false;
+    }
+    const bool vertical = (win::GetWindowLongW(bar, GWL_STYLE) & SBS_VERT) != 0;
+    left += static_cast<std::int16_t>(wParam >> 16 & 0xFFFF);
+    for (; left >= WheelNotch || left <= -WheelNotch; left -= left > 0 ? WheelNotch : -WheelNotch) {
+        dialog.Send(vertical ? WM_VSCROLL : WM_HSCROLL, left > 0 ? SB_LINEUP : SB_LINEDOWN,
+                    reinterpret_cast<LPARAM>(bar));
+    }
+    return true;
+}
+
+// The handler may open a box; the program that the file comes from must not wait for its answer.
+void OnDrop(CDialog& dialog, win::HDROP drop)
+{
+    std::wstring path(LongestPath, L'\0');
+    const win::UINT files = win::DragQueryFileW(drop, 0xFFFFFFFF, nullptr, 0);
+    path.resize(win::DragQueryFileW(drop, 0, path.data(), static_cast<win::UINT>(path.size())));
+    win::DragFinish(drop);
+    if (files != 1 || !ModalLoop::IsInnermost(&dialog)) {
+        return;
+    }
+    RunLater([&dialog, window = dialog.GetSafeHwnd(), file = Narrow(path)] {
+        if (DialogOf(Native(window)) == &dialog) {
+            dialog.Send(WM_DROPFILES, 0, reinterpret_cast<LPARAM>(file.c_str()));
+        }
+    });
+}
+
+// The system ends the process when this returns, so that no handler inside is waited for.
+void OnEndSession(CDialog& dialog)
+{
+    ModalLoop::AskToEnd();
+    if (const ModalLoop* const loop = ModalLoop::Of(&dialog); loop != nullptr && !loop->IsOver()) {
+        dialog.Send(WM_QUERYENDSESSION);
+    }
+}
+
+void OnHelpKey(const CDialog& dialog)
+{
+    if (AfxGetApp() == nullptr) {
+        return;
+    }
+    try {
+        for (const DispatchEntry& entry : AfxGetApp()->DispatchTable()) {
+            if (entry.message == WM_COMMAND && entry.id == ID_HELP) {
+                entry.call(*AfxGetApp(), MAKEWPARAM(ID_HELP, BN_CLICKED), 0);
+            }
+        }
+    } catch (...) {
+        ReportCurrentException(dialog.GetSafeHwnd());
+    }
+}
+
+void OnCommand(CDialog& dialog, WPARAM wParam, LPARAM lParam)
+{
+    const auto field = reinterpret_cast<win::HWND>(lParam);
+    const auto code = static_cast<UINT>(wParam >> 16);
+    if (code == EN_CHANGE && win::RemovePropW(field, RejectedMark) != nullptr) {
+        SetAccessibleDescription(field, L"");
+        win::InvalidateRect(field, nullptr, TRUE);
+    }
+    // While the box about a rejected field is open, fields lose the focus for its sake only.
+    const bool leaving = code == EN_KILLFOCUS && rejectionShown == nullptr;
+    if (code == BN_CLICKED || leaving) {
+        dialog.Send(WM_COMMAND, wParam, lParam);
+    }
+}
+
+LRESULT OnNotify(CDialog& dialog, WPARAM wParam, const win::NMHDR& native)
+{
+    if (native.code != NM_CUSTOMDRAW && native.code != NM_RELEASEDCAPTURE) {
+        return 0;
+    }
+    const PaintRequest drawing(native.hwndFrom);
+    const NMHDR header{Contract(native.hwndFrom), native.idFrom, native.code};
+    return dialog.Send(WM_NOTIFY, wParam, reinterpret_cast<LPARAM>(&header));
+}
+
+// Whether the message is answered; result: with what.
+bool Serve(CDialog& dialog, UINT message, WPARAM wParam, LPARAM lParam, LRESULT& result)
+{
+    switch (message) {
+    case WM_COMMAND:
+        OnCommand(dialog, wParam, lParam);
+        return true;
+    case WM_CLOSE:
+        // Behind a box or another dialog a handler is still at work with what a close would take
+        // away.
+        if (ModalLoop::IsInnermost(&dialog)) {
+            dialog.Send(WM_CLOSE);
+        }
+        return true;
+    case WM_TIMER:
+        dialog.Send(WM_TIMER, wParam);
+        return true;
+    case WM_HSCROLL:
+    case WM_VSCROLL:
+        OnScroll(dialog, message, wParam, lParam);
+        return true;
+    case WM_MOUSEWHEEL:
+        return OnWheel(dialog, wParam);
+    case WM_NOTIFY:
+        result = OnNotify(dialog, wParam, *reinterpret_cast<const win::NMHDR*>(lParam));
+        return true;
+    case WM_DROPFILES:
+        OnDrop(dialog, reinterpret_cast<win::HDROP>(wParam));
+        return true;
+    case WM_HELP:
+        OnHelpKey(dialog);
+        return true;
+    case WM_QUERYENDSESSION:
+        result = TRUE;
+        return true;
+    case WM_ENDSESSION:
+        if (wParam != 0) {
+            OnEndSession(dialog);
+        }
+        return true;
+    case WM_PAINT: {
+        // Only a minimized window paints on itself.
+        const win::HWND window = Native(dialog.GetSafeHwnd());
+        if (win::IsIconic(window) == FALSE) {
+            return false;
+        }
+        const PaintRequest request(window);
+        dialog.Send(WM_PAINT);
+        return request.IsTaken();
+    }
+    case WM_QUERYDRAGICON:
+        return false; // the window has its icon
+    case WM_CTLCOLOREDIT:
+        if (win::GetPropW(reinterpret_cast<win::HWND>(lParam), RejectedMark) == nullptr) {
+            return false;
+        }
+        {
+            static const win::HBRUSH Rejected = win::CreateSolidBrush(RejectedColor);
+            win::SetBkColor(reinterpret_cast<win::HDC>(wParam), RejectedColor);
+            result = reinterpret_cast<LRESULT>(Rejected);
+        }
+        return true;
+    case WM_SETCURSOR:
+        return IsWaitCursorShown();
+    default:
+        if (message < WM_USER || !Handles(dialog, message)) {
+            return false;
+        }
+        result = dialog.Send(message, wParam, lParam);
+        return true;
+    }
+}
+
+// Nothing may be thrown through the system's calls.
+win::INT_PTR CALLBACK DialogProc(win::HWND window, win::UINT message, win::WPARAM wParam,
+                                 win::LPARAM lParam)
+try {
+    if (message == WM_INITDIALOG) {
+        win::SetWindowLongPtrW(window, DWLP_USER, static_cast<win::LONG_PTR>(lParam));
+        return FALSE; // the focus is set later
+    }
+    auto* const dialog = reinterpret_cast<CDialog*>(win::GetWindowLongPtrW(window, DWLP_USER));
+    const ModalLoop* const loop = dialog != nullptr ? ModalLoop::Of(dialog) : nullptr;
+    if (loop == nullptr || loop->IsOver() || dialog->GetSafeHwnd() != Contract(window)) {
+        return FALSE;
+    }
+    if (message >= WM_USER) {
+        ServeBehindPosted(window, message, wParam, lParam);
+        if (loop->IsOver()) {
+            return TRUE;
+        }
+    }
+    LRESULT result = 0;
+    if (!Serve(*dialog, message, wParam, lParam, result)) {
+        return FALSE;
+    }
+    // These are answered by the value itself.
+    if (message == WM_CTLCOLOREDIT) {
+        return static_cast<win::INT_PTR>(result);
+    }
+    win::SetWindowLongPtrW(window, DWLP_MSGRESULT, static_cast<win::LONG_PTR>(result));
+    return TRUE;
+} catch (...) {
+    ReportCurrentException(Contract(window));
+    return TRUE;
+}
+
+} // namespace
