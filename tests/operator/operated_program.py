@@ -16,10 +16,10 @@ class OperatedProgram(Program):
 
     patience = 15.0  # seconds, on a machine that builds at the same time
 
-    def __init__(self, build, folder):
+    def __init__(self, build, folder, screenshots):
         super().__init__(build, folder)
         self.environment |= {"QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1"}
-        self.screenshots, self.step = pathlib.Path(build) / "tour", "start"
+        self.screenshots, self.step = pathlib.Path(screenshots), "start"
         shutil.rmtree(self.screenshots, ignore_errors=True)
         self.screenshots.mkdir(parents=True)
         pyatspi.Registry.getDesktop(0).set_cache_mask(0)  # nobody here serves change events
@@ -38,8 +38,17 @@ class OperatedProgram(Program):
         self.expect_calls("TarnClearNotifyWindow", "TarnClose")
 
     def own_messages(self):
-        """What the program and its libraries wrote, without the toolkit's own messages."""
-        return [line for line in self.messages.read_text().splitlines() if "AtSpi" not in line]
+        """What the program and its libraries wrote, without the toolkit's own messages and what the
+        launcher's first run says."""
+        first_run = f"{self.name}: images will be saved in {self.images}"
+        return [line for line in self.messages.read_text().splitlines()
+                if "AtSpi" not in line and line != first_run]
+
+    def window_class(self):
+        """The two names by which a desktop finds the desktop file of a window."""
+        window = self.wait(lambda: self.visible_windows("TarnTest"), "the window")[0]
+        return subprocess.run(["xprop", "-id", window, "WM_CLASS"], env=self.environment, text=True,
+                              capture_output=True).stdout.partition(" = ")[2].strip()
 
     def calls_until(self, name, count):
         """The calls from now until that one came so often."""

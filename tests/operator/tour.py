@@ -1,5 +1,7 @@
-"""The operator's tour: every step of a session with the program, with a screenshot of each. Called by
-scripts/tour with the build folder."""
+"""The operator's tour: every step of a session with the program, with a screenshot of each.
+
+usage: tour.py BUILD_FOLDER|installed SCREENSHOTS
+"""
 import re
 import sys
 import tempfile
@@ -31,6 +33,7 @@ def first_start(program):
                        r"TarnGetDeviceParam .*\b81\b", r"TarnGetLibraryParam .*\b17\b",
                        r"TarnGetDeviceParam .*\b80\b", r"TarnGetDeviceParam .*\b82\b",
                        "TarnSetNotifyWindow", "TarnGetImageCount", "TarnGetDeviceList")
+    assert program.window_class() == f'"{program.name}", "{program.name}"', program.window_class()
 
 
 def keyboard(program):
@@ -162,12 +165,12 @@ def auto_enable(program):
 def auto_save(program):
     calls = series(program, "Auto save images", "Auto enable", "Enable")
     removed = [call for call in calls if call.startswith("TarnRemoveImage")]
-    saved = list((program.folder / "TmpImages").glob("*.Q32"))
+    saved = list(program.images.glob("*.Q32"))
     assert len(saved) == len(removed) >= 10, f"{len(removed)} images removed, {saved} saved"
 
 
 def open_file(program):
-    saved = min((program.folder / "TmpImages").glob("*.Q32"))
+    saved = min(program.images.glob("*.Q32"))
     program.open_file(saved, program.take_screenshot)
     program.expect(IMAGE_TITLE)
     program.take_screenshot()
@@ -250,9 +253,9 @@ STEPS = (first_start, keyboard, armed, exit_refused, abort, image_kept, stored_i
             open_file, full_disk, device_report, sensor_settings, leave)
 
 
-def main(build):
+def main(build, screenshots):
     with tempfile.TemporaryDirectory() as scratch:
-        program = OperatedProgram(build, scratch)
+        program = OperatedProgram(None if build == "installed" else build, scratch, screenshots)
         for step in STEPS:
             program.step, begin = step.__name__, time.monotonic()
             try:
@@ -267,4 +270,4 @@ def main(build):
     return 0
 
 
-sys.exit(main(sys.argv[1]))
+sys.exit(main(*sys.argv[1:]))

@@ -12,6 +12,7 @@ import tempfile
 import time
 
 FILES = ("TarnTest", "libplatform.so", "libTarn.so", "libQuillet.so")
+LAUNCHER = "/usr/bin/tarntest-simulated"
 FAST = {
     "time_factor": 100, "arming_delay": 0.1, "exposure_delay": 0.1, "exposure_time": 0.1,
     "readout_time": 0.1, "inactivity_timeout": 0, "battery_per_exposure": 0,
@@ -28,15 +29,18 @@ class Program:
     patience = 60.0  # seconds without progress, on a machine that builds at the same time
 
     def __init__(self, build, folder):
+        """build: its folder, or None for the installed program, which its launcher starts."""
         self.folder = pathlib.Path(folder)
         self.store, self.removed = self.folder / "store", self.folder / "removed"
-        self.images = self.folder / "TmpImages"
+        self.executable = self.folder / "TarnTest" if build else pathlib.Path(LAUNCHER)
+        self.name = "TarnTest" if build else "TarnTest-Simulated"
+        self.images = (self.folder if build else self.folder / self.name) / "TmpImages"
         self.trace_file, self.messages = self.folder / "trace.log", self.folder / "stderr.log"
         self.settings = {"store_folder": self.store, "trace_file": self.trace_file}
         self.environment = os.environ | {"TARN_SIMULATOR": str(self.folder / "settings.ini"),
                                          "HOME": str(self.folder)}
         self.process, self._read_bytes = None, 0
-        for name in FILES:
+        for name in FILES if build else ():
             shutil.copy2(pathlib.Path(build) / "bin" / name, self.folder)
 
     def configure(self, **settings):
@@ -48,7 +52,7 @@ class Program:
 
     def launch(self, executable=None):
         """Starts the program, or another one in its place."""
-        self.process = subprocess.Popen([executable or self.folder / "TarnTest"],
+        self.process = subprocess.Popen([executable or self.executable],
                                         env=self.environment, stderr=self.messages.open("a"))
 
     def kill(self):

@@ -48,6 +48,8 @@ int CWinApp::Run(int argc, char** argv)
     }
     SetUpToolkit();
     QApplication::setApplicationDisplayName({});
+    // The name of a desktop file, which has the icon and tells two kinds of installation apart.
+    QApplication::setDesktopFileName(QCoreApplication::applicationName().toLower());
     EndSignals endSignals;
     const QSocketNotifier endAsked(endSignals.Descriptor(), QSocketNotifier::Read);
     QObject::connect(&endAsked, &QSocketNotifier::activated, [&endSignals] {
