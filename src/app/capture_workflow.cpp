@@ -41,7 +41,7 @@ void CTarnTestDlg::EnableCapture()
     }
     RECT area;
     imageArea.GetWindowRect(&area);
-    QuilletOpen(m_hWnd, 0, &area, 0, &previewHandle);
+    m_previewCovers = QuilletOpen(m_hWnd, 0, &area, 0, &previewHandle) == 0;
     QuilletShow(previewHandle, 1);
     paintTime = 0.0;
 }
@@ -55,6 +55,7 @@ void CTarnTestDlg::AbortCapture()
 void CTarnTestDlg::ClosePreview()
 {
     QuilletClose(previewHandle);
+    m_previewCovers = false;
 }
 
 LRESULT CTarnTestDlg::OnTarnEvent(WPARAM wParam, LPARAM lParam)

@@ -65,6 +65,11 @@ void CTarnTestDlg::UpdateDisplay(bool recompute)
         RenderToDisplay(currentImage.Get(), displayLut.data(), zoom, viewCenterX, viewCenterY,
                         displayImage.Get());
         BuildTitle(currentImage->m_headerText);
+        imageArea.SetWindowText(std::to_string(currentImage->m_width) + " x " +
+                                std::to_string(currentImage->m_height) + " pixels, " +
+                                GetWindowText());
+    } else {
+        imageArea.SetWindowText("No image");
     }
     Invalidate();
 }
@@ -151,17 +156,23 @@ void CTarnTestDlg::SetView(double newZoom)
     if (!IsZoomUsable(newZoom)) {
         return;
     }
+    m_drag.reset();
     const bool zoomed = newZoom > 1.0;
     zoom = zoomed ? newZoom : 1.0;
     horizontalBar.ShowWindow(zoomed ? SW_SHOW : SW_HIDE);
     verticalBar.ShowWindow(zoomed ? SW_SHOW : SW_HIDE);
 
+    if (!zoomed && currentImage) {
+        viewCenterX = currentImage->m_width / 2;
+        viewCenterY = currentImage->m_height / 2;
+    }
+    MoveBars();
+}
+
+void CTarnTestDlg::MoveBars()
+{
     const std::uint32_t width = currentImage ? currentImage->m_width : 0;
     const std::uint32_t height = currentImage ? currentImage->m_height : 0;
-    if (!zoomed && currentImage) {
-        viewCenterX = width / 2;
-        viewCenterY = height / 2;
-    }
     const ScrollPositions positions =
         ScrollPositionsFor(zoom, width, height, viewCenterX, viewCenterY);
     horizontalBar.SetScrollRange(0, positions.range, FALSE);

@@ -68,6 +68,16 @@ std::span<const DispatchEntry> CTarnTestDlg::DispatchTable() const
         on::LeaveField<&CTarnTestDlg::ApplyScaleFields>(IdGamma),
         on::LeaveField<&CTarnTestDlg::ApplyLutWindowWidth>(IdLutWindowWidth),
         on::Command<&CTarnTestDlg::RestartSeries>(IdAutoSaveImages),
+        on::MouseWheel<&CTarnTestDlg::OnWheel>(),
+        on::Mouse<&CTarnTestDlg::OnLeftPressed>(WM_LBUTTONDOWN),
+        on::Mouse<&CTarnTestDlg::OnRightPressed>(WM_RBUTTONDOWN),
+        on::Mouse<&CTarnTestDlg::OnMouseMoved>(WM_MOUSEMOVE),
+        on::Mouse<&CTarnTestDlg::OnButtonReleased>(WM_LBUTTONUP),
+        on::Mouse<&CTarnTestDlg::OnButtonReleased>(WM_RBUTTONUP),
+        on::Mouse<&CTarnTestDlg::OnButtonReleased>(WM_CAPTURECHANGED),
+        on::Mouse<&CTarnTestDlg::OnDoubleClick>(WM_LBUTTONDBLCLK),
+        on::Key<&CTarnTestDlg::OnKey>(WM_KEYDOWN),
+        on::Key<&CTarnTestDlg::OnCharacter>(WM_CHAR),
     };
     return Table;
 }

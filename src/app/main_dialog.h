@@ -4,11 +4,13 @@
 //   main_dialog.cpp       start-up, timers, capture buttons, closing, Info and settings
 //   capture_workflow.cpp  arming, the library's events, receiving and keeping images
 //   image_display.cpp     range, table, rendering, zoom, scrolling, painting
+//   image_input.cpp       the mouse and the keys on the picture
 //   image_files.cpp       opening and saving
 #pragma once
 
 #include "app/event_results.h"
 #include "display/lut.h"
+#include "display/resample.h"
 #include "image/image.h"
 #include "platform/dialog.h"
 #include "platform/paint.h"
@@ -16,6 +18,7 @@
 #include <array>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -149,6 +152,7 @@ private:
     void PaintMinimized();
     void FitRange();
     void SetView(double newZoom);
+    void MoveBars(); // to the view center
     void OnZoomIn();
     void OnZoomOut();
     void OnZoomNormal();
@@ -160,9 +164,38 @@ private:
     void ToggleNegative();
     void ApplyLutWindowWidth();
 
+    // The mouse and the keys on the picture, through the operations of the buttons, bars and
+    // fields. Points are pixels of the image area.
+    bool CanPoint() const;
+    PicturePlace Place() const;
+    void OnWheel(UINT flags, int turn, POINT point);
+    void ZoomAround(POINT point, double factor);
+    bool MoveView(const PicturePlace& place);
+    void OnLeftPressed(UINT flags, POINT point);
+    void OnRightPressed(UINT flags, POINT point);
+    void OnMouseMoved(UINT flags, POINT point);
+    void OnButtonReleased(UINT flags, POINT point);
+    void OnDoubleClick(UINT flags, POINT point);
+    void DragPicture(const PicturePlace& from, POINT way);
+    void DragRange(std::uint32_t fromCenter, std::uint32_t fromWidth, POINT way);
+    void OnKey(UINT key);
+    void OnCharacter(UINT character);
+
     // Files.
     void OnOpen();
     LRESULT OnFileDropped(WPARAM wParam, LPARAM lParam);
+
+    // A button that is held down, with what it found.
+    struct Drag
+    {
+        bool changesRange; // else it moves the picture
+        POINT from;
+        PicturePlace place;
+        std::uint32_t scaleCenter, scaleWidth;
+    };
+    std::optional<Drag> m_drag;
+    int m_wheelTurn = 0;          // less than a notch
+    bool m_previewCovers = false; // the image area, from its opening to its closing
 
     std::string m_openFolder; // where the last opened file stood
     bool m_librariesClosed = false;

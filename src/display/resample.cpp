@@ -62,6 +62,9 @@ template <typename Sample>
 std::uint32_t Resample(const Source<Sample>& source, const std::uint8_t* lut, std::uint32_t cx,
                        std::uint32_t cy, double scaleX, double scaleY, CImage& display);
 
+double ScaleOf(std::uint32_t sourceWidth, std::uint32_t sourceHeight, std::uint32_t displayWidth,
+               std::uint32_t displayHeight, double zoom);
+std::uint32_t RowsShown(std::uint32_t sourceHeight, std::uint32_t displayHeight, double scale);
 double FirstSource(std::uint32_t center, std::uint32_t displayExtent, double scale,
                    std::uint32_t extent);
 Block BlockAt(double start, double scale, std::uint32_t extent);
@@ -87,6 +90,37 @@ void RepeatIntoEmptyBlocks(std::uint8_t* picture, std::uint32_t lineLength, std:
 
 } // namespace
 
+PicturePlace PlacePicture(std::uint32_t sourceWidth, std::uint32_t sourceHeight,
+                          std::uint32_t displayWidth, std::uint32_t displayHeight, double zoom,
+                          std::uint32_t cx, std::uint32_t cy)
+{
+    const double scale = ScaleOf(sourceWidth, sourceHeight, displayWidth, displayHeight, zoom);
+    const std::uint32_t below = (displayHeight - RowsShown(sourceHeight, displayHeight, scale)) / 2;
+    return {scale, std::trunc(FirstSource(cx, displayWidth, scale, sourceWidth)),
+            FirstSource(cy, displayHeight, scale, sourceHeight) - below * scale};
+}
+
+// Columns begin at whole source pixels, so that the left edge is rounded and not the center.
+ViewCenter CenterFor(const PicturePlace& place, std::uint32_t sourceWidth,
+                     std::uint32_t sourceHeight, std::uint32_t displayWidth,
+                     std::uint32_t displayHeight)
+{
+    const double shownWidth = displayWidth * place.scale;
+    const double shownHeight = displayHeight * place.scale;
+    ViewCenter center{sourceWidth / 2, sourceHeight / 2};
+    if (shownWidth < sourceWidth) {
+        const double last = std::floor(sourceWidth - shownWidth);
+        const double left = std::clamp(std::round(place.left), 0.0, last);
+        center.x = TruncateToUInt32(std::ceil(left + shownWidth / 2));
+    }
+    if (shownHeight < sourceHeight) {
+        const double last = sourceHeight - shownHeight / 2;
+        const double wanted = std::max(place.bottom, 0.0) + shownHeight / 2;
+        center.y = TruncateToUInt32(std::min(std::round(wanted), last));
+    }
+    return center;
+}
+
 void RenderToDisplay(const CImage* source, const std::uint8_t* lut, double zoom, std::uint32_t cx,
                      std::uint32_t cy, CImage* display)
 {
@@ -95,8 +129,7 @@ void RenderToDisplay(const CImage* source, const std::uint8_t* lut, double zoom,
         return;
     }
     const std::uint32_t width = source->m_width, height = source->m_height;
-    const double scale = std::max(static_cast<double>(width) / display->m_width / zoom,
-                                  static_cast<double>(height) / display->m_height / zoom);
+    const double scale = ScaleOf(width, height, display->m_width, display->m_height, zoom);
     const std::uint32_t step = TruncateToUInt32(scale * 2 / 7 + 1.0);
     if (source->m_pixelBytes == 1) {
         Resample8(source->m_data, width, height, lut, cx, cy, scale, scale, step, *display);
@@ -137,8 +170,7 @@ std::uint32_t Resample(const Source<Sample>& source, const std::uint8_t* lut, st
     if (display.m_data == nullptr || !(scaleX > 0) || !(scaleY > 0) || source.step == 0) {
         return 0;
     }
-    const std::uint32_t rows =
-        TruncateToUInt32(std::min(static_cast<double>(display.m_height), source.height / scaleY));
+    const std::uint32_t rows = RowsShown(source.height, display.m_height, scaleY);
     const std::uint32_t columns =
         TruncateToUInt32(std::min(display.m_width - 1.0, source.width / scaleX));
     if (rows == 0 || columns == 0) {
@@ -186,6 +218,19 @@ std::uint32_t Resample(const Source<Sample>& source, const std::uint8_t* lut, st
     }
     RepeatIntoEmptyBlocks(picture, display.m_width, rows, columns, filledRows, column, lut[0]);
     return rows * columns;
+}
+
+// Both axes use the larger of the two, so that the aspect ratio stays.
+double ScaleOf(std::uint32_t sourceWidth, std::uint32_t sourceHeight, std::uint32_t displayWidth,
+               std::uint32_t displayHeight, double zoom)
+{
+    return std::max(static_cast<double>(sourceWidth) / displayWidth / zoom,
+                    static_cast<double>(sourceHeight) / displayHeight / zoom);
+}
+
+std::uint32_t RowsShown(std::uint32_t sourceHeight, std::uint32_t displayHeight, double scale)
+{
+    return TruncateToUInt32(std::min(static_cast<double>(displayHeight), sourceHeight / scale));
 }
 
 // Where the picture starts in the source, so that the center stands in the middle of the display

@@ -17,7 +17,8 @@ public:
 
     HWND GetSafeHwnd() const { return m_hWnd; }
 
-    void SetWindowText(const std::string& text); // UTF-8; bytes that are not show as U+FFFD
+    // UTF-8; bytes that are not show as U+FFFD. Of a frame: what a screen reader says about it.
+    void SetWindowText(const std::string& text);
     std::string GetWindowText() const;
 
     void EnableWindow(BOOL enable = TRUE);
@@ -29,6 +30,7 @@ public:
 
     void GetWindowRect(RECT* rect) const; // screen pixels
     void GetClientRect(RECT* rect) const; // left and top are 0
+    void ScreenToClient(POINT* point) const;
     // x, y: pixels in the parent's client area; flags: SWP_...
     void SetWindowPos(int x, int y, int width, int height, UINT flags);
 

@@ -18,7 +18,7 @@ enum class ControlKind
     Label,         // static text; it names the edit field that follows it in the table
     Edit,          // one line of text
     GroupBox,
-    Frame, // static sunken frame; its painting is the dialog's WM_PAINT
+    Frame, // sunken frame; its painting is the dialog's WM_PAINT
     HorizontalScrollBar,
     VerticalScrollBar,
     TrackBar, // horizontal, ticks above
@@ -28,7 +28,9 @@ enum ControlFlags : unsigned
 {
     ControlHidden = 1,
     ControlDisabled = 2,
-    GroupStart = 4, // first radio button of its group
+    GroupStart = 4,      // first radio button of its group
+    FrameTakesInput = 8, // a frame, at most one a dialog: it takes the focus, and its mouse and
+                         // keys are the dialog's messages
 };
 
 struct ControlTemplate

@@ -130,6 +130,45 @@ constexpr DispatchEntry VerticalScroll()
     return Scroll<Handler, WM_VSCROLL>();
 }
 
+// The mouse over a frame: every message but the wheel's. Handler: void(UINT flags, POINT point).
+template <auto Handler>
+requires HandlerOf<Handler, void(UINT, POINT)>
+constexpr DispatchEntry Mouse(UINT message)
+{
+    return {message, DispatchEntry::AnyId, 0,
+            [](CCmdTarget& target, WPARAM wParam, LPARAM lParam) -> LRESULT {
+                (static_cast<TargetOf<Handler>&>(target).*
+                 Handler)(static_cast<UINT>(wParam & 0xFFFF), PointOf(lParam));
+                return 0;
+            }};
+}
+
+// Handler: void(UINT flags, int turn, POINT point).
+template <auto Handler>
+requires HandlerOf<Handler, void(UINT, int, POINT)>
+constexpr DispatchEntry MouseWheel()
+{
+    return {WM_MOUSEWHEEL, DispatchEntry::AnyId, 0,
+            [](CCmdTarget& target, WPARAM wParam, LPARAM lParam) -> LRESULT {
+                (static_cast<TargetOf<Handler>&>(target).*
+                 Handler)(static_cast<UINT>(wParam & 0xFFFF),
+                          static_cast<std::int16_t>(wParam >> 16), PointOf(lParam));
+                return 0;
+            }};
+}
+
+// WM_KEYDOWN or WM_CHAR. Handler: void(UINT keyOrCharacter).
+template <auto Handler>
+requires HandlerOf<Handler, void(UINT)>
+constexpr DispatchEntry Key(UINT message)
+{
+    return {message, DispatchEntry::AnyId, 0,
+            [](CCmdTarget& target, WPARAM wParam, LPARAM) -> LRESULT {
+                (static_cast<TargetOf<Handler>&>(target).*Handler)(static_cast<UINT>(wParam));
+                return 0;
+            }};
+}
+
 // A track bar's notification. Handler: LRESULT().
 template <auto Handler>
 requires HandlerOf<Handler, LRESULT()>

@@ -28,6 +28,11 @@ struct RECT
     LONG left, top, right, bottom;
 };
 
+struct POINT
+{
+    LONG x, y;
+};
+
 inline constexpr UINT WM_PAINT = 0x000F;
 inline constexpr UINT WM_CLOSE = 0x0010;
 // The program is asked to end. A dialog without a handler for it ends with IDCANCEL.
@@ -35,6 +40,12 @@ inline constexpr UINT WM_QUERYENDSESSION = 0x0011;
 inline constexpr UINT WM_ICONERASEBKGND = 0x0027;
 inline constexpr UINT WM_QUERYDRAGICON = 0x0037;
 inline constexpr UINT WM_NOTIFY = 0x004E;
+
+// Keys, while a frame that takes input has the focus. WM_KEYDOWN: wParam is a VK_... of below,
+// other keys send none; WM_CHAR: wParam is the character, and those typed with Ctrl or Alt are
+// none.
+inline constexpr UINT WM_KEYDOWN = 0x0100;
+inline constexpr UINT WM_CHAR = 0x0102;
 // wParam: the low 16 bits are the control's id, the next 16 its notification code.
 inline constexpr UINT WM_COMMAND = 0x0111;
 // wParam: the timer's id.
@@ -43,6 +54,24 @@ inline constexpr UINT WM_TIMER = 0x0113;
 // lParam: the scroll bar's HWND.
 inline constexpr UINT WM_HSCROLL = 0x0114;
 inline constexpr UINT WM_VSCROLL = 0x0115;
+
+// The mouse over a frame that takes input. wParam: MK_..., what is held down after the event;
+// lParam: the point in the frame's client area. A button pressed there gives the frame the focus
+// and captures the mouse until all buttons are up; a second press soon after the first is a double
+// click instead of a press.
+inline constexpr UINT WM_MOUSEMOVE = 0x0200;
+inline constexpr UINT WM_LBUTTONDOWN = 0x0201;
+inline constexpr UINT WM_LBUTTONUP = 0x0202;
+inline constexpr UINT WM_LBUTTONDBLCLK = 0x0203;
+inline constexpr UINT WM_RBUTTONDOWN = 0x0204;
+inline constexpr UINT WM_RBUTTONUP = 0x0205;
+inline constexpr UINT WM_RBUTTONDBLCLK = 0x0206;
+// wParam: MK_..., in the next 16 bits the turn, WHEEL_DELTA a notch and positive away from the
+// operator; lParam: the point on the screen.
+inline constexpr UINT WM_MOUSEWHEEL = 0x020A;
+// The capture was taken away, as by a box that opened: the buttons' release is not reported.
+inline constexpr UINT WM_CAPTURECHANGED = 0x0215;
+inline constexpr UINT WM_MOUSELEAVE = 0x02A3;
 // lParam: pointer to the dropped file's path, a zero-terminated text that lives for the call.
 inline constexpr UINT WM_DROPFILES = 0x0233;
 inline constexpr UINT WM_USER = 0x0400;
@@ -73,6 +102,24 @@ inline constexpr UINT SB_TOP = 6;
 inline constexpr UINT SB_BOTTOM = 7;
 inline constexpr UINT SB_ENDSCROLL = 8;
 
+// Buttons and keys held down with a mouse message.
+inline constexpr UINT MK_LBUTTON = 0x01;
+inline constexpr UINT MK_RBUTTON = 0x02;
+inline constexpr UINT MK_SHIFT = 0x04;
+inline constexpr UINT MK_CONTROL = 0x08;
+inline constexpr int WHEEL_DELTA = 120;
+
+// Keys.
+inline constexpr UINT VK_PRIOR = 0x21; // Page Up
+inline constexpr UINT VK_NEXT = 0x22;  // Page Down
+inline constexpr UINT VK_END = 0x23;
+inline constexpr UINT VK_HOME = 0x24;
+inline constexpr UINT VK_LEFT = 0x25;
+inline constexpr UINT VK_UP = 0x26;
+inline constexpr UINT VK_RIGHT = 0x27;
+inline constexpr UINT VK_DOWN = 0x28;
+inline constexpr UINT VK_DELETE = 0x2E;
+
 inline constexpr int SW_HIDE = 0;
 inline constexpr int SW_SHOW = 5;
 inline constexpr int SW_MINIMIZE = 6;
@@ -92,4 +139,16 @@ inline constexpr int ID_HELP = 0xE146; // F1, a command of the application objec
 constexpr WPARAM MAKEWPARAM(UINT low, UINT high)
 {
     return (static_cast<WPARAM>(high) << 16) | (low & 0xFFFF);
+}
+
+// A point of a mouse message: signed, 16 bits a coordinate.
+constexpr LPARAM MAKELPARAM(int x, int y)
+{
+    return static_cast<LPARAM>(MAKEWPARAM(static_cast<UINT>(x), static_cast<UINT>(y) & 0xFFFF));
+}
+
+constexpr POINT PointOf(LPARAM lParam)
+{
+    return {static_cast<std::int16_t>(lParam & 0xFFFF),
+            static_cast<std::int16_t>(lParam >> 16 & 0xFFFF)};
 }

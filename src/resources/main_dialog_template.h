@@ -47,7 +47,7 @@ inline constexpr ControlTemplate MainDialogControls[] = {
     {IdInfo, ControlKind::PushButton, "&Info", {558, 297, 44, 15}},
     {IdExit, ControlKind::DefaultButton, "E&xit", {511, 315, 91, 15}},
 
-    {IdImageArea, ControlKind::Frame, "", {2, 4, 495, 322}, 0, "Image area"},
+    {IdImageArea, ControlKind::Frame, "", {2, 4, 495, 322}, FrameTakesInput, "Image area"},
     {IdHorizontalBar,
      ControlKind::HorizontalScrollBar,
      "",

@@ -150,6 +150,42 @@ TEST_F(Dialog, EveryWayToPressAButtonIsOneClick)
     });
 }
 
+TEST_F(Dialog, TheMouseAndTheKeysOnAFrameAreMessages)
+{
+    Run([&] {
+        hand.Mouse(Picture, WM_MOUSEMOVE, 5, 6);
+        hand.Mouse(Picture, WM_LBUTTONDOWN, 7, 8, MK_SHIFT);
+        EXPECT_TRUE(hand.HasFocus(Picture));
+        hand.Mouse(Picture, WM_MOUSEMOVE, -3, 100);
+        hand.Mouse(Picture, WM_LBUTTONUP, -3, 100);
+        hand.Mouse(Picture, WM_LBUTTONDBLCLK, 1, 2, MK_CONTROL);
+        hand.TurnWheel(Picture, -120, 3, 4);
+        hand.PressLetter('+');
+        hand.Press(Key::PageDown);
+        EXPECT_EQ(dialog.m_input,
+                  (std::vector<std::string>{"move 5 6 0", "move 7 8 4", "press 7 8 5",
+                                            "move -3 100 1", "release -3 100 0", "move 1 2 8",
+                                            "press 1 2 9", "release 1 2 8", "double 1 2 9",
+                                            "release 1 2 8", "wheel 3 4 -120", "c +", "key 34"}));
+
+        // A box takes the button's release; a field that speaks up takes the press.
+        dialog.m_input.clear();
+        dialog.m_go = [] { AfxMessageBox("over it"); };
+        hand.WhenBox("over it", IDOK);
+        hand.Mouse(Picture, WM_RBUTTONDOWN, 1, 1);
+        hand.Mouse(Picture, WM_RBUTTONUP, 1, 1);
+        hand.Type(Whole, "many");
+        hand.WhenBox("Scale center: takes", IDOK);
+        hand.Mouse(Picture, WM_LBUTTONDOWN, 1, 1);
+        hand.Mouse(Picture, WM_LBUTTONUP, 1, 1);
+        EXPECT_TRUE(hand.HasFocus(Whole));
+        EXPECT_EQ(dialog.m_input,
+                  (std::vector<std::string>{"move 1 1 0", "right 1 1 2", "lost 0 0 0"}));
+        hand.Type(Whole, "1");
+        hand.PressEscape();
+    });
+}
+
 TEST_F(Dialog, KeysOfAScrollBarSayWhereToGo)
 {
     constexpr std::pair<Key, UINT> Codes[] = {

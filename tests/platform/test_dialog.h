@@ -37,7 +37,7 @@ inline constexpr ControlTemplate TestControls[] = {
     {Whole, ControlKind::Edit, "", {60, 42, 40, 12}},
     {0, ControlKind::Label, "Ga&mma:", {104, 44, 40, 8}},
     {Real, ControlKind::Edit, "", {150, 42, 40, 12}},
-    {Picture, ControlKind::Frame, "", {4, 60, 100, 60}, 0, "Picture"},
+    {Picture, ControlKind::Frame, "", {4, 60, 100, 60}, FrameTakesInput, "Picture"},
     {Across, ControlKind::HorizontalScrollBar, "", {4, 122, 100, 10}, 0, "Left and right"},
     {Down, ControlKind::VerticalScrollBar, "", {106, 60, 10, 60}, 0, "Up and down"},
     {Track, ControlKind::TrackBar, "", {120, 60, 80, 20}, 0, "Track"},
@@ -62,6 +62,7 @@ public:
     std::vector<int> m_clicked; // ids of check boxes and radio buttons, in order
     std::function<void()> m_go = [] {}, m_message = [] {}, m_paint = [] {};
     std::string m_dropped;
+    std::vector<std::string> m_input; // of the picture: the message's name, point, flags
 
     bool HasSeen(const Seen& message) const { return std::ranges::count(m_seen, message) > 0; }
     bool HasSeen(UINT message) const
@@ -106,6 +107,34 @@ private:
         m_message();
         return 7;
     }
+    template <UINT Message>
+    void OnMouse(UINT flags, POINT point)
+    {
+        const auto numbers = [&](const char* name) {
+            return std::string(name) + " " + std::to_string(point.x) + " " +
+                   std::to_string(point.y) + " " + std::to_string(flags);
+        };
+        m_input.push_back(numbers(Message == WM_LBUTTONDOWN     ? "press"
+                                  : Message == WM_LBUTTONUP     ? "release"
+                                  : Message == WM_LBUTTONDBLCLK ? "double"
+                                  : Message == WM_RBUTTONDOWN   ? "right"
+                                  : Message == WM_MOUSEMOVE     ? "move"
+                                                                : "lost"));
+        if (Message == WM_RBUTTONDOWN) {
+            OnGo();
+        }
+    }
+    void OnWheel(UINT, int turn, POINT point)
+    {
+        CWnd(GetDlgItem(Picture)).ScreenToClient(&point);
+        m_input.push_back("wheel " + std::to_string(point.x) + " " + std::to_string(point.y) + " " +
+                          std::to_string(turn));
+    }
+    void OnKey(UINT key) { m_input.push_back("key " + std::to_string(key)); }
+    void OnCharacter(UINT character)
+    {
+        m_input.push_back({'c', ' ', static_cast<char>(character)});
+    }
     LRESULT OnEndSession(WPARAM, LPARAM)
     {
         EndDialog(IDABORT);
@@ -133,6 +162,15 @@ private:
             on::Message<&Self::OnMessage>(WM_USER),
             on::Message<&Self::OnDrop>(WM_DROPFILES),
             on::Message<&Self::OnEndSession>(WM_QUERYENDSESSION),
+            on::Mouse<&Self::OnMouse<WM_LBUTTONDOWN>>(WM_LBUTTONDOWN),
+            on::Mouse<&Self::OnMouse<WM_LBUTTONUP>>(WM_LBUTTONUP),
+            on::Mouse<&Self::OnMouse<WM_LBUTTONDBLCLK>>(WM_LBUTTONDBLCLK),
+            on::Mouse<&Self::OnMouse<WM_RBUTTONDOWN>>(WM_RBUTTONDOWN),
+            on::Mouse<&Self::OnMouse<WM_MOUSEMOVE>>(WM_MOUSEMOVE),
+            on::Mouse<&Self::OnMouse<WM_CAPTURECHANGED>>(WM_CAPTURECHANGED),
+            on::MouseWheel<&Self::OnWheel>(),
+            on::Key<&Self::OnKey>(WM_KEYDOWN),
+            on::Key<&Self::OnCharacter>(WM_CHAR),
         };
         return Table;
     }

@@ -13,9 +13,11 @@ struct Operator::Desk
     static Window* Reach(int id);
     static Window* Workable(int id);
     static void ChooseRadioButton(const Window& chosen);
+
+    UINT buttons = 0; // that are held down, MK_...
 };
 
-Operator::Operator()
+Operator::Operator() : m_desk(std::make_unique<Desk>())
 {
     SetScreen({[this](CDialog& dialog) { Use(dialog); },
                [this](const Box& box) {
@@ -80,6 +82,30 @@ void Operator::Drag(int id, int position)
     for (const UINT code : {NM_CUSTOMDRAW, NM_RELEASEDCAPTURE}) {
         const NMHDR header{slider->handle, static_cast<UINT_PTR>(id), code};
         Dialog().Send(WM_NOTIFY, header.idFrom, reinterpret_cast<LPARAM>(&header));
+    }
+}
+
+void Operator::Mouse(int id, UINT what, int x, int y, UINT flags)
+{
+    const UINT button = what >= WM_RBUTTONDOWN ? MK_RBUTTON : MK_LBUTTON;
+    const bool presses = what == WM_LBUTTONDOWN || what == WM_LBUTTONDBLCLK ||
+                         what == WM_RBUTTONDOWN || what == WM_RBUTTONDBLCLK;
+    const bool releases = what == WM_LBUTTONUP || what == WM_RBUTTONUP;
+    m_desk->buttons = (presses    ? m_desk->buttons | button
+                       : releases ? m_desk->buttons & ~button
+                                  : m_desk->buttons);
+    const Window* const frame = presses ? Desk::Reach(id) : Desk::Workable(id);
+    if (frame != nullptr && (frame->control->flags & FrameTakesInput) != 0) {
+        Dialog().Send(what, m_desk->buttons | flags, MAKELPARAM(x, y));
+    }
+}
+
+void Operator::TurnWheel(int id, int turn, int x, int y)
+{
+    const Window* const frame = Desk::Workable(id);
+    if (frame != nullptr && (frame->control->flags & FrameTakesInput) != 0) {
+        Dialog().Send(WM_MOUSEWHEEL, MAKEWPARAM(m_desk->buttons, static_cast<UINT>(turn) & 0xFFFF),
+                      MAKELPARAM(frame->place.left + x, frame->place.top + y));
     }
 }
 

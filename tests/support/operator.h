@@ -70,6 +70,10 @@ public:
     void PressEscape();
     void CloseWindow(); // the close button
     void Minimize(bool minimized = true);
+    // The mouse on a frame that takes input, at a point of its client area. what: a press, release,
+    // double click or move as WM_...; flags: MK_SHIFT, MK_CONTROL.
+    void Mouse(int id, UINT what, int x, int y, UINT flags = 0);
+    void TurnWheel(int id, int turn, int x, int y);
     void Drop(const std::string& path); // a file onto the window
 
     CDialog& Dialog() const; // the innermost open one

@@ -23,6 +23,7 @@
 #include <QScreen>
 #include <QTest>
 #include <QTimer>
+#include <QWheelEvent>
 #include <QWindow>
 
 #include <algorithm>
@@ -364,6 +365,39 @@ void Operator::Drag(int id, int position)
         bar->setSliderPosition(position);
         bar->setSliderDown(false);
     }
+}
+
+void Operator::Mouse(int id, UINT what, int x, int y, UINT flags)
+{
+    QWidget* const widget = m_desk->Find(id);
+    QWindow* const window = widget->window()->windowHandle();
+    const QPoint at = widget->mapTo(widget->window(), widget->contentsRect().topLeft());
+    const Qt::KeyboardModifiers modifiers =
+        ((flags & MK_SHIFT) != 0 ? Qt::ShiftModifier : Qt::NoModifier) |
+        ((flags & MK_CONTROL) != 0 ? Qt::ControlModifier : Qt::NoModifier);
+    const QPoint point = at + QPoint(x, y);
+    const Qt::MouseButton button = what >= WM_RBUTTONDOWN ? Qt::RightButton : Qt::LeftButton;
+    switch (what) {
+    case WM_LBUTTONDOWN:
+    case WM_RBUTTONDOWN:
+        return QTest::mousePress(window, button, modifiers, point);
+    case WM_LBUTTONUP:
+    case WM_RBUTTONUP:
+        return QTest::mouseRelease(window, button, modifiers, point);
+    case WM_LBUTTONDBLCLK:
+        return QTest::mouseDClick(window, button, modifiers, point);
+    default:
+        return QTest::mouseMove(window, point);
+    }
+}
+
+void Operator::TurnWheel(int id, int turn, int x, int y)
+{
+    QWidget* const widget = m_desk->Find(id);
+    const QPoint at = widget->contentsRect().topLeft() + QPoint(x, y);
+    QWheelEvent event(at, widget->mapToGlobal(at), {}, {0, turn}, Qt::NoButton, Qt::NoModifier,
+                      Qt::NoScrollPhase, false);
+    QCoreApplication::sendEvent(widget, &event);
 }
 
 void Operator::CloseWindow()

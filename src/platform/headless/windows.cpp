@@ -142,6 +142,13 @@ void CWnd::GetClientRect(RECT* rect) const
     *rect = {0, 0, window.right - window.left, window.bottom - window.top};
 }
 
+void CWnd::ScreenToClient(POINT* point) const
+{
+    if (const Window* const window = Find(m_hWnd)) {
+        *point = {point->x - window->place.left, point->y - window->place.top};
+    }
+}
+
 void CWnd::SetWindowPos(int x, int y, int width, int height, UINT flags)
 {
     Window* const window = Find(m_hWnd);

@@ -2,6 +2,7 @@
 #include "platform/qt/control_widgets.h"
 
 #include "platform/qt/button_controls.h"
+#include "platform/qt/frame_control.h"
 #include "platform/qt/paint_request.h"
 #include "platform/qt/text.h"
 
@@ -51,7 +52,7 @@ QWidget* MakeControl(DialogWindow& dialog, const ControlTemplate& control)
     case ControlKind::GroupBox:
         return new GroupBoxControl(ShownText(control.text), &dialog);
     case ControlKind::Frame:
-        return new FrameControl(dialog);
+        return new FrameControl(dialog, (control.flags & FrameTakesInput) != 0);
     case ControlKind::HorizontalScrollBar:
         return new ScrollBarControl(dialog, Qt::Horizontal);
     case ControlKind::VerticalScrollBar:
@@ -291,31 +292,6 @@ void TrackBarControl::Report(UINT code)
 {
     const NMHDR header{m_handle, static_cast<UINT_PTR>(m_id), code};
     m_dialog.Notify(WM_NOTIFY, static_cast<WPARAM>(m_id), reinterpret_cast<LPARAM>(&header));
-}
-
-FrameControl::FrameControl(DialogWindow& dialog) : QFrame(&dialog), m_dialog(dialog)
-{
-    setFrameStyle(QFrame::Panel | QFrame::Sunken);
-    setAttribute(Qt::WA_OpaquePaintEvent);
-}
-
-// The handler covers what it wants; only the rest gets the background, so that no pixel is drawn
-// twice.
-void FrameControl::paintEvent(QPaintEvent* event)
-{
-    QPoint redirection;
-    QPaintDevice* const device = redirected(&redirection);
-    const QPoint client = contentsRect().topLeft();
-    const QRegion inside = event->region() & contentsRect();
-    PaintRequest request(m_handle, this, device, client - redirection, client,
-                         inside.translated(-client));
-    m_dialog.Notify(WM_PAINT);
-
-    QPainter painter(this);
-    for (const QRect& rest : (request.m_region - request.m_drawn).translated(client)) {
-        painter.fillRect(rest, palette().window());
-    }
-    drawFrame(&painter);
 }
 
 namespace {

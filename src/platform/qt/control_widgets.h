@@ -4,7 +4,6 @@
 #include "platform/dialog_template.h"
 #include "platform/qt/dialog_window.h"
 
-#include <QFrame>
 #include <QLineEdit>
 #include <QScrollBar>
 #include <QSlider>
@@ -84,20 +83,4 @@ private:
     HWND m_handle = nullptr;
     int m_id;
     int m_position = 0;
-};
-
-// A sunken frame whose inside the dialog's WM_PAINT handler paints.
-class FrameControl : public QFrame
-{
-public:
-    explicit FrameControl(DialogWindow& dialog);
-
-    void SetHandle(HWND handle) { m_handle = handle; }
-
-protected:
-    void paintEvent(QPaintEvent* event) override;
-
-private:
-    DialogWindow& m_dialog;
-    HWND m_handle = nullptr;
 };

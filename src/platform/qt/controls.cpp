@@ -2,6 +2,7 @@
 #include "platform/controls.h"
 
 #include "platform/qt/control_widgets.h"
+#include "platform/qt/frame_control.h"
 #include "platform/qt/text.h"
 #include "platform/qt/window_table.h"
 
@@ -39,6 +40,8 @@ void CWnd::SetWindowText(const std::string& text)
         button->setText(ShownText(text));
     } else if (auto* const group = As<QGroupBox>(m_hWnd)) {
         group->setTitle(ShownText(text));
+    } else if (auto* const frame = As<FrameControl>(m_hWnd)) {
+        frame->SetText(text);
     }
 }
 
@@ -58,6 +61,9 @@ std::string CWnd::GetWindowText() const
     }
     if (const auto* const group = As<QGroupBox>(m_hWnd)) {
         return group->title().toStdString();
+    }
+    if (const auto* const frame = As<FrameControl>(m_hWnd)) {
+        return frame->accessibleDescription().toStdString();
     }
     return {};
 }
@@ -134,6 +140,14 @@ void CWnd::GetClientRect(RECT* rect) const
 {
     const QWidget* const widget = WidgetOf(m_hWnd);
     *rect = widget != nullptr ? Rect({}, ClientArea(*widget).size()) : RECT{};
+}
+
+void CWnd::ScreenToClient(POINT* point) const
+{
+    if (const QWidget* const widget = WidgetOf(m_hWnd)) {
+        const QPoint origin = widget->mapToGlobal(ClientArea(*widget).topLeft());
+        *point = {point->x - origin.x(), point->y - origin.y()};
+    }
 }
 
 void CWnd::SetWindowPos(int x, int y, int width, int height, UINT flags)

@@ -6,6 +6,7 @@
 #include "platform/field_text.h"
 #include "platform/qt/control_widgets.h"
 #include "platform/qt/dialog_window.h"
+#include "platform/qt/frame_control.h"
 #include "platform/qt/icon.h"
 #include "platform/qt/messages.h"
 #include "platform/qt/paint_request.h"

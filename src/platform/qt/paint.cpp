@@ -1,7 +1,7 @@
 // Painting: the transfer of a bitmap straight into the window's surface, and icons.
 #include "platform/paint.h"
 
-#include "platform/qt/control_widgets.h"
+#include "platform/qt/frame_control.h"
 #include "platform/qt/icon.h"
 #include "platform/qt/paint_request.h"
 #include "platform/qt/window_table.h"

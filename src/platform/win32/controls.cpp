@@ -90,6 +90,14 @@ void CWnd::GetClientRect(RECT* rect) const
     *rect = Rect(native);
 }
 
+void CWnd::ScreenToClient(POINT* point) const
+{
+    win::POINT native{point->x, point->y};
+    if (win::ScreenToClient(Native(m_hWnd), &native) != FALSE) {
+        *point = {static_cast<LONG>(native.x), static_cast<LONG>(native.y)};
+    }
+}
+
 void CWnd::SetWindowPos(int x, int y, int width, int height, UINT flags)
 {
     win::SetWindowPos(Native(m_hWnd), nullptr, x, y, width, height,

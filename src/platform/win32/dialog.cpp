@@ -213,6 +213,7 @@ void CreateControls(const CDialog& dialog, win::HWND window)
         win::DWORD style = form.style | WS_CHILD;
         style |= (control.flags & ControlHidden) == 0 ? WS_VISIBLE : 0;
         style |= (control.flags & ControlDisabled) != 0 ? WS_DISABLED : 0;
+        style |= (control.flags & FrameTakesInput) != 0 ? WS_TABSTOP : 0;
         // What follows a group of radio buttons ends it.
         style |= (control.flags & GroupStart) != 0 || (inGroup && !isRadio) ? WS_GROUP : 0;
         inGroup = isRadio;

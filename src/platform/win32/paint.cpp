@@ -3,6 +3,8 @@
 
 #include "platform/win32/dialog_window.h"
 
+#include <utility>
+
 struct CPaintDC::Surface
 {
     win::HWND window = nullptr; // null: nothing is drawn
@@ -17,6 +19,11 @@ PaintRequest* innermost = nullptr;
 win::LRESULT CALLBACK FrameProc(win::HWND window, win::UINT message, win::WPARAM wParam,
                                 win::LPARAM lParam);
 void FillRest(win::HDC dc, const win::RECT& area);
+bool SendInput(CDialog& dialog, win::HWND frame, win::UINT message, win::WPARAM wParam,
+               win::LPARAM lParam);
+
+bool captured = false; // by the frame that the mouse was pressed on
+bool watched = false;  // a frame waits for the mouse to leave it
 
 } // namespace
 
@@ -115,6 +122,7 @@ bool PaintRequest::IsAnyServed()
 void RegisterFrameClass()
 {
     win::WNDCLASSW frame{};
+    frame.style = CS_DBLCLKS;
     frame.lpfnWndProc = &FrameProc;
     frame.hInstance = win::GetModuleHandleW(nullptr);
     frame.hCursor = win::LoadCursorW(nullptr, IDC_ARROW);
@@ -158,12 +166,24 @@ win::LRESULT CALLBACK FrameProc(win::HWND window, win::UINT message, win::WPARAM
     if (message == WM_ERASEBKGND) {
         return TRUE;
     }
+    CDialog* const dialog = DialogOf(window);
+    const bool lives =
+        dialog != nullptr && ModalLoop::Of(dialog) != nullptr && !ModalLoop::Of(dialog)->IsOver();
+    const bool takesInput = (win::GetWindowLongW(window, GWL_STYLE) & WS_TABSTOP) != 0;
+    if (message == WM_GETDLGCODE && takesInput) {
+        return DLGC_WANTARROWS | DLGC_WANTCHARS;
+    }
+    if (message == WM_SETFOCUS || message == WM_KILLFOCUS) {
+        win::RedrawWindow(window, nullptr, nullptr, RDW_FRAME | RDW_INVALIDATE);
+    }
+    if (lives && takesInput && SendInput(*dialog, window, message, wParam, lParam)) {
+        return 0;
+    }
     if (message != WM_PAINT) {
         return win::DefWindowProcW(window, message, wParam, lParam);
     }
     const PaintRequest request(window);
-    CDialog* const dialog = DialogOf(window);
-    if (dialog != nullptr && ModalLoop::Of(dialog) != nullptr && !ModalLoop::Of(dialog)->IsOver()) {
+    if (lives) {
         dialog->Send(WM_PAINT);
     }
     if (!request.IsTaken()) {
@@ -176,6 +196,89 @@ win::LRESULT CALLBACK FrameProc(win::HWND window, win::UINT message, win::WPARAM
 void FillRest(win::HDC dc, const win::RECT& area)
 {
     win::FillRect(dc, &area, win::GetSysColorBrush(COLOR_BTNFACE));
+}
+
+// The field that a press takes the focus from may speak up and keep it.
+bool Press(win::HWND frame)
+{
+    if (captured) { // the second button
+        return true;
+    }
+    win::SetFocus(frame);
+    if (win::GetFocus() != frame) {
+        return false;
+    }
+    win::SetCapture(frame);
+    captured = true;
+    return true;
+}
+
+void WatchLeaving(win::HWND frame)
+{
+    if (!watched) {
+        win::TRACKMOUSEEVENT wanted{};
+        wanted.cbSize = sizeof wanted;
+        wanted.dwFlags = TME_LEAVE;
+        wanted.hwndTrack = frame;
+        watched = win::TrackMouseEvent(&wanted) != FALSE;
+    }
+}
+
+// The frame's mouse and keys as messages of its dialog; false for everything else.
+bool SendInput(CDialog& dialog, win::HWND frame, win::UINT message, win::WPARAM wParam,
+               win::LPARAM lParam)
+{
+    constexpr win::WPARAM Buttons = MK_LBUTTON | MK_RBUTTON;
+    switch (message) {
+    case WM_LBUTTONDOWN:
+    case WM_LBUTTONDBLCLK:
+    case WM_RBUTTONDOWN:
+    case WM_RBUTTONDBLCLK:
+        if (ModalLoop::IsInnermost(&dialog) && Press(frame)) {
+            dialog.Send(message, wParam, lParam);
+        }
+        return true;
+    case WM_LBUTTONUP:
+    case WM_RBUTTONUP:
+        if (!captured) {
+            return true;
+        }
+        if ((wParam & Buttons) == 0) {
+            captured = false; // before the system tells that it goes
+            win::ReleaseCapture();
+        }
+        dialog.Send(message, wParam, lParam);
+        return true;
+    case WM_CAPTURECHANGED:
+        if (std::exchange(captured, false)) {
+            dialog.Send(WM_CAPTURECHANGED);
+        }
+        return true;
+    case WM_MOUSEMOVE:
+        WatchLeaving(frame);
+        dialog.Send(message, wParam, lParam);
+        return true;
+    case WM_MOUSELEAVE:
+        watched = false;
+        dialog.Send(message);
+        return true;
+    case WM_MOUSEWHEEL:
+        dialog.Send(message, wParam, lParam);
+        return true;
+    case WM_KEYDOWN:
+        if ((wParam >= VK_PRIOR && wParam <= VK_DOWN) || wParam == VK_DELETE) {
+            dialog.Send(message, wParam);
+            return true;
+        }
+        return false;
+    case WM_CHAR:
+        if (wParam >= ' ') {
+            dialog.Send(message, wParam);
+        }
+        return true;
+    default:
+        return false;
+    }
 }
 
 } // namespace

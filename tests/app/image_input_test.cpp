@@ -1,0 +1,220 @@
+// The mouse and the keys on the picture, over windows without a screen.
+#include "platform/boxes.h"
+#include "support/headless_program.h"
+#include "support/scripted_library.h"
+
+#include <cmath>
+#include <functional>
+#include <gtest/gtest.h>
+
+namespace {
+
+constexpr std::uint32_t ImageEvent = 2;
+
+struct Program : HeadlessProgram
+{
+    using CTarnTestDlg::displayImage;
+    using CTarnTestDlg::gamma;
+    using CTarnTestDlg::scaleCenter;
+    using CTarnTestDlg::scaleWidth;
+    using CTarnTestDlg::viewCenterX;
+    using CTarnTestDlg::viewCenterY;
+    using CTarnTestDlg::zoom;
+
+    PicturePlace Place() const
+    {
+        return PlacePicture(currentImage->m_width, currentImage->m_height, displayImage->m_width,
+                            displayImage->m_height, zoom, viewCenterX, viewCenterY);
+    }
+    // The source's column and row from below at the middle of a pixel of the image area.
+    double Column(int x) const { return Place().left + (x + 0.5) * Place().scale; }
+    double Row(int y) const
+    {
+        return Place().bottom + (displayImage->m_height - 0.5 - y) * Place().scale;
+    }
+};
+
+class ImageInput : public testing::Test
+{
+protected:
+    // Shows an image of 12-bit noise and runs the script.
+    void Run(std::uint32_t width, std::uint32_t height, const std::function<void()>& script)
+    {
+        ScriptedImage image;
+        image.width = width;
+        image.height = height;
+        image.pixels.resize(std::size_t{2} * width * height);
+        for (std::size_t i = 0; i < image.pixels.size(); ++i) {
+            image.pixels[i] = static_cast<std::uint8_t>(i * i >> 7 & (i % 2 != 0 ? 0x0F : 0xFF));
+        }
+        library.images = {image};
+        hand.WhenBox("Remove image?", IDNO);
+        hand.Run(program, [&] {
+            program.Send(WM_TARN_EVENT, 1, ImageEvent);
+            script();
+        });
+        headless::Reset();
+    }
+
+    void Drag(UINT press, int x, int y, int toX, int toY)
+    {
+        hand.Mouse(IdImageArea, press, x, y);
+        hand.Mouse(IdImageArea, WM_MOUSEMOVE, (x + toX) / 2, (y + toY) / 3);
+        hand.Mouse(IdImageArea, WM_MOUSEMOVE, toX, toY);
+        hand.Mouse(IdImageArea, press == WM_LBUTTONDOWN ? WM_LBUTTONUP : WM_RBUTTONUP, toX, toY);
+        hand.Mouse(IdImageArea, WM_MOUSEMOVE, x, y);
+    }
+
+    int Position(int id) const
+    {
+        return CScrollBar(program.GetDlgItem(id).GetSafeHwnd()).GetScrollPos();
+    }
+
+    ScriptedLibrary library;
+    Operator hand;
+    Program program;
+};
+
+// Upright, lying and tiny pictures, enlarged beyond the image area on both sides; the view shows
+// nothing beyond the picture, and the way out ends at the whole picture.
+TEST_F(ImageInput, TheWheelZoomsAroundThePointBelowTheMouse)
+{
+    for (const auto& [width, height] : {std::pair{1300u, 1700u}, {2000u, 700u}, {64u, 48u}}) {
+        Run(width, height, [&] {
+            const int bottom = static_cast<int>(program.displayImage->m_height) - 1;
+            const double lowest = program.Row(bottom);
+            for (int notch = 1; notch <= 8; ++notch) {
+                const double column = program.Column(250);
+                const double row = program.Row(200);
+                hand.TurnWheel(IdImageArea, 50, 250, 200);
+                hand.TurnWheel(IdImageArea, 70, 250, 200);
+                EXPECT_DOUBLE_EQ(program.zoom, std::pow(1.5, notch));
+                if (notch > 4) {
+                    EXPECT_NEAR(program.Column(250), column, 1.0) << notch;
+                    EXPECT_NEAR(program.Row(200), row, 1.0) << notch;
+                }
+            }
+            hand.TurnWheel(IdImageArea, -480, 0, 0);
+            hand.TurnWheel(IdImageArea, 240, 739, bottom);
+            EXPECT_LE(program.Column(739), program.currentImage->m_width);
+            EXPECT_GE(program.Row(bottom), 0);
+            hand.TurnWheel(IdImageArea, -1320, 0, 0);
+            EXPECT_EQ(program.zoom, 1.0);
+            EXPECT_EQ(program.Row(bottom), lowest);
+        });
+    }
+}
+
+TEST_F(ImageInput, TheLeftButtonMovesThePictureAndADoubleClickShowsItWhole)
+{
+    Run(1300, 1700, [&] {
+        Drag(WM_LBUTTONDOWN, 300, 200, 400, 300);
+        EXPECT_EQ(program.viewCenterX, 650u) << "moved at zoom 1";
+        hand.Click(IdZoomIn);
+        hand.Click(IdZoomIn);
+        hand.Click(IdZoomIn);
+        const double column = program.Column(300);
+        const double row = program.Row(200);
+        Drag(WM_LBUTTONDOWN, 300, 200, 340, 130);
+        EXPECT_NEAR(program.Column(340), column, 1.0);
+        EXPECT_NEAR(program.Row(130), row, 1.0);
+        EXPECT_LT(Position(IdHorizontalBar), 16);
+        Drag(WM_LBUTTONDOWN, 300, 200, -5000, 5000);
+        EXPECT_GT(Position(IdHorizontalBar), 16);
+        EXPECT_LE(program.Column(739), 1300);
+        EXPECT_LE(program.Row(0), 1700);
+        hand.Mouse(IdImageArea, WM_LBUTTONDBLCLK, 10, 10);
+        EXPECT_EQ(program.zoom, 1.0);
+    });
+}
+
+TEST_F(ImageInput, TheRightButtonChangesTheRangeAndTheFieldsFollow)
+{
+    Run(64, 48, [&] {
+        hand.Type(IdScaleCenter, "2000");
+        hand.Type(IdScaleWidth, "512");
+        hand.Type(IdGamma, "2");
+        const std::uint8_t before = program.displayLut[2100];
+        hand.Mouse(IdImageArea, WM_RBUTTONDOWN, 100, 100);
+        EXPECT_EQ(program.gamma, 2.0) << "the field that is left is applied first";
+        hand.Mouse(IdImageArea, WM_MOUSEMOVE, 110, 150);
+        EXPECT_EQ(hand.Text(IdScaleWidth), "532");
+        EXPECT_EQ(hand.Text(IdScaleCenter), "2100");
+        EXPECT_NE(program.displayLut[2100], before);
+        hand.Mouse(IdImageArea, WM_MOUSEMOVE, -9000, -9000);
+        EXPECT_EQ(hand.Text(IdScaleWidth), "5");
+        EXPECT_EQ(hand.Text(IdScaleCenter), "0");
+        hand.Mouse(IdImageArea, WM_MOUSEMOVE, 9000, 9000);
+        EXPECT_EQ(hand.Text(IdScaleWidth), "4095");
+
+        // A new image fits its own range; the hand that still holds the button changes nothing.
+        program.UpdateDisplay(true);
+        const std::uint32_t fitted = program.scaleWidth;
+        hand.Mouse(IdImageArea, WM_MOUSEMOVE, 0, 0);
+        EXPECT_EQ(program.scaleWidth, fitted);
+
+        hand.Type(IdScaleCenter, "middle");
+        hand.WhenBox("Scale center: takes", IDOK);
+        Drag(WM_RBUTTONDOWN, 0, 0, 50, 50);
+        EXPECT_EQ(hand.Text(IdScaleCenter), "middle");
+        EXPECT_EQ(program.scaleWidth, fitted);
+    });
+}
+
+TEST_F(ImageInput, KeysDoWhatButtonsAndBarsDo)
+{
+    Run(1300, 1700, [&] {
+        program.Send(WM_KEYDOWN, VK_HOME);
+        EXPECT_EQ(program.viewCenterX, 650u) << "panned the whole picture";
+        program.Send(WM_CHAR, '+');
+        program.Send(WM_CHAR, '+');
+        program.Send(WM_CHAR, '-');
+        program.Send(WM_CHAR, '+');
+        EXPECT_DOUBLE_EQ(program.zoom, 2.25);
+        const struct
+        {
+            UINT key;
+            int horizontal, vertical; // where the bars of 0 to 22 stand then
+        } cases[] = {
+            {VK_HOME, 0, 0},  {VK_RIGHT, 1, 0},  {VK_DOWN, 1, 1},
+            {VK_NEXT, 1, 11}, {VK_UP, 1, 10},    {VK_PRIOR, 1, 0},
+            {VK_END, 22, 22}, {VK_LEFT, 21, 22}, {VK_DELETE, 21, 22},
+        };
+        for (const auto& c : cases) {
+            program.Send(WM_KEYDOWN, c.key);
+            EXPECT_EQ(Position(IdHorizontalBar), c.horizontal) << c.key;
+            EXPECT_EQ(Position(IdVerticalBar), c.vertical) << c.key;
+        }
+        program.Send(WM_CHAR, '0');
+        EXPECT_EQ(program.zoom, 1.0);
+    });
+}
+
+// The bench of regions and profiles has the drags with Shift and Ctrl.
+TEST_F(ImageInput, NothingHappensUnderThePreviewNorWithShiftOrCtrl)
+{
+    Run(1300, 1700, [&] {
+        hand.Click(IdZoomIn);
+        const PicturePlace place = program.Place();
+        for (const UINT key : {MK_SHIFT, MK_CONTROL}) {
+            hand.Mouse(IdImageArea, WM_LBUTTONDOWN, 300, 200, key);
+            hand.Mouse(IdImageArea, WM_MOUSEMOVE, 100, 100, key);
+            hand.Mouse(IdImageArea, WM_LBUTTONUP, 100, 100, key);
+        }
+        program.EnableCapture();
+        hand.TurnWheel(IdImageArea, 120, 10, 10);
+        program.Send(WM_CHAR, '+');
+        program.Send(WM_KEYDOWN, VK_HOME);
+        Drag(WM_LBUTTONDOWN, 300, 200, 100, 100);
+        Drag(WM_RBUTTONDOWN, 300, 200, 100, 100);
+        hand.Mouse(IdImageArea, WM_LBUTTONDBLCLK, 10, 10);
+        EXPECT_EQ(program.zoom, 1.5);
+        EXPECT_EQ(program.Place().left, place.left);
+        EXPECT_EQ(program.Place().bottom, place.bottom);
+        program.ClosePreview();
+        program.Send(WM_CHAR, '+');
+        EXPECT_EQ(program.zoom, 2.25);
+    });
+}
+
+} // namespace
