@@ -125,7 +125,7 @@ void LoadLibraries()
     loadedExports = {};
     loadFailures.clear();
     for (const char* library : {"Tarn", "Quillet"}) {
-        const HMODULE module = LoadLibraryA(library);
+        const HMODULE module = LoadModule(library);
         if (module == nullptr) {
             loadFailures += LoadFailure() + '\n';
             continue;
@@ -135,7 +135,7 @@ void LoadLibraries()
             if (entry.library != std::string_view(library)) {
                 continue;
             }
-            void* address = GetProcAddress(module, entry.number);
+            void* address = FindExport(module, entry.number);
             if (address == nullptr) {
                 loadFailures += LoadFailure() + '\n';
             }

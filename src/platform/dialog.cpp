@@ -1,21 +1,59 @@
-// The half of dialogs and of the application object that needs no windowing system: the way of a
-// message to its handler and the default processing.
+// Dialogs: their life, the way of a message to its handler, and the default processing.
 #include "platform/dialog.h"
 
 #include "platform/boxes.h"
-#include "platform/dialog_hooks.h"
+#include "platform/policy.h"
 #include "platform/scope.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <exception>
+#include <utility>
 
 namespace {
 
-CWinApp* application = nullptr;
+HWND rejecting = nullptr; // the dialog about whose rejected field a box is open
 
 bool Fits(const DispatchEntry& entry, UINT message, WPARAM wParam, LPARAM lParam);
+void ReportException(HWND dialog, const std::string& text);
+void RejectEdit(const CDataExchange& dx);
+void ShowInBox(HWND dialog, const std::string& text, UINT icon);
 
 } // namespace
+
+CDialog::CDialog(const DialogTemplate& dialogTemplate, CWnd* parent)
+    : m_template(dialogTemplate), m_parent(parent)
+{
+}
+
+CDialog::~CDialog() = default;
+
+int CDialog::DoModal()
+{
+    if (IsSessionEnding()) {
+        return IDCANCEL;
+    }
+    // The handle dies with the window, also when the initialization throws.
+    const ScopeExit handle([this] { m_hWnd = nullptr; });
+    const std::unique_ptr<ModalWindow> window = MakeDialogWindow(*this, m_parent, m_hWnd);
+    ModalLoop loop(*window, this);
+
+    const BOOL defaultFocus = OnInitDialog();
+    if (!loop.IsOver() && !IsSessionEnding()) {
+        window->Show();
+        if (defaultFocus != FALSE) {
+            FocusFirst(m_hWnd);
+        }
+    }
+    return loop.Run();
+}
+
+void CDialog::EndDialog(int result)
+{
+    if (ModalLoop* const loop = ModalLoop::Of(*this)) {
+        loop->Quit(result);
+    }
+}
 
 LRESULT CDialog::Send(UINT message, WPARAM wParam, LPARAM lParam)
 {
@@ -116,6 +154,11 @@ BOOL CDialog::UpdateData(BOOL saveAndValidate)
     return FALSE;
 }
 
+CWnd CDialog::GetDlgItem(int id) const
+{
+    return CWnd(ControlOf(m_hWnd, id));
+}
+
 void CDialog::SetDlgItemText(int id, const std::string& text)
 {
     GetDlgItem(id).SetWindowText(text);
@@ -133,25 +176,21 @@ void CDialog::CheckRadioButton(int first, int last, int check)
     }
 }
 
-CWinApp::CWinApp(const char* name) : m_name(name)
+void CDialog::SetIcon(HICON icon, BOOL big)
 {
-    application = this;
+    if (icon != nullptr) {
+        SetWindowIcon(m_hWnd, *icon, big != FALSE);
+    }
 }
 
-CWinApp::~CWinApp()
+bool IsRejectionShown(HWND dialog)
 {
-    application = nullptr;
+    return rejecting == dialog;
 }
 
-CWinApp* AfxGetApp()
+bool Handles(const CDialog& dialog, UINT message)
 {
-    return application;
-}
-
-void CWinApp::OnHelp()
-{
-    const std::string text = m_version.empty() ? m_name : m_name + ' ' + m_version;
-    AfxMessageBox(text.c_str(), MB_OK | MB_ICONASTERISK | MB_TOPMOST);
+    return std::ranges::count(dialog.DispatchTable(), message, &DispatchEntry::message) > 0;
 }
 
 namespace {
@@ -169,6 +208,50 @@ bool Fits(const DispatchEntry& entry, UINT message, WPARAM wParam, LPARAM lParam
                reinterpret_cast<const NMHDR*>(lParam)->code == entry.code;
     }
     return true;
+}
+
+// A box that opened inside a paint request would have the system paint inside its painting; it
+// waits for the end of it, and so that every further painting does not bring one more, it stands
+// alone.
+void ReportException(HWND dialog, const std::string& text)
+{
+    if (!IsPainting()) {
+        return ShowInBox(dialog, text, MB_ICONSTOP);
+    }
+    static bool waiting = false;
+    if (waiting) {
+        return;
+    }
+    RunSoon([dialog, text] {
+        const ScopeExit shown([] { waiting = false; });
+        try {
+            ShowInBox(dialog, text, MB_ICONSTOP);
+        } catch (...) {
+            ReportCurrentException(dialog);
+        }
+    });
+    waiting = true;
+}
+
+// An operator who was told about this text before and only leaves the field is not told again.
+void RejectEdit(const CDataExchange& dx)
+{
+    const bool isNew = MarkRejected(dx.m_rejectedField, dx.m_rejectionReason);
+    if (!isNew && dx.m_leavingField) {
+        return;
+    }
+    {
+        const HWND dialog = dx.m_pDlg->GetSafeHwnd();
+        const ScopedValue shown(rejecting, dialog);
+        ShowInBox(dialog, dx.m_rejectionReason, MB_ICONEXCLAMATION);
+    }
+    ReturnTo(dx.m_rejectedField);
+}
+
+void ShowInBox(HWND dialog, const std::string& text, UINT icon)
+{
+    MessageBoxA(dialog, text.c_str(), AfxGetApp() != nullptr ? AfxGetApp()->Name().c_str() : "",
+                MB_OK | icon | MB_TOPMOST);
 }
 
 } // namespace

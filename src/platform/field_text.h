@@ -22,6 +22,11 @@ std::string FormatNumber(double value);
 // mnemonic's mark and colon; "Field <id>" where there is none.
 std::string FieldName(const DialogTemplate& form, int id);
 
+// The character cell of the 8-point sans serif that the templates are designed in. It is fixed, so
+// that a dialog has the same pixels with every font.
+inline constexpr int BaseUnitX = 6;
+inline constexpr int BaseUnitY = 13;
+
 // Dialog units in pixels where the average character is as large as the base. Edges are rounded,
 // not sizes, so that what touches in the template touches on the screen.
 RECT UnitsToPixels(const DialogUnits& place, int baseWidth, int baseHeight);

@@ -11,13 +11,13 @@ using HMODULE = struct HMODULE__*;
 // the program first, then in the system's folders for it, then by the system's loader. The first
 // place that has the file decides, even when it cannot be loaded. Null on failure, with the file's
 // name, the loader's reason and the places that were searched in LoadFailure.
-HMODULE LoadLibraryA(const char* name);
+HMODULE LoadModule(const char* name);
 
 // The export of this number (the symbol Tarn_<number> here, the ordinal on Windows); null when
 // there is none, with the export and the file named in LoadFailure.
-void* GetProcAddress(HMODULE module, unsigned number);
+void* FindExport(HMODULE module, unsigned number);
 
-// Why this thread's last LoadLibraryA or GetProcAddress failed, as a sentence for the operator.
+// Why this thread's last LoadModule or FindExport failed, as a sentence for the operator.
 std::string LoadFailure();
 
 // The full path of a loaded module (null: the program) into a buffer of size bytes, terminated. A

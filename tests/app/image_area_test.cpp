@@ -1,6 +1,7 @@
 // The image area in fonts that make it any number of pixels wide.
 #include "display/resample.h"
 #include "platform/boxes.h"
+#include "platform/field_text.h"
 #include "support/headless_program.h"
 #include "support/scripted_library.h"
 
@@ -25,7 +26,7 @@ TEST(ImageArea, IsCutToAWidthOfWholeWordsAndPaintedUpright)
         image.width = image.height = 4;
         image.pixels = pixels;
         HeadlessProgram program;
-        headless::SetBaseUnits(baseWidth, headless::StandardBaseHeight);
+        headless::SetBaseUnits(baseWidth, BaseUnitY);
         Operator hand;
         hand.WhenBox("Remove image?", IDNO);
         hand.Run(program, [&] {
@@ -45,7 +46,7 @@ TEST(ImageArea, IsCutToAWidthOfWholeWordsAndPaintedUpright)
             ASSERT_EQ(line[width - 1], DisplayBackground) << "row " << row;
         }
     }
-    headless::SetBaseUnits(headless::StandardBaseWidth, headless::StandardBaseHeight);
+    headless::SetBaseUnits(BaseUnitX, BaseUnitY);
 }
 
 } // namespace

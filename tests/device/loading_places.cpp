@@ -7,7 +7,7 @@
 
 int main()
 {
-    const HMODULE library = LoadLibraryA("Tarn");
+    const HMODULE library = LoadModule("Tarn");
     std::printf("%s\n%s\n", ModuleFileName(nullptr).c_str(),
                 (library != nullptr ? ModuleFileName(library) : LoadFailure()).c_str());
 }

@@ -3,6 +3,7 @@
 // vendor's: loaded, with a thread of its own, strict about misuse and objects that are not freed.
 #include "device/libraries.h"
 #include "platform/boxes.h"
+#include "platform/policy.h"
 #include "resources/settings_dialog_template.h"
 #include "simulator/tarn/hand_switch.h"
 #include "storage/paths.h"
@@ -306,7 +307,7 @@ public:
         });
     }
 
-    bool IsOpen() const { return headless::IsOpen(m_program); }
+    bool IsOpen() const { return ModalLoop::IsOpen(m_program); }
     bool IsEnabled(int id) const { return m_program.GetDlgItem(id).IsWindowEnabled() != FALSE; }
 
 private:

@@ -23,7 +23,7 @@ std::vector<std::pair<std::uint32_t, std::uint32_t>> events; // event, image
 std::uint32_t HandSwitch()
 {
     static const auto Press = reinterpret_cast<decltype(&TarnSimulatorHandSwitch)>(
-        dlsym(LoadLibraryA("Tarn"), "TarnSimulatorHandSwitch"));
+        dlsym(LoadModule("Tarn"), "TarnSimulatorHandSwitch"));
     return Press();
 }
 

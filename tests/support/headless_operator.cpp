@@ -1,6 +1,7 @@
 // An operator over the windows without a screen.
 #include "platform/boxes.h"
 #include "platform/headless/desktop.h"
+#include "platform/policy.h"
 #include "support/operator.h"
 
 #include <algorithm>
@@ -139,7 +140,7 @@ void Operator::Drop(const std::string& path)
 
 CDialog& Operator::Dialog() const
 {
-    return *TopDialog();
+    return *ModalLoop::TopDialog();
 }
 
 bool Operator::HasFocus(int id) const
@@ -149,8 +150,8 @@ bool Operator::HasFocus(int id) const
 
 bool Operator::TakesInput() const
 {
-    const CDialog* const dialog = TopDialog();
-    return dialog != nullptr && IsOpen(*dialog) && desktop.loops.back()->Dialog() == dialog;
+    const CDialog* const dialog = ModalLoop::TopDialog();
+    return dialog != nullptr && ModalLoop::TakesInput(*dialog);
 }
 
 Window* Operator::Desk::Reach(int id)
@@ -167,10 +168,9 @@ Window* Operator::Desk::Reach(int id)
 
 Window* Operator::Desk::Workable(int id)
 {
-    CDialog* const dialog = TopDialog();
-    const bool takesInput =
-        dialog != nullptr && IsOpen(*dialog) && desktop.loops.back()->Dialog() == dialog;
-    Window* const control = takesInput ? Find(dialog->GetDlgItem(id).GetSafeHwnd()) : nullptr;
+    const CDialog* const dialog = ModalLoop::TopDialog();
+    const bool takesInput = dialog != nullptr && ModalLoop::TakesInput(*dialog);
+    Window* const control = takesInput ? FindControl(*dialog, id) : nullptr;
     return control != nullptr && control->visible && control->enabled ? control : nullptr;
 }
 

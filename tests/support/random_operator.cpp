@@ -3,6 +3,7 @@
 
 #include "platform/boxes.h"
 #include "platform/messages.h"
+#include "platform/policy.h"
 #include "storage/paths.h"
 #include "support/headless_program.h"
 #include "support/image_ledger.h"
@@ -110,16 +111,16 @@ private:
 
     void Use(CDialog& dialog)
     {
-        while (!m_choices.IsUsedUp() && headless::IsOpen(dialog)) {
+        while (!m_choices.IsUsedUp() && ModalLoop::IsOpen(dialog)) {
             ActOnce(dialog);
         }
-        if (&dialog != &*m_program || !headless::IsOpen(dialog)) {
+        if (&dialog != &*m_program || !ModalLoop::IsOpen(dialog)) {
             return;
         }
         m_library.devices.clear();
         headless::RunFor(5000);
         m_hand.PressEscape();
-        Require(!headless::IsOpen(dialog), "end: the Escape key did not close the window");
+        Require(!ModalLoop::IsOpen(dialog), "end: the Escape key did not close the window");
     }
 
     int Answer(const ShownBox& box)
@@ -148,7 +149,7 @@ private:
     {
         const std::size_t acts = headless::OpenBoxes() < DeepestBox ? m_choices.Below(4) : 0;
         for (std::size_t act = 0; act < acts; ++act) {
-            ActOnce(*headless::TopDialog());
+            ActOnce(*ModalLoop::TopDialog());
         }
     }
 

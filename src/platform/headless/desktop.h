@@ -1,16 +1,15 @@
 // The records behind the handles. Private to the implementation.
 #pragma once
 
+#include "platform/field_text.h"
 #include "platform/headless/headless.h"
 
-#include <condition_variable>
-#include <deque>
+#include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
+#include <semaphore>
 #include <set>
 #include <unordered_map>
-#include <utility>
 #include <vector>
 
 namespace headless {
@@ -43,60 +42,17 @@ struct Timer
     std::uint64_t due;
 };
 
-struct Message
-{
-    HWND window;
-    UINT number;
-    WPARAM wParam;
-    LPARAM lParam;
-};
-
-// What other threads reach.
-struct MessageQueue
-{
-    static constexpr std::size_t Capacity = 10'000;
-
-    std::mutex mutex;
-    std::condition_variable posted;
-    std::deque<Message> messages;
-    std::set<HWND> windows; // that messages may be posted to
-};
-
-// The loop of an open dialog or box. It stands on the stack of the function that opened it.
-class ModalLoop
-{
-public:
-    // Takes the focus while the loop stands. dialog: null for a box.
-    explicit ModalLoop(CDialog* dialog = nullptr);
-    ~ModalLoop();
-    ModalLoop(const ModalLoop&) = delete;
-    ModalLoop& operator=(const ModalLoop&) = delete;
-
-    // Also ends the loops inside this one, as if the operator had left them.
-    void Quit(int result = IDCANCEL);
-    bool IsOver() const { return m_over; }
-    int Result() const { return m_result; }
-    CDialog* Dialog() const { return m_dialog; }
-
-private:
-    HWND m_formerFocus;
-    CDialog* m_dialog;
-    bool m_over = false;
-    int m_result = IDCANCEL;
-};
-
 struct Desktop
 {
-    MessageQueue queue;
+    std::counting_semaphore<> posted{0}; // released with the first message of each queue
     std::shared_ptr<const Screen> screen = std::make_shared<const Screen>();
     std::unordered_map<HWND, Window> windows;
-    std::vector<ModalLoop*> loops; // outermost first
+    std::vector<std::function<void()>> soon;
     std::vector<Timer> timers;
     std::uintptr_t lastHandle = 0; // never used again, so a stale handle names no window
     std::uint64_t now = 0;
-    int baseWidth = StandardBaseWidth;
-    int baseHeight = StandardBaseHeight;
-    bool sessionEnded = false;
+    int baseWidth = BaseUnitX;
+    int baseHeight = BaseUnitY;
     HWND focus = nullptr;
     HWND painted = nullptr;    // the dialog whose paint request is being served
     std::set<HWND> paintBegun; // windows that it has painted
@@ -113,10 +69,6 @@ Window* FindControl(const CDialog& dialog, int id);
 // Moves the focus; the edit field that loses it tells its dialog.
 void MoveFocus(HWND target);
 
-// The loop of an open dialog, null when it has none.
-ModalLoop* LoopOf(const CDialog& dialog);
-
-// With the session ended and only the outermost dialog left: asks it to end.
-void AskOutermostToEnd();
+void RunSoonActions();
 
 } // namespace headless

@@ -20,7 +20,6 @@ namespace headless {
 
 struct Box
 {
-    HWND owner;
     std::string text;
     std::string caption;
     UINT style;
@@ -40,8 +39,6 @@ void Reset();
 
 // The size in pixels of the average character, which scales every dialog opened from now on.
 void SetBaseUnits(int width, int height);
-inline constexpr int StandardBaseWidth = 6;
-inline constexpr int StandardBaseHeight = 13;
 
 // Serves what is posted at the time of the call, each timer that is due once, and paint requests;
 // returns how many messages it served.
@@ -57,13 +54,7 @@ std::uint64_t Now(); // milliseconds since the last Reset
 // Waits in real time until a message is posted; false when none came.
 bool WaitForPost(std::chrono::milliseconds limit);
 
-// Asks the program to end: open boxes answer as to the Escape key, dialogs end with IDCANCEL, and
-// the outermost one gets WM_QUERYENDSESSION when the loops inside it have returned. No dialog and
-// no box opens from now on.
-void EndSession();
-
-bool IsOpen(const CDialog& dialog); // and not on its way to its end
-CDialog* TopDialog();               // the one opened last, null when there is none
+void EndSession(); // asks the program to end, as a signal does
 
 // The picture last transferred, topmost row first.
 struct Picture

@@ -1,18 +1,16 @@
-// The message queue, timers on a clock that only RunFor moves, and paint requests.
-#include "platform/messages.h"
-
+// Posted messages, timers on a clock that only RunFor moves, and paint requests.
 #include "platform/beeper.h"
 #include "platform/headless/desktop.h"
+#include "platform/policy.h"
 #include "platform/scope.h"
 
 #include <algorithm>
-#include <optional>
+#include <utility>
 
 using namespace headless;
 
 namespace {
 
-std::optional<Message> NextPosted();
 std::size_t ServeTimers();
 std::size_t ServePaintRequests();
 std::size_t ServeSliders();
@@ -20,18 +18,14 @@ std::vector<HWND> OpenDialogs();
 
 } // namespace
 
-int PostMessageA(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
-try {
-    MessageQueue& queue = desktop.queue;
-    const std::lock_guard lock(queue.mutex);
-    if (!queue.windows.contains(window) || queue.messages.size() >= MessageQueue::Capacity) {
-        return 0;
-    }
-    queue.messages.push_back({window, message, wParam, lParam});
-    queue.posted.notify_one();
-    return 1;
-} catch (...) {
-    return 0;
+void AskForDelivery()
+{
+    desktop.posted.release();
+}
+
+bool IsPainting()
+{
+    return desktop.painted != nullptr;
 }
 
 BOOL Beep(DWORD, DWORD)
@@ -44,25 +38,13 @@ namespace headless {
 
 std::size_t Pump()
 {
-    std::size_t waiting = 0;
-    {
-        const std::lock_guard lock(desktop.queue.mutex);
-        waiting = desktop.queue.messages.size();
-    }
     std::size_t served = 0;
-    for (; served < waiting; ++served) {
-        const auto message = NextPosted();
-        if (!message) { // a nested loop has served the rest
-            break;
-        }
-        if (const Window* const window = Find(message->window)) {
-            window->dialog->Send(message->number, message->wParam, message->lParam);
-        }
+    for (std::size_t waiting = PostedMessages(); served < waiting && DeliverPosted(); ++served) {
     }
     served += ServeTimers();
     served += ServePaintRequests();
     served += ServeSliders();
-    AskOutermostToEnd();
+    RunSoonActions();
     return served;
 }
 
@@ -92,9 +74,20 @@ std::uint64_t Now()
 
 bool WaitForPost(std::chrono::milliseconds limit)
 {
-    std::unique_lock lock(desktop.queue.mutex);
-    return desktop.queue.posted.wait_for(lock, limit,
-                                         [] { return !desktop.queue.messages.empty(); });
+    const auto end = std::chrono::steady_clock::now() + limit;
+    while (PostedMessages() == 0) {
+        if (!desktop.posted.try_acquire_until(end)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+void RunSoonActions()
+{
+    for (const auto& action : std::exchange(desktop.soon, {})) {
+        action();
+    }
 }
 
 std::size_t Beeps()
@@ -105,18 +98,6 @@ std::size_t Beeps()
 } // namespace headless
 
 namespace {
-
-std::optional<Message> NextPosted()
-{
-    const std::lock_guard lock(desktop.queue.mutex);
-    auto& messages = desktop.queue.messages;
-    if (messages.empty()) {
-        return std::nullopt;
-    }
-    const Message message = messages.front();
-    messages.pop_front();
-    return message;
-}
 
 // A handler may start and kill timers and run nested loops, so each look at the list is a new one.
 // The longest due comes first: a handler slower than its own timer does not starve the others.
@@ -129,7 +110,8 @@ std::size_t ServeTimers()
             break;
         }
         due->due = desktop.now + std::max<std::uint32_t>(due->period, 1);
-        if (const Window* const window = Find(due->window)) {
+        const Window* const window = Find(due->window);
+        if (window != nullptr && ModalLoop::IsOpen(*window->dialog)) {
             window->dialog->Send(WM_TIMER, due->id);
             ++served;
         }
@@ -180,7 +162,7 @@ std::size_t ServeSliders()
 std::vector<HWND> OpenDialogs()
 {
     std::vector<HWND> open;
-    for (const ModalLoop* loop : desktop.loops) {
+    for (const ModalLoop* loop : ModalLoop::Open()) {
         if (loop->Dialog() != nullptr && !loop->IsOver()) {
             open.push_back(loop->Dialog()->GetSafeHwnd());
         }

@@ -1,10 +1,9 @@
 // Windows and controls as records.
-#include "platform/boxes.h"
-#include "platform/controls.h"
-#include "platform/dialog_hooks.h"
 #include "platform/headless/desktop.h"
+#include "platform/policy.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace headless {
 
@@ -25,15 +24,11 @@ void MoveFocus(HWND target)
 {
     const HWND former = std::exchange(desktop.focus, target);
     const Window* const left = former == target ? nullptr : Find(former);
-    if (left != nullptr && left->control != nullptr && left->control->kind == ControlKind::Edit) {
+    if (left != nullptr && left->control != nullptr && left->control->kind == ControlKind::Edit &&
+        !IsRejectionShown(left->dialog->GetSafeHwnd())) {
         left->dialog->Send(WM_COMMAND,
                            MAKEWPARAM(static_cast<UINT>(left->control->id), EN_KILLFOCUS));
     }
-}
-
-void SetScreen(Screen screen)
-{
-    desktop.screen = std::make_shared<const Screen>(std::move(screen));
 }
 
 void Reset()
@@ -43,8 +38,7 @@ void Reset()
     desktop.focus = nullptr;
     desktop.picture = {};
     desktop.beeps = 0;
-    const std::lock_guard lock(desktop.queue.mutex);
-    desktop.queue.messages.clear();
+    desktop.soon.clear();
 }
 
 void SetBaseUnits(int width, int height)
@@ -255,19 +249,33 @@ void CSliderCtrl::SetPos(int position)
     }
 }
 
-void RejectEdit(const CDataExchange& dx)
+HWND ControlOf(HWND dialog, int id)
 {
-    Window* const edit = Find(dx.m_rejectedField);
-    if (edit == nullptr) {
-        return;
+    const Window* const own = Find(dialog);
+    return own != nullptr && own->controls.contains(id) ? own->controls.at(id) : nullptr;
+}
+
+void FocusFirst(HWND dialog)
+{
+    for (const ControlTemplate& line : Find(dialog)->dialog->Template().controls) {
+        const bool takesFocus =
+            line.kind != ControlKind::Label && line.kind != ControlKind::GroupBox &&
+            (line.kind != ControlKind::Frame || (line.flags & FrameTakesInput) != 0);
+        const Window* const control = Find(ControlOf(dialog, line.id));
+        if (takesFocus && control->visible && control->enabled) {
+            return MoveFocus(control->handle);
+        }
     }
-    const bool isNew = !std::exchange(edit->rejected, true);
-    if (!isNew && dx.m_leavingField) {
-        return;
-    }
-    const CWinApp* const application = AfxGetApp();
-    MessageBoxA(dx.m_pDlg->GetSafeHwnd(), dx.m_rejectionReason.c_str(),
-                application != nullptr ? application->Name().c_str() : "",
-                MB_OK | MB_ICONEXCLAMATION | MB_TOPMOST);
-    CWnd(dx.m_rejectedField).SetFocus();
+}
+
+void SetWindowIcon(HWND, const IconResource&, bool) {}
+
+bool MarkRejected(HWND field, const std::string&)
+{
+    return !std::exchange(Find(field)->rejected, true);
+}
+
+void ReturnTo(HWND field)
+{
+    MoveFocus(field);
 }

@@ -27,7 +27,7 @@ const std::string ProgramPath = PathStartedBy();
 
 } // namespace
 
-HMODULE LoadLibraryA(const char* name)
+HMODULE LoadModule(const char* name)
 {
     const std::string file = "lib" + std::string(name) + ".so";
     const std::string programFolder = ProgramPath.substr(0, ProgramPath.rfind('/') + 1);
@@ -51,7 +51,7 @@ HMODULE LoadLibraryA(const char* name)
     return static_cast<HMODULE>(module);
 }
 
-void* GetProcAddress(HMODULE module, unsigned number)
+void* FindExport(HMODULE module, unsigned number)
 {
     const std::string path = PathOf(module);
     const std::string file = path.substr(path.rfind('/') + 1);

@@ -1,13 +1,11 @@
-// The application object: the windowing system's set-up, the end by a signal, the beeper.
+// The windowing system's set-up, the end by a signal, the wait cursor and the beeper.
 #include "platform/beeper.h"
-#include "platform/boxes.h"
-#include "platform/dialog.h"
-#include "platform/dialog_hooks.h"
+#include "platform/policy.h"
 #include "platform/posix/allocator.h"
 #include "platform/posix/end_signals.h"
 #include "platform/posix/speaker.h"
 #include "platform/qt/button_controls.h"
-#include "platform/qt/modal_loop.h"
+#include "platform/qt/messages.h"
 #include "platform/scope.h"
 
 #include <QApplication>
@@ -17,7 +15,6 @@
 
 #include <clocale>
 #include <cstdlib>
-#include <exception>
 #include <memory>
 
 namespace {
@@ -36,37 +33,30 @@ struct ExitOutOfTheLoop
 };
 thread_local ExitOutOfTheLoop exitOutOfTheLoop;
 
+class Toolkit
+{
+public:
+    Toolkit(int& argc, char** argv);
+
+private:
+    std::unique_ptr<QApplication> m_application; // null when a test has set one up for several runs
+    Deliverer m_deliverer;
+    EndSignals m_endSignals;
+    QSocketNotifier m_endAsked{m_endSignals.Descriptor(), QSocketNotifier::Read};
+    ScopedValue<bool> m_loopOpen{exitOutOfTheLoop.isLoopOpen, true};
+};
+
 } // namespace
 
-// A test may have set the toolkit up for several runs.
-int CWinApp::Run(int argc, char** argv)
+std::shared_ptr<void> StartWindowSystem(int& argc, char** argv)
 {
     KeepFreedBlocks();
-    std::unique_ptr<QApplication> toolkit;
-    if (qApp == nullptr) {
-        toolkit = std::make_unique<QApplication>(argc, argv);
-    }
-    SetUpToolkit();
-    QApplication::setApplicationDisplayName({});
-    // The name of a desktop file, which has the icon and tells two kinds of installation apart.
-    QApplication::setDesktopFileName(QCoreApplication::applicationName().toLower());
-    EndSignals endSignals;
-    const QSocketNotifier endAsked(endSignals.Descriptor(), QSocketNotifier::Read);
-    QObject::connect(&endAsked, &QSocketNotifier::activated, [&endSignals] {
-        endSignals.Clear();
-        ModalLoop::AskToEnd();
-    });
+    return std::make_shared<Toolkit>(argc, argv);
+}
 
-    const ScopedValue loopOpen(exitOutOfTheLoop.isLoopOpen, true);
-
-    // No window outlives InitInstance, so that there is nothing left to serve after it.
-    try {
-        InitInstance();
-        return 0;
-    } catch (...) {
-        ReportCurrentException(nullptr);
-        return EXIT_FAILURE;
-    }
+void ShowWaitCursor(bool shown)
+{
+    shown ? QApplication::setOverrideCursor(Qt::WaitCursor) : QApplication::restoreOverrideCursor();
 }
 
 // The computer's speaker where it is accessible, else the bell of the windowing system.
@@ -83,6 +73,16 @@ BOOL Beep(DWORD frequency, DWORD duration)
 
 namespace {
 
+Toolkit::Toolkit(int& argc, char** argv)
+    : m_application(qApp == nullptr ? std::make_unique<QApplication>(argc, argv) : nullptr)
+{
+    SetUpToolkit();
+    QObject::connect(&m_endAsked, &QSocketNotifier::activated, [this] {
+        m_endSignals.Clear();
+        ModalLoop::AskToEnd();
+    });
+}
+
 ExitOutOfTheLoop::~ExitOutOfTheLoop()
 {
     if (isLoopOpen) {
@@ -95,6 +95,9 @@ void SetUpToolkit()
 {
     // The toolkit takes the operator's language; numbers stay as programs write them.
     std::setlocale(LC_NUMERIC, "C");
+    QApplication::setApplicationDisplayName({});
+    // The name of a desktop file, which has the icon and tells two kinds of installation apart.
+    QApplication::setDesktopFileName(QCoreApplication::applicationName().toLower());
     QApplication::setStyle("Fusion");
     QApplication::setQuitOnLastWindowClosed(false);
     QFont font("MS Sans Serif");

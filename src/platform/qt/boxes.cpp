@@ -1,9 +1,9 @@
-// Message boxes, the open-file dialog and the wait cursor.
+// Message boxes and the open-file dialog.
 #include "platform/boxes.h"
 
-#include "platform/dialog.h"
+#include "platform/policy.h"
 #include "platform/qt/button_controls.h"
-#include "platform/qt/modal_loop.h"
+#include "platform/qt/modal_window.h"
 #include "platform/qt/text.h"
 
 #include <QAbstractButton>
@@ -19,16 +19,11 @@
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPlainTextEdit>
-#include <QPointer>
 #include <QScreen>
 
 #include <algorithm>
 
 namespace {
-
-// What is pressed earlier than so many milliseconds after a question got the keyboard was meant for
-// the field that had it before.
-constexpr int DeafTime = 300;
 
 constexpr int WidestLabel = 460;         // pixels; a wider word would not fit the box
 constexpr qsizetype LongestLabel = 2000; // characters
@@ -90,111 +85,52 @@ private:
     QElapsedTimer m_active; // since the window first got the keyboard
 };
 
-int AnswerOnLeaving(UINT style);
+int AnswerOf(int result);
 QMessageBox::StandardButtons ButtonsOf(UINT style);
 QMessageBox::Icon IconOf(UINT style);
 void SetText(QMessageBox& box, const QString& text);
 bool FitsLabel(const QMessageBox& box, const QString& text);
 QString WithShortLines(const QString& text);
-void Serve(QDialog& window, int& result);
 QString NameFilter(const std::string& filter);
 
 } // namespace
 
-int MessageBoxA(HWND, const char* text, const char* caption, UINT style)
+std::unique_ptr<ModalWindow> MakeBox(HWND, const char* text, const char* caption, UINT style)
 {
-    if (IsSessionEnding()) {
-        return AnswerOnLeaving(style);
-    }
-    auto* const box = new BoxWindow(text, caption, style);
-
-    int pressed = QMessageBox::NoButton;
-    Serve(*box, pressed);
-    switch (pressed) {
-    case QMessageBox::Ok:
-        return IDOK;
-    case QMessageBox::Yes:
-        return IDYES;
-    case QMessageBox::No:
-        return IDNO;
-    default:
-        return AnswerOnLeaving(style);
-    }
+    return std::make_unique<WidgetWindow>(new BoxWindow(text, caption, style), &AnswerOf);
 }
 
-int AfxMessageBox(const char* text, UINT style)
+std::unique_ptr<ModalWindow> MakeFileChooser(const FileRequest& request, std::string& path)
 {
-    return MessageBoxA(nullptr, text, AfxGetApp() != nullptr ? AfxGetApp()->Name().c_str() : "",
-                       style);
-}
-
-CFileDialog::CFileDialog(BOOL, const char* defaultExtension, const char* fileName, DWORD flags,
-                         const char* filter, CWnd* parent)
-    : m_defaultExtension(defaultExtension != nullptr ? defaultExtension : ""),
-      m_fileName(fileName != nullptr ? fileName : ""),
-      m_filter(filter != nullptr ? filter : ""),
-      m_flags(flags),
-      m_parent(parent)
-{
-}
-
-int CFileDialog::DoModal()
-{
-    if (IsSessionEnding()) {
-        return IDCANCEL;
-    }
-    auto* const window = new OpenFileWindow(ModalLoop::NextOwner(), FromBytes(m_defaultExtension));
+    auto* const widget =
+        new OpenFileWindow(WidgetWindow::NextOwner(), FromBytes(request.defaultExtension));
+    auto window = std::make_unique<WidgetWindow>(
+        widget, [](int result) { return result == QDialog::Accepted ? IDOK : IDCANCEL; });
     // The native dialog of a desktop could not be closed when the program is asked to end.
-    window->setOption(QFileDialog::DontUseNativeDialog);
-    window->setAcceptMode(QFileDialog::AcceptOpen);
-    window->setFileMode((m_flags & OFN_FILEMUSTEXIST) != 0 ? QFileDialog::ExistingFile
-                                                           : QFileDialog::AnyFile);
-    window->setNameFilter(NameFilter(m_filter));
-    window->setDirectory(m_folder.empty() ? QDir::currentPath()
-                                          : QFile::decodeName(m_folder.c_str()));
-    if (!m_fileName.empty()) {
-        window->selectFile(QFile::decodeName(m_fileName.c_str()));
+    widget->setOption(QFileDialog::DontUseNativeDialog);
+    widget->setAcceptMode(QFileDialog::AcceptOpen);
+    widget->setFileMode(request.mustExist ? QFileDialog::ExistingFile : QFileDialog::AnyFile);
+    widget->setNameFilter(NameFilter(request.filter));
+    widget->setDirectory(request.folder.empty() ? QDir::currentPath()
+                                                : QFile::decodeName(request.folder.c_str()));
+    if (!request.fileName.empty()) {
+        widget->selectFile(QFile::decodeName(request.fileName.c_str()));
     }
 
     // A drag runs a loop of its own, and leads nowhere from here.
-    for (auto* const view : window->findChildren<QAbstractItemView*>()) {
+    for (auto* const view : widget->findChildren<QAbstractItemView*>()) {
         view->setDragEnabled(false);
     }
-
-    QString chosen;
-    QObject::connect(window, &QFileDialog::fileSelected,
-                     [&chosen](const QString& file) { chosen = file; });
-    int result = QDialog::Rejected;
-    Serve(*window, result);
-    if (result != QDialog::Accepted || chosen.isEmpty()) {
-        return IDCANCEL;
-    }
-    m_path = QFile::encodeName(chosen).toStdString();
-    return IDOK;
-}
-
-CWaitCursor::CWaitCursor()
-{
-    QApplication::setOverrideCursor(Qt::WaitCursor);
-}
-
-CWaitCursor::~CWaitCursor()
-{
-    Restore();
-}
-
-void CWaitCursor::Restore()
-{
-    if (m_shown) {
-        QApplication::restoreOverrideCursor();
-    }
-    m_shown = false;
+    QObject::connect(widget, &QFileDialog::fileSelected, [&path](const QString& file) {
+        path = QFile::encodeName(file).toStdString();
+    });
+    return window;
 }
 
 namespace {
 
 BoxWindow::BoxWindow(const char* text, const char* caption, UINT style)
-    : QMessageBox(IconOf(style), {}, {}, ButtonsOf(style), ModalLoop::NextOwner())
+    : QMessageBox(IconOf(style), {}, {}, ButtonsOf(style), WidgetWindow::NextOwner())
 {
     SetTitle(*this, caption);
     setWindowFlag(Qt::WindowStaysOnTopHint, (style & MB_TOPMOST) != 0);
@@ -245,9 +181,18 @@ bool BoxWindow::IsTooEarly(const QKeyEvent& key) const
     return (isEnter || isText) && (isEarly || key.isAutoRepeat());
 }
 
-int AnswerOnLeaving(UINT style)
+int AnswerOf(int result)
 {
-    return (style & MB_YESNO) != 0 ? IDNO : (style & MB_OKCANCEL) != 0 ? IDCANCEL : IDOK;
+    switch (result) {
+    case QMessageBox::Ok:
+        return IDOK;
+    case QMessageBox::Yes:
+        return IDYES;
+    case QMessageBox::No:
+        return IDNO;
+    default:
+        return IDCANCEL;
+    }
 }
 
 QMessageBox::StandardButtons ButtonsOf(UINT style)
@@ -324,22 +269,6 @@ QString WithShortLines(const QString& text)
         broken += character;
     }
     return broken;
-}
-
-// Shows the window and serves messages until it is closed or destroyed with its owner. result
-// keeps its value unless the window was closed by the operator.
-void Serve(QDialog& window, int& result)
-{
-    const QPointer<QDialog> open(&window);
-    ModalLoop loop(window);
-    QObject::connect(&window, &QDialog::finished, [&](int finished) {
-        result = finished;
-        loop.Quit();
-    });
-    QObject::connect(&window, &QObject::destroyed, [&loop] { loop.Quit(); });
-    loop.Open();
-    loop.Run();
-    delete open; // with its connections: cut before, the accessibility tree would keep it
 }
 
 // "label|pattern||" in the toolkit's way, "label (pattern)".

@@ -2,6 +2,7 @@
 #include "platform/qt/button_controls.h"
 
 #include "platform/qt/dialog_window.h"
+#include "platform/qt/modal_window.h"
 #include "platform/qt/text.h"
 
 #include <QAccessibleWidget>
@@ -77,7 +78,7 @@ QAbstractButton* MakeButton(DialogWindow& dialog, const ControlTemplate& control
 void PressAsTheMouseDoes(QAbstractButton& button)
 {
     const auto isReached = [&button] {
-        return ModalLoop::TopmostWindow() == button.window() && button.isEnabled() &&
+        return WidgetWindow::Topmost() == button.window() && button.isEnabled() &&
                button.isVisible();
     };
     if (!isReached()) {

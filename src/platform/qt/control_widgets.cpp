@@ -1,6 +1,7 @@
 // The widgets behind the controls.
 #include "platform/qt/control_widgets.h"
 
+#include "platform/policy.h"
 #include "platform/qt/button_controls.h"
 #include "platform/qt/frame_control.h"
 #include "platform/qt/paint_request.h"
@@ -106,7 +107,7 @@ void EditControl::focusOutEvent(QFocusEvent* event)
     QLineEdit::focusOutEvent(event);
     const Qt::FocusReason reason = event->reason();
     const bool ofMenu = reason == Qt::PopupFocusReason || reason == Qt::MenuBarFocusReason;
-    const bool ofBox = reason == Qt::ActiveWindowFocusReason && m_dialog.m_showsRejection;
+    const bool ofBox = reason == Qt::ActiveWindowFocusReason && IsRejectionShown(m_dialog.Handle());
     if (!ofMenu && !ofBox) {
         m_dialog.NotifyCommand(m_id, EN_KILLFOCUS);
     }

@@ -1,19 +1,15 @@
 // Dialogs as windows of the toolkit.
-#include "platform/dialog.h"
-
-#include "platform/boxes.h"
-#include "platform/dialog_hooks.h"
 #include "platform/field_text.h"
+#include "platform/policy.h"
 #include "platform/qt/control_widgets.h"
 #include "platform/qt/dialog_window.h"
 #include "platform/qt/frame_control.h"
 #include "platform/qt/icon.h"
-#include "platform/qt/messages.h"
+#include "platform/qt/modal_window.h"
 #include "platform/qt/paint_request.h"
 #include "platform/qt/text.h"
 #include "platform/qt/window_table.h"
 #include "platform/qt/x11.h"
-#include "platform/scope.h"
 
 #include <QAbstractButton>
 #include <QButtonGroup>
@@ -30,10 +26,6 @@
 
 namespace {
 
-// The character cell of the 8-point sans serif that the templates are designed in. It is fixed
-// here, so that a dialog has the same pixels with every font.
-constexpr int BaseUnitX = 6;
-constexpr int BaseUnitY = 13;
 constexpr UINT ShortestPeriod = 10; // milliseconds
 
 constexpr int MostTitlesUnanswered = 64;
@@ -42,59 +34,35 @@ QRect Pixels(const DialogUnits& place);
 
 } // namespace
 
-CDialog::CDialog(const DialogTemplate& dialogTemplate, CWnd* parent)
-    : m_template(dialogTemplate), m_parent(parent)
+std::unique_ptr<ModalWindow> MakeDialogWindow(CDialog& dialog, CWnd* parent, HWND& handle)
 {
+    auto* const window =
+        new DialogWindow(dialog, parent != nullptr ? WidgetWindow::NextOwner() : nullptr);
+    auto made = std::make_unique<WidgetWindow>(window);
+    handle = window->Handle();
+    return made;
 }
 
-CDialog::~CDialog() = default;
-
-int CDialog::DoModal()
+HWND ControlOf(HWND dialog, int id)
 {
-    if (IsSessionEnding()) {
-        return IDCANCEL;
-    }
-
-    // The handle dies with the window, also when the initialization throws.
-    struct Handle
-    {
-        HWND& window;
-        ~Handle() { window = nullptr; }
-    } const handle{m_hWnd};
-    DialogWindow window(*this, m_parent != nullptr ? ModalLoop::NextOwner() : nullptr);
-    m_hWnd = window.Handle();
-
-    const BOOL defaultFocus = OnInitDialog();
-    window.Open();
-    if (defaultFocus) {
-        window.FocusFirst();
-    }
-    return window.Serve();
+    const DialogWindow* const window = DialogOf(dialog);
+    return window != nullptr ? window->Control(id) : nullptr;
 }
 
-void CDialog::EndDialog(int result)
+void FocusFirst(HWND dialog)
 {
-    if (DialogWindow* const window = DialogOf(m_hWnd)) {
-        window->End(result);
-    }
+    DialogOf(dialog)->FocusFirst();
 }
 
-void CDialog::SetIcon(HICON icon, BOOL)
+void SetWindowIcon(HWND dialog, const IconResource& icon, bool)
 {
-    QWidget* const widget = WidgetOf(m_hWnd);
-    if (widget != nullptr && icon != nullptr) {
-        widget->setWindowIcon(QPixmap::fromImage(ImageOf(*icon)));
+    if (QWidget* const widget = WidgetOf(dialog)) {
+        widget->setWindowIcon(QPixmap::fromImage(ImageOf(icon)));
     }
-}
-
-CWnd CDialog::GetDlgItem(int id) const
-{
-    const DialogWindow* const window = DialogOf(m_hWnd);
-    return CWnd(window != nullptr ? window->Control(id) : nullptr);
 }
 
 DialogWindow::DialogWindow(CDialog& dialog, QWidget* owner)
-    : QDialog(owner), m_dialog(dialog), m_handle(AddWindow({this, this})), m_loop(*this, &dialog)
+    : QDialog(owner), m_dialog(dialog), m_handle(AddWindow({this, this}))
 {
     const DialogTemplate& form = dialog.Template();
     Qt::WindowFlags flags = owner != nullptr ? Qt::Dialog : Qt::Window;
@@ -106,14 +74,13 @@ DialogWindow::DialogWindow(CDialog& dialog, QWidget* owner)
     setWindowFlags(flags);
     SetTitle(*this, form.title);
     setFixedSize(Pixels({0, 0, form.width, form.height}).size());
-    setAcceptDrops(TakesDrops());
+    setAcceptDrops(Handles(dialog, WM_DROPFILES));
     CreateControls();
-    OpenQueue(m_handle);
+    OpenQueue(m_handle, dialog);
 }
 
 DialogWindow::~DialogWindow()
 {
-    m_ended = true;
     CloseQueue(m_handle);
     RemoveWindow(m_handle);
     for (const auto& [id, control] : m_controls) {
@@ -184,13 +151,6 @@ HWND DialogWindow::Control(int id) const
     return found != m_controls.end() ? found->second : nullptr;
 }
 
-void DialogWindow::Open()
-{
-    if (!m_ended && !IsSessionEnding()) {
-        m_loop.Open();
-    }
-}
-
 void DialogWindow::FocusFirst()
 {
     for (QWidget* const widget : m_tabOrder) {
@@ -202,37 +162,19 @@ void DialogWindow::FocusFirst()
     }
 }
 
-int DialogWindow::Serve()
-{
-    m_loop.Run();
-    return m_result;
-}
-
-void DialogWindow::End(int result)
-{
-    if (m_ended) {
-        return;
-    }
-    m_ended = true;
-    m_result = result;
-    m_timers.clear();
-    hide();
-    m_loop.Quit();
-}
-
 bool DialogWindow::TakesInput() const
 {
-    return !m_ended && ModalLoop::TopmostWindow() == this;
+    return ModalLoop::IsOpen(m_dialog) && WidgetWindow::Topmost() == this;
 }
 
 LRESULT DialogWindow::Notify(UINT message, WPARAM wParam, LPARAM lParam)
 {
-    return m_ended ? 0 : m_dialog.Send(message, wParam, lParam);
+    return ModalLoop::IsOpen(m_dialog) ? m_dialog.Send(message, wParam, lParam) : 0;
 }
 
 void DialogWindow::StartTimer(UINT_PTR id, UINT period)
 {
-    if (!m_ended) {
+    if (ModalLoop::IsOpen(m_dialog)) {
         m_timers[id].start(static_cast<int>(std::clamp(period, ShortestPeriod, 0x7FFF'FFFFu)),
                            Qt::PreciseTimer, this);
     }
@@ -258,17 +200,10 @@ void DialogWindow::closeEvent(QCloseEvent* event)
 
 void DialogWindow::keyPressEvent(QKeyEvent* event)
 {
-    if (event->key() != Qt::Key_F1 || AfxGetApp() == nullptr) {
-        return QDialog::keyPressEvent(event);
-    }
-    try {
-        for (const DispatchEntry& entry : AfxGetApp()->DispatchTable()) {
-            if (entry.message == WM_COMMAND && entry.id == ID_HELP) {
-                entry.call(*AfxGetApp(), MAKEWPARAM(ID_HELP, BN_CLICKED), 0);
-            }
-        }
-    } catch (...) {
-        ReportCurrentException(m_handle);
+    if (event->key() == Qt::Key_F1) {
+        ServeHelpKey(m_handle);
+    } else {
+        QDialog::keyPressEvent(event);
     }
 }
 
@@ -326,60 +261,24 @@ void DialogWindow::changeEvent(QEvent* event)
     }
 }
 
-bool DialogWindow::TakesDrops() const
+bool MarkRejected(HWND field, const std::string& reason)
 {
-    const std::span<const DispatchEntry> table = m_dialog.DispatchTable();
-    return std::any_of(table.begin(), table.end(),
-                       [](const DispatchEntry& entry) { return entry.message == WM_DROPFILES; });
+    return dynamic_cast<EditControl&>(*WidgetOf(field)).Reject(FromBytes(reason));
 }
 
-// A box that opened inside a paint event would have the toolkit paint inside its painting; it waits
-// for the end of it, and so that every further painting does not bring one more, it stands alone.
-void ReportException(HWND dialog, const std::string& text)
+// A mouse press that took the focus away reaches its button only now, and its release went to the
+// box: the click is lost, the button must not stay down.
+void ReturnTo(HWND field)
 {
-    constexpr UINT Style = MB_OK | MB_ICONSTOP | MB_TOPMOST;
-    const std::string caption = AfxGetApp() != nullptr ? AfxGetApp()->Name() : "";
-    if (!PaintRequest::IsAnyServed()) {
-        MessageBoxA(dialog, text.c_str(), caption.c_str(), Style);
-        return;
-    }
-    static bool waiting = false;
-    if (waiting) {
-        return;
-    }
-    QTimer::singleShot(0, [dialog, text, caption] {
-        const ScopeExit shown([] { waiting = false; });
-        try {
-            MessageBoxA(dialog, text.c_str(), caption.c_str(), Style);
-        } catch (...) {
-            ReportCurrentException(dialog);
-        }
-    });
-    waiting = true;
-}
-
-void RejectEdit(const CDataExchange& dx)
-{
-    auto* const edit = dynamic_cast<EditControl*>(WidgetOf(dx.m_rejectedField));
-    const bool isNew = edit->Reject(FromBytes(dx.m_rejectionReason));
-    if (!isNew && dx.m_leavingField) {
-        return;
-    }
-    DialogWindow* const window = DialogOf(dx.m_rejectedField);
-    {
-        const ScopedValue shown(window->m_showsRejection, true);
-        MessageBoxA(window->Handle(), dx.m_rejectionReason.c_str(), AfxGetApp()->Name().c_str(),
-                    MB_OK | MB_ICONEXCLAMATION | MB_TOPMOST);
-    }
-    // A mouse press that took the focus away reaches its button only now, and its release went to
-    // the box: the click is lost, the button must not stay down.
+    DialogWindow* const window = DialogOf(field);
     QTimer::singleShot(0, window, [window] {
         for (QAbstractButton* const button : window->findChildren<QAbstractButton*>()) {
             button->setDown(false);
         }
     });
-    edit->setFocus(Qt::OtherFocusReason);
-    edit->selectAll();
+    auto& edit = dynamic_cast<EditControl&>(*WidgetOf(field));
+    edit.setFocus(Qt::OtherFocusReason);
+    edit.selectAll();
 }
 
 namespace {

@@ -2,7 +2,6 @@
 #pragma once
 
 #include "platform/dialog.h"
-#include "platform/qt/modal_loop.h"
 
 #include <QBasicTimer>
 #include <QDialog>
@@ -22,24 +21,18 @@ public:
     HWND Handle() const { return m_handle; }
     HWND Control(int id) const; // null when the template does not hold it
 
-    void Open();          // shows the window
-    void FocusFirst();    // the first control in the template's order that takes the focus
-    int Serve();          // serves messages until End; returns its result
-    void End(int result); // hides the window; nothing of it is reported any more
+    void FocusFirst(); // the first control in the template's order that takes the focus
 
     // False behind a box or another dialog: there a handler of this one is still at work.
     bool TakesInput() const;
 
-    // Sends the dialog a message of one of its controls or of the window itself.
+    // Sends the dialog a message of one of its controls or of the window itself, unless it ended.
     LRESULT Notify(UINT message, WPARAM wParam = 0, LPARAM lParam = 0);
     // The notification code of the control of this id.
     void NotifyCommand(int id, UINT code) { Notify(WM_COMMAND, MAKEWPARAM(UINT(id), code)); }
 
     void StartTimer(UINT_PTR id, UINT period);
     void StopTimer(UINT_PTR id);
-
-    // While the box about a rejected field is open, the fields lose the focus for its sake only.
-    bool m_showsRejection = false;
 
 protected:
     void reject() override;
@@ -53,7 +46,6 @@ protected:
 
 private:
     void CreateControls();
-    bool TakesDrops() const;
 
     CDialog& m_dialog;
     HWND m_handle;
@@ -61,8 +53,5 @@ private:
     std::vector<HWND> m_unnamedControls;
     std::vector<QWidget*> m_tabOrder;
     std::map<UINT_PTR, QBasicTimer> m_timers;
-    ModalLoop m_loop;
     int m_titles = 0; // that the windowing system was told since it last answered
-    int m_result = IDCANCEL;
-    bool m_ended = false;
 };

@@ -1,6 +1,8 @@
 // The stack of the paint requests being served.
 #include "platform/qt/paint_request.h"
 
+#include "platform/backend.h"
+
 #include <utility>
 
 namespace {
@@ -36,7 +38,7 @@ PaintRequest* PaintRequest::Take(HWND window)
     return innermost;
 }
 
-bool PaintRequest::IsAnyServed()
+bool IsPainting()
 {
     return innermost != nullptr;
 }

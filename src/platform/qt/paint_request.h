@@ -24,7 +24,6 @@ public:
 
     // The request being served for this window, null when there is none or it was taken before.
     static PaintRequest* Take(HWND window);
-    static bool IsAnyServed();
 
     const HWND m_window;
     QWidget* const m_widget;

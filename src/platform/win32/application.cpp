@@ -1,7 +1,6 @@
-// The application object: the start and end of the program's run, and the beeper.
-#include "platform/dialog_hooks.h"
+// The system's set-up, the requests to end the program, and the beeper.
 #include "platform/win32/accessibility.h"
-#include "platform/win32/modal_loop.h"
+#include "platform/win32/dialog_window.h"
 
 #include <algorithm>
 #include <atomic>
@@ -37,22 +36,18 @@ win::DWORD WINAPI SoundTone(void* packed);
 
 } // namespace
 
-int CWinApp::Run(int, char**)
+std::shared_ptr<void> StartWindowSystem(int&, char**)
 {
     win::INITCOMMONCONTROLSEX controls{sizeof controls, ICC_STANDARD_CLASSES | ICC_BAR_CLASSES};
     win::InitCommonControlsEx(&controls);
-    const AccessibilitySupport accessibility;
-    const LaterWindow later;
-    const EndRequests endRequests;
-
-    // No window outlives InitInstance, so that there is nothing left to serve after it.
-    try {
-        InitInstance();
-        return 0;
-    } catch (...) {
-        ReportCurrentException(nullptr);
-        return EXIT_FAILURE;
-    }
+    RegisterFrameClass();
+    struct System
+    {
+        AccessibilitySupport m_accessibility;
+        LaterWindow m_later;
+        EndRequests m_endRequests;
+    };
+    return std::make_shared<System>();
 }
 
 // The system's call returns when the tone has ended.

@@ -1,6 +1,4 @@
 // Message boxes, the open-file dialog and the wait cursor.
-#include "platform/boxes.h"
-
 #include "platform/win32/dialog_window.h"
 #include "platform/win32/text.h"
 
@@ -12,24 +10,18 @@ namespace {
 constexpr std::size_t LongestLabel = 2000; // characters; a longer text scrolls
 constexpr std::size_t LongestLine = 2000;  // characters of a line that is laid out as one
 constexpr std::size_t LongestPath = 32'768;
-// What is pressed earlier than so many milliseconds after a question got the keyboard was meant for
-// the field that had it before.
-constexpr std::uint64_t DeafTime = 300;
 constexpr int IconSide = 32;
 constexpr int TextId = 0xFFFF;
 
-int waitCursors = 0;
+bool isWaitCursorShown = false;
 
 // A box on the screen, from its opening to its answer.
-class MessageBoxWindow : public ModalLoop
+class MessageBoxWindow : public NativeWindow
 {
 public:
     MessageBoxWindow(const std::wstring& text, const std::wstring& caption, UINT style);
-    ~MessageBoxWindow() override;
 
-    int Serve(); // until it is answered
-
-protected:
+    void Show() override;
     bool Ignores(const win::MSG& message) const override;
 
 private:
@@ -48,27 +40,30 @@ private:
                   const win::RECT& place, int id) const;
 
     UINT m_style;
-    win::HWND m_window = nullptr;
     std::uint64_t m_active = 0; // when it first got the keyboard, 0 before
 };
 
-// Tells a loop its window: that of the system's dialog that opens next on this thread.
-class OpeningWatch
+// The system's dialog, whose own loop serves messages.
+class FileWindow : public NativeWindow
 {
 public:
-    explicit OpeningWatch(ModalLoop& loop);
-    ~OpeningWatch();
-    OpeningWatch(const OpeningWatch&) = delete;
-    OpeningWatch& operator=(const OpeningWatch&) = delete;
+    FileWindow(const FileRequest& request, std::string& path);
+    ~FileWindow() override;
+
+    void Show() override {}
+    void Serve() override;
+    void Stop() override;
+    void Hide() override {}
 
 private:
     static win::LRESULT CALLBACK OnActivate(int code, win::WPARAM wParam, win::LPARAM lParam);
 
-    static inline ModalLoop* sWaiting = nullptr;
+    static inline FileWindow* sWaiting = nullptr; // for the system to open its window
+    const FileRequest m_request;
+    std::string& m_path;
     win::HHOOK m_hook;
 };
 
-int AnswerOnLeaving(UINT style);
 const wchar_t* IconOf(UINT style);
 void PlaceAbove(win::HWND window, win::HWND below);
 bool IsText(const win::MSG& key);
@@ -76,95 +71,32 @@ std::wstring ForScrolling(const std::wstring& text);
 
 } // namespace
 
-int MessageBoxA(HWND, const char* text, const char* caption, UINT style)
+std::unique_ptr<ModalWindow> MakeBox(HWND, const char* text, const char* caption, UINT style)
 {
-    if (IsSessionEnding()) {
-        return AnswerOnLeaving(style);
-    }
-    return MessageBoxWindow(ShownText(text), ShownTitle(caption), style).Serve();
+    return std::make_unique<MessageBoxWindow>(ShownText(text), ShownTitle(caption), style);
 }
 
-int AfxMessageBox(const char* text, UINT style)
+std::unique_ptr<ModalWindow> MakeFileChooser(const FileRequest& request, std::string& path)
 {
-    return MessageBoxA(nullptr, text, AfxGetApp() != nullptr ? AfxGetApp()->Name().c_str() : "",
-                       style);
+    return std::make_unique<FileWindow>(request, path);
 }
 
-CFileDialog::CFileDialog(BOOL, const char* defaultExtension, const char* fileName, DWORD flags,
-                         const char* filter, CWnd* parent)
-    : m_defaultExtension(defaultExtension != nullptr ? defaultExtension : ""),
-      m_fileName(fileName != nullptr ? fileName : ""),
-      m_filter(filter != nullptr ? filter : ""),
-      m_flags(flags),
-      m_parent(parent)
+void ShowWaitCursor(bool shown)
 {
-}
-
-int CFileDialog::DoModal()
-{
-    if (IsSessionEnding()) {
-        return IDCANCEL;
-    }
-    std::wstring filter = Wide(m_filter);
-    std::replace(filter.begin(), filter.end(), L'|', L'\0');
-    const std::wstring folder = Wide(m_folder);
-    std::wstring extension = Wide(m_defaultExtension);
-    extension.erase(0, extension.rfind(L'.') + 1);
-    std::wstring path = Wide(m_fileName);
-    path.resize(LongestPath);
-
-    win::OPENFILENAMEW open{};
-    open.lStructSize = sizeof open;
-    open.lpstrFilter = filter.c_str();
-    open.lpstrFile = path.data();
-    open.nMaxFile = static_cast<win::DWORD>(path.size());
-    open.lpstrInitialDir = folder.empty() ? nullptr : folder.c_str();
-    open.lpstrDefExt = extension.empty() ? nullptr : extension.c_str();
-    open.Flags = m_flags | OFN_HIDEREADONLY | OFN_NOCHANGEDIR | OFN_EXPLORER;
-
-    ModalLoop loop([&loop] {
-        // What it has opened itself, such as a box, comes first.
-        if (loop.Window() != nullptr) {
-            win::PostMessageW(win::GetLastActivePopup(loop.Window()), WM_COMMAND, IDCANCEL, 0);
-        }
-    });
-    const OpeningWatch watch(loop);
-    open.hwndOwner = loop.Owner();
-    if (win::GetOpenFileNameW(&open) == FALSE || IsSessionEnding()) {
-        return IDCANCEL;
-    }
-    m_path = Narrow(path.c_str());
-    return IDOK;
-}
-
-CWaitCursor::CWaitCursor()
-{
-    ++waitCursors;
-    win::SetCursor(win::LoadCursorW(nullptr, IDC_WAIT));
-}
-
-CWaitCursor::~CWaitCursor()
-{
-    Restore();
-}
-
-void CWaitCursor::Restore()
-{
-    if (std::exchange(m_shown, false) && --waitCursors == 0) {
-        win::SetCursor(win::LoadCursorW(nullptr, IDC_ARROW));
-    }
+    isWaitCursorShown = shown;
+    win::SetCursor(win::LoadCursorW(nullptr, shown ? IDC_WAIT : IDC_ARROW));
 }
 
 bool IsWaitCursorShown()
 {
-    return waitCursors > 0;
+    return isWaitCursorShown;
 }
 
 namespace {
 
 MessageBoxWindow::MessageBoxWindow(const std::wstring& text, const std::wstring& caption,
                                    UINT style)
-    : ModalLoop([this] { Quit(AnswerOnLeaving(m_style)); }), m_style(style)
+    : m_style(style)
 {
     const Layout layout = Measure(text);
     m_window = CreateDialogWindow(
@@ -173,29 +105,20 @@ MessageBoxWindow::MessageBoxWindow(const std::wstring& text, const std::wstring&
                                  WS_EX_DLGMODALFRAME),
          Owner()},
         &Procedure, reinterpret_cast<win::LPARAM>(this));
-    SetWindow(m_window);
     Fill(text, layout);
     if (IsAboveBox()) {
         PlaceAbove(m_window, Owner());
     } else {
         CenterWindow(m_window, Owner());
     }
-    win::MessageBeep(style & 0xF0);
+}
+
+void MessageBoxWindow::Show()
+{
+    win::MessageBeep(m_style & 0xF0);
     win::ShowWindow(m_window, SW_SHOW);
     win::SetForegroundWindow(m_window);
-    win::SetFocus(win::GetDlgItem(m_window, (style & MB_YESNO) != 0 ? IDYES : IDOK));
-}
-
-MessageBoxWindow::~MessageBoxWindow()
-{
-    Unblock();
-    win::DestroyWindow(m_window);
-}
-
-int MessageBoxWindow::Serve()
-{
-    Run();
-    return Result();
+    win::SetFocus(win::GetDlgItem(m_window, (m_style & MB_YESNO) != 0 ? IDYES : IDOK));
 }
 
 // A key that is still held down from before repeats itself for longer.
@@ -203,7 +126,8 @@ bool MessageBoxWindow::Ignores(const win::MSG& message) const
 {
     constexpr win::LPARAM Repeated = 1 << 30;
     const bool isQuestion = (m_style & (MB_YESNO | MB_OKCANCEL)) != 0;
-    const bool isEarly = m_active == 0 || win::GetTickCount64() - m_active < DeafTime;
+    const bool isEarly =
+        m_active == 0 || win::GetTickCount64() - m_active < static_cast<std::uint64_t>(DeafTime);
     return isQuestion && message.message == WM_KEYDOWN && IsText(message) &&
            (isEarly || (message.lParam & Repeated) != 0);
 }
@@ -217,22 +141,21 @@ win::INT_PTR CALLBACK MessageBoxWindow::Procedure(win::HWND window, win::UINT me
     }
     auto* const box =
         reinterpret_cast<MessageBoxWindow*>(win::GetWindowLongPtrW(window, DWLP_USER));
-    if (box == nullptr) {
+    if (box == nullptr || box->m_loop == nullptr) {
         return FALSE;
     }
     if (message == WM_ACTIVATE && wParam != WA_INACTIVE && box->m_active == 0) {
         box->m_active = win::GetTickCount64();
     }
     if (message == WM_CLOSE) {
-        box->Quit(AnswerOnLeaving(box->m_style));
+        box->m_loop->Quit(IDCANCEL);
         return TRUE;
     }
     const auto pressed = static_cast<int>(wParam & 0xFFFF);
     if (message != WM_COMMAND || pressed == TextId) {
         return FALSE;
     }
-    box->Quit(win::GetDlgItem(window, pressed) != nullptr ? pressed
-                                                          : AnswerOnLeaving(box->m_style));
+    box->m_loop->Quit(pressed);
     return TRUE;
 }
 
@@ -327,29 +250,61 @@ win::HWND MessageBoxWindow::Add(const wchar_t* className, const std::wstring& te
     return made;
 }
 
-OpeningWatch::OpeningWatch(ModalLoop& loop)
-    : m_hook(win::SetWindowsHookExW(WH_CBT, &OnActivate, nullptr, win::GetCurrentThreadId()))
+FileWindow::FileWindow(const FileRequest& request, std::string& path)
+    : m_request(request),
+      m_path(path),
+      m_hook(win::SetWindowsHookExW(WH_CBT, &OnActivate, nullptr, win::GetCurrentThreadId()))
 {
-    sWaiting = &loop;
+    sWaiting = this;
 }
 
-OpeningWatch::~OpeningWatch()
+FileWindow::~FileWindow()
 {
     sWaiting = nullptr;
     win::UnhookWindowsHookEx(m_hook);
 }
 
-win::LRESULT CALLBACK OpeningWatch::OnActivate(int code, win::WPARAM wParam, win::LPARAM lParam)
+void FileWindow::Serve()
 {
-    if (code == HCBT_ACTIVATE && sWaiting != nullptr) {
-        std::exchange(sWaiting, nullptr)->SetWindow(reinterpret_cast<win::HWND>(wParam));
-    }
-    return win::CallNextHookEx(nullptr, code, wParam, lParam);
+    std::wstring filter = Wide(m_request.filter);
+    std::replace(filter.begin(), filter.end(), L'|', L'\0');
+    const std::wstring folder = Wide(m_request.folder);
+    std::wstring extension = Wide(m_request.defaultExtension);
+    extension.erase(0, extension.rfind(L'.') + 1);
+    std::wstring path = Wide(m_request.fileName);
+    path.resize(LongestPath);
+
+    win::OPENFILENAMEW open{};
+    open.lStructSize = sizeof open;
+    open.hwndOwner = Owner();
+    open.lpstrFilter = filter.c_str();
+    open.lpstrFile = path.data();
+    open.nMaxFile = static_cast<win::DWORD>(path.size());
+    open.lpstrInitialDir = folder.empty() ? nullptr : folder.c_str();
+    open.lpstrDefExt = extension.empty() ? nullptr : extension.c_str();
+    open.Flags = (m_request.mustExist ? OFN_FILEMUSTEXIST : 0) | OFN_HIDEREADONLY |
+                 OFN_NOCHANGEDIR | OFN_EXPLORER;
+    const bool isChosen = win::GetOpenFileNameW(&open) != FALSE;
+    m_window = nullptr; // the system has destroyed it
+    m_path = isChosen ? Narrow(path.c_str()) : "";
+    m_loop->Quit(isChosen ? IDOK : IDCANCEL);
 }
 
-int AnswerOnLeaving(UINT style)
+// What it has opened itself, such as a box, comes first.
+void FileWindow::Stop()
 {
-    return (style & MB_YESNO) != 0 ? IDNO : (style & MB_OKCANCEL) != 0 ? IDCANCEL : IDOK;
+    NativeWindow::Stop();
+    if (m_window != nullptr) {
+        win::PostMessageW(win::GetLastActivePopup(m_window), WM_COMMAND, IDCANCEL, 0);
+    }
+}
+
+win::LRESULT CALLBACK FileWindow::OnActivate(int code, win::WPARAM wParam, win::LPARAM lParam)
+{
+    if (code == HCBT_ACTIVATE && sWaiting != nullptr) {
+        std::exchange(sWaiting, nullptr)->m_window = reinterpret_cast<win::HWND>(wParam);
+    }
+    return win::CallNextHookEx(nullptr, code, wParam, lParam);
 }
 
 const wchar_t* IconOf(UINT style)

@@ -1,16 +1,10 @@
 // Dialogs as windows of the system.
-#include "platform/dialog.h"
-
-#include "platform/dialog_hooks.h"
-#include "platform/field_text.h"
-#include "platform/scope.h"
 #include "platform/win32/accessibility.h"
 #include "platform/win32/dialog_window.h"
 #include "platform/win32/text.h"
 
 #include <algorithm>
 #include <cstdint>
-#include <exception>
 #include <utility>
 
 namespace {
@@ -21,123 +15,56 @@ constexpr win::WORD UnnamedControl = 0xFFFF;
 constexpr std::size_t LongestPath = 32'768; // characters
 constexpr int WheelNotch = 120;
 
-HWND rejectionShown = nullptr; // the field whose rejection a box tells at this time
+class DialogWindow : public NativeWindow
+{
+public:
+    DialogWindow(CDialog& dialog, bool isOwned);
 
-void CreateControls(const CDialog& dialog, win::HWND window);
+private:
+    void CreateControls(const CDialog& dialog) const;
+};
+
 win::INT_PTR CALLBACK DialogProc(win::HWND window, win::UINT message, win::WPARAM wParam,
                                  win::LPARAM lParam);
-bool Handles(const CDialog& dialog, UINT message);
-void ShowInBox(HWND owner, const std::string& text, UINT icon);
 void LiftButtons(win::HWND window);
 
 } // namespace
 
-CDialog::CDialog(const DialogTemplate& dialogTemplate, CWnd* parent)
-    : m_template(dialogTemplate), m_parent(parent)
+std::unique_ptr<ModalWindow> MakeDialogWindow(CDialog& dialog, CWnd* parent, HWND& handle)
 {
+    auto window = std::make_unique<DialogWindow>(dialog, parent != nullptr);
+    handle = Contract(window->Window());
+    return window;
 }
 
-CDialog::~CDialog() = default;
-
-int CDialog::DoModal()
+HWND ControlOf(HWND dialog, int id)
 {
-    if (IsSessionEnding()) {
-        return IDCANCEL;
-    }
-    const win::SIZE base = BaseUnits();
-    const RECT client =
-        UnitsToPixels({0, 0, m_template.width, m_template.height}, base.cx, base.cy);
-    RegisterFrameClass();
-
-    // The window and its handle go before the loop's end, also when the initialization throws.
-    ModalLoop loop([this] { EndDialog(IDCANCEL); }, this);
-    const win::HWND owner = m_parent != nullptr ? loop.Owner() : nullptr;
-    struct Window
-    {
-        HWND& handle;
-        ModalLoop& loop;
-        ~Window()
-        {
-            loop.Unblock();
-            win::DestroyWindow(Native(std::exchange(handle, nullptr)));
-        }
-    } const window{m_hWnd, loop};
-    m_hWnd = Contract(CreateDialogWindow(
-        {ShownTitle(m_template.title),
-         {client.right, client.bottom},
-         static_cast<win::DWORD>(WS_POPUP | WS_CAPTION | WS_SYSMENU | DS_MODALFRAME |
-                                 (m_template.minimizable ? WS_MINIMIZEBOX : 0)),
-         static_cast<win::DWORD>(owner == nullptr ? WS_EX_APPWINDOW : 0),
-         owner},
-        &DialogProc, reinterpret_cast<win::LPARAM>(this)));
-    loop.SetWindow(Native(m_hWnd));
-    CreateControls(*this, Native(m_hWnd));
-    CenterWindow(Native(m_hWnd), owner);
-    win::DragAcceptFiles(Native(m_hWnd), Handles(*this, WM_DROPFILES) ? TRUE : FALSE);
-
-    const BOOL defaultFocus = OnInitDialog();
-    if (!loop.IsOver()) {
-        win::ShowWindow(Native(m_hWnd), SW_SHOW);
-        if (defaultFocus != FALSE) {
-            win::SetFocus(win::GetNextDlgTabItem(Native(m_hWnd), nullptr, FALSE));
-        }
-        loop.Run();
-    }
-    return loop.Result();
+    return dialog != nullptr ? Contract(win::GetDlgItem(Native(dialog), id)) : nullptr;
 }
 
-// The former windows take input before this one goes, else the system would activate another
-// program's.
-void CDialog::EndDialog(int result)
+void FocusFirst(HWND dialog)
 {
-    ModalLoop* const loop = ModalLoop::Of(this);
-    if (loop == nullptr || loop->IsOver()) {
-        return;
-    }
-    loop->Quit(result);
-    loop->Unblock();
-    ShowWindow(SW_HIDE);
+    win::SetFocus(win::GetNextDlgTabItem(Native(dialog), nullptr, FALSE));
 }
 
-CWnd CDialog::GetDlgItem(int id) const
+bool MarkRejected(HWND field, const std::string& reason)
 {
-    return CWnd(m_hWnd != nullptr ? Contract(win::GetDlgItem(Native(m_hWnd), id)) : nullptr);
-}
-
-// A box that opened before the painting began would have the system ask for it again and again; it
-// waits for its end, and so that every further painting does not bring one more, it stands alone.
-void ReportException(HWND dialog, const std::string& text)
-{
-    if (!PaintRequest::IsAnyServed()) {
-        return ShowInBox(dialog, text, MB_ICONSTOP);
+    const win::HWND edit = Native(field);
+    if (win::GetPropW(edit, RejectedMark) != nullptr) {
+        return false;
     }
-    static bool waiting = false;
-    if (std::exchange(waiting, true)) {
-        return;
-    }
-    RunLater([dialog, text] {
-        const ScopeExit shown([] { waiting = false; });
-        ShowInBox(dialog, text, MB_ICONSTOP);
-    });
-}
-
-void RejectEdit(const CDataExchange& dx)
-{
-    const win::HWND edit = Native(dx.m_rejectedField);
-    const bool isNew = win::GetPropW(edit, RejectedMark) == nullptr;
     win::SetPropW(edit, RejectedMark, edit);
-    if (!isNew && dx.m_leavingField) {
-        return;
-    }
-    SetAccessibleDescription(edit, Wide(dx.m_rejectionReason).c_str());
+    SetAccessibleDescription(edit, Wide(reason).c_str());
     win::InvalidateRect(edit, nullptr, TRUE);
-    {
-        const ScopedValue shown(rejectionShown, dx.m_rejectedField);
-        ShowInBox(dx.m_pDlg->GetSafeHwnd(), dx.m_rejectionReason, MB_ICONEXCLAMATION);
-    }
-    // A mouse press that took the focus away reaches its button only now, and its release went to
-    // the box: the click is lost, the button must not stay down.
-    RunLater([window = win::GetParent(edit)] { LiftButtons(window); });
+    return true;
+}
+
+// A mouse press that took the focus away reaches its button only now, and its release went to the
+// box: the click is lost, the button must not stay down.
+void ReturnTo(HWND field)
+{
+    const win::HWND edit = Native(field);
+    RunSoon([window = win::GetParent(edit)] { LiftButtons(window); });
     win::SetFocus(edit);
     win::SendMessageW(edit, EM_SETSEL, 0, -1);
 }
@@ -154,10 +81,23 @@ CDialog* DialogOf(win::HWND window)
 
 namespace {
 
-void ShowInBox(HWND owner, const std::string& text, UINT icon)
+DialogWindow::DialogWindow(CDialog& dialog, bool isOwned)
 {
-    MessageBoxA(owner, text.c_str(), AfxGetApp() != nullptr ? AfxGetApp()->Name().c_str() : "",
-                MB_OK | MB_TOPMOST | icon);
+    const DialogTemplate& form = dialog.Template();
+    const win::HWND owner = isOwned ? Owner() : nullptr;
+    const win::SIZE base = BaseUnits();
+    const RECT client = UnitsToPixels({0, 0, form.width, form.height}, base.cx, base.cy);
+    m_window = CreateDialogWindow(
+        {ShownTitle(form.title),
+         {client.right, client.bottom},
+         static_cast<win::DWORD>(WS_POPUP | WS_CAPTION | WS_SYSMENU | DS_MODALFRAME |
+                                 (form.minimizable ? WS_MINIMIZEBOX : 0)),
+         static_cast<win::DWORD>(owner == nullptr ? WS_EX_APPWINDOW : 0),
+         owner},
+        &DialogProc, reinterpret_cast<win::LPARAM>(&dialog));
+    CreateControls(dialog);
+    CenterWindow(m_window, owner);
+    win::DragAcceptFiles(m_window, Handles(dialog, WM_DROPFILES) ? TRUE : FALSE);
 }
 
 void LiftButtons(win::HWND window)
@@ -169,13 +109,6 @@ void LiftButtons(win::HWND window)
     while ((button = win::FindWindowExW(window, button, L"Button", nullptr)) != nullptr) {
         win::SendMessageW(button, BM_SETSTATE, FALSE, 0);
     }
-}
-
-bool Handles(const CDialog& dialog, UINT message)
-{
-    return std::ranges::any_of(dialog.DispatchTable(), [message](const DispatchEntry& line) {
-        return line.message == message;
-    });
 }
 
 struct ControlForm
@@ -201,7 +134,7 @@ constexpr ControlForm ControlForms[] = {
      0},
 };
 
-void CreateControls(const CDialog& dialog, win::HWND window)
+void DialogWindow::CreateControls(const CDialog& dialog) const
 {
     const win::SIZE base = BaseUnits();
     std::wstring label; // before the control
@@ -222,11 +155,11 @@ void CreateControls(const CDialog& dialog, win::HWND window)
         const auto id = static_cast<std::uintptr_t>(control.id != 0 ? control.id : UnnamedControl);
         const win::HWND made = win::CreateWindowExW(
             form.extendedStyle, form.className, ShownText(control.text).c_str(), style, place.left,
-            place.top, place.right - place.left, place.bottom - place.top, window,
+            place.top, place.right - place.left, place.bottom - place.top, m_window,
             reinterpret_cast<win::HMENU>(id), win::GetModuleHandleW(nullptr), nullptr);
         win::SendMessageW(made, WM_SETFONT, reinterpret_cast<win::WPARAM>(DialogFont()), FALSE);
         if (control.kind == ControlKind::DefaultButton) {
-            win::SendMessageW(window, DM_SETDEFID, id, 0);
+            win::SendMessageW(m_window, DM_SETDEFID, id, 0);
         }
         if (control.accessibleName != nullptr) {
             SetAccessibleName(made, Wide(control.accessibleName).c_str());
@@ -283,10 +216,10 @@ void OnDrop(CDialog& dialog, win::HDROP drop)
     const win::UINT files = win::DragQueryFileW(drop, 0xFFFFFFFF, nullptr, 0);
     path.resize(win::DragQueryFileW(drop, 0, path.data(), static_cast<win::UINT>(path.size())));
     win::DragFinish(drop);
-    if (files != 1 || !ModalLoop::IsInnermost(&dialog)) {
+    if (files != 1 || !ModalLoop::TakesInput(dialog)) {
         return;
     }
-    RunLater([&dialog, window = dialog.GetSafeHwnd(), file = Narrow(path)] {
+    RunSoon([&dialog, window = dialog.GetSafeHwnd(), file = Narrow(path)] {
         if (DialogOf(Native(window)) == &dialog) {
             dialog.Send(WM_DROPFILES, 0, reinterpret_cast<LPARAM>(file.c_str()));
         }
@@ -297,24 +230,8 @@ void OnDrop(CDialog& dialog, win::HDROP drop)
 void OnEndSession(CDialog& dialog)
 {
     ModalLoop::AskToEnd();
-    if (const ModalLoop* const loop = ModalLoop::Of(&dialog); loop != nullptr && !loop->IsOver()) {
+    if (ModalLoop::IsOpen(dialog)) {
         dialog.Send(WM_QUERYENDSESSION);
-    }
-}
-
-void OnHelpKey(const CDialog& dialog)
-{
-    if (AfxGetApp() == nullptr) {
-        return;
-    }
-    try {
-        for (const DispatchEntry& entry : AfxGetApp()->DispatchTable()) {
-            if (entry.message == WM_COMMAND && entry.id == ID_HELP) {
-                entry.call(*AfxGetApp(), MAKEWPARAM(ID_HELP, BN_CLICKED), 0);
-            }
-        }
-    } catch (...) {
-        ReportCurrentException(dialog.GetSafeHwnd());
     }
 }
 
@@ -327,7 +244,7 @@ void OnCommand(CDialog& dialog, WPARAM wParam, LPARAM lParam)
         win::InvalidateRect(field, nullptr, TRUE);
     }
     // While the box about a rejected field is open, fields lose the focus for its sake only.
-    const bool leaving = code == EN_KILLFOCUS && rejectionShown == nullptr;
+    const bool leaving = code == EN_KILLFOCUS && !IsRejectionShown(dialog.GetSafeHwnd());
     if (code == BN_CLICKED || leaving) {
         dialog.Send(WM_COMMAND, wParam, lParam);
     }
@@ -353,7 +270,7 @@ bool Serve(CDialog& dialog, UINT message, WPARAM wParam, LPARAM lParam, LRESULT&
     case WM_CLOSE:
         // Behind a box or another dialog a handler is still at work with what a close would take
         // away.
-        if (ModalLoop::IsInnermost(&dialog)) {
+        if (ModalLoop::TakesInput(dialog)) {
             dialog.Send(WM_CLOSE);
         }
         return true;
@@ -373,7 +290,7 @@ bool Serve(CDialog& dialog, UINT message, WPARAM wParam, LPARAM lParam, LRESULT&
         OnDrop(dialog, reinterpret_cast<win::HDROP>(wParam));
         return true;
     case WM_HELP:
-        OnHelpKey(dialog);
+        ServeHelpKey(dialog.GetSafeHwnd());
         return true;
     case WM_QUERYENDSESSION:
         result = TRUE;
@@ -425,7 +342,7 @@ try {
         return FALSE; // the focus is set later
     }
     auto* const dialog = reinterpret_cast<CDialog*>(win::GetWindowLongPtrW(window, DWLP_USER));
-    const ModalLoop* const loop = dialog != nullptr ? ModalLoop::Of(dialog) : nullptr;
+    const ModalLoop* const loop = dialog != nullptr ? ModalLoop::Of(*dialog) : nullptr;
     if (loop == nullptr || loop->IsOver() || dialog->GetSafeHwnd() != Contract(window)) {
         return FALSE;
     }

@@ -6,10 +6,6 @@
 
 namespace {
 
-// The character cell of the 8-point sans serif that the templates are designed in. It is fixed
-// here, so that a dialog has the same pixels with every font.
-constexpr int BaseUnitX = 6;
-constexpr int BaseUnitY = 13;
 constexpr int FontPixels = 11;
 constexpr int StandardScale = 96; // dots an inch
 constexpr wchar_t FontName[] = L"MS Shell Dlg";

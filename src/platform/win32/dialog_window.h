@@ -1,7 +1,7 @@
 // What the files of this implementation share about dialogs and the painting of their windows.
 #pragma once
 
-#include "platform/win32/modal_loop.h"
+#include "platform/win32/modal_window.h"
 
 #include <string>
 
@@ -48,7 +48,6 @@ public:
 
     // The request being served for this window, null when there is none or it was taken before.
     static PaintRequest* Take(win::HWND window);
-    static bool IsAnyServed();
     bool IsTaken() const { return m_taken; }
 
 private:

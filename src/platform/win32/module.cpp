@@ -14,7 +14,7 @@ std::wstring PathOf(HMODULE module);
 
 // The current folder and the search path of the environment are never looked at: only the program's
 // own folder and the system's, for the library and for what it needs itself.
-HMODULE LoadLibraryA(const char* name)
+HMODULE LoadModule(const char* name)
 {
     const std::wstring file = Wide(name) + L".dll";
     const std::wstring program = PathOf(nullptr);
@@ -34,7 +34,7 @@ HMODULE LoadLibraryA(const char* name)
     return reinterpret_cast<HMODULE>(module);
 }
 
-void* GetProcAddress(HMODULE module, unsigned number)
+void* FindExport(HMODULE module, unsigned number)
 {
     // The system takes an ordinal in the place of a name.
     const auto* const ordinal = reinterpret_cast<const char*>(static_cast<std::uintptr_t>(number));

@@ -8,9 +8,11 @@
 #include "platform/clock.h"
 #include "platform/controls.h"
 #include "platform/dialog.h"
+#include "platform/field_text.h"
 #include "platform/files.h"
 #include "platform/module.h"
 #include "platform/paint.h"
+#include "platform/policy.h"
 #include "platform/types.h"
 
 // What the system's headers include of the language's library stays outside the namespace.

@@ -82,14 +82,14 @@ int GetSystemMetrics(int index)
     return win::GetSystemMetrics(index);
 }
 
-void CDialog::SetIcon(HICON icon, BOOL big)
+void SetWindowIcon(HWND dialog, const IconResource& icon, bool big)
 {
-    if (m_hWnd == nullptr || icon == nullptr) {
+    if (dialog == nullptr) {
         return;
     }
     const auto former = reinterpret_cast<win::HICON>(
-        win::SendMessageW(Native(m_hWnd), WM_SETICON, big != FALSE ? ICON_BIG : ICON_SMALL,
-                          reinterpret_cast<win::LPARAM>(NativeIcon(*icon))));
+        win::SendMessageW(Native(dialog), WM_SETICON, big ? ICON_BIG : ICON_SMALL,
+                          reinterpret_cast<win::LPARAM>(NativeIcon(icon))));
     if (former != nullptr) {
         win::DestroyIcon(former);
     }
@@ -114,7 +114,7 @@ PaintRequest* PaintRequest::Take(win::HWND window)
     return innermost;
 }
 
-bool PaintRequest::IsAnyServed()
+bool IsPainting()
 {
     return innermost != nullptr;
 }
@@ -167,8 +167,7 @@ win::LRESULT CALLBACK FrameProc(win::HWND window, win::UINT message, win::WPARAM
         return TRUE;
     }
     CDialog* const dialog = DialogOf(window);
-    const bool lives =
-        dialog != nullptr && ModalLoop::Of(dialog) != nullptr && !ModalLoop::Of(dialog)->IsOver();
+    const bool lives = dialog != nullptr && ModalLoop::IsOpen(*dialog);
     const bool takesInput = (win::GetWindowLongW(window, GWL_STYLE) & WS_TABSTOP) != 0;
     if (message == WM_GETDLGCODE && takesInput) {
         return DLGC_WANTARROWS | DLGC_WANTCHARS;
@@ -234,7 +233,7 @@ bool SendInput(CDialog& dialog, win::HWND frame, win::UINT message, win::WPARAM 
     case WM_LBUTTONDBLCLK:
     case WM_RBUTTONDOWN:
     case WM_RBUTTONDBLCLK:
-        if (ModalLoop::IsInnermost(&dialog) && Press(frame)) {
+        if (ModalLoop::TakesInput(dialog) && Press(frame)) {
             dialog.Send(message, wParam, lParam);
         }
         return true;

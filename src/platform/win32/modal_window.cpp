@@ -1,184 +1,99 @@
-// The nested message loops of dialogs and boxes, and the order in which their windows stand.
-#include "platform/win32/modal_loop.h"
+// The windows of open dialogs and boxes, and the order in which they stand.
+#include "platform/win32/modal_window.h"
 
-#include "platform/dialog_hooks.h"
 #include "platform/scope.h"
 
-#include <algorithm>
 #include <atomic>
 #include <deque>
 #include <utility>
 
 namespace {
 
-constexpr int SliceMessages = 64;
-constexpr std::uint64_t SliceMilliseconds = 8;
 constexpr win::UINT RunActions = WM_USER + 1;
 constexpr win::UINT EndProgram = WM_USER + 2;
-constexpr win::UINT_PTR EndingTimer = 1;
-constexpr win::UINT EndingPeriod = 10; // milliseconds
+constexpr win::UINT_PTR StopTimer = 1;
+constexpr win::UINT StopPeriod = 10; // milliseconds
 constexpr wchar_t LaterClass[] = L"TarnTestLater";
 
-std::vector<ModalLoop*> loops; // outermost first
-bool ending = false;
 std::deque<std::function<void()>> actions;
 std::atomic<win::HWND> laterWindow = nullptr;
 const win::MSG* taken = nullptr; // by DispatchToDialogs, the innermost
 
-// How many posted messages were served since the others were, and since when.
-class Slice
-{
-public:
-    void Count() { ++m_messages; }
-    // Starts the next slice when this one is over.
-    bool IsOver();
+// Since timers, paint requests and input were served.
+DeliverySlice slice;
 
-private:
-    int m_messages = 0;
-    std::uint64_t m_start = win::GetTickCount64();
-};
-
-bool Slice::IsOver()
-{
-    const std::uint64_t now = win::GetTickCount64();
-    if (m_messages < SliceMessages && now - m_start < SliceMilliseconds) {
-        return false;
-    }
-    m_messages = 0;
-    m_start = now;
-    return true;
-}
-
-Slice slice;
-
-void LeaveSystemLoops();
 bool IsOperatorAtWork();
 void ServeOthers(bool withInput);
+void StopAgain();
 win::WINBOOL CALLBACK Block(win::HWND window, win::LPARAM blocked);
 win::LRESULT CALLBACK LaterProc(win::HWND window, win::UINT message, win::WPARAM wParam,
                                 win::LPARAM lParam);
 
 } // namespace
 
-ModalLoop::ModalLoop(std::function<void()> cancel, CDialog* dialog)
-    : m_cancel(std::move(cancel)), m_dialog(dialog)
+NativeWindow::NativeWindow()
 {
-    if (!loops.empty()) {
-        const win::HWND topmost = loops.back()->m_window;
+    if (!ModalLoop::Open().empty()) {
+        const ModalLoop& below = *ModalLoop::Open().back();
+        const win::HWND topmost = static_cast<NativeWindow&>(below.Window()).m_window;
         const bool isShown =
             win::IsWindowVisible(topmost) != FALSE && win::IsIconic(topmost) == FALSE;
         m_owner = isShown ? topmost : nullptr;
-        m_isAboveBox = isShown && loops.back()->m_dialog == nullptr;
+        m_isAboveBox = isShown && below.Dialog() == nullptr;
     }
     win::EnumThreadWindows(win::GetCurrentThreadId(), &Block,
                            reinterpret_cast<win::LPARAM>(&m_blocked));
-    loops.push_back(this);
 }
 
-ModalLoop::~ModalLoop()
+NativeWindow::~NativeWindow()
 {
     Unblock();
-    std::erase(loops, this);
-    if (loops.empty() && m_dialog != nullptr) {
-        ending = false;
-    }
+    win::DestroyWindow(m_window);
 }
 
-void ModalLoop::Unblock()
+void NativeWindow::Unblock()
 {
     for (const win::HWND window : std::exchange(m_blocked, {})) {
         win::EnableWindow(window, TRUE);
     }
 }
 
-void ModalLoop::Run()
+void NativeWindow::Show()
 {
-    while (!m_over) {
-        if (slice.IsOver()) {
-            ServeOthers(true);
-            continue;
-        }
-        win::MSG message;
-        if (win::GetMessageW(&message, nullptr, 0, 0) <= 0) {
-            AskToEnd();
-            continue;
-        }
-        slice.Count();
-        DispatchToDialogs(message);
-    }
+    win::ShowWindow(m_window, SW_SHOW);
 }
 
-void ModalLoop::Quit(int result)
+void NativeWindow::Serve()
 {
-    if (std::exchange(m_over, true)) {
-        return;
+    if (slice.IsOver()) {
+        return ServeOthers(true);
     }
-    m_result = result;
-    const auto self = std::find(loops.begin(), loops.end(), this);
-    const std::vector<ModalLoop*> inside(self + 1, loops.end());
-    std::for_each(inside.rbegin(), inside.rend(), [](ModalLoop* loop) { loop->m_cancel(); });
-    // Loops wait for a message before they look whether they are over.
+    win::MSG message;
+    if (win::GetMessageW(&message, nullptr, 0, 0) <= 0) {
+        return ModalLoop::AskToEnd();
+    }
+    slice.Count();
+    DispatchToDialogs(message);
+}
+
+// A loop waits for a message before it looks whether it is over. One of the system's may only begin
+// or have opened something else meanwhile, so it is stopped again.
+void NativeWindow::Stop()
+{
     win::PostThreadMessageW(win::GetCurrentThreadId(), WM_NULL, 0, 0);
+    win::SetTimer(laterWindow, StopTimer, StopPeriod, nullptr);
 }
 
-ModalLoop* ModalLoop::Of(const CDialog* dialog)
+void NativeWindow::Hide()
 {
-    const auto found = std::find_if(loops.begin(), loops.end(), [dialog](const ModalLoop* loop) {
-        return loop->m_dialog == dialog;
-    });
-    return found != loops.end() ? *found : nullptr;
-}
-
-bool ModalLoop::IsInnermost(const CDialog* dialog)
-{
-    return !loops.empty() && loops.back()->m_dialog == dialog;
-}
-
-bool ModalLoop::IsIgnored(const win::MSG& message)
-{
-    return !loops.empty() && loops.back()->Ignores(message);
-}
-
-void ModalLoop::AskToEnd()
-{
-    if (loops.empty()) {
-        return;
-    }
-    ending = true;
-    GoOnEnding();
-    win::SetTimer(laterWindow, EndingTimer, EndingPeriod, nullptr);
-}
-
-void ModalLoop::GoOnEnding()
-{
-    if (loops.empty() || !ending) { // meanwhile the program has ended
-        win::KillTimer(laterWindow, EndingTimer);
-        return;
-    }
-    if (loops.size() > 1 || loops.front()->m_dialog == nullptr) {
-        LeaveSystemLoops();
-        const std::vector<ModalLoop*> open = loops;
-        for (std::size_t i = open.size(); i-- > 0;) {
-            if (i > 0 || open[i]->m_dialog == nullptr) {
-                open[i]->m_cancel();
-            }
-        }
-        return;
-    }
-    win::KillTimer(laterWindow, EndingTimer);
-    ModalLoop* const outermost = loops.front();
-    outermost->m_dialog->Send(WM_QUERYENDSESSION);
-    ending = outermost->m_over; // a refusal lets boxes open again
-}
-
-bool IsSessionEnding()
-{
-    return ending;
+    Unblock();
+    win::ShowWindow(m_window, SW_HIDE);
 }
 
 void DispatchToDialogs(win::MSG& message)
 {
-    if (ModalLoop::IsIgnored(message)) {
+    const std::vector<ModalLoop*>& open = ModalLoop::Open();
+    if (!open.empty() && static_cast<NativeWindow&>(open.back()->Window()).Ignores(message)) {
         return;
     }
     const ScopedValue<const win::MSG*> dispatched(taken, &message);
@@ -203,7 +118,16 @@ void ServeBehindPosted(win::HWND window, win::UINT message, win::WPARAM wParam, 
     }
 }
 
-void RunLater(std::function<void()> action)
+// Menus, and the moving and dragging of things, run loops that stand in nobody's list here.
+void CloseWindowsOfSystem()
+{
+    win::EndMenu();
+    if (const win::HWND capture = win::GetCapture(); capture != nullptr) {
+        win::SendMessageW(capture, WM_CANCELMODE, 0, 0);
+    }
+}
+
+void RunSoon(std::function<void()> action)
 {
     actions.push_back(std::move(action));
     win::PostMessageW(laterWindow, RunActions, 0, 0);
@@ -233,15 +157,6 @@ void LaterWindow::PostEnd()
 
 namespace {
 
-// Menus, and the moving and dragging of things, run loops that stand in nobody's list here.
-void LeaveSystemLoops()
-{
-    win::EndMenu();
-    if (const win::HWND capture = win::GetCapture(); capture != nullptr) {
-        win::SendMessageW(capture, WM_CANCELMODE, 0, 0);
-    }
-}
-
 // Moves or sizes a window, walks through a menu or drags something: the loop behind it needs the
 // input itself.
 bool IsOperatorAtWork()
@@ -254,6 +169,7 @@ bool IsOperatorAtWork()
 
 void ServeOthers(bool withInput)
 {
+    slice = DeliverySlice();
     const std::pair<win::UINT, win::UINT> kinds[] = {
         {WM_TIMER, PM_REMOVE},
         {0, PM_REMOVE | PM_QS_PAINT},
@@ -276,14 +192,24 @@ win::WINBOOL CALLBACK Block(win::HWND window, win::LPARAM blocked)
     return TRUE;
 }
 
+void StopAgain()
+{
+    const std::vector<ModalLoop*>& open = ModalLoop::Open();
+    if (!open.empty() && open.back()->IsOver()) {
+        open.back()->Window().Stop();
+    } else {
+        win::KillTimer(laterWindow, StopTimer);
+    }
+}
+
 // Nothing may be thrown through the system's calls.
 win::LRESULT CALLBACK LaterProc(win::HWND window, win::UINT message, win::WPARAM wParam,
                                 win::LPARAM lParam)
 try {
     if (message == EndProgram) {
         ModalLoop::AskToEnd();
-    } else if (message == WM_TIMER && wParam == EndingTimer) {
-        ModalLoop::GoOnEnding();
+    } else if (message == WM_TIMER && wParam == StopTimer) {
+        StopAgain();
     } else if (message == RunActions && !actions.empty()) {
         const std::function<void()> action = std::move(actions.front());
         actions.pop_front();
