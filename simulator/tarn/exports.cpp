@@ -7,6 +7,7 @@
 #include "simulator/tarn/objects.h"
 #include "simulator/tarn/result_codes.h"
 #include "simulator/tarn/settings.h"
+#include "simulator/tarn/system.h"
 #include "simulator/tarn/trace.h"
 
 #include <atomic>
@@ -373,9 +374,12 @@ std::shared_ptr<Model> Library::OpenModel()
 
 void Library::Post(std::uint32_t image, std::uint32_t event)
 {
+    static const auto PostInProgram =
+        reinterpret_cast<decltype(&PostMessageA)>(FindInProgram("PostMessageA"));
+    static const auto Post = PostInProgram != nullptr ? PostInProgram : &PostMessageA;
     const std::lock_guard lock(m_windowMutex);
-    const bool posted = m_window != nullptr &&
-                        PostMessageA(m_window, m_message, image, static_cast<LPARAM>(event)) != 0;
+    const bool posted =
+        m_window != nullptr && Post(m_window, m_message, image, static_cast<LPARAM>(event)) != 0;
     if (trace.IsOn()) {
         trace.Write("event", Number(event) + " " + Number(image) + (posted ? "" : " lost"));
     }

@@ -12,6 +12,10 @@ namespace tarn {
 std::tm UtcTime(std::time_t time);
 std::tm LocalTime(std::time_t time);
 
+// The function of this name that the program brings, where the loader does not prefer it by itself
+// to the system's; else null.
+void* FindInProgram(const char* name);
+
 // The folder of this loaded library.
 std::string OwnFolder();
 

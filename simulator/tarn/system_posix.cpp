@@ -22,6 +22,11 @@ std::tm LocalTime(std::time_t time)
     return parts;
 }
 
+void* FindInProgram(const char*)
+{
+    return nullptr;
+}
+
 std::string OwnFolder()
 {
     Dl_info info{};

@@ -21,6 +21,11 @@ std::tm LocalTime(std::time_t time)
     return parts;
 }
 
+void* FindInProgram(const char* name)
+{
+    return reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(nullptr), name));
+}
+
 std::string OwnFolder()
 {
     static const char Anchor = 0;

@@ -18,7 +18,7 @@ void Trace::SetFile(const std::string& path)
     if (path.empty()) {
         return;
     }
-    m_file.open(path, std::ios::app);
+    m_file.open(path, std::ios::app | std::ios::binary);
     if (!m_file) {
         Warn("cannot write the trace file " + path);
     }

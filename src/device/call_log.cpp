@@ -50,7 +50,7 @@ std::string ArgumentsText(const LibraryCall& call)
 
 LibraryCall& CallLog::Begin(Export which)
 {
-    LibraryCall& call = m_calls[m_count++ % MostCallsLogged];
+    LibraryCall& call = m_calls[static_cast<std::size_t>(m_count++ % MostCallsLogged)];
     call.which = which;
     call.numberCount = 0;
     call.hasText = false;
@@ -64,7 +64,7 @@ std::vector<LibraryCall> CallLog::Since(std::uint64_t first) const
     const std::uint64_t oldest = m_count - std::min<std::uint64_t>(m_count, MostCallsLogged);
     std::vector<LibraryCall> calls;
     for (std::uint64_t i = std::max(first, oldest); i < m_count; ++i) {
-        calls.push_back(m_calls[i % MostCallsLogged]);
+        calls.push_back(m_calls[static_cast<std::size_t>(i % MostCallsLogged)]);
     }
     return calls;
 }

@@ -5,6 +5,7 @@
 #include "device/tarn_abi.h"
 
 #include <array>
+#include <concepts>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -60,6 +61,8 @@ template <typename Result>
 void NoteArgument(LibraryCall&, Result**)
 {
 }
-inline void NoteArgument(LibraryCall&, std::uint32_t*) {}
-inline void NoteArgument(LibraryCall&, std::uintptr_t*) {}
+template <std::unsigned_integral Number>
+void NoteArgument(LibraryCall&, Number*)
+{
+}
 inline void NoteArgument(LibraryCall&, char*) {}

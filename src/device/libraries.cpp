@@ -223,7 +223,8 @@ std::uint32_t TarnDescribeResult(std::uint32_t result, char* text, std::uint32_t
         text[0] = '\0';
     }
     if (result == ErrorExportMissing && MissingExports() != 0) {
-        const std::string_view failures = loadFailures;
+        const std::string_view failures =
+            exportsInUse == &loadedExports ? std::string_view(loadFailures) : "";
         const std::string_view description = failures.empty()
                                                  ? "The capture library lacks this operation."
                                                  : failures.substr(0, failures.size() - 1);

@@ -48,6 +48,9 @@ std::string SystemErrorText(DWORD error);
 // closes the stream with fclose, which gives the lock up.
 std::FILE* OpenStream(const char* path, const char* mode);
 
+// Moves the stream's position on by so many bytes, also beyond the end; false when that failed.
+bool SkipInStream(std::FILE* stream, std::uint32_t bytes);
+
 // Brings what was written to the stream onto the disk; false when any of it failed.
 bool SyncStream(std::FILE* stream);
 

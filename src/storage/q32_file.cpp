@@ -177,10 +177,8 @@ Q32FileHeader ReadHeader(std::FILE* stream, const char* path)
                 NotQ32Text, path);
 
     if (header.dataOffset > sizeof header) {
-        const std::size_t gap = header.dataOffset - sizeof header;
-        RequireDone(std::in_range<long>(gap) &&
-                        std::fseek(stream, static_cast<long>(gap), SEEK_CUR) == 0,
-                    SeekFailedText, path);
+        const auto gap = static_cast<std::uint32_t>(header.dataOffset - sizeof header);
+        RequireDone(SkipInStream(stream, gap), SeekFailedText, path);
     }
     return header;
 }

@@ -14,8 +14,7 @@ TEST(Loading, MissingExportsAndLibrariesAreNamedAndTheOthersWork)
     EXPECT_NE(description.find("Quillet"), std::string::npos) << description;
     EXPECT_NE(description.find("Tarn_20"), std::string::npos) << description;
     EXPECT_EQ(description.find("Tarn_22"), std::string::npos) << description;
-    EXPECT_NE(description.find(": No such file or directory. Searched: "), std::string::npos)
-        << description;
+    EXPECT_NE(description.find(". Searched: "), std::string::npos) << description;
 
     std::uint32_t count = 0;
     EXPECT_EQ(TarnGetImageCount(&count), 0u);

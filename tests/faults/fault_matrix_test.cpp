@@ -9,16 +9,17 @@
 #include "storage/paths.h"
 #include "support/headless_program.h"
 #include "support/image_ledger.h"
+#include "support/test_system.h"
 
 #include <algorithm>
 #include <cstdlib>
-#include <dlfcn.h>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <random>
 #include <set>
+#include <thread>
 #include <tuple>
-#include <unistd.h>
 
 namespace {
 
@@ -105,8 +106,7 @@ bool Applies(const Kind& kind, Export operation)
 template <class Function>
 Function* InSimulator(const char* name)
 {
-    static void* const Library = dlopen(TARN_LIBRARY, RTLD_NOW);
-    return reinterpret_cast<Function*>(dlsym(Library, name));
+    return reinterpret_cast<Function*>(FunctionOf(TARN_LIBRARY, name));
 }
 
 // The settings file, and a store with one image of an earlier life.
@@ -116,13 +116,13 @@ public:
     Simulator()
     {
         fs::create_directories(m_folder);
-        setenv("TARN_SIMULATOR", (m_folder / "Tarn.ini").c_str(), 1);
+        SetEnvironment("TARN_SIMULATOR", (m_folder / "Tarn.ini").string());
         Configure("exposure_delay = 0");
         TarnOpen(nullptr, "");
         TarnEnableCapture(0, CaptureUserId, 0);
         std::uint32_t count = 0;
         for (int tries = 0; count == 0 && tries < 20'000; TarnGetImageCount(&count), ++tries) {
-            usleep(1000);
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
         }
         TarnClose();
         fs::rename(m_folder / "Store", m_folder / "OldStore");
@@ -149,7 +149,7 @@ public:
         std::vector<std::uint32_t> ids;
         for (const auto& file : fs::directory_iterator(m_folder / "Store")) {
             if (file.path().extension() == ".tarn") {
-                ids.push_back(static_cast<std::uint32_t>(std::stoul(file.path().stem())));
+                ids.push_back(static_cast<std::uint32_t>(std::stoul(file.path().stem().string())));
             }
         }
         return ids;
@@ -182,7 +182,7 @@ private:
     // In memory where there is such a place: a busy disk makes every replaced file wait.
     const fs::path m_folder =
         (fs::is_directory("/dev/shm") ? fs::path("/dev/shm") : fs::temp_directory_path()) /
-        ("tarn_faults_" + std::to_string(getpid()));
+        ("tarn_faults_" + std::to_string(std::random_device()()));
 };
 
 class Life

@@ -6,10 +6,11 @@
 #include "simulator/tarn/hand_switch.h"
 #include "simulator/tarn/result_codes.h"
 #include "simulator/tarn/settings.h"
+#include "storage/paths.h"
 #include "storage/test_files.h"
+#include "support/test_system.h"
 
 #include <condition_variable>
-#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <mutex>
 #include <vector>
@@ -23,7 +24,7 @@ std::vector<std::pair<std::uint32_t, std::uint32_t>> events; // event, image
 std::uint32_t HandSwitch()
 {
     static const auto Press = reinterpret_cast<decltype(&TarnSimulatorHandSwitch)>(
-        dlsym(LoadModule("Tarn"), "TarnSimulatorHandSwitch"));
+        FunctionOf(ModuleFileName(LoadModule("Tarn")).c_str(), "TarnSimulatorHandSwitch"));
     return Press();
 }
 
@@ -39,7 +40,7 @@ class Simulator : public testing::Test
 protected:
     Simulator()
     {
-        setenv("TARN_SIMULATOR", (folder / "s.ini").c_str(), 1);
+        SetEnvironment("TARN_SIMULATOR", folder / "s.ini");
         Configure("");
         Open();
     }
@@ -192,7 +193,7 @@ TEST_F(Simulator, SameSeedGivesTheSameImageAndTheStoreSurvives)
     // None of these is an image; the library skips them and leaves them alone.
     const std::string whole = ReadBytes(folder / "store/0000000001.tarn");
     WriteBytes(folder / "store/0000000003.tarn", "garbage " + whole);
-    std::filesystem::resize_file(folder / "store/0000000003.tarn", std::uint64_t{1} << 40);
+    ResizeFile(folder / "store/0000000003.tarn", std::uint64_t{1} << 40);
     std::string cut = whole.substr(0, whole.size() - 1);
     cut[24] = 4; // its id
     WriteBytes(folder / "store/0000000004.tarn", cut);
@@ -284,7 +285,7 @@ TEST_F(Simulator, ReportsWrongLinesAndUnfreedObjects)
     Fetch(Expose());
     Configure("image_width = wide\nno_such_key = 1\nTarnGetImage = sometimes");
     EXPECT_EQ(Fetch(Expose()).width, 77u);
-    std::filesystem::resize_file(folder / "s.ini", std::uint64_t{1} << 40);
+    ResizeFile(folder / "s.ini", std::uint64_t{1} << 40);
     EXPECT_EQ(Fetch(Expose()).width, 77u);
     TarnValue* value = nullptr;
     TarnGetDeviceParam(1, DeviceParameter::HardwareId, &value);

@@ -6,16 +6,41 @@
 #include "test_files.h"
 
 #include <csignal>
+#include <functional>
 #include <grp.h>
 #include <gtest/gtest.h>
 #include <sched.h>
 #include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace {
 
 constexpr char DataFailedText[] = "Failed to write image data. File %1% write failed";
+
+// Runs the action in a child process, which may give up what it needs, and returns its text.
+std::string InChild(const std::function<std::string()>& action)
+{
+    int ends[2];
+    if (pipe(ends) != 0) {
+        return "no pipe";
+    }
+    const pid_t child = fork();
+    if (child == 0) {
+        const std::string text = action();
+        const bool isSent = write(ends[1], text.data(), text.size()) >= 0;
+        _exit(isSent ? 0 : 1);
+    }
+    close(ends[1]);
+    char text[1000] = {};
+    const ssize_t size = read(ends[0], text, sizeof text);
+    close(ends[0]);
+    int status = 0;
+    waitpid(child, &status, 0);
+    return status == 0 ? std::string(text, static_cast<std::size_t>(size)) : "the child died";
+}
 
 std::string ReadFailure(const std::string& path)
 {

@@ -66,7 +66,7 @@ TEST(Paths, FoldersAreCreatedUpToTheLastSeparator)
         const char *path, *deepest, *absent;
     } Cases[] = {
         {S, "a/b/", "a/b", "a/b/c"},    {S, "c/d", "c", "c/d"},
-        {S, "e//f//", "e/f", "e/f/g"},  {B, "\\x\\y\\", "\\x\\y", "x"},
+        {S, "e//f//", "e/f", "e/f/g"},  {B, "\\x\\y\\", "\\x\\y", "\\x\\y\\z"},
         {B, "\\z\\w", "\\z", "\\z\\w"},
     };
     const TestFolder folder;
@@ -96,11 +96,12 @@ TEST(Paths, FoldersAreCreatedUpToTheLastSeparator)
 
 TEST(Paths, TheProgramsFolderHoldsTheImages)
 {
-    const std::string program = std::filesystem::read_symlink("/proc/self/exe");
+    const std::string program =
+        std::filesystem::canonical(testing::internal::GetArgvs().front()).string();
     EXPECT_EQ(ModuleFileName(nullptr), program);
     std::string cut(program.size(), ' ');
     EXPECT_EQ(GetModuleFileNameA(nullptr, cut.data(), static_cast<DWORD>(cut.size())), 0u);
-    EXPECT_EQ(ProgramFolder(nullptr), program.substr(0, program.rfind('/') + 1));
+    EXPECT_EQ(ProgramFolder(nullptr), program.substr(0, program.find_last_of("/\\") + 1));
     EXPECT_EQ(AutoSaveFolder("C:\\prog\\", B), "C:\\prog\\TmpImages\\");
     EXPECT_EQ(AutoSaveFolder("/opt/prog/", S), "/opt/prog/TmpImages/");
     EXPECT_EQ(AutoSaveFolder("", S), "TmpImages/");

@@ -4,14 +4,11 @@
 #include "errors/exceptions.h"
 #include "storage/q32_file.h"
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <iterator>
+#include <random>
 #include <string>
-#include <sys/wait.h>
-#include <unistd.h>
 #include <vector>
 
 inline constexpr char DeniedText[] = "Access to file %1% is denied.";
@@ -23,11 +20,18 @@ class TestFolder
 public:
     explicit TestFolder(const std::filesystem::path& place = std::filesystem::temp_directory_path())
     {
-        std::string name = place / "storage_test_XXXXXX";
-        m_path = std::string(mkdtemp(name.data())) + '/';
-        std::filesystem::permissions(m_path, std::filesystem::perms{0755});
+        std::filesystem::path path;
+        do {
+            path = place / ("storage_test_" + std::to_string(std::random_device()()));
+        } while (!std::filesystem::create_directory(path));
+        std::filesystem::permissions(path, std::filesystem::perms{0755});
+        m_path = path.string() + '/';
     }
-    ~TestFolder() { std::filesystem::remove_all(m_path); }
+    ~TestFolder()
+    {
+        std::error_code inUse; // by a loaded library, on Windows
+        std::filesystem::remove_all(m_path, inUse);
+    }
     TestFolder(const TestFolder&) = delete;
     TestFolder& operator=(const TestFolder&) = delete;
 
@@ -97,26 +101,4 @@ inline bool ReadsBack(const std::string& path, const CImage& image)
            read->m_colorType == image.m_colorType && read->m_widthDivisor == image.m_widthDivisor &&
            read->m_imageId == image.m_imageId && read->m_headerText == image.m_headerText &&
            read->m_userId == image.m_userId;
-}
-
-// Runs the action in a child process, which may give up what it needs, and returns its text.
-inline std::string InChild(const std::function<std::string()>& action)
-{
-    int ends[2];
-    if (pipe(ends) != 0) {
-        return "no pipe";
-    }
-    const pid_t child = fork();
-    if (child == 0) {
-        const std::string text = action();
-        const bool isSent = write(ends[1], text.data(), text.size()) >= 0;
-        _exit(isSent ? 0 : 1);
-    }
-    close(ends[1]);
-    char text[1000] = {};
-    const ssize_t size = read(ends[0], text, sizeof text);
-    close(ends[0]);
-    int status = 0;
-    waitpid(child, &status, 0);
-    return status == 0 ? std::string(text, static_cast<std::size_t>(size)) : "the child died";
 }

@@ -89,7 +89,7 @@ void ImageLedger::ReadFolder()
     std::map<std::uint32_t, std::size_t> files;
     std::error_code none; // no folder before the first image
     for (const auto& file : std::filesystem::directory_iterator(m_folder, none)) {
-        const CLinkedPtr<CImage> content = ReadIfImage(file.path());
+        const CLinkedPtr<CImage> content = ReadIfImage(file.path().string());
         const bool holdsPixels = content && content->m_data != nullptr;
         const auto known = holdsPixels ? m_images.find(content->m_imageId) : m_images.end();
         if (known != m_images.end() &&

@@ -129,6 +129,11 @@ std::FILE* OpenStream(const char* path, const char* mode)
     return file < 0 ? nullptr : StreamOf(file, mode, path);
 }
 
+bool SkipInStream(std::FILE* stream, std::uint32_t bytes)
+{
+    return fseeko(stream, off_t{bytes}, SEEK_CUR) == 0 || Fail(errno, "");
+}
+
 bool SyncStream(std::FILE* stream)
 {
     if (std::fflush(stream) == 0 && std::ferror(stream) == 0 &&

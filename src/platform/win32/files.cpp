@@ -104,6 +104,11 @@ std::FILE* OpenStream(const char* path, const char* mode)
     return file != NoFile ? StreamOf(file, mode) : nullptr;
 }
 
+bool SkipInStream(std::FILE* stream, std::uint32_t bytes)
+{
+    return _fseeki64(stream, bytes, SEEK_CUR) == 0;
+}
+
 bool SyncStream(std::FILE* stream)
 {
     if (std::fflush(stream) != 0 || std::ferror(stream) != 0) {

@@ -18,7 +18,8 @@ HMODULE LoadModule(const char* name)
 {
     const std::wstring file = Wide(name) + L".dll";
     const std::wstring program = PathOf(nullptr);
-    const std::wstring beside = program.substr(0, program.rfind(L'\\') + 1) + file;
+    const std::wstring folder = program.substr(0, program.rfind(L'\\') + 1);
+    const std::wstring beside = folder + file;
 
     // A library that stands beside the program and is broken is not replaced by another one.
     const bool isBeside = win::GetFileAttributesW(beside.c_str()) != INVALID_FILE_ATTRIBUTES;
@@ -30,6 +31,9 @@ HMODULE LoadModule(const char* name)
     if (module == nullptr) {
         loadFailure = "The library " + Narrow(file) +
                       " cannot be loaded: " + SystemMessage(win::GetLastError());
+        if (!isBeside) {
+            loadFailure += " Searched: " + Narrow(folder) + ", the system's folder.";
+        }
     }
     return reinterpret_cast<HMODULE>(module);
 }
@@ -43,8 +47,9 @@ void* FindExport(HMODULE module, unsigned number)
     if (address == nullptr) {
         const std::string reason = SystemMessage(win::GetLastError());
         const std::wstring path = PathOf(module);
-        loadFailure = "The library " + Narrow(path.substr(path.rfind(L'\\') + 1)) +
-                      " has no export " + std::to_string(number) + ": " + reason;
+        const std::string file = Narrow(path.substr(path.rfind(L'\\') + 1));
+        loadFailure = "The library " + file + " has no export " + file.substr(0, file.rfind('.')) +
+                      "_" + std::to_string(number) + ": " + reason;
     }
     return reinterpret_cast<void*>(address);
 }

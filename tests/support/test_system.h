@@ -1,0 +1,15 @@
+// What tests ask of the operating system, and the language's library does not offer.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+// For this process and the libraries that it loads.
+void SetEnvironment(const char* name, const std::string& value);
+
+// Makes the file longer without writing to it, or shorter.
+void ResizeFile(const std::string& path, std::uint64_t size);
+
+// The function of this name in the library, which is loaded when it is not yet; null when there is
+// none.
+void* FunctionOf(const char* library, const char* name);

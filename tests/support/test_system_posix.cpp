@@ -1,0 +1,22 @@
+// Questions of tests to a POSIX system.
+#include "support/test_system.h"
+
+#include <cstdlib>
+#include <dlfcn.h>
+#include <filesystem>
+
+void SetEnvironment(const char* name, const std::string& value)
+{
+    setenv(name, value.c_str(), 1);
+}
+
+void ResizeFile(const std::string& path, std::uint64_t size)
+{
+    std::filesystem::resize_file(path, size);
+}
+
+void* FunctionOf(const char* library, const char* name)
+{
+    void* const module = dlopen(library, RTLD_NOW);
+    return module != nullptr ? dlsym(module, name) : nullptr;
+}
