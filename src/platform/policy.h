@@ -12,8 +12,7 @@
 class ModalLoop
 {
 public:
-    explicit ModalLoop(ModalWindow& window,
-                       CDialog* dialog = nullptr); // null for a box
+    explicit ModalLoop(ModalWindow& window, CDialog* dialog = nullptr); // null for a box
     ~ModalLoop();
     ModalLoop(const ModalLoop&) = delete;
     ModalLoop& operator=(const ModalLoop&) = delete;

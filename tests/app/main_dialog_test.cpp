@@ -447,6 +447,7 @@ TEST_F(MainDialog, AStormOfEventsLeavesRoomForTheOperator)
 TEST_F(MainDialog, AnImageIsWindowedZoomedAndPanned)
 {
     Store(4080, "ProgramName=P1;kV=60;mA=8");
+    ForgetOldImages();
     hand.WhenBox(Question, IDNO);
     Run([&] {
         Event(EventImageReady, 4080);

@@ -27,6 +27,7 @@ protected:
     {
         fs::create_directories(path.parent_path());
         CImage image(3, 2, 8, 0, 1);
+        image.Fill(0);
         image.m_headerText = "ProgramName=" + programName;
         ASSERT_TRUE(WriteQ32File(path.c_str(), image));
     }
