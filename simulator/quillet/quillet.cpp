@@ -1,6 +1,6 @@
 // The exports of the simulated preview library.
 #include "device/tarn_abi.h"
-#include "platform/qt/window_table.h"
+#include "platform/native_window.h"
 #include "simulator/quillet/preview.h"
 #include "simulator/tarn/hand_switch.h"
 
@@ -32,7 +32,7 @@ std::uint32_t TARN_CALL Quillet_1(HWND owner, std::uint32_t, const RECT* screenA
     if (const std::uint32_t fault = Begin(Export::QuilletOpen)) {
         return fault;
     }
-    QWidget* window = WidgetOf(owner);
+    auto* const window = static_cast<QWidget*>(NativeWindowOf(owner));
     if (window == nullptr || screenArea == nullptr || handle == nullptr) {
         return BadArgument;
     }

@@ -26,6 +26,7 @@ class Failure(Exception):
 class Program:
     """A copy of the program that leaves nothing beside the built one."""
 
+    files = FILES
     patience = 60.0  # seconds without progress, on a machine that builds at the same time
 
     def __init__(self, build, folder):
@@ -40,7 +41,7 @@ class Program:
         self.environment = os.environ | {"TARN_SIMULATOR": str(self.folder / "settings.ini"),
                                          "HOME": str(self.folder)}
         self.process, self._read_bytes = None, 0
-        for name in FILES if build else ():
+        for name in self.files if build else ():
             shutil.copy2(pathlib.Path(build) / "bin" / name, self.folder)
 
     def configure(self, **settings):

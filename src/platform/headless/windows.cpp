@@ -1,5 +1,6 @@
 // Windows and controls as records.
 #include "platform/headless/desktop.h"
+#include "platform/native_window.h"
 #include "platform/policy.h"
 
 #include <algorithm>
@@ -63,6 +64,11 @@ const Picture& LastPicture()
 }
 
 } // namespace headless
+
+void* NativeWindowOf(HWND)
+{
+    return nullptr;
+}
 
 using namespace headless;
 

@@ -1,6 +1,8 @@
 // The live windows and controls by handle.
 #include "platform/qt/window_table.h"
 
+#include "platform/native_window.h"
+
 #include <unordered_map>
 
 namespace {
@@ -19,6 +21,11 @@ WindowRecord Find(HWND window)
 QWidget* WidgetOf(HWND window)
 {
     return Find(window).widget;
+}
+
+void* NativeWindowOf(HWND window)
+{
+    return WidgetOf(window);
 }
 
 DialogWindow* DialogOf(HWND window)

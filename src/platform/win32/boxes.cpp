@@ -119,6 +119,10 @@ void MessageBoxWindow::Show()
     win::ShowWindow(m_window, SW_SHOW);
     win::SetForegroundWindow(m_window);
     win::SetFocus(win::GetDlgItem(m_window, (m_style & MB_YESNO) != 0 ? IDYES : IDOK));
+    // The system had given the keyboard to a text that scrolls, and had gone to its end.
+    const win::HWND text = win::FindWindowExW(m_window, nullptr, EditClass, nullptr);
+    win::SendMessageW(text, EM_SETSEL, 0, 0);
+    win::SendMessageW(text, EM_SCROLLCARET, 0, 0);
 }
 
 // A key that is still held down from before repeats itself for longer.

@@ -20,6 +20,11 @@ void SetScroll(HWND bar, int minimum, int maximum, int position, BOOL redraw);
 
 } // namespace
 
+void* NativeWindowOf(HWND window)
+{
+    return win::IsWindow(Native(window)) != FALSE ? window : nullptr;
+}
+
 void CWnd::SetWindowText(const std::string& text)
 {
     const win::HWND window = Native(m_hWnd);

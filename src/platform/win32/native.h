@@ -11,6 +11,7 @@
 #include "platform/field_text.h"
 #include "platform/files.h"
 #include "platform/module.h"
+#include "platform/native_window.h"
 #include "platform/paint.h"
 #include "platform/policy.h"
 #include "platform/types.h"

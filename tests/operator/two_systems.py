@@ -1,0 +1,238 @@
+"""Works the program for Linux and the one for Windows with the same keys and clicks, and compares what
+the library saw, call by call, the picture on the screen, pixel by pixel, and the saved files, byte by
+byte. Called with the folders of the two builds and the folder for screenshots; takes scripts/with_wine
+and scripts/with_display."""
+import pathlib
+import re
+import shutil
+import subprocess
+import sys
+import tempfile
+import time
+
+from program import Failure, Program
+
+# Pixels of the main window's client area, the same on both systems.
+IMAGE_AREA = (5, 9, 738, 518)  # left, top, width, height, inside its frame
+MIDDLE = (300, 250)
+PAGE_RIGHT, PAGE_UP = (680, 537), (753, 60)  # of the scroll bars
+# The timer asks for the devices again and again; how often is up to the time that passes.
+POLL = re.compile(r"TarnGetDeviceList -> 0\n(?:TarnGetDeviceParam \d+ 1[45] -> 0\nTarnFreeObject\n)*"
+                  r"TarnFreeObject\n")
+BATTERY_POLL = re.compile(r"TarnGetDeviceParam \d+ 34 -> 0\nTarnFreeObject\n")
+
+
+class Operated(Program):
+    """The program for one system, its log, and the pictures that it has shown."""
+
+    def __init__(self, build, folder, screenshots):
+        super().__init__(build, folder)
+        self.pictures, self.log, self.screenshots = {}, "", screenshots
+        self.images.mkdir()
+        self.configure(seed=11, exposure_delay="never", arming_delay=0.3, readout_time=0.3)
+
+    def path_in_program(self, path):
+        return str(path)
+
+    def start(self):
+        self.launch()
+        self.await_log(r"TarnGetDeviceList")
+        window = self.window("^TarnTest$")
+        time.sleep(1)  # until the window manager has placed it
+        # Asked for the place of a window, xdotool counts the frame twice.
+        corner = self.xdotool("mousemove", "--window", window, 0, 0, "getmouselocation", "--shell")
+        self.left, self.top = (int(line[2:]) for line in corner[:2])
+
+    def window(self, title):
+        return self.wait(lambda: self.visible_windows(title), f"the window {title}")[-1]
+
+    def box(self, *keys, title="^Tarn test$"):
+        """Waits for the box, takes a screenshot, presses the keys, and waits until it is gone."""
+        self.window(title)
+        time.sleep(0.5)  # a question ignores what comes too early
+        self.screenshot("box")
+        self.key(*keys)
+        self.wait(lambda: not self.visible_windows(title), f"the box {title} to close")
+        time.sleep(0.5)  # until the keyboard is with the window below
+
+    def click(self, place):
+        self.xdotool("mousemove", self.left + place[0], self.top + place[1], "click", 1)
+
+    def type(self, key, text):
+        """Into the field of this mnemonic, then leaves it."""
+        self.key(key, "Home", "shift+End")
+        self.xdotool("type", "--delay", 15, text)
+        self.key("Tab")
+
+    def await_log(self, pattern):
+        """Waits for a line of the log behind what was read of it before."""
+        before = len(self.log)
+        self.wait(lambda: re.search(pattern, self.read_log()[before:]), f"{pattern} in the log")
+
+    def read_log(self):
+        self.log = self.trace_file.read_text() if self.trace_file.exists() else ""
+        return self.log
+
+    def screenshot(self, name):
+        number = len(list(self.screenshots.glob("*.png"))) + 1
+        file = self.screenshots / f"{number:02}-{name}.png"
+        subprocess.run(["scrot", "--silent", "--overwrite", file], check=True)
+
+    def picture(self, name):
+        """Keeps the pixels of the image area when they no longer change."""
+        x, y, width, height = IMAGE_AREA
+        self.xdotool("mousemove", self.left + 900, self.top + 520)
+        file = self.folder / "area.png"
+
+        def shown():
+            subprocess.run(["scrot", "--silent", "--overwrite", "--autoselect",
+                            f"{self.left + x},{self.top + y},{width},{height}", file], check=True)
+            return file.read_bytes()
+
+        def at_rest():
+            first = shown()
+            time.sleep(0.4)
+            return shown() == first
+        self.wait(at_rest, "a picture at rest")
+        self.pictures[name] = file.read_bytes()
+        self.screenshot(name)
+
+    def expose(self, press):
+        """Arms the sensor and presses the hand switch."""
+        self.read_log()
+        self.await_log("TarnGetDeviceList")  # after which Enable takes input
+        time.sleep(0.2)
+        self.key("alt+e")
+        self.await_log("event 15")
+        time.sleep(0.3)
+        press()
+
+    def calls_made(self):
+        """Without the polls, and without what differs from run to run: times, addresses, threads."""
+        lines = [line.partition(" ")[2] for line in self.trace_file.read_text().splitlines()]
+        text = "\n".join(line for line in lines if not line.startswith(("event", "objects"))) + "\n"
+        text = re.sub(r"(?m)^(TarnFreeObject) .*$", r"\1", text)
+        text = re.sub(r"(?m)^(TarnOpen|Tarn\w+NotifyWindow) \w+", r"\1 WINDOW", text)
+        text, polls = POLL.subn("", re.sub(r" +(->|$)", r" \1", text, flags=re.M))
+        if polls < 10:
+            raise Failure(f"only {polls} polls in the log\n{text}")
+        return BATTERY_POLL.sub("", text).splitlines()
+
+    def events(self):
+        return re.findall(r"(?m)^\S+ (event .*)$", self.trace_file.read_text())
+
+
+class OperatedUnderWine(Operated):
+    files = ("TarnTest.exe", "Tarn.dll", "Quillet.dll")
+
+    def path_in_program(self, path):
+        return "Z:" + str(path).replace("/", "\\")
+
+    def launch(self, executable=None):
+        self.process = subprocess.Popen(["wine", "TarnTest.exe"], cwd=self.folder,
+                                        env=self.environment, stderr=self.messages.open("a"))
+
+
+def tour(program):
+    program.start()
+    program.expose(lambda: None)
+    for ask in ("alt+x", "Escape"):
+        program.key(ask)
+        program.box("Return")  # refused while the sensor is armed
+    program.screenshot("preview")
+    program.click(MIDDLE)
+    program.box("n")
+    program.picture("image")
+    program.expose(lambda: program.key("space"))
+    program.box("y")
+    program.await_log("TarnRemoveImage")
+
+    for field, value in (("alt+w", "1500"), ("alt+c", "2345"), ("alt+g", "2")):
+        program.type(field, value)
+        program.picture(f"field {field[-1]} {value}")
+    program.key("alt+n")
+    program.picture("negative")
+    program.type("alt+g", "steep")
+    program.box("Return")
+    program.type("alt+g", "1")
+    program.key("alt+n", "alt+z", "alt+z")
+    program.picture("zoomed")
+    program.click(PAGE_RIGHT)
+    program.click(PAGE_UP)
+    program.picture("panned")
+    program.key("alt+m")
+    program.picture("zoomed out once")
+    program.key("alt+r")
+    program.picture("whole")
+
+    program.key("alt+t")
+    program.await_log("TarnGetDeviceParam 1 34")
+    program.window("Tolva Settings")
+    program.key("alt+l")
+    program.screenshot("settings")
+    program.box("Return", title="Tolva Settings")
+    program.key("alt+i")
+    program.box("Return")
+
+    program.key("alt+v")
+    program.expose(lambda: program.key("space"))
+    program.await_log("TarnRemoveImage")
+    saved = program.wait(lambda: list(program.images.glob("*.Q32")), "a saved file")[0]
+    program.picture("saved")
+    program.key("alt+n")
+    program.picture("saved, negative")
+    program.key("alt+n", "alt+o")
+    time.sleep(1.5)
+    program.screenshot("open")
+    program.xdotool("type", "--delay", 15, program.path_in_program(saved))
+    program.key("Return")
+    program.picture("opened")
+
+    program.key("alt+x")
+    program.wait_for_end()
+    return {file.name: file.read_bytes() for file in program.images.iterdir()}
+
+
+def differences(linux, windows, files):
+    yield from (f"file {name} differs" for name in files[0].keys() | files[1].keys()
+                if files[0].get(name) != files[1].get(name))
+    yield from (f"picture '{name}' differs" for name in linux.pictures
+                if linux.pictures[name] != windows.pictures[name])
+    for what, one, other in (("call", linux.calls_made(), windows.calls_made()),
+                             ("event", linux.events(), windows.events())):
+        if one != other:
+            place = next((i for i, pair in enumerate(zip(one, other)) if pair[0] != pair[1]),
+                         min(len(one), len(other)))
+            yield "\n".join([f"{what} {place} differs:", *one[place - 3:place + 5], "and on Windows:",
+                             *other[place - 3:place + 5]])
+    if len(set(linux.pictures.values())) < 8:
+        yield "too many pictures look the same"
+
+
+def main(builds, screenshots):
+    programs, files = [], []
+    for build, kind in zip(builds, (Operated, OperatedUnderWine)):
+        folder = pathlib.Path(screenshots) / kind.__name__
+        shutil.rmtree(folder, ignore_errors=True)
+        folder.mkdir(parents=True)
+        with tempfile.TemporaryDirectory() as scratch:
+            program = kind(build, scratch, folder)
+            try:
+                files.append(tour(program))
+            except Failure as failure:
+                program.screenshot("failed")
+                sys.exit(f"two_systems: {kind.__name__}: {failure}\n{program.evidence()}")
+            finally:
+                program.kill()
+            program.calls_made = lambda made=program.calls_made(): made
+            program.events = lambda seen=program.events(): seen
+            programs.append(program)
+    faults = list(differences(*programs, files))
+    if faults:
+        sys.exit("two_systems: " + "\n".join(faults))
+    print(f"two_systems: {len(programs[0].calls_made())} calls, {len(programs[0].events())} events, "
+          f"{len(programs[0].pictures)} pictures and {len(files[0])} files are the same; screenshots "
+          f"in {screenshots}")
+
+
+main(sys.argv[1:3], sys.argv[3])
