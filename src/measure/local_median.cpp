@@ -1,5 +1,5 @@
-// Extremes of cells rule out most of a picture and sliding sums most of the rest; what is left is
-// compared with its median.
+// What cells of pixels have in common rules out most of a picture; what is left is compared with
+// its median.
 #include "measure/local_median.h"
 
 #include <algorithm>
@@ -7,9 +7,6 @@
 #include <limits>
 
 namespace {
-
-// Sliding sums are off by some last bits of their largest value.
-constexpr double RoundingShare = 1e-9;
 
 struct Span
 {
@@ -49,149 +46,156 @@ bool IsOrdinary(const FloatImage& image, Span columns, Span rows, double value, 
     return notAbove > half && notBelow > half;
 }
 
-// The smallest and largest value of each cell of side x side pixels. The side is the radius of the
-// window at least.
-struct Cells
+// Sums of a cell's differences from one of its values, so that single precision is enough. Values
+// that are off by more than a quarter are left out and counted apart: one of them would spoil the
+// bounds of all around it.
+struct Cell
 {
-    std::uint32_t side, columns, rows;
-    std::vector<float> smallest, largest;
-
-    Cells(const FloatImage& image, std::uint32_t cellSide);
-    // Whether some pixel of the cell could be an outlier: the values of its window, and so their
-    // median, lie between the extremes of the cell and its neighbors.
-    bool MayHoldOutliers(std::uint32_t column, std::uint32_t row, double low, double high) const;
-    Span PixelColumns(std::uint32_t first, std::uint32_t end, const FloatImage& image) const
-    {
-        return {first * side, std::min(end * side, image.width)};
-    }
+    double count, reference, sum, squares, leftOut;
+    float smallest, largest;
 };
 
-Cells::Cells(const FloatImage& image, std::uint32_t cellSide)
-    : side(cellSide),
-      columns((image.width + side - 1) / side),
-      rows((image.height + side - 1) / side)
+// Values that the median of every window around the cell's pixels is sure not to be outside of.
+struct MedianBounds
 {
-    std::vector<float> least(image.width), most(image.width); // of each pixel column in the cells
-    for (std::uint32_t top = 0; top < image.height; top += side) {
-        const float* row = image.values + std::size_t{top} * image.width;
-        std::copy_n(row, image.width, least.begin());
-        std::copy_n(row, image.width, most.begin());
-        for (std::uint32_t y = top + 1; y < std::min(top + side, image.height); ++y) {
-            row += image.width;
-            for (std::uint32_t x = 0; x < image.width; ++x) {
-                least[x] = row[x] < least[x] ? row[x] : least[x];
-                most[x] = row[x] > most[x] ? row[x] : most[x];
-            }
-        }
-        for (std::uint32_t column = 0; column < columns; ++column) {
-            const auto [first, end] = PixelColumns(column, column + 1, image);
-            smallest.push_back(*std::min_element(&least[first], least.data() + end));
-            largest.push_back(*std::max_element(&most[first], most.data() + end));
-        }
-    }
-}
-
-bool Cells::MayHoldOutliers(std::uint32_t column, std::uint32_t row, double low, double high) const
-{
-    float least = std::numeric_limits<float>::infinity(), most = -least;
-    const Span across = Around(column, 1, columns), down = Around(row, 1, rows);
-    for (std::uint32_t y = down.first; y < down.end; ++y) {
-        for (std::uint32_t x = across.first; x < across.end; ++x) {
-            least = std::min(least, smallest[std::size_t{y} * columns + x]);
-            most = std::max(most, largest[std::size_t{y} * columns + x]);
-        }
-    }
-    return !(least > 0) || least < low * most || most > high * least;
-}
-
-// Sums of each column over the rows of the window, moved down row by row.
-class ColumnSums
-{
-public:
-    ColumnSums(const FloatImage& image, Span columns, Span rows)
-        : sums(image.width),
-          squares(image.width),
-          m_image(image),
-          m_columns(columns),
-          m_rows{rows.first, rows.first}
-    {
-        MoveTo(rows);
-    }
-
-    void MoveTo(Span rows)
-    {
-        for (; m_rows.end < rows.end; ++m_rows.end) {
-            Add(m_rows.end, 1);
-        }
-        for (; m_rows.first < rows.first; ++m_rows.first) {
-            Add(m_rows.first, -1);
-        }
-    }
-
-    std::vector<double> sums, squares;
-
-private:
-    void Add(std::uint32_t y, double sign)
-    {
-        const float* const row = m_image.values + std::size_t{y} * m_image.width;
-        for (std::uint32_t x = m_columns.first; x < m_columns.end; ++x) {
-            const double value = row[x];
-            sums[x] += sign * value;
-            squares[x] += sign * value * value;
-        }
-    }
-
-    const FloatImage& m_image;
-    Span m_columns, m_rows;
-};
-
-struct Limits
-{
-    std::uint32_t radius;
     double low, high;
 };
 
-void VisitOutliersIn(const FloatImage& image, Span columns, Span rows, const Limits& limits,
-                     const OutlierVisit& visit)
+// Cells of side x side pixels. The side is the radius of the window at least, so that the windows
+// of a cell's pixels lie in it and its neighbors.
+class Cells
 {
-    const Span reach = {Around(columns.first, limits.radius, image.width).first,
-                        Around(columns.end - 1, limits.radius, image.width).end};
-    ColumnSums columnSums(image, reach, Around(rows.first, limits.radius, image.height));
-    std::vector<float> values;
-    for (std::uint32_t y = rows.first; y < rows.end; ++y) {
-        const Span tall = Around(y, limits.radius, image.height);
-        columnSums.MoveTo(tall);
-        double sum = 0, squares = 0;
-        Span summed = {reach.first, reach.first};
-        for (std::uint32_t x = columns.first; x < columns.end; ++x) {
-            const Span wide = Around(x, limits.radius, image.width);
-            for (; summed.end < wide.end; ++summed.end) {
-                sum += columnSums.sums[summed.end];
-                squares += columnSums.squares[summed.end];
-            }
-            for (; summed.first < wide.first; ++summed.first) {
-                sum -= columnSums.sums[summed.first];
-                squares -= columnSums.squares[summed.first];
-            }
-            const double share = 1 / (static_cast<double>(wide.Count()) * tall.Count());
-            const double mean = sum * share, meanSquare = squares * share;
-            const double deviation =
-                std::sqrt(std::max(0.0, meanSquare - mean * mean) + RoundingShare * meanSquare);
-            const std::size_t i = std::size_t{y} * image.width + x;
-            const double value = image.values[i];
-            if (value > 0 && value >= limits.low * (mean + deviation) &&
-                value <= limits.high * (mean - deviation)) {
-                continue;
-            }
-            if (value > 0 && IsOrdinary(image, wide, tall, value, limits.low, limits.high)) {
-                continue;
-            }
-            const double median = MedianAround(image, wide, tall, values);
-            if (value <= 0 || value < limits.low * median || value > limits.high * median) {
-                visit(i, value, median);
-            }
+public:
+    Cells(const FloatImage& image, std::uint32_t radius);
+
+    std::uint32_t Columns() const { return m_columns; }
+    std::uint32_t Rows() const { return m_rows; }
+    Span PixelColumns(std::uint32_t column) const { return Part(column, m_image.width); }
+    Span PixelRows(std::uint32_t row) const { return Part(row, m_image.height); }
+    const Cell& At(std::uint32_t column, std::uint32_t row) const
+    {
+        return m_cells[std::size_t{row} * m_columns + column];
+    }
+    MedianBounds BoundsAt(std::uint32_t column, std::uint32_t row) const;
+
+private:
+    Span Part(std::uint32_t index, std::uint32_t extent) const
+    {
+        return {index * m_side, std::min((index + 1) * m_side, extent)};
+    }
+    void AddRow(std::uint32_t row);
+    // Pixels of the smallest window around a pixel of the cell.
+    double SmallestWindow(std::uint32_t column, std::uint32_t row) const;
+
+    const FloatImage& m_image;
+    const std::uint32_t m_radius, m_side, m_columns, m_rows;
+    std::vector<Cell> m_cells;
+};
+
+Cells::Cells(const FloatImage& image, std::uint32_t radius)
+    : m_image(image),
+      m_radius(radius),
+      m_side(radius + 2),
+      m_columns((image.width + m_side - 1) / m_side),
+      m_rows((image.height + m_side - 1) / m_side)
+{
+    m_cells.reserve(std::size_t{m_columns} * m_rows);
+    for (std::uint32_t row = 0; row < m_rows; ++row) {
+        AddRow(row);
+    }
+}
+
+// Sums up the pixel columns first, which vectors do.
+void Cells::AddRow(std::uint32_t row)
+{
+    const std::uint32_t width = m_image.width;
+    const Span pixelRows = PixelRows(row);
+    const float* const top = m_image.values + std::size_t{pixelRows.first} * width;
+    constexpr float LargestShare = 0.25f;
+    std::vector<float> least(top, top + width), most = least, reference(width), sums(width),
+                                                squares(width), leftOut(width);
+    for (std::uint32_t column = 0; column < m_columns; ++column) {
+        const Span pixels = PixelColumns(column);
+        std::fill_n(&reference[pixels.first], pixels.Count(), top[pixels.first]);
+    }
+    for (std::uint32_t y = pixelRows.first; y < pixelRows.end; ++y) {
+        const float* const values = m_image.values + std::size_t{y} * width;
+        for (std::uint32_t x = 0; x < width; ++x) {
+            const float off = values[x] - reference[x], limit = reference[x] * LargestShare;
+            const bool isLeftOut = off * off > limit * limit;
+            const float difference = isLeftOut ? 0 : off;
+            leftOut[x] += isLeftOut ? 1.f : 0.f;
+            sums[x] += difference;
+            squares[x] += difference * difference;
+            least[x] = values[x] < least[x] ? values[x] : least[x];
+            most[x] = values[x] > most[x] ? values[x] : most[x];
         }
     }
+    for (std::uint32_t column = 0; column < m_columns; ++column) {
+        const Span pixels = PixelColumns(column);
+        Cell cell = {.count = static_cast<double>(pixels.Count()) * pixelRows.Count(),
+                     .reference = reference[pixels.first],
+                     .sum = 0,
+                     .squares = 0,
+                     .leftOut = 0,
+                     .smallest = least[pixels.first],
+                     .largest = most[pixels.first]};
+        for (std::uint32_t x = pixels.first; x < pixels.end; ++x) {
+            cell.sum += sums[x];
+            cell.squares += squares[x];
+            cell.leftOut += leftOut[x];
+            cell.smallest = std::min(cell.smallest, least[x]);
+            cell.largest = std::max(cell.largest, most[x]);
+        }
+        cell.count -= cell.leftOut;
+        m_cells.push_back(cell);
+    }
+}
+
+// Half of a window's n pixels are as far from any value c as its median m is, or farther, all but k
+// of them in the sum: the squares of the differences from c, of a window or of more pixels, sum up
+// to (n / 2 - k) (m - c)^2 at least.
+MedianBounds Cells::BoundsAt(std::uint32_t column, std::uint32_t row) const
+{
+    const Span across = Around(column, 1, m_columns), down = Around(row, 1, m_rows);
+    double count = 0, sum = 0, leftOut = 0;
+    const auto visit = [&](auto use) {
+        for (std::uint32_t y = down.first; y < down.end; ++y) {
+            for (std::uint32_t x = across.first; x < across.end; ++x) {
+                use(At(x, y));
+            }
+        }
+    };
+    visit([&](const Cell& cell) {
+        count += cell.count;
+        sum += cell.count * cell.reference + cell.sum;
+        leftOut += cell.leftOut;
+    });
+    const double far = SmallestWindow(column, row) / 2 - leftOut;
+    if (far <= 0) {
+        return {-std::numeric_limits<double>::infinity(), std::numeric_limits<double>::infinity()};
+    }
+    const double center = sum / count;
+    // Of a single precision sum of as many values as the cell is high.
+    const double rounding = m_side * double{std::numeric_limits<float>::epsilon()};
+    double squares = 0;
+    visit([&](const Cell& cell) {
+        const double shift = cell.reference - center;
+        squares += cell.squares + 2 * shift * cell.sum + cell.count * shift * shift;
+        squares +=
+            rounding * (cell.squares + 2 * std::abs(shift) * std::sqrt(cell.count * cell.squares));
+    });
+    const double reach = std::sqrt(std::max(0.0, squares) / far) + rounding * std::abs(center);
+    return {center - reach, center + reach};
+}
+
+double Cells::SmallestWindow(std::uint32_t column, std::uint32_t row) const
+{
+    const auto smallest = [this](Span pixels, std::uint32_t extent) {
+        return static_cast<double>(std::min(Around(pixels.first, m_radius, extent).Count(),
+                                            Around(pixels.end - 1, m_radius, extent).Count()));
+    };
+    return smallest(PixelColumns(column), m_image.width) * smallest(PixelRows(row), m_image.height);
 }
 
 } // namespace
@@ -209,17 +213,39 @@ double MedianOf(std::vector<float>& values)
 void VisitOutliers(const FloatImage& image, std::uint32_t window, double low, double high,
                    const OutlierVisit& visit)
 {
-    const Cells cells(image, window / 2 + 2);
-    for (std::uint32_t row = 0; row < cells.rows; ++row) {
-        const Span rows = {row * cells.side, std::min((row + 1) * cells.side, image.height)};
-        for (std::uint32_t column = 0; column < cells.columns; ++column) {
-            const std::uint32_t first = column;
-            while (column < cells.columns && cells.MayHoldOutliers(column, row, low, high)) {
-                ++column;
+    const std::uint32_t radius = window / 2;
+    const Cells cells(image, radius);
+    std::vector<float> values;
+    const auto visitPixel = [&](std::uint32_t x, std::uint32_t y) {
+        const std::size_t i = std::size_t{y} * image.width + x;
+        const double value = image.values[i];
+        const Span wide = Around(x, radius, image.width), tall = Around(y, radius, image.height);
+        if (value > 0 && IsOrdinary(image, wide, tall, value, low, high)) {
+            return;
+        }
+        const double median = MedianAround(image, wide, tall, values);
+        if (value <= 0 || value < low * median || value > high * median) {
+            visit(i, value, median);
+        }
+    };
+    for (std::uint32_t row = 0; row < cells.Rows(); ++row) {
+        for (std::uint32_t column = 0; column < cells.Columns(); ++column) {
+            const MedianBounds bounds = cells.BoundsAt(column, row);
+            const double least = low * bounds.high, most = high * bounds.low;
+            const auto isSafe = [&](double value) {
+                return value > 0 && value >= least && value <= most;
+            };
+            const Cell& cell = cells.At(column, row);
+            if (isSafe(cell.smallest) && isSafe(cell.largest)) {
+                continue;
             }
-            if (column > first) {
-                VisitOutliersIn(image, cells.PixelColumns(first, column, image), rows,
-                                {window / 2, low, high}, visit);
+            const Span across = cells.PixelColumns(column), down = cells.PixelRows(row);
+            for (std::uint32_t y = down.first; y < down.end; ++y) {
+                for (std::uint32_t x = across.first; x < across.end; ++x) {
+                    if (!isSafe(image.values[std::size_t{y} * image.width + x])) {
+                        visitPixel(x, y);
+                    }
+                }
             }
         }
     }

@@ -21,8 +21,8 @@ using OutlierVisit = std::function<void(std::size_t index, double value, double 
 
 // Calls visit for each pixel whose value is not above 0, or below low times or above high times the
 // median of the square around it, `window` pixels wide (odd) and cut at the image's edges.
-// 0 <= low < 1 < high. Exact: the median itself is only formed where the extremes of a larger area,
-// and then mean and deviation of the square, leave the question open; no median is further from
-// the mean than one standard deviation. In no particular order.
+// 0 <= low < 1 < high. Exact: the median itself is only formed where the scatter of a larger area,
+// which limits how far a median can be from the mean, and then counts leave the question open. In
+// no particular order.
 void VisitOutliers(const FloatImage& image, std::uint32_t window, double low, double high,
                    const OutlierVisit& visit);
