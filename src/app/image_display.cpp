@@ -71,7 +71,19 @@ void CTarnTestDlg::UpdateDisplay(bool recompute)
     } else {
         imageArea.SetWindowText("No image");
     }
+    if (m_inspector.IsOpen()) {
+        TellInspector();
+    }
     Invalidate();
+}
+
+void CTarnTestDlg::TellInspector()
+{
+    m_inspector.ShowPicture(
+        {currentImage, seriesNumber, scaleCenter, scaleWidth, negative != FALSE, maxSampleValue});
+    if (currentImage && currentImage->m_data != nullptr) {
+        m_inspector.DrawMarks(*displayImage, Shown(), m_mark);
+    }
 }
 
 void CTarnTestDlg::FitRange()
@@ -251,4 +263,15 @@ void CTarnTestDlg::ApplyLutWindowWidth()
     if (UpdateData()) {
         UpdateDisplay(true);
     }
+}
+
+void CTarnTestDlg::SetRange(const BandRange& range)
+{
+    if (!UpdateData()) {
+        return;
+    }
+    scaleCenter = range.center;
+    scaleWidth = range.width;
+    UpdateData(FALSE);
+    ApplyScaleFields();
 }

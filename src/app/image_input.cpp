@@ -4,6 +4,7 @@
 #include "resources/resource.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -73,8 +74,28 @@ bool CTarnTestDlg::MoveView(const PicturePlace& place)
     return true;
 }
 
+ImageOnDisplay CTarnTestDlg::Shown() const
+{
+    return {Place(), displayImage->m_height, currentImage->m_width, currentImage->m_height};
+}
+
+// Shift draws a region, Ctrl a profile.
+bool CTarnTestDlg::BeginMark(UINT flags, POINT point)
+{
+    const UINT keys = flags & (MK_SHIFT | MK_CONTROL);
+    if (!CanPoint() || !m_inspector.IsOpen() || (keys != MK_SHIFT && keys != MK_CONTROL)) {
+        return false;
+    }
+    const PixelPosition pixel = Shown().NearestPixel({point.x, point.y});
+    m_mark = MarkDraft{keys == MK_SHIFT, pixel, pixel};
+    return true;
+}
+
 void CTarnTestDlg::OnLeftPressed(UINT flags, POINT point)
 {
+    if (BeginMark(flags, point)) {
+        return;
+    }
     if (CanPoint() && zoom > 1.0 && (flags & (MK_SHIFT | MK_CONTROL | MK_RBUTTON)) == 0) {
         m_drag = Drag{false, point, Place(), 0, 0};
     }
@@ -90,6 +111,13 @@ void CTarnTestDlg::OnRightPressed(UINT flags, POINT point)
 
 void CTarnTestDlg::OnMouseMoved(UINT, POINT point)
 {
+    if (CanPoint() && m_inspector.IsOpen()) {
+        m_inspector.ShowPointer(Shown().PixelAt({point.x, point.y}));
+        if (m_mark) {
+            m_mark->to = Shown().NearestPixel({point.x, point.y});
+            UpdateDisplay(false);
+        }
+    }
     if (!m_drag) {
         return;
     }
@@ -107,6 +135,27 @@ void CTarnTestDlg::OnMouseMoved(UINT, POINT point)
 void CTarnTestDlg::OnButtonReleased(UINT, POINT)
 {
     m_drag.reset();
+    const std::optional<MarkDraft> mark = std::exchange(m_mark, std::nullopt);
+    if (mark && m_inspector.IsOpen()) {
+        m_inspector.AddMark(*mark);
+        UpdateDisplay(false);
+    }
+}
+
+void CTarnTestDlg::OnCaptureLost(UINT, POINT)
+{
+    m_drag.reset();
+    if (std::exchange(m_mark, std::nullopt)) {
+        UpdateDisplay(false);
+    }
+}
+
+LRESULT CTarnTestDlg::OnMouseLeft(WPARAM, LPARAM)
+{
+    if (m_inspector.IsOpen()) {
+        m_inspector.ShowPointer(std::nullopt);
+    }
+    return 0;
 }
 
 void CTarnTestDlg::OnDoubleClick(UINT, POINT)

@@ -31,7 +31,11 @@ constexpr char DefaultFilterChain[] =
 
 } // namespace
 
-CTarnTestDlg::CTarnTestDlg(CWnd* parent) : CDialog(MainDialogTemplate, parent), appIcon(&MainIcon)
+CTarnTestDlg::CTarnTestDlg(CWnd* parent)
+    : CDialog(MainDialogTemplate, parent),
+      appIcon(&MainIcon),
+      m_inspector(this, {[this](const BandRange& range) { SetRange(range); },
+                         [this] { UpdateDisplay(false); }})
 {
 }
 
@@ -54,6 +58,7 @@ std::span<const DispatchEntry> CTarnTestDlg::DispatchTable() const
         on::Message<&CTarnTestDlg::OnFileDropped>(WM_DROPFILES),
         on::Command<&CTarnTestDlg::ToggleNegative>(IdNegative),
         on::Command<&CTarnTestDlg::ShowInfo>(IdInfo),
+        on::Command<&CTarnTestDlg::ShowInspector>(IdInspect),
         on::Command<&CTarnTestDlg::OnZoomIn>(IdZoomIn),
         on::Command<&CTarnTestDlg::OnZoomOut>(IdZoomOut),
         on::HorizontalScroll<&CTarnTestDlg::OnHorizontalScroll>(),
@@ -74,7 +79,8 @@ std::span<const DispatchEntry> CTarnTestDlg::DispatchTable() const
         on::Mouse<&CTarnTestDlg::OnMouseMoved>(WM_MOUSEMOVE),
         on::Mouse<&CTarnTestDlg::OnButtonReleased>(WM_LBUTTONUP),
         on::Mouse<&CTarnTestDlg::OnButtonReleased>(WM_RBUTTONUP),
-        on::Mouse<&CTarnTestDlg::OnButtonReleased>(WM_CAPTURECHANGED),
+        on::Mouse<&CTarnTestDlg::OnCaptureLost>(WM_CAPTURECHANGED),
+        on::Message<&CTarnTestDlg::OnMouseLeft>(WM_MOUSELEAVE),
         on::Mouse<&CTarnTestDlg::OnDoubleClick>(WM_LBUTTONDBLCLK),
         on::Key<&CTarnTestDlg::OnKey>(WM_KEYDOWN),
         on::Key<&CTarnTestDlg::OnCharacter>(WM_CHAR),
@@ -288,4 +294,10 @@ void CTarnTestDlg::ShowInfo()
 void CTarnTestDlg::ShowSettings()
 {
     CSensorSettingsDlg(this).DoModal();
+}
+
+void CTarnTestDlg::ShowInspector()
+{
+    m_inspector.Show();
+    UpdateDisplay(false);
 }

@@ -12,6 +12,7 @@
 #include "display/lut.h"
 #include "display/resample.h"
 #include "image/image.h"
+#include "inspector/inspector_dialog.h"
 #include "platform/dialog.h"
 #include "platform/paint.h"
 
@@ -57,6 +58,8 @@ public:
 
     // Sends the option check boxes to the library.
     void ApplyCaptureOptions();
+
+    CInspectorDlg& Inspector() { return m_inspector; }
 
     // Redraws the display image from the current one and asks for a paint. recompute: choose the
     // range from the histogram and reset the zoom first, as for a new image.
@@ -126,6 +129,7 @@ private:
     LRESULT OnQueryDragIcon(WPARAM wParam, LPARAM lParam);
     void ShowInfo();
     void ShowSettings();
+    void ShowInspector();
 
     // Reactions to the library's events; number: the event's image number.
     void OnImageReady(std::uint32_t number);
@@ -163,6 +167,8 @@ private:
     void ApplyScaleFields();
     void ToggleNegative();
     void ApplyLutWindowWidth();
+    void SetRange(const BandRange& range); // as if typed into the fields
+    void TellInspector();                  // which is open, of all that it shows
 
     // The mouse and the keys on the picture, through the operations of the buttons, bars and
     // fields. Points are pixels of the image area.
@@ -176,6 +182,10 @@ private:
     void OnMouseMoved(UINT flags, POINT point);
     void OnButtonReleased(UINT flags, POINT point);
     void OnDoubleClick(UINT flags, POINT point);
+    void OnCaptureLost(UINT flags, POINT point);
+    LRESULT OnMouseLeft(WPARAM wParam, LPARAM lParam);
+    ImageOnDisplay Shown() const; // needs a current image
+    bool BeginMark(UINT flags, POINT point);
     void DragPicture(const PicturePlace& from, POINT way);
     void DragRange(std::uint32_t fromCenter, std::uint32_t fromWidth, POINT way);
     void OnKey(UINT key);
@@ -194,10 +204,12 @@ private:
         std::uint32_t scaleCenter, scaleWidth;
     };
     std::optional<Drag> m_drag;
-    int m_wheelTurn = 0;          // less than a notch
-    bool m_previewCovers = false; // the image area, from its opening to its closing
+    std::optional<MarkDraft> m_mark; // of the inspector, while it is drawn
+    int m_wheelTurn = 0;             // less than a notch
+    bool m_previewCovers = false;    // the image area, from its opening to its closing
 
     std::string m_openFolder; // where the last opened file stood
+    CInspectorDlg m_inspector;
     bool m_librariesClosed = false;
     EventResults m_eventResults;
     int m_imagesInHand = 0; // whose event is being handled, each nested in the one before

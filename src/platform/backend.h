@@ -38,6 +38,9 @@ public:
 // Makes the window and the controls of the dialog's template, not shown yet, and gives its handle.
 // The dialog hears of its controls through CDialog::Send. parent: the owner, null for none.
 std::unique_ptr<ModalWindow> MakeDialogWindow(CDialog& dialog, CWnd* parent, HWND& handle);
+// The same for a modeless dialog, over the open window of its parent. It takes input while that
+// does, and keeps the parent's from nothing. The window goes with the object.
+std::shared_ptr<void> MakeModelessWindow(CDialog& dialog, const CWnd& parent, HWND& handle);
 HWND ControlOf(HWND dialog, int id); // null when the template does not hold it
 void FocusFirst(HWND dialog);        // the first control in Tab order that takes the focus
 void SetWindowIcon(HWND dialog, const IconResource& icon, bool big);

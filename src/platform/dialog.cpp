@@ -12,6 +12,14 @@
 
 namespace {
 
+struct Modeless
+{
+    CDialog* dialog;
+    const CDialog* parent;
+    bool isOpen;
+};
+std::vector<Modeless> modeless; // those that have a window
+
 HWND rejecting = nullptr; // the dialog about whose rejected field a box is open
 
 bool Fits(const DispatchEntry& entry, UINT message, WPARAM wParam, LPARAM lParam);
@@ -26,7 +34,10 @@ CDialog::CDialog(const DialogTemplate& dialogTemplate, CWnd* parent)
 {
 }
 
-CDialog::~CDialog() = default;
+CDialog::~CDialog()
+{
+    CloseModeless();
+}
 
 int CDialog::DoModal()
 {
@@ -36,6 +47,13 @@ int CDialog::DoModal()
     // The handle dies with the window, also when the initialization throws.
     const ScopeExit handle([this] { m_hWnd = nullptr; });
     const std::unique_ptr<ModalWindow> window = MakeDialogWindow(*this, m_parent, m_hWnd);
+    const ScopeExit children([this] {
+        for (const Modeless& child : std::vector(modeless)) {
+            if (child.parent == this) {
+                child.dialog->CloseModeless();
+            }
+        }
+    });
     ModalLoop loop(*window, this);
 
     const BOOL defaultFocus = OnInitDialog();
@@ -48,11 +66,47 @@ int CDialog::DoModal()
     return loop.Run();
 }
 
+BOOL CDialog::Create()
+{
+    CloseModeless();
+    if (IsSessionEnding()) {
+        return FALSE;
+    }
+    m_modelessWindow = MakeModelessWindow(*this, *m_parent, m_hWnd);
+    modeless.push_back({this, dynamic_cast<const CDialog*>(m_parent), true});
+    const BOOL defaultFocus = OnInitDialog();
+    ShowWindow(SW_SHOW);
+    if (defaultFocus != FALSE) {
+        FocusFirst(m_hWnd);
+    }
+    return TRUE;
+}
+
+void CDialog::CloseModeless()
+{
+    if (m_modelessWindow.use_count() != 0) {
+        std::erase_if(modeless, [this](const Modeless& entry) { return entry.dialog == this; });
+        m_modelessWindow.reset();
+        m_hWnd = nullptr;
+    }
+}
+
+// The window of a modeless dialog, whose handler may be at work, goes later.
 void CDialog::EndDialog(int result)
 {
     if (ModalLoop* const loop = ModalLoop::Of(*this)) {
-        loop->Quit(result);
+        return loop->Quit(result);
     }
+    const auto own = std::ranges::find(modeless, this, &Modeless::dialog);
+    if (own != modeless.end() && std::exchange(own->isOpen, false)) {
+        ShowWindow(SW_HIDE);
+    }
+}
+
+const CDialog* ParentOfModeless(const CDialog& dialog)
+{
+    const auto found = std::ranges::find(modeless, &dialog, &Modeless::dialog);
+    return found != modeless.end() && found->isOpen ? found->parent : nullptr;
 }
 
 LRESULT CDialog::Send(UINT message, WPARAM wParam, LPARAM lParam)

@@ -5,6 +5,7 @@
 #include "platform/dialog_template.h"
 
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <string>
 
@@ -67,6 +68,12 @@ public:
     int DoModal();
     void EndDialog(int result);
 
+    // A modeless dialog: creates the window, runs OnInitDialog, shows the window and returns while
+    // it is open; FALSE while the session ends. The parent, an open modal dialog, goes on taking
+    // input, and the dialog takes input whenever its parent does. EndDialog closes it, and so does
+    // the parent's end. Create opens it anew.
+    BOOL Create();
+
     // Every event of the dialog comes through here: the handler that the dispatch table names, or
     // the default processing. Send(WM_COMMAND, id) is a click on the control of that id, with a
     // check box or radio button as the click has left it.
@@ -102,6 +109,7 @@ protected:
 
 private:
     LRESULT Dispatch(UINT message, WPARAM wParam, LPARAM lParam);
+    void CloseModeless();
 
     struct MessageInService
     {
@@ -112,6 +120,7 @@ private:
 
     const DialogTemplate& m_template;
     CWnd* m_parent;
+    std::shared_ptr<void> m_modelessWindow; // null for a modal dialog
     MessageInService m_current{};
 };
 

@@ -75,13 +75,15 @@ ModalLoop* ModalLoop::Of(const CDialog& dialog)
 
 bool ModalLoop::IsOpen(const CDialog& dialog)
 {
-    const ModalLoop* const loop = Of(dialog);
+    const CDialog* const parent = ParentOfModeless(dialog);
+    const ModalLoop* const loop = Of(parent != nullptr ? *parent : dialog);
     return loop != nullptr && !loop->m_over;
 }
 
 bool ModalLoop::TakesInput(const CDialog& dialog)
 {
-    return IsOpen(dialog) && loops.back()->m_dialog == &dialog;
+    const CDialog* const parent = ParentOfModeless(dialog);
+    return IsOpen(dialog) && loops.back()->m_dialog == (parent != nullptr ? parent : &dialog);
 }
 
 CDialog* ModalLoop::TopDialog()

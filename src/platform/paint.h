@@ -38,6 +38,8 @@ static_assert(sizeof(BITMAPINFO256) == 1064);
 inline constexpr DWORD BI_RGB = 0;
 inline constexpr UINT DIB_RGB_COLORS = 0;
 inline constexpr int COLORONCOLOR = 3;
+inline constexpr int SM_CXSCREEN = 0; // of the screen, less the bars of the desktop
+inline constexpr int SM_CYSCREEN = 1;
 inline constexpr int SM_CXICON = 11;
 inline constexpr int SM_CYICON = 12;
 
@@ -76,4 +78,4 @@ int SetDIBitsToDevice(HDC dc, int x, int y, DWORD width, DWORD height, int sourc
                       UINT firstLine, UINT lines, const void* bits, const BITMAPINFO256* info,
                       UINT colorUse);
 
-int GetSystemMetrics(int index); // SM_CXICON, SM_CYICON: pixels
+int GetSystemMetrics(int index); // SM_...: pixels

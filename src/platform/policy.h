@@ -30,7 +30,7 @@ public:
 
     static const std::vector<ModalLoop*>& Open();  // outermost first
     static ModalLoop* Of(const CDialog& dialog);   // null when it is not open
-    static bool IsOpen(const CDialog& dialog);     // and not over
+    static bool IsOpen(const CDialog& dialog);     // and not over; also a modeless one
     static bool TakesInput(const CDialog& dialog); // is open, and nothing stands over it
     static CDialog* TopDialog();                   // the one opened last, null when there is none
 
@@ -49,6 +49,9 @@ private:
     bool m_over = false;
     int m_result;
 };
+
+// The parent of a modeless dialog that is open; null for any other.
+const CDialog* ParentOfModeless(const CDialog& dialog);
 
 // Tells the operator in a box of the exception being handled, which ended a handler of this dialog.
 // Throws nothing: without memory for a box the text goes to standard error.

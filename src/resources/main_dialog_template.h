@@ -45,7 +45,8 @@ inline constexpr ControlTemplate MainDialogControls[] = {
     {0, ControlKind::GroupBox, "File and info", {507, 284, 99, 49}},
     {IdOpen, ControlKind::PushButton, "&Open", {511, 297, 44, 15}},
     {IdInfo, ControlKind::PushButton, "&Info", {558, 297, 44, 15}},
-    {IdExit, ControlKind::DefaultButton, "E&xit", {511, 315, 91, 15}},
+    {IdInspect, ControlKind::PushButton, "Ins&pect", {511, 315, 44, 15}},
+    {IdExit, ControlKind::DefaultButton, "E&xit", {558, 315, 44, 15}},
 
     {IdImageArea, ControlKind::Frame, "", {2, 4, 495, 322}, FrameTakesInput, "Image area"},
     {IdHorizontalBar,

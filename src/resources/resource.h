@@ -28,3 +28,4 @@ inline constexpr int IdGamma = 1020;
 inline constexpr int IdSettings = 1021;
 inline constexpr int IdLutWindowWidth = 1022;
 inline constexpr int IdAutoSaveImages = 1023;
+inline constexpr int IdInspect = 1024;

@@ -16,8 +16,8 @@ PREVIEW = "Preview: sensor armed; press Space to expose"
 OPTIONS = ("8 bit read", "Test image mode", "No gain check", "Save raw files", "Auto enable",
            "Auto save images")
 TAB_ORDER = ["Enable", "Tolva Settings", *OPTIONS, "Scale center:", "Scale width:", "Gamma:",
-             "LUT wnd width:", "Negative", "Zoom -", "Zoom +", "Normal", "Open", "Info", "Exit",
-             "Image area"]
+             "LUT wnd width:", "Negative", "Zoom -", "Zoom +", "Normal", "Open", "Info", "Inspect",
+             "Exit", "Image area"]
 IMAGE_TITLE = r"[\w ]+, [\d.]+ kV, [\d.]+ mA"
 QUESTION = r"Image ready!\n\nRemove image\?"
 

@@ -58,6 +58,7 @@ struct Desktop
     std::set<HWND> paintBegun; // windows that it has painted
     Picture picture;
     std::size_t beeps = 0;
+    std::string clipboard;
 };
 
 extern Desktop desktop;

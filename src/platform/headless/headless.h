@@ -65,6 +65,8 @@ struct Picture
 };
 const Picture& LastPicture();
 
+const std::string& Clipboard(); // the text last put on it
+
 std::size_t LiveWindows(); // dialogs and controls
 std::size_t LiveTimers();
 std::size_t OpenBoxes();

@@ -28,22 +28,37 @@ private:
     HWND m_formerFocus;
 };
 
-class DialogWindow : public FocusedWindow
+// The records of a dialog and its controls.
+class DialogRecords
 {
 public:
-    explicit DialogWindow(CDialog& dialog);
-    ~DialogWindow() override;
+    explicit DialogRecords(CDialog& dialog);
+    ~DialogRecords();
+    DialogRecords(const DialogRecords&) = delete;
+    DialogRecords& operator=(const DialogRecords&) = delete;
 
     HWND Handle() const { return m_handle; }
-    void Show() override { CWnd(m_handle).ShowWindow(SW_SHOW); }
-    void Hide() override { CWnd(m_handle).ShowWindow(SW_HIDE); }
-    void Serve() override;
 
 private:
     Window& Add(const ControlTemplate* control, const DialogUnits& place);
 
     CDialog& m_dialog;
     HWND m_handle;
+};
+
+class DialogWindow : public FocusedWindow
+{
+public:
+    explicit DialogWindow(CDialog& dialog) : m_dialog(dialog), m_records(dialog) {}
+
+    HWND Handle() const { return m_records.Handle(); }
+    void Show() override { CWnd(Handle()).ShowWindow(SW_SHOW); }
+    void Hide() override { CWnd(Handle()).ShowWindow(SW_HIDE); }
+    void Serve() override;
+
+private:
+    CDialog& m_dialog;
+    DialogRecords m_records;
 };
 
 class BoxWindow : public FocusedWindow
@@ -73,6 +88,13 @@ std::unique_ptr<ModalWindow> MakeDialogWindow(CDialog& dialog, CWnd*, HWND& hand
     auto window = std::make_unique<DialogWindow>(dialog);
     handle = window->Handle();
     return window;
+}
+
+std::shared_ptr<void> MakeModelessWindow(CDialog& dialog, const CWnd&, HWND& handle)
+{
+    auto records = std::make_shared<DialogRecords>(dialog);
+    handle = records->Handle();
+    return records;
 }
 
 std::unique_ptr<ModalWindow> MakeBox(HWND, const char* text, const char* caption, UINT style)
@@ -122,7 +144,7 @@ std::size_t OpenBoxes()
 
 namespace {
 
-DialogWindow::DialogWindow(CDialog& dialog) : m_dialog(dialog)
+DialogRecords::DialogRecords(CDialog& dialog) : m_dialog(dialog)
 {
     const DialogTemplate& form = dialog.Template();
     Window& own = Add(nullptr, {0, 0, form.width, form.height});
@@ -138,7 +160,7 @@ DialogWindow::DialogWindow(CDialog& dialog) : m_dialog(dialog)
     OpenQueue(m_handle, dialog);
 }
 
-DialogWindow::~DialogWindow()
+DialogRecords::~DialogRecords()
 {
     CloseQueue(m_handle);
     std::erase_if(desktop.timers, [this](const Timer& timer) { return timer.window == m_handle; });
@@ -146,7 +168,7 @@ DialogWindow::~DialogWindow()
                   [this](const auto& entry) { return entry.second.dialog == &m_dialog; });
 }
 
-Window& DialogWindow::Add(const ControlTemplate* control, const DialogUnits& place)
+Window& DialogRecords::Add(const ControlTemplate* control, const DialogUnits& place)
 {
     const auto handle = reinterpret_cast<HWND>(++desktop.lastHandle);
     Window& window = desktop.windows[handle];

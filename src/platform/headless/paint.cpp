@@ -47,7 +47,14 @@ int SetDIBitsToDevice(HDC dc, int, int, DWORD width, DWORD height, int sourceX, 
     return static_cast<int>(lines);
 }
 
-int GetSystemMetrics(int)
+int GetSystemMetrics(int index)
 {
-    return 32;
+    switch (index) {
+    case SM_CXSCREEN:
+        return 1600;
+    case SM_CYSCREEN:
+        return 1000;
+    default:
+        return 32;
+    }
 }

@@ -1,4 +1,5 @@
 // Windows and controls as records.
+#include "platform/clipboard.h"
 #include "platform/headless/desktop.h"
 #include "platform/native_window.h"
 #include "platform/policy.h"
@@ -9,6 +10,11 @@
 namespace headless {
 
 Desktop desktop;
+
+const std::string& Clipboard()
+{
+    return desktop.clipboard;
+}
 
 Window* Find(HWND handle)
 {
@@ -71,6 +77,11 @@ void* NativeWindowOf(HWND)
 }
 
 using namespace headless;
+
+void SetClipboardText(const std::string& text)
+{
+    desktop.clipboard = text;
+}
 
 void CWnd::SetWindowText(const std::string& text)
 {

@@ -43,6 +43,13 @@ std::unique_ptr<ModalWindow> MakeDialogWindow(CDialog& dialog, CWnd* parent, HWN
     return made;
 }
 
+std::shared_ptr<void> MakeModelessWindow(CDialog& dialog, const CWnd& parent, HWND& handle)
+{
+    auto window = std::make_shared<DialogWindow>(dialog, WidgetOf(parent.GetSafeHwnd()));
+    handle = window->Handle();
+    return window;
+}
+
 HWND ControlOf(HWND dialog, int id)
 {
     const DialogWindow* const window = DialogOf(dialog);
@@ -164,7 +171,8 @@ void DialogWindow::FocusFirst()
 
 bool DialogWindow::TakesInput() const
 {
-    return ModalLoop::IsOpen(m_dialog) && WidgetWindow::Topmost() == this;
+    const QWidget* const bearer = ParentOfModeless(m_dialog) != nullptr ? parentWidget() : this;
+    return ModalLoop::IsOpen(m_dialog) && WidgetWindow::Topmost() == bearer;
 }
 
 LRESULT DialogWindow::Notify(UINT message, WPARAM wParam, LPARAM lParam)

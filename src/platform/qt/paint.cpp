@@ -6,8 +6,10 @@
 #include "platform/qt/paint_request.h"
 #include "platform/qt/window_table.h"
 
+#include <QGuiApplication>
 #include <QImage>
 #include <QPainter>
+#include <QScreen>
 
 #include <algorithm>
 #include <array>
@@ -112,7 +114,19 @@ int SetDIBitsToDevice(HDC dc, int x, int y, DWORD width, DWORD height, int sourc
 
 int GetSystemMetrics(int index)
 {
-    return index == SM_CXICON || index == SM_CYICON ? 32 : 0;
+    const QScreen* const screen = QGuiApplication::primaryScreen();
+    const QSize room = screen != nullptr ? screen->availableGeometry().size() : QSize();
+    switch (index) {
+    case SM_CXSCREEN:
+        return room.width();
+    case SM_CYSCREEN:
+        return room.height();
+    case SM_CXICON:
+    case SM_CYICON:
+        return 32;
+    default:
+        return 0;
+    }
 }
 
 namespace {

@@ -19,11 +19,11 @@ class DialogWindow : public NativeWindow
 {
 public:
     DialogWindow(CDialog& dialog, bool isOwned);
-
-private:
-    void CreateControls(const CDialog& dialog) const;
 };
 
+// The window with its controls, not shown yet. style: beside those that all have.
+win::HWND CreateWindowOf(CDialog& dialog, win::HWND owner, win::DWORD style);
+void CreateControls(const CDialog& dialog, win::HWND window);
 win::INT_PTR CALLBACK DialogProc(win::HWND window, win::UINT message, win::WPARAM wParam,
                                  win::LPARAM lParam);
 void LiftButtons(win::HWND window);
@@ -35,6 +35,13 @@ std::unique_ptr<ModalWindow> MakeDialogWindow(CDialog& dialog, CWnd* parent, HWN
     auto window = std::make_unique<DialogWindow>(dialog, parent != nullptr);
     handle = Contract(window->Window());
     return window;
+}
+
+std::shared_ptr<void> MakeModelessWindow(CDialog& dialog, const CWnd& parent, HWND& handle)
+{
+    const win::HWND window = CreateWindowOf(dialog, Native(parent.GetSafeHwnd()), 0);
+    handle = Contract(window);
+    return {window, [](void* gone) { win::DestroyWindow(static_cast<win::HWND>(gone)); }};
 }
 
 HWND ControlOf(HWND dialog, int id)
@@ -83,21 +90,26 @@ namespace {
 
 DialogWindow::DialogWindow(CDialog& dialog, bool isOwned)
 {
+    m_window = CreateWindowOf(dialog, isOwned ? Owner() : nullptr, DS_MODALFRAME);
+}
+
+win::HWND CreateWindowOf(CDialog& dialog, win::HWND owner, win::DWORD style)
+{
     const DialogTemplate& form = dialog.Template();
-    const win::HWND owner = isOwned ? Owner() : nullptr;
     const win::SIZE base = BaseUnits();
     const RECT client = UnitsToPixels({0, 0, form.width, form.height}, base.cx, base.cy);
-    m_window = CreateDialogWindow(
-        {ShownTitle(form.title),
-         {client.right, client.bottom},
-         static_cast<win::DWORD>(WS_POPUP | WS_CAPTION | WS_SYSMENU | DS_MODALFRAME |
-                                 (form.minimizable ? WS_MINIMIZEBOX : 0)),
-         static_cast<win::DWORD>(owner == nullptr ? WS_EX_APPWINDOW : 0),
-         owner},
-        &DialogProc, reinterpret_cast<win::LPARAM>(&dialog));
-    CreateControls(dialog);
-    CenterWindow(m_window, owner);
-    win::DragAcceptFiles(m_window, Handles(dialog, WM_DROPFILES) ? TRUE : FALSE);
+    const win::HWND window =
+        CreateDialogWindow({ShownTitle(form.title),
+                            {client.right, client.bottom},
+                            static_cast<win::DWORD>(style | WS_POPUP | WS_CAPTION | WS_SYSMENU |
+                                                    (form.minimizable ? WS_MINIMIZEBOX : 0)),
+                            static_cast<win::DWORD>(owner == nullptr ? WS_EX_APPWINDOW : 0),
+                            owner},
+                           &DialogProc, reinterpret_cast<win::LPARAM>(&dialog));
+    CreateControls(dialog, window);
+    CenterWindow(window, owner);
+    win::DragAcceptFiles(window, Handles(dialog, WM_DROPFILES) ? TRUE : FALSE);
+    return window;
 }
 
 void LiftButtons(win::HWND window)
@@ -134,7 +146,7 @@ constexpr ControlForm ControlForms[] = {
      0},
 };
 
-void DialogWindow::CreateControls(const CDialog& dialog) const
+void CreateControls(const CDialog& dialog, win::HWND window)
 {
     const win::SIZE base = BaseUnits();
     std::wstring label; // before the control
@@ -155,11 +167,11 @@ void DialogWindow::CreateControls(const CDialog& dialog) const
         const auto id = static_cast<std::uintptr_t>(control.id != 0 ? control.id : UnnamedControl);
         const win::HWND made = win::CreateWindowExW(
             form.extendedStyle, form.className, ShownText(control.text).c_str(), style, place.left,
-            place.top, place.right - place.left, place.bottom - place.top, m_window,
+            place.top, place.right - place.left, place.bottom - place.top, window,
             reinterpret_cast<win::HMENU>(id), win::GetModuleHandleW(nullptr), nullptr);
         win::SendMessageW(made, WM_SETFONT, reinterpret_cast<win::WPARAM>(DialogFont()), FALSE);
         if (control.kind == ControlKind::DefaultButton) {
-            win::SendMessageW(m_window, DM_SETDEFID, id, 0);
+            win::SendMessageW(window, DM_SETDEFID, id, 0);
         }
         if (control.accessibleName != nullptr) {
             SetAccessibleName(made, Wide(control.accessibleName).c_str());
