@@ -227,10 +227,9 @@ void CInspectorDlg::DrawMarks(CImage& display, const ImageOnDisplay& shown,
                               const std::optional<MarkDraft>& draft) const
 {
     const auto drawRegion = [&](const PixelRect& rect) {
-        const DisplayPoint corner = shown.PointOf(rect.x, rect.y);
-        DrawMarkFrame(
-            display, corner,
-            shown.PointOf(std::uint64_t{rect.x} + rect.width, std::uint64_t{rect.y} + rect.height));
+        const double left = rect.x, top = rect.y;
+        const DisplayPoint corner = shown.PointOf(left, top);
+        DrawMarkFrame(display, corner, shown.PointOf(left + rect.width, top + rect.height));
         return corner;
     };
     const auto drawLine = [&](PixelPosition from, PixelPosition to) {

@@ -104,8 +104,8 @@ struct Column
     int x, width;
 };
 inline constexpr Column RegionColumns[RegionColumnCount] = {
-    {"Left", 34, 20}, {"Top", 54, 20},  {"Width", 74, 23},   {"Height", 97, 27}, {"Mean", 124, 38},
-    {"SD", 162, 38},  {"SNR", 200, 38}, {"Median", 238, 32}, {"Min", 270, 24},   {"Max", 294, 24}};
+    {"Left", 36, 21}, {"Top", 57, 21},  {"Width", 78, 24},   {"Height", 102, 27}, {"Mean", 129, 37},
+    {"SD", 166, 37},  {"SNR", 203, 36}, {"Median", 239, 32}, {"Min", 271, 24},    {"Max", 295, 23}};
 
 struct Row
 {
@@ -150,7 +150,7 @@ constexpr std::array<ControlTemplate, ControlCount> MakeControls()
     }
     for (std::size_t row = 0; row < RegionRowCount; ++row) {
         const int y = 213 + 10 * static_cast<int>(row);
-        controls[n++] = {0, ControlKind::Label, RegionRows[row].name, {10, y, 23, 9}};
+        controls[n++] = {0, ControlKind::Label, RegionRows[row].name, {10, y, 26, 9}};
         for (std::size_t i = 0; i < RegionColumnCount; ++i) {
             const Column& column = RegionColumns[i];
             controls[n++] = {
@@ -160,11 +160,11 @@ constexpr std::array<ControlTemplate, ControlCount> MakeControls()
     }
     for (std::size_t i = 0; i < DifferenceLineCount; ++i) {
         const int x = i < 3 ? 10 : 124, y = 279 + 11 * static_cast<int>(i % 3);
-        controls[n++] = {0, ControlKind::Label, DifferenceNames[i], {x, y, 74, 9}};
+        controls[n++] = {0, ControlKind::Label, DifferenceNames[i], {x, y, 77, 9}};
         controls[n++] = {IdFirstDifference + static_cast<int>(i),
                          ControlKind::Label,
                          "",
-                         {x + 76, y, 36, 9},
+                         {x + 79, y, 34, 9},
                          0,
                          DifferenceNames[i]};
     }

@@ -115,6 +115,11 @@ class OperatedProgram(Program):
     def text(self, name):
         return self.find(name, "text").queryText().getText(0, -1)
 
+    def value(self, name):
+        """What a screen reader says about a value: a label or picture that has a name of its own."""
+        return next((node.description for node in self.everything()
+                     if node.name == name and node.description), "")
+
     def focus(self):
         return next((node.name for node in self.everything() if has(node, pyatspi.STATE_FOCUSED)), None)
 
@@ -128,9 +133,9 @@ class OperatedProgram(Program):
         self.click(next(node for node in descendants(box) if node.name.replace("&", "") == button))
         self.wait(lambda: not has(box, pyatspi.STATE_SHOWING), f"box '{said}' to close")
 
-    def take_screenshot(self, suffix=""):
-        """Keeps the screen around the main window as <number>-<step>.png."""
-        x, y, width, height = place(self.main())
+    def take_screenshot(self, suffix="", window=None):
+        """Keeps the screen around a window, the main one by default, as <number>-<step>.png."""
+        x, y, width, height = place(window or self.main())
         area = f"{max(x - 1, 0)},{max(y - 21, 0)},{width + 2},{height + 26}"
         number = len(list(self.screenshots.glob("*.png"))) + 1
         time.sleep(0.15)
@@ -153,6 +158,16 @@ class OperatedProgram(Program):
         node = self.find(target, *roles) if isinstance(target, str) else target
         x, y, width, height = place(node)
         self.xdotool("mousemove", int(x + width * at[0]), int(y + height * at[1]), "click", 1)
+
+    def drag(self, target, begin, end, key):
+        """A drag of the left button with that key, between two places in the control as in click."""
+        x, y, width, height = place(self.find(target))
+        points = [(int(x + width * at[0]), int(y + height * at[1])) for at in (begin, end)]
+        self.xdotool("keydown", key, "mousemove", *points[0], "mousedown", 1)
+        for share in (0.5, 1):
+            self.xdotool("mousemove", *(int(a + (b - a) * share) for a, b in zip(*points)))
+            time.sleep(0.05)
+        self.xdotool("mouseup", 1, "keyup", key)
 
     def type(self, field, value):
         """Replaces a field's text and leaves the field, away from "LUT wnd width:", which computes

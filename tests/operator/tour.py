@@ -2,7 +2,9 @@
 
 usage: tour.py BUILD_FOLDER|installed SCREENSHOTS
 """
+import json
 import re
+import subprocess
 import sys
 import tempfile
 import time
@@ -183,6 +185,39 @@ def open_file(program):
     assert program.shown() == before, "a broken file took the picture away"
 
 
+def inspector(program):
+    """What it says of regions is what the command says of the saved file."""
+    saved = min(program.images.glob("*.Q32"))
+    program.open_file(saved)
+    program.click("Inspect")
+    program.find("Inspector", "dialog", "frame")
+    program.wait(lambda: program.value("Image mean"), "the numbers of the image")
+    before = program.shown()
+    for begin, end in (((0.02, 0.2), (0.1, 0.4)), ((0.3, 0.75), (0.2, 0.6))):
+        program.drag("Image area", begin, end, "shift")
+        before = program.expect_other_picture(before)
+    program.drag("Image area", (0.02, 0.5), (0.35, 0.55), "ctrl")
+    program.wait(lambda: program.value("Profile values"), "a profile")
+    program.click("Hold as reference", "push button")
+    program.wait(lambda: program.value("Noise of one") == "0", "the reference")
+    program.take_screenshot("_window", window=program.find("Inspector", "dialog", "frame"))
+    for region in ("Image", "Region 1", "Region 2"):
+        place = [program.value(f"{region} {side}") for side in ("left", "top", "width", "height")]
+        told = json.loads(subprocess.run(
+            [program.command, "stats", "--json", "--region", ",".join(place), saved],
+            check=True, capture_output=True).stdout)
+        for name, key in (("mean", "mean"), ("SD", "sd"), ("SNR", "snr"), ("median", "median"),
+                          ("minimum", "min"), ("maximum", "max")):
+            shown = float(program.value(f"{region} {name}"))
+            assert abs(shown - told[key]) <= 0.0005, f"{region} {name} is {shown}, not {told[key]}"
+    program.click("Save log", "push button")
+    program.answer(r"The log was saved as\n\S+\.txt", "OK", caption="Inspector")
+    log = next(program.images.parent.glob("TmpLogs/*.txt")).read_text()
+    assert "\tTarnOpen\t" in log and "\tTarnGetDeviceList\t" in log, log
+    program.click("Close", "push button")
+    program.gone("Inspector", "dialog", "frame")
+
+
 def full_disk(program):
     """The image that could not be saved is asked about and stays in the store."""
     if not program.limit_disk():
@@ -220,7 +255,11 @@ def sensor_settings(program):
 
 
 def leave(program):
-    program.click("Exit")
+    """The inspector goes with the main window."""
+    program.click("Inspect")
+    program.find("Inspector", "dialog", "frame")
+    program.click("Image area", at=(0.1, 0.1))
+    program.key("Escape")
     program.expect_end()
 
 
@@ -251,7 +290,7 @@ def series(program, *controls):
 
 STEPS = (first_start, keyboard, armed, exit_refused, abort, image_kept, stored_images, image_removed,
             window_and_level, rejected_field, zoom_and_pan, error_box, auto_enable, auto_save,
-            open_file, full_disk, device_report, sensor_settings, leave)
+            open_file, inspector, full_disk, device_report, sensor_settings, leave)
 
 
 def main(build, screenshots):

@@ -34,6 +34,7 @@ class Program:
         self.folder = pathlib.Path(folder)
         self.store, self.removed = self.folder / "store", self.folder / "removed"
         self.executable = self.folder / "TarnTest" if build else pathlib.Path(LAUNCHER)
+        self.command = pathlib.Path(build) / "bin/q32" if build else "q32"
         self.name = "TarnTest" if build else "TarnTest-Simulated"
         self.images = (self.folder if build else self.folder / self.name) / "TmpImages"
         self.trace_file, self.messages = self.folder / "trace.log", self.folder / "stderr.log"
