@@ -5,6 +5,7 @@
 #include "display/lut.h"
 #include "display/resample.h"
 #include "platform/posix/allocator.h"
+#include "resources/resource.h"
 #include "support/operator.h"
 
 #include <benchmark/benchmark.h>
@@ -94,13 +95,27 @@ void Paint(benchmark::State& state, TimedWindow& window, Operator& hand)
     }
 }
 
-void EventToPaint(benchmark::State& state, TimedWindow& window, Operator& hand)
+void EventToPaint(benchmark::State& state, TimedWindow& window, Operator& hand, bool isInspected)
 {
     window.autoEnable = TRUE; // no question stands between two images
+    if (isInspected) {
+        window.Send(WM_COMMAND, MAKEWPARAM(IdInspect, BN_CLICKED));
+    }
     for ([[maybe_unused]] auto _ : state) {
         window.paintTime = 0.0;
         window.Send(WM_TARN_EVENT, 1, 2);
         WaitForPaint(window, hand);
+    }
+    if (isInspected) {
+        window.Inspector().Send(WM_CLOSE);
+    }
+}
+
+// All that a closed inspector adds between the event and the paint.
+void AskClosedInspector(benchmark::State& state, TimedWindow& window)
+{
+    for ([[maybe_unused]] auto _ : state) {
+        benchmark::DoNotOptimize(window.Inspector().IsOpen());
     }
 }
 
@@ -127,7 +142,15 @@ int main(int argc, char** argv)
         })->UseRealTime();
         benchmark::RegisterBenchmark(("EventToPaint/" + size).c_str(), [&, use](auto& state) {
             use();
-            EventToPaint(state, window, hand);
+            EventToPaint(state, window, hand, false);
+        })->UseRealTime();
+        benchmark::RegisterBenchmark(("InspectedEventToPaint/" + size).c_str(), [&,
+                                                                                 use](auto& state) {
+            use();
+            EventToPaint(state, window, hand, true);
+        })->UseRealTime();
+        benchmark::RegisterBenchmark(("ClosedInspector/" + size).c_str(), [&](auto& state) {
+            AskClosedInspector(state, window);
         })->UseRealTime();
     }
     hand.Run(window, [] { benchmark::RunSpecifiedBenchmarks(); });
