@@ -7,6 +7,8 @@
 #include "resources/resource.h"
 #include "storage/header_fields.h"
 
+#include <new>
+
 void CTarnTestDlg::LayoutImageArea()
 {
     displayBitmapInfo = std::make_unique<BITMAPINFO256>();
@@ -77,13 +79,17 @@ void CTarnTestDlg::UpdateDisplay(bool recompute)
     Invalidate();
 }
 
+// An image on its way to its file is worth more than its numbers: without memory for them the
+// inspector closes.
 void CTarnTestDlg::TellInspector()
-{
+try {
     m_inspector.ShowPicture(
         {currentImage, seriesNumber, scaleCenter, scaleWidth, negative != FALSE, maxSampleValue});
     if (currentImage && currentImage->m_data != nullptr) {
         m_inspector.DrawMarks(*displayImage, Shown(), m_mark);
     }
+} catch (const std::bad_alloc&) {
+    m_inspector.Send(WM_CLOSE);
 }
 
 void CTarnTestDlg::FitRange()
