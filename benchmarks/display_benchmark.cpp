@@ -15,16 +15,18 @@
 
 namespace {
 
-constexpr std::uint32_t DisplayWidth = 740, DisplayHeight = 480;
+constexpr std::uint32_t AreaWidth = 740, AreaHeight = 480;
 constexpr std::int32_t Bins = 65536;
 
 // One image and what is made of it.
 struct Picture
 {
+    Picture(std::uint32_t width, std::uint32_t height) : display(width, height, 8, 0, 1) {}
+
     std::string name;
     std::unique_ptr<CImage> image;
     std::vector<std::uint32_t> histogram = std::vector<std::uint32_t>(Bins);
-    CImage display{DisplayWidth, DisplayHeight, 8, 0, 1};
+    CImage display;
     std::vector<std::uint8_t> lut = std::vector<std::uint8_t>(DisplayLutSize);
 };
 
@@ -47,7 +49,9 @@ const Algorithms AlgorithmSets[] = {
 };
 
 std::unique_ptr<Picture> MakePicture(const std::string& name, std::uint32_t width,
-                                     std::uint32_t height, std::uint32_t bits);
+                                     std::uint32_t height, std::uint32_t bits,
+                                     std::uint32_t areaWidth = AreaWidth,
+                                     std::uint32_t areaHeight = AreaHeight);
 void Register(Picture& picture);
 
 void ReadPass(benchmark::State& state, const Picture& picture);
@@ -56,12 +60,14 @@ void Range(benchmark::State& state, const Algorithms& algorithms, Picture& pictu
 void FitWindow(benchmark::State& state, const Algorithms& algorithms, Picture& picture);
 void Table(benchmark::State& state, const Algorithms& algorithms, Picture& picture);
 void Render(benchmark::State& state, const Algorithms& algorithms, Picture& picture, double zoom);
+void Pan(benchmark::State& state, const Algorithms& algorithms, Picture& picture, double zoom);
 
 // A radiograph's shape: a bright field, an absorbing body that fades to its edges, noise.
 std::unique_ptr<Picture> MakePicture(const std::string& name, std::uint32_t width,
-                                     std::uint32_t height, std::uint32_t bits)
+                                     std::uint32_t height, std::uint32_t bits,
+                                     std::uint32_t areaWidth, std::uint32_t areaHeight)
 {
-    auto picture = std::make_unique<Picture>();
+    auto picture = std::make_unique<Picture>(areaWidth, areaHeight);
     picture->name = name;
     picture->image = std::make_unique<CImage>(width, height, bits, 2, 1);
     std::mt19937 random(bits);
@@ -108,6 +114,7 @@ void Register(Picture& picture)
         add(set + "/render 1", Render, with, on, 1.0);
         add(set + "/render 1.5", Render, with, on, 1.5);
         add(set + "/render 5", Render, with, on, 5.0);
+        add(set + "/pan 5", Pan, with, on, 5.0);
     }
 }
 
@@ -178,6 +185,21 @@ void Render(benchmark::State& state, const Algorithms& algorithms, Picture& pict
     }
 }
 
+// Each frame another part of the picture, from its one end to the other, as a redraw does it.
+void Pan(benchmark::State& state, const Algorithms& algorithms, Picture& picture, double zoom)
+{
+    constexpr std::uint32_t Frames = 16;
+    const CImage& image = *picture.image;
+    std::uint32_t frame = 0;
+    for ([[maybe_unused]] auto _ : state) {
+        picture.display.Fill(DisplayBackground);
+        algorithms.renderToDisplay(&image, picture.lut.data(), zoom, image.m_width * frame / Frames,
+                                   image.m_height * frame / Frames, &picture.display);
+        benchmark::ClobberMemory();
+        frame = (frame + 1) % Frames;
+    }
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -187,6 +209,8 @@ int main(int argc, char** argv)
         MakePicture("2048x2048", 2048, 2048, 12),
         MakePicture("4096x4096", 4096, 4096, 12),
         MakePicture("16-bit", 2048, 2048, 16),
+        MakePicture("2560x1440", 4096, 4096, 12, 2560, 1440),
+        MakePicture("3840x2000", 4096, 4096, 12, 3840, 2000),
     };
     for (const auto& picture : pictures) {
         Register(*picture);

@@ -2,11 +2,13 @@
 #include "app/application.h"
 
 #include "app/main_dialog.h"
+#include "resources/help.h"
 #include "resources/version.h"
 
 CTarnTestApp::CTarnTestApp() : CWinApp("Tarn test")
 {
     SetVersion(ProgramVersion);
+    SetHelp(HelpText());
 }
 
 BOOL CTarnTestApp::InitInstance()

@@ -6,10 +6,12 @@
 #include "errors/exceptions.h"
 #include "platform/beeper.h"
 #include "platform/boxes.h"
+#include "platform/clock.h"
 #include "platform/scope.h"
 #include "storage/header_fields.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <new>
 #include <utility>
 
@@ -22,6 +24,9 @@ constexpr int MaxFruitlessPasses = 3;
 // beyond that stays in the library's store.
 constexpr int MaxImagesInHand = 8;
 
+constexpr double SlowSave = 1.0; // seconds
+
+double SecondsOfCounter();
 CLinkedPtr<CImage> ImageFromRecord(const TarnImageRecord& record);
 std::string QuestionAboutStored(const CImage& image);
 
@@ -39,11 +44,16 @@ void CTarnTestDlg::EnableCapture()
         ReportResult(result, m_hWnd, appTitle);
         return;
     }
+    OpenPreview();
+    paintTime = 0.0;
+}
+
+void CTarnTestDlg::OpenPreview()
+{
     RECT area;
     imageArea.GetWindowRect(&area);
     m_previewCovers = QuilletOpen(m_hWnd, 0, &area, 0, &previewHandle) == 0;
     QuilletShow(previewHandle, 1);
-    paintTime = 0.0;
 }
 
 void CTarnTestDlg::AbortCapture()
@@ -113,6 +123,7 @@ void CTarnTestDlg::OnImageReady(std::uint32_t number)
 
 CLinkedPtr<CImage> CTarnTestDlg::FetchImage(const char* userId, std::uint32_t number)
 {
+    CWaitCursor waitCursor;
     currentImage.Release();
     TarnImageRecord* fetched = nullptr;
     const std::uint32_t result = TarnGetImage(userId, number, &fetched);
@@ -124,6 +135,7 @@ CLinkedPtr<CImage> CTarnTestDlg::FetchImage(const char* userId, std::uint32_t nu
         return image;
     }
     record.reset();
+    waitCursor.Restore();
     if (m_inQuestion.empty()) {
         m_lastImage.Release();
     }
@@ -155,13 +167,27 @@ bool CTarnTestDlg::TrySave(const CLinkedPtr<CImage>& image, std::uint32_t series
 {
     constexpr UINT Style = MB_OK | MB_ICONSTOP | MB_TOPMOST;
     try {
-        return AutoSaveImage(image, series, number);
+        const CWaitCursor waitCursor;
+        const double begin = SecondsOfCounter();
+        const bool saved = AutoSaveImage(image, series, number);
+        TellSlowSave(SecondsOfCounter() - begin);
+        return saved;
     } catch (const eExcptAny& failure) {
         MessageBoxA(m_hWnd, failure.what(), appTitle.c_str(), Style);
     } catch (const std::bad_alloc&) {
         MessageBoxA(m_hWnd, "The image is not saved: out of memory.", appTitle.c_str(), Style);
     }
     return false;
+}
+
+// A folder on a slow disk or network keeps the sensor from being armed again.
+void CTarnTestDlg::TellSlowSave(double seconds)
+{
+    if (seconds >= SlowSave) {
+        char text[64];
+        std::snprintf(text, sizeof text, " (saving took %.1f s)", seconds);
+        SetWindowText(GetWindowText() + text);
+    }
 }
 
 int CTarnTestDlg::Ask(const CLinkedPtr<CImage>& image, const std::string& question, UINT buttons)
@@ -288,6 +314,13 @@ void CTarnTestDlg::ApplyCaptureOptions()
 }
 
 namespace {
+
+double SecondsOfCounter()
+{
+    std::int64_t counter = 0;
+    QueryPerformanceCounter(&counter);
+    return static_cast<double>(counter) / static_cast<double>(perfFrequency);
+}
 
 // Copies the library's picture, once. A record without pixels gives an image without pixels; one
 // that claims deeper samples than its pixels hold is taken at what they hold.

@@ -1,5 +1,6 @@
 // The current image on screen: range, display table, rendering, zoom, scrolling and painting.
 #include "app/main_dialog.h"
+#include "device/libraries.h"
 #include "display/resample.h"
 #include "display/view.h"
 #include "platform/clock.h"
@@ -12,7 +13,13 @@
 void CTarnTestDlg::LayoutImageArea()
 {
     displayBitmapInfo = std::make_unique<BITMAPINFO256>();
+    FitDisplayImage();
+    ApplyScaleFields();
+}
 
+// Makes the display image as large as the image area.
+void CTarnTestDlg::FitDisplayImage()
+{
     // Bitmap rows are padded to 4 bytes; an area as wide as its rows needs no padding.
     imageArea.GetClientRect(&imageAreaRect);
     if (imageAreaRect.right % 4 != 0) {
@@ -28,7 +35,22 @@ void CTarnTestDlg::LayoutImageArea()
     displayImage = CLinkedPtr<CImage>(new CImage(width, height, 8, 0, 1));
     displayImage->Fill(DisplayBackground);
     FillBitmapHeader(*displayBitmapInfo, imageAreaRect.right, imageAreaRect.bottom);
-    ApplyScaleFields();
+}
+
+// The picture follows the window's edge; zoom and view center stay as they are. The preview, which
+// is opened over an area, is opened again over the new one.
+void CTarnTestDlg::OnSize(UINT, int, int)
+{
+    if (!displayImage) {
+        return;
+    }
+    m_drag.reset();
+    FitDisplayImage();
+    UpdateDisplay(false);
+    if (m_previewCovers) {
+        QuilletClose(previewHandle);
+        OpenPreview();
+    }
 }
 
 void CTarnTestDlg::ShowImage(const CLinkedPtr<CImage>& image)

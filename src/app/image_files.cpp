@@ -38,6 +38,7 @@ void CTarnTestDlg::OpenImageFile(const std::string& path)
 {
     CLinkedPtr<CImage> image;
     try {
+        const CWaitCursor waitCursor;
         image = ReadQ32File(path.c_str());
     } catch (const eExcptAny& failure) {
         MessageBoxA(m_hWnd, failure.what(), appTitle.c_str(), MB_OK | MB_ICONSTOP | MB_TOPMOST);

@@ -73,6 +73,7 @@ std::span<const DispatchEntry> CTarnTestDlg::DispatchTable() const
         on::LeaveField<&CTarnTestDlg::ApplyScaleFields>(IdGamma),
         on::LeaveField<&CTarnTestDlg::ApplyLutWindowWidth>(IdLutWindowWidth),
         on::Command<&CTarnTestDlg::RestartSeries>(IdAutoSaveImages),
+        on::Size<&CTarnTestDlg::OnSize>(),
         on::MouseWheel<&CTarnTestDlg::OnWheel>(),
         on::Mouse<&CTarnTestDlg::OnLeftPressed>(WM_LBUTTONDOWN),
         on::Mouse<&CTarnTestDlg::OnRightPressed>(WM_RBUTTONDOWN),

@@ -43,6 +43,7 @@ public:
     // Arms the sensor and opens the preview over the image area.
     void EnableCapture();
     void AbortCapture();
+    void OpenPreview(); // over the image area
     void ClosePreview();
 
     // Handler of WM_TARN_EVENT; always 0.
@@ -142,6 +143,7 @@ private:
     void ReportEventResult(std::uint32_t result);
     void KeepOrRemove(const CLinkedPtr<CImage>& image);
     bool TrySave(const CLinkedPtr<CImage>& image, std::uint32_t series, std::uint32_t number);
+    void TellSlowSave(double seconds);
     int Ask(const CLinkedPtr<CImage>& image, const std::string& question, UINT buttons);
     void RestoreWindow();
     void ReportImagesLeft();
@@ -152,6 +154,8 @@ private:
     void ShowImage(const CLinkedPtr<CImage>& image);
     void ShowImageInQuestion() noexcept;
     void LayoutImageArea();
+    void FitDisplayImage();
+    void OnSize(UINT type, int width, int height);
     void OnPaint();
     void PaintMinimized();
     void FitRange();

@@ -28,7 +28,8 @@ CWinApp* AfxGetApp()
 
 void CWinApp::OnHelp()
 {
-    const std::string text = m_version.empty() ? m_name : m_name + ' ' + m_version;
+    std::string text = m_version.empty() ? m_name : m_name + ' ' + m_version;
+    text += m_help.empty() ? "" : "\n\n" + m_help;
     AfxMessageBox(text.c_str(), MB_OK | MB_ICONASTERISK | MB_TOPMOST);
 }
 

@@ -8,6 +8,7 @@
 #include <memory>
 #include <span>
 #include <string>
+#include <utility>
 
 using HICON = const IconResource*;
 
@@ -147,9 +148,10 @@ public:
     // on windows works any more. Called wherever a handler may be at work.
     virtual void OnDisplayLost() {}
 
-    void OnHelp(); // shows the program's name and version
+    void OnHelp(); // shows the program's name and version, and the help
     const std::string& Name() const { return m_name; }
     void SetVersion(const char* version) { m_version = version; }
+    void SetHelp(std::string text) { m_help = std::move(text); }
 
     CWnd* m_pMainWnd = nullptr;
 
@@ -160,6 +162,7 @@ protected:
 private:
     std::string m_name;
     std::string m_version;
+    std::string m_help;
 };
 
 // The application object, or null outside its life.

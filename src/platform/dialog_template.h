@@ -31,6 +31,11 @@ enum ControlFlags : unsigned
     GroupStart = 4,      // first radio button of its group
     FrameTakesInput = 8, // a frame, at most one a dialog: it takes the focus, and its mouse and
                          // keys are the dialog's messages
+    // How far a control of a resizable dialog goes with the lower right corner; by default not.
+    MovesAcross = 16,
+    MovesDown = 32,
+    GrowsAcross = 64,
+    GrowsDown = 128,
 };
 
 struct ControlTemplate
@@ -43,6 +48,13 @@ struct ControlTemplate
     const char* accessibleName = nullptr; // where the text alone does not name the control
 };
 
+// What a control is for, in one sentence: its tool tip, and for screen readers.
+struct ControlHint
+{
+    int id;
+    const char* text;
+};
+
 struct DialogTemplate
 {
     int id;
@@ -52,6 +64,8 @@ struct DialogTemplate
     int fontPoints;
     std::span<const ControlTemplate> controls; // in Tab order
     bool minimizable = false;
+    bool resizable = false; // from the size of the template on; sends WM_SIZE
+    std::span<const ControlHint> hints = {};
 };
 
 // A square icon drawn in characters: palette[i].key stands for one color, ' ' is transparent.

@@ -157,6 +157,19 @@ constexpr DispatchEntry MouseWheel()
             }};
 }
 
+// Handler: void(UINT type, int width, int height).
+template <auto Handler>
+requires HandlerOf<Handler, void(UINT, int, int)>
+constexpr DispatchEntry Size()
+{
+    return {WM_SIZE, DispatchEntry::AnyId, 0,
+            [](CCmdTarget& target, WPARAM wParam, LPARAM lParam) -> LRESULT {
+                (static_cast<TargetOf<Handler>&>(target).*
+                 Handler)(static_cast<UINT>(wParam), PointOf(lParam).x, PointOf(lParam).y);
+                return 0;
+            }};
+}
+
 // WM_KEYDOWN or WM_CHAR. Handler: void(UINT keyOrCharacter).
 template <auto Handler>
 requires HandlerOf<Handler, void(UINT)>

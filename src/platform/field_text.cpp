@@ -70,6 +70,15 @@ RECT UnitsToPixels(const DialogUnits& place, int baseWidth, int baseHeight)
     return {x(place.x), y(place.y), x(place.x + place.width), y(place.y + place.height)};
 }
 
+RECT GrownPlace(const RECT& place, unsigned flags, int across, int down)
+{
+    const int left = (flags & MovesAcross) != 0 ? across : 0;
+    const int top = (flags & MovesDown) != 0 ? down : 0;
+    const int right = (flags & (MovesAcross | GrowsAcross)) != 0 ? across : 0;
+    const int bottom = (flags & (MovesDown | GrowsDown)) != 0 ? down : 0;
+    return {place.left + left, place.top + top, place.right + right, place.bottom + bottom};
+}
+
 namespace {
 
 template <typename Number>

@@ -30,3 +30,6 @@ inline constexpr int BaseUnitY = 13;
 // Dialog units in pixels where the average character is as large as the base. Edges are rounded,
 // not sizes, so that what touches in the template touches on the screen.
 RECT UnitsToPixels(const DialogUnits& place, int baseWidth, int baseHeight);
+
+// Where a control of these flags stands when its dialog has grown by so many pixels.
+RECT GrownPlace(const RECT& place, unsigned flags, int across, int down);

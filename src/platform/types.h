@@ -33,6 +33,8 @@ struct POINT
     LONG x, y;
 };
 
+// The client area has another size: lParam, width and height like a point. wParam: SIZE_...
+inline constexpr UINT WM_SIZE = 0x0005;
 inline constexpr UINT WM_PAINT = 0x000F;
 inline constexpr UINT WM_CLOSE = 0x0010;
 // The program is asked to end. A dialog without a handler for it ends with IDCANCEL.
@@ -120,7 +122,11 @@ inline constexpr UINT VK_RIGHT = 0x27;
 inline constexpr UINT VK_DOWN = 0x28;
 inline constexpr UINT VK_DELETE = 0x2E;
 
+inline constexpr UINT SIZE_RESTORED = 0;
+inline constexpr UINT SIZE_MAXIMIZED = 2;
+
 inline constexpr int SW_HIDE = 0;
+inline constexpr int SW_MAXIMIZE = 3;
 inline constexpr int SW_SHOW = 5;
 inline constexpr int SW_MINIMIZE = 6;
 inline constexpr int SW_RESTORE = 9;

@@ -161,6 +161,39 @@ TEST_F(ImageInput, TheRightButtonChangesTheRangeAndTheFieldsFollow)
     });
 }
 
+TEST_F(ImageInput, ThePictureGrowsWithTheWindowAndShowsTheSameMiddle)
+{
+    Run(1300, 1700, [&] {
+        headless::Resize(program, 10, 10);
+        EXPECT_EQ(program.displayImage->m_width, 740u) << "smaller than it opened";
+        hand.Click(IdZoomIn);
+        hand.Click(IdZoomIn);
+        Drag(WM_LBUTTONDOWN, 300, 200, 350, 220);
+        const std::uint32_t x = program.viewCenterX;
+        const std::uint32_t y = program.viewCenterY;
+        headless::Resize(program, 912 + 1001, 553 + 700);
+        EXPECT_EQ(program.displayImage->m_width, 1744u) << "a width of whole words";
+        EXPECT_EQ(program.displayImage->m_height, 521u + 702u);
+        EXPECT_EQ(program.viewCenterX, x);
+        EXPECT_EQ(program.viewCenterY, y);
+        EXPECT_EQ(program.zoom, 2.25);
+        headless::Paint();
+        EXPECT_EQ(headless::LastPicture().width, 1744);
+        RECT exit;
+        program.GetDlgItem(IdExit).GetWindowRect(&exit);
+        EXPECT_EQ(exit.right, 602 * 6 / 4 + 1001) << "the controls stay at the right edge";
+
+        // The preview lies over the new area.
+        program.EnableCapture();
+        library.calls.clear();
+        headless::Resize(program, 1200, 800);
+        EXPECT_EQ(library.CallsOf({"Quillet"}).size(), 3u);
+        program.ClosePreview();
+        headless::Resize(program, 0, 0);
+        EXPECT_EQ(program.displayImage->m_width, 740u);
+    });
+}
+
 TEST_F(ImageInput, KeysDoWhatButtonsAndBarsDo)
 {
     Run(1300, 1700, [&] {

@@ -4,6 +4,7 @@ import pathlib
 import re
 import shutil
 import subprocess
+import sys
 import time
 
 import pyatspi
@@ -20,6 +21,7 @@ class OperatedProgram(Program):
         super().__init__(build, folder)
         self.environment |= {"QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1"}
         self.screenshots, self.step = pathlib.Path(screenshots), "start"
+        self.portal = None
         shutil.rmtree(self.screenshots, ignore_errors=True)
         self.screenshots.mkdir(parents=True)
         pyatspi.Registry.getDesktop(0).set_cache_mask(0)  # nobody here serves change events
@@ -159,15 +161,57 @@ class OperatedProgram(Program):
         x, y, width, height = place(node)
         self.xdotool("mousemove", int(x + width * at[0]), int(y + height * at[1]), "click", 1)
 
-    def drag(self, target, begin, end, key):
-        """A drag of the left button with that key, between two places in the control as in click."""
+    def drag(self, target, begin, end, key=None, button=1):
+        """A drag, with a key held down, between two places in the control as in click."""
         x, y, width, height = place(self.find(target))
         points = [(int(x + width * at[0]), int(y + height * at[1])) for at in (begin, end)]
-        self.xdotool("keydown", key, "mousemove", *points[0], "mousedown", 1)
+        self.xdotool(*(("keydown", key) if key else ()), "mousemove", *points[0], "mousedown", button)
         for share in (0.5, 1):
             self.xdotool("mousemove", *(int(a + (b - a) * share) for a, b in zip(*points)))
             time.sleep(0.05)
-        self.xdotool("mouseup", 1, "keyup", key)
+        self.xdotool("mouseup", button, *(("keyup", key) if key else ()))
+
+    def point(self, name, at):
+        x, y, width, height = place(self.find(name))
+        return int(x + width * at[0]), int(y + height * at[1])
+
+    def turn_wheel(self, name, notches, at=(0.5, 0.5)):
+        """Away from the operator, over a control."""
+        self.xdotool("mousemove", *self.point(name, at), "click", "--repeat", notches, 4)
+
+    def double_click(self, name):
+        self.xdotool("mousemove", *self.point(name, (0.5, 0.5)), "click", "--repeat", 2,
+                     "--delay", 50, 1)
+
+    def maximize(self):
+        """Or back: a double click on the title bar."""
+        x, y, width, _ = place(self.main())
+        self.xdotool("mousemove", x + width // 2, max(y - 10, 5), "click", "--repeat", 2,
+                     "--delay", 50, 1)
+
+    def place(self, name):
+        return place(self.find(name))
+
+    def right_margin(self, name):
+        x, _, width, _ = place(self.main())
+        own = self.place(name)
+        return x + width - own[0] - own[2]
+
+    def set_color_scheme(self, scheme):
+        if self.portal is None:
+            script = pathlib.Path(__file__).with_name("desktop_portal.py")
+            self.portal = subprocess.Popen([sys.executable, script, scheme], text=True,
+                                           stdin=subprocess.PIPE, stdout=subprocess.PIPE)
+            assert self.portal.stdout.readline() == "ready\n", "no desktop portal"
+        else:
+            self.portal.stdin.write(scheme + "\n")
+            self.portal.stdin.flush()
+
+    def is_dark(self):
+        """The window's background, left of and below the picture."""
+        x, y, _, height = place(self.main())
+        screenshot(self.folder / "corner.ppm", "-a", f"{x},{y + height - 2},1,1")
+        return (self.folder / "corner.ppm").read_bytes()[-1] < 128
 
     def type(self, field, value):
         """Replaces a field's text and leaves the field, away from "LUT wnd width:", which computes
@@ -200,6 +244,9 @@ class OperatedProgram(Program):
                           *self.own_messages()[-20:]])
 
     def kill(self):
+        if self.portal is not None:
+            self.portal.stdin.close()
+            self.portal.wait()
         self.free_disk()
         super().kill()
 

@@ -151,6 +151,60 @@ def zoom_and_pan(program):
     program.wait(lambda: program.shown() == whole, "the whole picture")
 
 
+def mouse_on_picture(program):
+    """Wheel, drags, double click and keys do what buttons, bars and fields do."""
+    whole = program.shown()
+    for _ in range(3):
+        program.turn_wheel("Image area", 1, at=(0.3, 0.4))
+    before = program.expect_other_picture(whole)
+    program.find("Pan horizontally", "scroll bar")
+    program.drag("Image area", (0.3, 0.4), (0.5, 0.6))
+    before = program.expect_other_picture(before)
+    program.take_screenshot("_moved")
+    center, width = (int(program.text(name)) for name in ("Scale center:", "Scale width:"))
+    program.drag("Image area", (0.5, 0.5), (0.4, 0.6), button=3)
+    before = program.expect_other_picture(before)
+    assert int(program.text("Scale width:")) < width, "a drag to the left widened the range"
+    assert int(program.text("Scale center:")) > center, "a drag down lowered the center"
+    program.take_screenshot("_range")
+    assert program.focus() == "Image area", f"the keyboard is at {program.focus()}"
+    for key in ("Home", "Next", "Up", "plus"):
+        program.key(key)
+        before = program.expect_other_picture(before)
+    program.click("Image area", at=(0.5, 0.5))
+    time.sleep(1)
+    program.double_click("Image area")
+    program.gone("Pan horizontally", "scroll bar")
+    program.click("LUT wnd width:", "text")
+    program.key("shift+Tab")
+    program.wait(lambda: program.shown() == whole, "the whole picture in its own range")
+    assert re.fullmatch(r"\d+ x \d+ pixels, " + IMAGE_TITLE, program.find("Image area").description)
+
+
+def enlarged(program):
+    opened = program.place("Image area")
+    right = program.right_margin("Exit")
+    program.maximize()
+    program.wait(lambda: program.place("Image area")[2] > opened[2] + 200, "a larger picture")
+    program.wait(lambda: program.right_margin("Exit") == right, "the controls at the right edge")
+    program.turn_wheel("Image area", 2)
+    program.find("Pan vertically", "scroll bar")
+    program.take_screenshot()
+    arm(program)
+    assert program.place(PREVIEW) == program.place("Image area"), "the preview lies beside the picture"
+    program.click("Abort")
+    program.gone(PREVIEW)
+    program.maximize()
+    program.wait(lambda: program.place("Image area") == opened, "the size it opened with")
+    program.click("Normal")
+    program.expect(**IDLE)
+
+
+def help_on_keys(program):
+    program.key("F1")
+    program.answer(r"(?s)Tarn test .+On the picture:\n  wheel: .+", "OK")
+
+
 def error_box(program):
     program.configure(TarnEnableCapture="next 1 error 5")
     program.click("Enable")
@@ -263,6 +317,36 @@ def leave(program):
     program.expect_end()
 
 
+def looks(program):
+    """On other desktops: twice as large, dark, and dark after it was light."""
+    for name, scale, scheme in (("scale_2", 2, "light"), ("dark", 1, "dark"),
+                                ("dark_scale_2", 2, "dark")):
+        program.environment["QT_SCALE_FACTOR"] = str(scale)
+        program.set_color_scheme(scheme)
+        for image in program.store.glob("*.tarn"):
+            image.unlink()
+        program.start()
+        arm(program)
+        program.take_screenshot(f"_{name}_preview")
+        assert program.place(PREVIEW) == program.place("Image area"), f"{name}: the preview's place"
+        program.click(PREVIEW)
+        program.answer(QUESTION, "No")
+        program.turn_wheel("Image area", 2)
+        program.click("Scale center:", "text")
+        program.take_screenshot(f"_{name}")
+        program.click("Tolva Settings")
+        program.find("high (1x1)", "radio button")
+        program.take_screenshot(f"_{name}_settings")
+        program.key("Escape")
+        program.gone("high (1x1)", "radio button")
+        dark = program.is_dark()
+        assert dark == (scheme == "dark"), f"{name}: the window is {'dark' if dark else 'light'}"
+        program.set_color_scheme("light" if dark else "dark")
+        program.wait(lambda: program.is_dark() != dark, f"{name}: the other colors, live")
+        program.click("Exit")
+        program.expect_end()
+
+
 def arm(program):
     program.expect(**IDLE)
     program.click("Enable")
@@ -289,8 +373,9 @@ def series(program, *controls):
 
 
 STEPS = (first_start, keyboard, armed, exit_refused, abort, image_kept, stored_images, image_removed,
-            window_and_level, rejected_field, zoom_and_pan, error_box, auto_enable, auto_save,
-            open_file, inspector, full_disk, device_report, sensor_settings, leave)
+            window_and_level, rejected_field, zoom_and_pan, mouse_on_picture, enlarged, help_on_keys,
+            error_box, auto_enable, auto_save, open_file, inspector, full_disk, device_report,
+            sensor_settings, leave, looks)
 
 
 def main(build, screenshots):
@@ -306,6 +391,7 @@ def main(build, screenshots):
                 program.kill()
                 return 1
             print(f"tour: {step.__name__} {time.monotonic() - begin:.1f} s", flush=True)
+        program.kill()
     print(f"tour: {len(STEPS)} steps passed; screenshots in {program.screenshots}")
     return 0
 

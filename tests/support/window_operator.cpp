@@ -3,6 +3,7 @@
 
 #include "platform/boxes.h"
 #include "platform/qt/control_widgets.h"
+#include "platform/qt/desktop_look.h"
 #include "platform/qt/dialog_window.h"
 #include "platform/qt/window_table.h"
 
@@ -39,6 +40,7 @@ void SetUpToolkitOnce()
     if (qApp != nullptr) {
         return;
     }
+    TakeOverScaling();
     new QApplication(count, arguments); // for all tests of the process
     CWinApp("Tarn test").Run(count, arguments);
 }

@@ -56,6 +56,9 @@ bool WaitForPost(std::chrono::milliseconds limit);
 
 void EndSession(); // asks the program to end, as a signal does
 
+// Gives a resizable dialog's client area this size, but not less than its template's.
+void Resize(CDialog& dialog, int width, int height);
+
 // The picture last transferred, topmost row first.
 struct Picture
 {

@@ -1,5 +1,6 @@
 // Windows and controls as records.
 #include "platform/clipboard.h"
+#include "platform/field_text.h"
 #include "platform/headless/desktop.h"
 #include "platform/native_window.h"
 #include "platform/policy.h"
@@ -67,6 +68,30 @@ std::size_t LiveTimers()
 const Picture& LastPicture()
 {
     return desktop.picture;
+}
+
+void Resize(CDialog& dialog, int width, int height)
+{
+    Window* const own = Find(dialog.GetSafeHwnd());
+    const DialogTemplate& form = dialog.Template();
+    if (own == nullptr || !form.resizable) {
+        return;
+    }
+    const auto pixels = [](const DialogUnits& place) {
+        return UnitsToPixels(place, desktop.baseWidth, desktop.baseHeight);
+    };
+    const RECT least = pixels({0, 0, form.width, form.height});
+    const int across = std::max(width - least.right, 0);
+    const int down = std::max(height - least.bottom, 0);
+    own->place = {0, 0, least.right + across, least.bottom + down};
+    for (auto& [handle, window] : desktop.windows) {
+        if (window.dialog == &dialog && window.control != nullptr) {
+            window.place =
+                GrownPlace(pixels(window.control->place), window.control->flags, across, down);
+        }
+    }
+    dialog.Send(WM_SIZE, SIZE_RESTORED, MAKELPARAM(own->place.right, own->place.bottom));
+    own->invalid = true;
 }
 
 } // namespace headless

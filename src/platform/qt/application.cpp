@@ -5,11 +5,11 @@
 #include "platform/posix/end_signals.h"
 #include "platform/posix/speaker.h"
 #include "platform/qt/button_controls.h"
+#include "platform/qt/desktop_look.h"
 #include "platform/qt/messages.h"
 #include "platform/scope.h"
 
 #include <QApplication>
-#include <QFont>
 #include <QSocketNotifier>
 #include <QTimer>
 
@@ -18,8 +18,6 @@
 #include <memory>
 
 namespace {
-
-constexpr int FontPixels = 11; // fits the fixed base units of the dialogs
 
 void SetUpToolkit();
 
@@ -73,8 +71,14 @@ BOOL Beep(DWORD frequency, DWORD duration)
 
 namespace {
 
+std::unique_ptr<QApplication> MakeApplication(int& argc, char** argv)
+{
+    TakeOverScaling();
+    return std::make_unique<QApplication>(argc, argv);
+}
+
 Toolkit::Toolkit(int& argc, char** argv)
-    : m_application(qApp == nullptr ? std::make_unique<QApplication>(argc, argv) : nullptr)
+    : m_application(qApp == nullptr ? MakeApplication(argc, argv) : nullptr)
 {
     SetUpToolkit();
     QObject::connect(&m_endAsked, &QSocketNotifier::activated, [this] {
@@ -100,10 +104,7 @@ void SetUpToolkit()
     QApplication::setDesktopFileName(QCoreApplication::applicationName().toLower());
     QApplication::setStyle("Fusion");
     QApplication::setQuitOnLastWindowClosed(false);
-    QFont font("MS Sans Serif");
-    font.setStyleHint(QFont::SansSerif);
-    font.setPixelSize(FontPixels);
-    QApplication::setFont(font);
+    UseDesktopLook();
     UnifyPresses();
 }
 

@@ -3,12 +3,15 @@
 
 #include "platform/policy.h"
 #include "platform/qt/button_controls.h"
+#include "platform/qt/desktop_look.h"
 #include "platform/qt/modal_window.h"
 #include "platform/qt/text.h"
 
 #include <QAbstractButton>
 #include <QAbstractItemView>
 #include <QApplication>
+#include <QClipboard>
+#include <QDialogButtonBox>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
@@ -16,6 +19,7 @@
 #include <QFileInfo>
 #include <QGridLayout>
 #include <QKeyEvent>
+#include <QLabel>
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPlainTextEdit>
@@ -25,7 +29,10 @@
 
 namespace {
 
-constexpr int WidestLabel = 460;         // pixels; a wider word would not fit the box
+constexpr int WidestLabel = 460;         // pixels at scale 1; a wider word would not fit the box
+constexpr int WidestView = 640;          // the same for a text that scrolls
+constexpr int MostLines = 40;            // that such a text shows at once
+constexpr int AroundView = 130;          // pixels at scale 1: title bar, buttons and panels
 constexpr qsizetype LongestLabel = 2000; // characters
 constexpr qsizetype LongestLine = 2000;  // characters of a line that is laid out as one
 
@@ -79,6 +86,8 @@ protected:
     bool eventFilter(QObject* target, QEvent* event) override;
 
 private:
+    void Arrange();
+    void Copy() const;
     bool TakesKey(const QKeyEvent& key);
     bool IsTooEarly(const QKeyEvent& key) const;
 
@@ -106,6 +115,7 @@ std::unique_ptr<ModalWindow> MakeFileChooser(const FileRequest& request, std::st
         new OpenFileWindow(WidgetWindow::NextOwner(), FromBytes(request.defaultExtension));
     auto window = std::make_unique<WidgetWindow>(
         widget, [](int result) { return result == QDialog::Accepted ? IDOK : IDCANCEL; });
+    widget->setFont(FontOf(*widget->screen()));
     // The native dialog of a desktop could not be closed when the program is asked to end.
     widget->setOption(QFileDialog::DontUseNativeDialog);
     widget->setAcceptMode(QFileDialog::AcceptOpen);
@@ -133,13 +143,47 @@ BoxWindow::BoxWindow(const char* text, const char* caption, UINT style)
     : QMessageBox(IconOf(style), {}, {}, ButtonsOf(style), WidgetWindow::NextOwner())
 {
     SetTitle(*this, caption);
+    setWindowFlags(Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
+                   Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint);
     setWindowFlag(Qt::WindowStaysOnTopHint, (style & MB_TOPMOST) != 0);
+    setFont(FontOf(*screen()));
     setDefaultButton((style & MB_YESNO) != 0 ? QMessageBox::Yes : QMessageBox::Ok);
     SetText(*this, ShownText(text));
+    Arrange();
     installEventFilter(this);
     for (QWidget* const widget : findChildren<QWidget*>()) {
         widget->installEventFilter(this);
     }
+}
+
+// Text without an icon begins at the left edge; the buttons stand in the middle, without pictures.
+void BoxWindow::Arrange()
+{
+    if (icon() == QMessageBox::NoIcon) {
+        auto* const grid = static_cast<QGridLayout*>(layout());
+        for (int i = grid->count() - 1; i >= 0; --i) {
+            if (grid->itemAt(i)->spacerItem() != nullptr) {
+                grid->itemAt(i)->spacerItem()->changeSize(0, 0, QSizePolicy::Fixed);
+            }
+        }
+        grid->invalidate();
+    }
+    findChild<QDialogButtonBox*>()->setCenterButtons(true);
+    for (QAbstractButton* const button : buttons()) {
+        button->setIcon({});
+    }
+}
+
+// The whole box, as text: caption, text and buttons.
+void BoxWindow::Copy() const
+{
+    const auto* const view = findChild<const QPlainTextEdit*>();
+    QString all = TitleOf(*this).isEmpty() ? QString() : TitleOf(*this) + "\n\n";
+    all += (view != nullptr ? view->toPlainText() : text()) + "\n\n";
+    for (const QAbstractButton* const button : buttons()) {
+        all += WithoutMnemonic(button->text()) + "  ";
+    }
+    QGuiApplication::clipboard()->setText(all.trimmed() + "\n");
 }
 
 bool BoxWindow::eventFilter(QObject* target, QEvent* event)
@@ -159,6 +203,18 @@ bool BoxWindow::TakesKey(const QKeyEvent& key)
 {
     if (buttons().size() > 1 && IsTooEarly(key)) {
         return true;
+    }
+    if (key.matches(QKeySequence::Copy)) {
+        const auto* const view = findChild<const QPlainTextEdit*>();
+        const bool partOfView = view != nullptr && view->textCursor().hasSelection();
+        const auto labels = findChildren<const QLabel*>();
+        const bool partOfLabel = std::any_of(labels.begin(), labels.end(), [](const QLabel* label) {
+            return label->hasSelectedText();
+        });
+        if (!partOfView && !partOfLabel) {
+            Copy();
+        }
+        return !partOfView && !partOfLabel;
     }
     for (QAbstractButton* const button : buttons()) {
         const QKeySequence letter = button->shortcut();
@@ -223,6 +279,7 @@ QMessageBox::Icon IconOf(UINT style)
 void SetText(QMessageBox& box, const QString& text)
 {
     box.setTextFormat(Qt::PlainText);
+    box.setTextInteractionFlags(Qt::TextSelectableByMouse);
     if (FitsLabel(box, text)) {
         box.setText(text);
         return;
@@ -232,8 +289,14 @@ void SetText(QMessageBox& box, const QString& text)
     view->setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
     view->setTabChangesFocus(true);
     view->setPlainText(WithShortLines(text));
-    const QSize screen = box.screen()->availableSize();
-    view->setMinimumSize(std::min(640, screen.width() * 3 / 4), std::min(480, screen.height() / 2));
+    const QScreen& screen = *box.screen();
+    const QSize available = screen.availableSize();
+    const int margins =
+        static_cast<int>(2 * view->document()->documentMargin()) + 2 * view->frameWidth();
+    const int lines = std::min(MostLines, view->blockCount()) * view->fontMetrics().lineSpacing();
+    view->setMinimumSize(
+        std::min(ScaledPixels(WidestView, screen), available.width() * 3 / 4),
+        std::min(lines + margins, available.height() - ScaledPixels(AroundView, screen)));
     static_cast<QGridLayout*>(box.layout())->addWidget(view, 0, 2);
 }
 
@@ -243,15 +306,16 @@ bool FitsLabel(const QMessageBox& box, const QString& text)
         return false;
     }
     const QFontMetrics metrics = box.fontMetrics();
+    const int widest = ScaledPixels(WidestLabel, *box.screen());
     for (const QString& word : text.split(QChar(' '))) {
         for (const QString& piece : word.split(QChar('\n'))) {
-            if (metrics.horizontalAdvance(piece) > WidestLabel) {
+            if (metrics.horizontalAdvance(piece) > widest) {
                 return false;
             }
         }
     }
     const int height =
-        metrics.boundingRect(QRect(0, 0, WidestLabel, 0), Qt::TextWordWrap, text).height();
+        metrics.boundingRect(QRect(0, 0, widest, 0), Qt::TextWordWrap, text).height();
     return height < box.screen()->availableSize().height() / 2;
 }
 

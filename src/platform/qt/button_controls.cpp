@@ -1,6 +1,7 @@
 // The buttons, and how accessibility tools see them.
 #include "platform/qt/button_controls.h"
 
+#include "platform/qt/desktop_look.h"
 #include "platform/qt/dialog_window.h"
 #include "platform/qt/modal_window.h"
 #include "platform/qt/text.h"
@@ -10,9 +11,12 @@
 #include <QButtonGroup>
 #include <QCheckBox>
 #include <QKeyEvent>
+#include <QPainter>
 #include <QPointer>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QStyle>
+#include <QStyleOptionButton>
 #include <QTimer>
 
 namespace {
@@ -25,6 +29,7 @@ public:
 
 protected:
     void keyPressEvent(QKeyEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
 };
 
 class MnemonicFilter : public QObject
@@ -132,6 +137,28 @@ void ButtonControl<Base>::keyPressEvent(QKeyEvent* event)
         PressAsTheMouseDoes(*neighbor);
     } else {
         Base::keyPressEvent(event);
+    }
+}
+
+// The toolkit draws the default button and the one with the focus alike, and the focus of the
+// others only after the Tab key.
+template <typename Base>
+void ButtonControl<Base>::paintEvent(QPaintEvent* event)
+{
+    Base::paintEvent(event);
+    QPainter painter(this);
+    if (this->isCheckable()) {
+        QStyleOptionButton option;
+        this->initStyleOption(&option);
+        const bool round = qobject_cast<QRadioButton*>(this) != nullptr;
+        const auto part = round ? QStyle::SE_RadioButtonIndicator : QStyle::SE_CheckBoxIndicator;
+        DrawDarkOutline(painter, this->palette(),
+                        this->style()->subElementRect(part, &option, this), round);
+    }
+    if (this->hasFocus()) {
+        const int inset = this->isCheckable() ? 0 : 3;
+        painter.setPen(QPen(this->palette().color(QPalette::ButtonText), 1, Qt::DotLine));
+        painter.drawRect(this->rect().adjusted(inset, inset, -inset - 1, -inset - 1));
     }
 }
 

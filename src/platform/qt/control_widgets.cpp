@@ -3,6 +3,7 @@
 
 #include "platform/policy.h"
 #include "platform/qt/button_controls.h"
+#include "platform/qt/desktop_look.h"
 #include "platform/qt/frame_control.h"
 #include "platform/qt/paint_request.h"
 #include "platform/qt/text.h"
@@ -76,6 +77,7 @@ bool EditControl::Reject(const QString& reason)
         return false;
     }
     m_rejected = true;
+    m_hint = toolTip();
     setToolTip(reason);
     setAccessibleDescription(reason);
     update();
@@ -96,8 +98,8 @@ void EditControl::Accept()
         return;
     }
     m_rejected = false;
-    setToolTip({});
-    setAccessibleDescription({});
+    setToolTip(m_hint);
+    setAccessibleDescription(m_hint);
     update();
 }
 
@@ -116,11 +118,14 @@ void EditControl::focusOutEvent(QFocusEvent* event)
 void EditControl::paintEvent(QPaintEvent* event)
 {
     QLineEdit::paintEvent(event);
+    QPainter painter(this);
+    if (!hasFocus()) {
+        DrawDarkOutline(painter, palette(), rect());
+    }
     if (!m_rejected) {
         return;
     }
-    QPainter painter(this);
-    painter.setPen(QPen(RejectedColor, 2));
+    painter.setPen(QPen(Readable(RejectedColor, palette().color(QPalette::Base), MarkContrast), 2));
     painter.drawRect(rect().adjusted(1, 1, -1, -1));
 }
 
@@ -269,6 +274,11 @@ void TrackBarControl::paintEvent(QPaintEvent* event)
     const PaintRequest request(m_handle, this, nullptr, {}, {}, event->region());
     Report(NM_CUSTOMDRAW);
     QSlider::paintEvent(event);
+    if (hasFocus()) {
+        QPainter painter(this);
+        painter.setPen(QPen(palette().color(QPalette::WindowText), 1, Qt::DotLine));
+        painter.drawRect(rect().adjusted(0, 0, -1, -1));
+    }
 }
 
 void TrackBarControl::wheelEvent(QWheelEvent* event)

@@ -32,6 +32,7 @@ private:
     DialogWindow& m_dialog;
     int m_id;
     bool m_rejected = false;
+    QString m_hint; // the tool tip while nothing is rejected
 };
 
 // A scroll bar that never moves by itself: it reports what the operator wants, and the dialog's

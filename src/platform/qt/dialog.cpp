@@ -2,6 +2,7 @@
 #include "platform/field_text.h"
 #include "platform/policy.h"
 #include "platform/qt/control_widgets.h"
+#include "platform/qt/desktop_look.h"
 #include "platform/qt/dialog_window.h"
 #include "platform/qt/frame_control.h"
 #include "platform/qt/icon.h"
@@ -13,6 +14,7 @@
 
 #include <QAbstractButton>
 #include <QButtonGroup>
+#include <QCheckBox>
 #include <QCloseEvent>
 #include <QFile>
 #include <QGroupBox>
@@ -20,9 +22,14 @@
 #include <QLabel>
 #include <QMimeData>
 #include <QPixmap>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QScreen>
 #include <QTimer>
+#include <QWindow>
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -30,7 +37,7 @@ constexpr UINT ShortestPeriod = 10; // milliseconds
 
 constexpr int MostTitlesUnanswered = 64;
 
-QRect Pixels(const DialogUnits& place);
+QSize NeededSize(const QWidget& widget);
 
 } // namespace
 
@@ -78,11 +85,23 @@ DialogWindow::DialogWindow(CDialog& dialog, QWidget* owner)
     if (form.minimizable) {
         flags |= Qt::WindowMinimizeButtonHint;
     }
+    if (form.resizable) {
+        flags |= Qt::WindowMaximizeButtonHint;
+    }
     setWindowFlags(flags);
     SetTitle(*this, form.title);
-    setFixedSize(Pixels({0, 0, form.width, form.height}).size());
     setAcceptDrops(Handles(dialog, WM_DROPFILES));
+    if (owner != nullptr) {
+        setScreen(owner->screen());
+    }
+    m_scale = ScaleOf(*screen());
+    setFont(FontOf(*screen()));
     CreateControls();
+    ShowHints();
+    MeasureUnits();
+    SetClientSize(OpeningSize());
+    m_reported = size();
+    PlaceControls();
     OpenQueue(m_handle, dialog);
 }
 
@@ -104,13 +123,11 @@ void DialogWindow::CreateControls()
     QButtonGroup* group = nullptr;
     for (const ControlTemplate& control : m_dialog.Template().controls) {
         QWidget* const widget = MakeControl(*this, control);
-        widget->setGeometry(Pixels(control.place));
         widget->setEnabled((control.flags & ControlDisabled) == 0);
         widget->setVisible((control.flags & ControlHidden) == 0);
         if (control.accessibleName != nullptr) {
             widget->setAccessibleName(control.accessibleName);
         }
-
         const HWND handle = AddWindow({widget, this});
         if (control.id == 0) {
             m_unnamedControls.push_back(handle);
@@ -145,10 +162,111 @@ void DialogWindow::CreateControls()
         if (control.kind == ControlKind::GroupBox) {
             widget->lower();
         }
-        if (!m_tabOrder.empty()) {
-            setTabOrder(m_tabOrder.back(), widget);
+        if (!m_placed.empty()) {
+            setTabOrder(m_placed.back().widget, widget);
         }
-        m_tabOrder.push_back(widget);
+        m_placed.push_back({widget, &control});
+    }
+}
+
+// The average character of the font that the controls have, and as much more as the widest text
+// needs: fonts of one height differ in their widths.
+void DialogWindow::MeasureUnits()
+{
+    const QSize standard = StandardUnit(font());
+    m_unit = {std::max(standard.width(), fontMetrics().averageCharWidth()),
+              std::max(standard.height(), fontMetrics().height())};
+    for (const auto& [widget, line] : m_placed) {
+        const QSize needed = NeededSize(*widget);
+        while (Pixels(line->place).width() < needed.width()) {
+            m_unit.rwidth() += 1;
+        }
+        while (Pixels(line->place).height() < needed.height()) {
+            m_unit.rheight() += 1;
+        }
+    }
+}
+
+QRect DialogWindow::Pixels(const DialogUnits& place) const
+{
+    const RECT pixels = UnitsToPixels(place, m_unit.width(), m_unit.height());
+    return {QPoint(pixels.left, pixels.top), QPoint(pixels.right - 1, pixels.bottom - 1)};
+}
+
+QSize DialogWindow::OpeningSize() const
+{
+    const DialogTemplate& form = m_dialog.Template();
+    return Pixels({0, 0, form.width, form.height}).size();
+}
+
+void DialogWindow::SetClientSize(QSize size)
+{
+    if (m_dialog.Template().resizable) {
+        setMinimumSize(OpeningSize());
+        resize(size);
+    } else {
+        setFixedSize(OpeningSize());
+    }
+}
+
+void DialogWindow::PlaceControls()
+{
+    const QSize grown = size() - OpeningSize();
+    for (const auto& [widget, line] : m_placed) {
+        const RECT place = UnitsToPixels(line->place, m_unit.width(), m_unit.height());
+        const RECT at = GrownPlace(place, line->flags, grown.width(), grown.height());
+        widget->setGeometry(at.left, at.top, at.right - at.left, at.bottom - at.top);
+    }
+}
+
+// On a screen of another scale, or with another font, everything is laid out again; what the
+// operator has added to the window's size stays in proportion.
+void DialogWindow::FollowDesktop()
+{
+    const QFont wanted = FontOf(*screen());
+    if (wanted.pixelSize() == font().pixelSize() && ScaleOf(*screen()) == m_scale) {
+        return;
+    }
+    const QSize grown = size() - OpeningSize();
+    const double ratio = ScaleOf(*screen()) / std::exchange(m_scale, ScaleOf(*screen()));
+    setFont(wanted);
+    MeasureUnits();
+    m_reported = {}; // the areas change also where the window keeps its size
+    if (isMaximized()) {
+        setMinimumSize(OpeningSize());
+        QResizeEvent same(size(), size());
+        return resizeEvent(&same);
+    }
+    SetClientSize(OpeningSize() + grown * ratio);
+}
+
+void DialogWindow::showEvent(QShowEvent* event)
+{
+    QDialog::showEvent(event);
+    connect(windowHandle(), &QWindow::screenChanged, this, &DialogWindow::FollowDesktop,
+            Qt::UniqueConnection);
+}
+
+void DialogWindow::resizeEvent(QResizeEvent* event)
+{
+    QDialog::resizeEvent(event);
+    if (size() == m_reported) {
+        return;
+    }
+    m_reported = size();
+    PlaceControls();
+    Notify(WM_SIZE, isMaximized() ? SIZE_MAXIMIZED : SIZE_RESTORED, MAKELPARAM(width(), height()));
+}
+
+// What a label shows is what a screen reader says about it.
+void DialogWindow::ShowHints()
+{
+    for (const ControlHint& hint : m_dialog.Template().hints) {
+        QWidget* const widget = WidgetOf(Control(hint.id));
+        widget->setToolTip(hint.text);
+        if (qobject_cast<QLabel*>(widget) == nullptr) {
+            widget->setAccessibleDescription(hint.text);
+        }
     }
 }
 
@@ -160,7 +278,7 @@ HWND DialogWindow::Control(int id) const
 
 void DialogWindow::FocusFirst()
 {
-    for (QWidget* const widget : m_tabOrder) {
+    for (const auto& [widget, line] : m_placed) {
         if ((widget->focusPolicy() & Qt::TabFocus) != 0 && widget->isVisibleTo(this) &&
             widget->isEnabled()) {
             widget->setFocus(Qt::TabFocusReason);
@@ -260,6 +378,15 @@ void DialogWindow::dropEvent(QDropEvent* event)
     });
 }
 
+bool DialogWindow::event(QEvent* event)
+{
+    const bool taken = QDialog::event(event);
+    if (event->type() == QEvent::ApplicationFontChange) {
+        FollowDesktop();
+    }
+    return taken;
+}
+
 void DialogWindow::changeEvent(QEvent* event)
 {
     QDialog::changeEvent(event);
@@ -291,10 +418,24 @@ void ReturnTo(HWND field)
 
 namespace {
 
-QRect Pixels(const DialogUnits& place)
+// What the text takes, with what its control puts around it.
+QSize NeededSize(const QWidget& widget)
 {
-    const RECT pixels = UnitsToPixels(place, BaseUnitX, BaseUnitY);
-    return {QPoint(pixels.left, pixels.top), QPoint(pixels.right - 1, pixels.bottom - 1)};
+    const QFontMetrics metrics = widget.fontMetrics();
+    const int space = metrics.averageCharWidth();
+    if (qobject_cast<const QCheckBox*>(&widget) != nullptr ||
+        qobject_cast<const QRadioButton*>(&widget) != nullptr ||
+        qobject_cast<const QLabel*>(&widget) != nullptr) {
+        return {widget.sizeHint().width(), metrics.height()};
+    }
+    if (const auto* const button = qobject_cast<const QPushButton*>(&widget)) {
+        return metrics.size(Qt::TextShowMnemonic, button->text()) + QSize(2 * space, 2);
+    }
+    if (const auto* const group = qobject_cast<const QGroupBox*>(&widget)) {
+        return metrics.size(Qt::TextShowMnemonic, group->title()) + QSize(4 * space, 0);
+    }
+    return qobject_cast<const QLineEdit*>(&widget) != nullptr ? QSize(0, metrics.height() + 4)
+                                                              : QSize();
 }
 
 } // namespace

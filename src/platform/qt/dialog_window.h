@@ -35,6 +35,7 @@ public:
     void StopTimer(UINT_PTR id);
 
 protected:
+    bool event(QEvent* event) override;
     void reject() override;
     void closeEvent(QCloseEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
@@ -43,15 +44,33 @@ protected:
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dropEvent(QDropEvent* event) override;
     void changeEvent(QEvent* event) override;
+    void showEvent(QShowEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
 
 private:
+    struct PlacedControl
+    {
+        QWidget* widget;
+        const ControlTemplate* line;
+    };
+
     void CreateControls();
+    void ShowHints();
+    void MeasureUnits();
+    QRect Pixels(const DialogUnits& place) const;
+    QSize OpeningSize() const;
+    void SetClientSize(QSize size);
+    void PlaceControls();
+    void FollowDesktop();
 
     CDialog& m_dialog;
     HWND m_handle;
     std::map<int, HWND> m_controls;
     std::vector<HWND> m_unnamedControls;
-    std::vector<QWidget*> m_tabOrder;
+    std::vector<PlacedControl> m_placed; // in Tab order
+    QSize m_unit;                        // the average character's size, in pixels
+    QSize m_reported;                    // the client area's size that the dialog knows
+    double m_scale = 1.0;                // of the screen that it was laid out for
     std::map<UINT_PTR, QBasicTimer> m_timers;
     int m_titles = 0; // that the windowing system was told since it last answered
 };

@@ -24,6 +24,7 @@ public:
 // The window with its controls, not shown yet. style: beside those that all have.
 win::HWND CreateWindowOf(CDialog& dialog, win::HWND owner, win::DWORD style);
 void CreateControls(const CDialog& dialog, win::HWND window);
+void ShowHints(const CDialog& dialog, win::HWND window);
 win::INT_PTR CALLBACK DialogProc(win::HWND window, win::UINT message, win::WPARAM wParam,
                                  win::LPARAM lParam);
 void LiftButtons(win::HWND window);
@@ -98,15 +99,17 @@ win::HWND CreateWindowOf(CDialog& dialog, win::HWND owner, win::DWORD style)
     const DialogTemplate& form = dialog.Template();
     const win::SIZE base = BaseUnits();
     const RECT client = UnitsToPixels({0, 0, form.width, form.height}, base.cx, base.cy);
-    const win::HWND window =
-        CreateDialogWindow({ShownTitle(form.title),
-                            {client.right, client.bottom},
-                            static_cast<win::DWORD>(style | WS_POPUP | WS_CAPTION | WS_SYSMENU |
-                                                    (form.minimizable ? WS_MINIMIZEBOX : 0)),
-                            static_cast<win::DWORD>(owner == nullptr ? WS_EX_APPWINDOW : 0),
-                            owner},
-                           &DialogProc, reinterpret_cast<win::LPARAM>(&dialog));
+    const win::HWND window = CreateDialogWindow(
+        {ShownTitle(form.title),
+         {client.right, client.bottom},
+         static_cast<win::DWORD>((form.resizable ? WS_THICKFRAME | WS_MAXIMIZEBOX : style) |
+                                 WS_POPUP | WS_CAPTION | WS_SYSMENU |
+                                 (form.minimizable ? WS_MINIMIZEBOX : 0)),
+         static_cast<win::DWORD>(owner == nullptr ? WS_EX_APPWINDOW : 0),
+         owner},
+        &DialogProc, reinterpret_cast<win::LPARAM>(&dialog));
     CreateControls(dialog, window);
+    ShowHints(dialog, window);
     CenterWindow(window, owner);
     win::DragAcceptFiles(window, Handles(dialog, WM_DROPFILES) ? TRUE : FALSE);
     return window;
@@ -169,6 +172,7 @@ void CreateControls(const CDialog& dialog, win::HWND window)
             form.extendedStyle, form.className, ShownText(control.text).c_str(), style, place.left,
             place.top, place.right - place.left, place.bottom - place.top, window,
             reinterpret_cast<win::HMENU>(id), win::GetModuleHandleW(nullptr), nullptr);
+        win::SetWindowLongPtrW(made, GWLP_USERDATA, reinterpret_cast<win::LONG_PTR>(&control));
         win::SendMessageW(made, WM_SETFONT, reinterpret_cast<win::WPARAM>(DialogFont()), FALSE);
         if (control.kind == ControlKind::DefaultButton) {
             win::SendMessageW(window, DM_SETDEFID, id, 0);
@@ -181,6 +185,66 @@ void CreateControls(const CDialog& dialog, win::HWND window)
         label = control.kind == ControlKind::Label ? Wide(control.text) : L"";
         std::erase(label, L'&');
     }
+}
+
+void ShowHints(const CDialog& dialog, win::HWND window)
+{
+    const win::HWND tips = win::CreateWindowExW(
+        WS_EX_TOPMOST, TOOLTIPS_CLASSW, nullptr, WS_POPUP | TTS_ALWAYSTIP | TTS_NOPREFIX, 0, 0, 0,
+        0, window, nullptr, win::GetModuleHandleW(nullptr), nullptr);
+    for (const ControlHint& hint : dialog.Template().hints) {
+        const win::HWND control = win::GetDlgItem(window, hint.id);
+        std::wstring text = Wide(hint.text);
+        win::TOOLINFOW tool{};
+        tool.cbSize = sizeof tool;
+        tool.uFlags = TTF_IDISHWND | TTF_SUBCLASS;
+        tool.hwnd = window;
+        tool.uId = reinterpret_cast<std::uintptr_t>(control);
+        tool.lpszText = text.data();
+        win::SendMessageW(tips, TTM_ADDTOOLW, 0, reinterpret_cast<win::LPARAM>(&tool));
+        SetAccessibleDescription(control, text.c_str());
+    }
+}
+
+RECT OpeningArea(const CDialog& dialog)
+{
+    const win::SIZE base = BaseUnits();
+    return UnitsToPixels({0, 0, dialog.Template().width, dialog.Template().height}, base.cx,
+                         base.cy);
+}
+
+// Moves the controls as their lines in the template say, and tells the dialog.
+void OnSize(CDialog& dialog, WPARAM type, LPARAM size)
+{
+    const win::SIZE base = BaseUnits();
+    const RECT opening = OpeningArea(dialog);
+    const POINT corner = PointOf(size);
+    for (win::HWND child = win::GetWindow(Native(dialog.GetSafeHwnd()), GW_CHILD); child != nullptr;
+         child = win::GetWindow(child, GW_HWNDNEXT)) {
+        const auto* const control =
+            reinterpret_cast<const ControlTemplate*>(win::GetWindowLongPtrW(child, GWLP_USERDATA));
+        if (control == nullptr) {
+            continue;
+        }
+        const RECT place =
+            GrownPlace(UnitsToPixels(control->place, base.cx, base.cy), control->flags,
+                       corner.x - opening.right, corner.y - opening.bottom);
+        win::SetWindowPos(child, nullptr, place.left, place.top, place.right - place.left,
+                          place.bottom - place.top, SWP_NOZORDER | SWP_NOACTIVATE);
+    }
+    dialog.Send(WM_SIZE, type, size);
+}
+
+// Not smaller than it opened.
+void LimitSize(const CDialog& dialog, win::MINMAXINFO& limits)
+{
+    const win::HWND window = Native(dialog.GetSafeHwnd());
+    const RECT opening = OpeningArea(dialog);
+    win::RECT outside{0, 0, opening.right, opening.bottom};
+    win::AdjustWindowRectEx(&outside,
+                            static_cast<win::DWORD>(win::GetWindowLongW(window, GWL_STYLE)), FALSE,
+                            static_cast<win::DWORD>(win::GetWindowLongW(window, GWL_EXSTYLE)));
+    limits.ptMinTrackSize = {outside.right - outside.left, outside.bottom - outside.top};
 }
 
 // The message has 16 bits of the thumb's position, the bar has all of them.
@@ -288,6 +352,18 @@ bool Serve(CDialog& dialog, UINT message, WPARAM wParam, LPARAM lParam, LRESULT&
         return true;
     case WM_TIMER:
         dialog.Send(WM_TIMER, wParam);
+        return true;
+    case WM_SIZE:
+        if (dialog.Template().resizable && dialog.GetSafeHwnd() != nullptr &&
+            (wParam == SIZE_RESTORED || wParam == SIZE_MAXIMIZED)) {
+            OnSize(dialog, wParam, lParam);
+        }
+        return true;
+    case WM_GETMINMAXINFO:
+        if (!dialog.Template().resizable || dialog.GetSafeHwnd() == nullptr) {
+            return false;
+        }
+        LimitSize(dialog, *reinterpret_cast<win::MINMAXINFO*>(lParam));
         return true;
     case WM_HSCROLL:
     case WM_VSCROLL:
