@@ -36,3 +36,13 @@ GrayView Crop(const GrayView& view, const PixelRect& rect)
     }
     return part;
 }
+
+GrayView InMemoryOrder(const GrayView& view)
+{
+    GrayView ordered = view;
+    if (view.rowStep < 0 && !view.IsEmpty()) {
+        ordered.top += (static_cast<std::ptrdiff_t>(view.height) - 1) * view.rowStep;
+        ordered.rowStep = -view.rowStep;
+    }
+    return ordered;
+}

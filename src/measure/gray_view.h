@@ -47,6 +47,10 @@ std::optional<GrayView> ViewOf(const CImage& image);
 // The part of the view that the rectangle covers; what lies outside is cut off.
 GrayView Crop(const GrayView& view, const PixelRect& rect);
 
+// The same pixels with the rows in the order in which they stand in memory, which processors fetch
+// ahead: for measures that do not ask where a pixel is.
+GrayView InMemoryOrder(const GrayView& view);
+
 // Calls work(Sample{}) with a zero sample of the view's type and returns what that returns.
 template <typename Work>
 auto WithSampleType(const GrayView& view, Work work)

@@ -16,8 +16,9 @@ std::uint32_t ValueAtRank(const Histogram& histogram, std::uint64_t rank);
 
 } // namespace
 
-Histogram CountSamples(const GrayView& view)
+Histogram CountSamples(const GrayView& picture)
 {
+    const GrayView view = InMemoryOrder(picture);
     return WithSampleType(view, [&view](auto sample) {
         using Sample = decltype(sample);
         Histogram histogram{

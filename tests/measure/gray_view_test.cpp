@@ -15,6 +15,7 @@ TEST(GrayView, ShowsThePictureFromTheTopLeftAndCutsRegions)
     EXPECT_TRUE(view.At(0, 0) == 1 && view.At(2, 1) == 6 && view.MaxValue() == 255);
     const GrayView part = Crop(view, {1, 1, 9, 9});
     EXPECT_TRUE(part.width == 2 && part.height == 1 && part.At(0, 0) == 5);
+    EXPECT_TRUE(InMemoryOrder(view).At(0, 0) == 4 && InMemoryOrder(view).At(2, 1) == 3);
     image.m_orientation = 7;
     EXPECT_TRUE(ViewOf(image)->At(0, 0) == 4 && ViewOf(image)->At(2, 1) == 3);
     for (const std::uint32_t code : {0u, 4u, 6u}) {
