@@ -137,7 +137,7 @@ public:
             << "image_width = 16\nimage_height = 16\nseed = 7\nstrict = on\n"
             << "store_folder = " << (m_folder / "Store").string() << '\n'
             << lines << '\n';
-        fs::rename(m_folder / "new.ini", m_folder / "Tarn.ini");
+        ReplaceFileBy((m_folder / "new.ini").string(), (m_folder / "Tarn.ini").string());
     }
     void RestoreStore() const
     {
@@ -454,7 +454,16 @@ private:
         return again ? IDCANCEL : (box.style & MB_YESNO) != 0 ? IDYES : IDOK;
     }
 
+    // An image that comes meanwhile is looked for once more: the program is about to hear of it.
     void Watch()
+    {
+        for (std::size_t posted = PostedMessages() + 1; posted != PostedMessages();) {
+            posted = PostedMessages();
+            LookAtStore();
+        }
+    }
+
+    void LookAtStore()
     {
         const std::vector<std::uint32_t> stored = m_simulator.StoredIds();
         const bool isEmpty = m_lines.starts_with("TarnGetImage = empty-image");

@@ -16,6 +16,7 @@ from program import Failure, Program
 IMAGE_AREA = (5, 9, 738, 518)  # left, top, width, height, inside its frame
 MIDDLE = (300, 250)
 PAGE_RIGHT, PAGE_UP = (680, 537), (753, 60)  # of the scroll bars
+LEFT, RIGHT, WHEEL_UP = 1, 3, 4  # buttons
 # The timer asks for the devices again and again; how often is up to the time that passes.
 POLL = re.compile(r"TarnGetDeviceList -> 0\n(?:TarnGetDeviceParam \d+ 1[45] -> 0\nTarnFreeObject\n)*"
                   r"TarnFreeObject\n")
@@ -34,9 +35,13 @@ class Operated(Program):
     def path_in_program(self, path):
         return str(path)
 
+    def end_session(self):
+        self.process.terminate()
+
     def start(self):
+        self.read_log()
         self.launch()
-        self.await_log(r"TarnGetDeviceList")
+        self.await_log("TarnGetImageCount")
         window = self.window("^TarnTest$")
         time.sleep(1)  # until the window manager has placed it
         # Asked for the place of a window, xdotool counts the frame twice.
@@ -55,8 +60,20 @@ class Operated(Program):
         self.wait(lambda: not self.visible_windows(title), f"the box {title} to close")
         time.sleep(0.5)  # until the keyboard is with the window below
 
-    def click(self, place):
-        self.xdotool("mousemove", self.left + place[0], self.top + place[1], "click", 1)
+    def move(self, place):
+        self.xdotool("mousemove", self.left + place[0], self.top + place[1])
+
+    def click(self, place, button=1):
+        self.move(place)
+        self.xdotool("click", button)
+
+    def drag(self, place, target, button):
+        self.move(place)
+        self.xdotool("mousedown", button)
+        for step in (0.3, 0.6, 1):
+            self.move([round(a + step * (b - a)) for a, b in zip(place, target)])
+            time.sleep(0.1)
+        self.xdotool("mouseup", button)
 
     def type(self, key, text):
         """Into the field of this mnemonic, then leaves it."""
@@ -107,6 +124,12 @@ class Operated(Program):
         time.sleep(0.3)
         press()
 
+    def expect_end(self):
+        if (status := self.wait_for_end()) != 0:
+            raise Failure(f"the program ended with {status}")
+        if re.findall(r"handed out, (\d+) not freed", self.read_log())[-1:] != ["0"]:
+            raise Failure("the library's objects are not freed")
+
     def calls_made(self):
         """Without the polls, and without what differs from run to run: times, addresses, threads."""
         lines = [line.partition(" ")[2] for line in self.trace_file.read_text().splitlines()]
@@ -131,6 +154,10 @@ class OperatedUnderWine(Operated):
     def launch(self, executable=None):
         self.process = subprocess.Popen(["wine", "TarnTest.exe"], cwd=self.folder,
                                         env=self.environment, stderr=self.messages.open("a"))
+
+
+    def end_session(self):
+        subprocess.run(["wine", "wineboot", "--end-session"], env=self.environment, check=True)
 
 
 def tour(program):
@@ -165,6 +192,18 @@ def tour(program):
     program.key("alt+r")
     program.picture("whole")
 
+    program.click((200, 300), WHEEL_UP)
+    program.picture("zoomed around the pointer")
+    program.drag((200, 300), (350, 210), LEFT)
+    program.picture("moved")
+    program.drag((300, 300), (340, 330), RIGHT)
+    program.picture("other width and center")
+    program.key("Up", "Left")
+    program.picture("moved by keys")
+    program.move((250, 200))
+    program.xdotool("click", "--repeat", 2, "--delay", 50, LEFT)
+    program.picture("whole again")
+
     program.key("alt+t")
     program.await_log("TarnGetDeviceParam 1 34")
     program.window("Tolva Settings")
@@ -182,14 +221,22 @@ def tour(program):
     program.key("alt+n")
     program.picture("saved, negative")
     program.key("alt+n", "alt+o")
-    time.sleep(1.5)
-    program.screenshot("open")
+    program.window("^Open")
+    time.sleep(2)  # until it has listed the folder
     program.xdotool("type", "--delay", 15, program.path_in_program(saved))
-    program.key("Return")
+    program.box("Return", title="^Open")
     program.picture("opened")
 
     program.key("alt+x")
-    program.wait_for_end()
+    program.expect_end()
+
+    # The end of the session finds a question open.
+    program.start()
+    program.box("n")  # about the image that was kept
+    program.expose(lambda: program.key("space"))
+    program.window("^Tarn test$")
+    program.end_session()
+    program.expect_end()
     return {file.name: file.read_bytes() for file in program.images.iterdir()}
 
 

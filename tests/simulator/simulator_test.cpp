@@ -60,7 +60,7 @@ protected:
                    "time_factor = 100\nseed = 5\nexposure_delay = never\nimage_width = 130\n"
                    "image_height = 170\nstore_folder = " +
                        folder / "store" + "\ntrace_file = " + folder / "trace" + "\n" + lines);
-        std::filesystem::rename(folder / "new", folder / "s.ini");
+        ReplaceFileBy(folder / "new", folder / "s.ini");
     }
 
     // Waits for an event and removes all up to it: "17 7 2:1 " and so on.

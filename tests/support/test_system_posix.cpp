@@ -15,6 +15,11 @@ void ResizeFile(const std::string& path, std::uint64_t size)
     std::filesystem::resize_file(path, size);
 }
 
+void ReplaceFileBy(const std::string& newFile, const std::string& path)
+{
+    std::filesystem::rename(newFile, path);
+}
+
 void* FunctionOf(const char* library, const char* name)
 {
     void* const module = dlopen(library, RTLD_NOW);

@@ -1,6 +1,7 @@
 // Questions of tests to Windows.
 #include "support/test_system.h"
 
+#include <cstdio>
 #include <cstdlib>
 #include <windows.h>
 
@@ -18,6 +19,20 @@ void ResizeFile(const std::string& path, std::uint64_t size)
     SetFilePointerEx(file, {.QuadPart = static_cast<std::int64_t>(size)}, nullptr, FILE_BEGIN);
     SetEndOfFile(file);
     CloseHandle(file);
+}
+
+// Windows refuses to replace a file that is open.
+void ReplaceFileBy(const std::string& newFile, const std::string& path)
+{
+    constexpr int MostTries = 1000;
+    for (int tries = 0; MoveFileExA(newFile.c_str(), path.c_str(), MOVEFILE_REPLACE_EXISTING) == 0;
+         ++tries) {
+        if (tries == MostTries) {
+            std::fprintf(stderr, "%s stays in use.\n", path.c_str());
+            std::abort();
+        }
+        Sleep(1);
+    }
 }
 
 void* FunctionOf(const char* library, const char* name)
