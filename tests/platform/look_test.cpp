@@ -1,5 +1,6 @@
 // The program's dialogs on screens of every scale, in larger fonts, light and dark.
 #include "display/view.h"
+#include "platform/boxes.h"
 #include "platform/paint.h"
 #include "platform/qt/desktop_look.h"
 #include "platform/qt/window_table.h"
@@ -9,7 +10,9 @@
 
 #include <QAbstractButton>
 #include <QApplication>
+#include <QClipboard>
 #include <QGroupBox>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QScreen>
 #include <QWidget>
@@ -201,6 +204,24 @@ TEST(Look, TextsAreWholeReadableAndPicturesSharp)
         });
     }
     SetColorScheme(ColorScheme::Light);
+}
+
+TEST(Look, TheTextOfABoxBeginsAtItsLeftAndIsCopied)
+{
+    WindowOperator hand;
+    CheckeredDialog dialog(SettingsDialogTemplate);
+    hand.WhenBox("Hi", IDOK, [] {
+        QWidget* const box = QApplication::activeModalWidget();
+        const auto* const label = box->findChild<QLabel*>("qt_msgbox_label");
+        EXPECT_LT(label->mapTo(box, QPoint()).x(), 25);
+        QKeyEvent copy(QEvent::KeyPress, Qt::Key_C, Qt::ControlModifier);
+        QCoreApplication::sendEvent(box, &copy);
+        EXPECT_EQ(QGuiApplication::clipboard()->text().toStdString(), "Tarn test\n\nHi\n\nOK\n");
+    });
+    hand.Run(dialog, [&] {
+        AfxMessageBox("Hi");
+        dialog.EndDialog(IDCANCEL);
+    });
 }
 
 } // namespace

@@ -166,7 +166,8 @@ void BoxWindow::Arrange()
                 grid->itemAt(i)->spacerItem()->changeSize(0, 0, QSizePolicy::Fixed);
             }
         }
-        grid->invalidate();
+        const QPlainTextEdit* const view = findChild<QPlainTextEdit*>();
+        grid->setColumnStretch(view != nullptr ? 2 : 1, 1);
     }
     findChild<QDialogButtonBox*>()->setCenterButtons(true);
     for (QAbstractButton* const button : buttons()) {
