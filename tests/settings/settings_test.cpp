@@ -166,7 +166,7 @@ TEST_F(Settings, TheReadOutsFollowTheBatteryEverySecond)
         }
     };
     hand.Run(dialog, [&] {
-        EXPECT_EQ(hand.Text(IdVoltage), "-");
+        EXPECT_EQ(hand.Text(IdVoltage), "0");
         EXPECT_TRUE(WaitForText(IdVoltage, "1200"));
         expect(&Reading::unknown);
 
