@@ -160,6 +160,11 @@ public:
         char name[32];
         std::snprintf(name, sizeof name, "%010u.tarn", id);
         std::ifstream file(m_folder / "Store" / name, std::ios::binary);
+        // On Windows a file cannot be opened at the moment in which it gets its name.
+        for (int tries = 0; tries < 100 && !file.is_open(); ++tries) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            file.open(m_folder / "Store" / name, std::ios::binary);
+        }
         std::uint32_t head[10] = {}; // 2 words of magic, then the sizes as the record has them
         file.read(reinterpret_cast<char*>(head), sizeof head);
         const auto [width, height, pixelBytes, bits] =
