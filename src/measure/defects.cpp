@@ -72,8 +72,9 @@ bool AddImage(ImageSums& sums, const GrayView& view, bool withSquares)
     if (sums.images == 0) {
         sums.width = view.width;
         sums.height = view.height;
-        sums.sums.assign(view.Count(), 0);
-        sums.squares.assign(withSquares ? view.Count() : 0, 0);
+        const auto pixels = static_cast<std::size_t>(view.Count());
+        sums.sums.assign(pixels, 0);
+        sums.squares.assign(withSquares ? pixels : 0, 0);
     }
     if (sums.width != view.width || sums.height != view.height || sums.images == 65536) {
         return false;

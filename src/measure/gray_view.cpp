@@ -17,7 +17,7 @@ std::optional<GrayView> ViewOf(const CImage& image)
         (image.m_orientation & Needed) != Needed || image.m_bitsPerSample > 16) {
         return std::nullopt;
     }
-    const auto step = static_cast<std::ptrdiff_t>(image.m_width) * image.m_pixelBytes;
+    const auto step = static_cast<std::ptrdiff_t>(std::size_t{image.m_width} * image.m_pixelBytes);
     return GrayView{image.RowAddress(0), (image.m_orientation & TopDown) != 0 ? step : -step,
                     image.m_width,       image.m_height,
                     image.m_pixelBytes,  image.m_bitsPerSample};
