@@ -110,7 +110,7 @@ std::shared_ptr<const Settings> SettingsFile::Current()
         }
         if (text) {
             Take(*text);
-        } else {
+        } else if (m_read) {
             Report(m_path, "is no settings file");
         }
     }
@@ -150,7 +150,7 @@ bool SettingsFile::TakeRule(std::string_view name, FaultRule& rule)
     return true;
 }
 
-std::optional<std::string> SettingsFile::ReadText() const
+std::optional<std::string> SettingsFile::ReadText()
 {
     std::error_code error;
     if (!m_stamp.exists) {
@@ -160,8 +160,13 @@ std::optional<std::string> SettingsFile::ReadText() const
         std::filesystem::file_size(m_path, error) > LargestFile) {
         return std::nullopt;
     }
+    const std::ifstream file(m_path);
+    m_read = file.is_open(); // not for a moment on Windows, while it is replaced: the next call tries
+    if (!m_read) {
+        return std::nullopt;
+    }
     std::ostringstream text;
-    text << std::ifstream(m_path).rdbuf();
+    text << file.rdbuf();
     return text.str();
 }
 

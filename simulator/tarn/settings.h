@@ -142,7 +142,7 @@ public:
 
 private:
     // Nothing when it is no settings file.
-    std::optional<std::string> ReadText() const;
+    std::optional<std::string> ReadText();
     void Take(const std::string& content);
     void Set(Settings& settings, const std::string& key, std::string_view value);
     void Report(const std::string& where, const std::string& what) const;
