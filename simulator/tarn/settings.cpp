@@ -161,7 +161,8 @@ std::optional<std::string> SettingsFile::ReadText()
         return std::nullopt;
     }
     const std::ifstream file(m_path);
-    m_read = file.is_open(); // not for a moment on Windows, while it is replaced: the next call tries
+    m_read =
+        file.is_open(); // not for a moment on Windows, while it is replaced: the next call tries
     if (!m_read) {
         return std::nullopt;
     }
