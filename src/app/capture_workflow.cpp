@@ -180,14 +180,16 @@ bool CTarnTestDlg::TrySave(const CLinkedPtr<CImage>& image, std::uint32_t series
     return false;
 }
 
-// A folder on a slow disk or network keeps the sensor from being armed again.
-void CTarnTestDlg::TellSlowSave(double seconds)
-{
+// A folder on a slow disk or network keeps the sensor from being armed again. The image is saved,
+// whether there is memory to say so or not.
+void CTarnTestDlg::TellSlowSave(double seconds) noexcept
+try {
     if (seconds >= SlowSave) {
         char text[64];
         std::snprintf(text, sizeof text, " (saving took %.1f s)", seconds);
         SetWindowText(GetWindowText() + text);
     }
+} catch (const std::bad_alloc&) {
 }
 
 int CTarnTestDlg::Ask(const CLinkedPtr<CImage>& image, const std::string& question, UINT buttons)

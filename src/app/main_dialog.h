@@ -143,7 +143,7 @@ private:
     void ReportEventResult(std::uint32_t result);
     void KeepOrRemove(const CLinkedPtr<CImage>& image);
     bool TrySave(const CLinkedPtr<CImage>& image, std::uint32_t series, std::uint32_t number);
-    void TellSlowSave(double seconds);
+    void TellSlowSave(double seconds) noexcept;
     int Ask(const CLinkedPtr<CImage>& image, const std::string& question, UINT buttons);
     void RestoreWindow();
     void ReportImagesLeft();

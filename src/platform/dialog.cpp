@@ -74,7 +74,13 @@ BOOL CDialog::Create()
     }
     m_modelessWindow = MakeModelessWindow(*this, *m_parent, m_hWnd);
     modeless.push_back({this, dynamic_cast<const CDialog*>(m_parent), true});
-    const BOOL defaultFocus = OnInitDialog();
+    BOOL defaultFocus = FALSE;
+    try {
+        defaultFocus = OnInitDialog();
+    } catch (...) {
+        CloseModeless();
+        throw;
+    }
     ShowWindow(SW_SHOW);
     if (defaultFocus != FALSE) {
         FocusFirst(m_hWnd);
@@ -84,7 +90,7 @@ BOOL CDialog::Create()
 
 void CDialog::CloseModeless()
 {
-    if (m_modelessWindow.use_count() != 0) {
+    if (m_modelessWindow != nullptr) {
         std::erase_if(modeless, [this](const Modeless& entry) { return entry.dialog == this; });
         m_modelessWindow.reset();
         m_hWnd = nullptr;

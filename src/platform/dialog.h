@@ -72,7 +72,7 @@ public:
     // A modeless dialog: creates the window, runs OnInitDialog, shows the window and returns while
     // it is open; FALSE while the session ends. The parent, an open modal dialog, goes on taking
     // input, and the dialog takes input whenever its parent does. EndDialog closes it, and so does
-    // the parent's end. Create opens it anew.
+    // the parent's end, and an exception of OnInitDialog. Create opens it anew.
     BOOL Create();
 
     // Every event of the dialog comes through here: the handler that the dispatch table names, or
