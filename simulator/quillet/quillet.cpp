@@ -1,27 +1,36 @@
 // The exports of the simulated preview library.
 #include "device/tarn_abi.h"
-#include "platform/native_window.h"
 #include "simulator/quillet/preview.h"
 #include "simulator/tarn/hand_switch.h"
 
-#include <QPointer>
-
-#include <dlfcn.h>
 #include <map>
+#include <utility>
 
 namespace {
 
 constexpr std::uint32_t BadArgument = ResultError | 1;
 constexpr std::uint32_t NoSuchPreview = ResultError | 2;
 
-SensorLink FindSensor();
-std::uint32_t Begin(Export which);
-
-// The open previews; an entry is null once its owner has destroyed the preview.
-std::map<std::uintptr_t, QPointer<Preview>> openPreviews;
+std::map<std::uintptr_t, std::unique_ptr<Preview>> openPreviews;
 std::uintptr_t lastHandle = 0;
 
-std::uint32_t Close(std::uintptr_t handle);
+template <class Function>
+Function* Find(const char* name)
+{
+    return reinterpret_cast<Function*>(FindInTarn(name));
+}
+
+SensorLink FindSensor()
+{
+    return {Find<decltype(TarnSimulatorHandSwitch)>("TarnSimulatorHandSwitch"),
+            Find<decltype(TarnSimulatorArmedState)>("TarnSimulatorArmedState")};
+}
+
+std::uint32_t Begin(Export which)
+{
+    auto* const begin = Find<decltype(TarnSimulatorPreviewCall)>("TarnSimulatorPreviewCall");
+    return begin != nullptr ? begin(which) : 0;
+}
 
 } // namespace
 
@@ -32,22 +41,22 @@ std::uint32_t TARN_CALL Quillet_1(HWND owner, std::uint32_t, const RECT* screenA
     if (const std::uint32_t fault = Begin(Export::QuilletOpen)) {
         return fault;
     }
-    auto* const window = static_cast<QWidget*>(NativeWindowOf(owner));
-    if (window == nullptr || screenArea == nullptr || handle == nullptr) {
+    if (owner == nullptr || screenArea == nullptr || handle == nullptr) {
         return BadArgument;
     }
-    const QRect area(screenArea->left, screenArea->top, screenArea->right - screenArea->left,
-                     screenArea->bottom - screenArea->top);
+    auto preview =
+        OpenPreview(owner,
+                    {screenArea->left, screenArea->top, screenArea->right - screenArea->left,
+                     screenArea->bottom - screenArea->top},
+                    FindSensor());
+    if (preview == nullptr) {
+        return BadArgument;
+    }
     // A window has one image area: an earlier preview that was not closed must not cover the new
     // one.
-    for (auto entry = openPreviews.begin(); entry != openPreviews.end();) {
-        const auto [earlier, preview] = *entry++;
-        if (preview != nullptr && preview->parentWidget() == window) {
-            Close(earlier);
-        }
-    }
+    std::erase_if(openPreviews, [owner](const auto& entry) { return entry.second->IsOver(owner); });
     *handle = ++lastHandle;
-    openPreviews[*handle] = new Preview(window, area, FindSensor());
+    openPreviews.emplace(*handle, std::move(preview));
     return 0;
 }
 
@@ -57,7 +66,7 @@ std::uint32_t TARN_CALL Quillet_4(std::uintptr_t handle, std::uint32_t show)
         return fault;
     }
     const auto entry = openPreviews.find(handle);
-    if (entry == openPreviews.end() || entry->second == nullptr) {
+    if (entry == openPreviews.end() || !entry->second->Exists()) {
         return NoSuchPreview;
     }
     if (show != 0) {
@@ -70,53 +79,8 @@ std::uint32_t TARN_CALL Quillet_4(std::uintptr_t handle, std::uint32_t show)
 
 std::uint32_t TARN_CALL Quillet_2(std::uintptr_t handle)
 {
-    const std::uint32_t fault = Begin(Export::QuilletClose);
-    return fault != 0 ? fault : Close(handle);
-}
-
-namespace {
-
-std::uint32_t Close(std::uintptr_t handle)
-{
-    const auto entry = openPreviews.find(handle);
-    if (entry == openPreviews.end()) {
-        return NoSuchPreview;
+    if (const std::uint32_t fault = Begin(Export::QuilletClose)) {
+        return fault;
     }
-    // The close may be nested in the preview's own press, so it is deleted after that has returned.
-    if (Preview* preview = entry->second) {
-        preview->Disarm();
-        preview->deleteLater();
-    }
-    openPreviews.erase(entry);
-    return 0;
+    return openPreviews.erase(handle) != 0 ? 0 : NoSuchPreview;
 }
-
-// A function of the capture library that the program has loaded; null when there is none. Does not
-// load the library.
-template <class Function>
-Function* FindInTarn(const char* name)
-{
-    void* const tarn = dlopen("libTarn.so", RTLD_NOW | RTLD_NOLOAD);
-    if (tarn == nullptr) {
-        return nullptr;
-    }
-    auto* const function = reinterpret_cast<Function*>(dlsym(tarn, name));
-    dlclose(tarn);
-    return function;
-}
-
-SensorLink FindSensor()
-{
-    SensorLink sensor;
-    sensor.expose = FindInTarn<decltype(TarnSimulatorHandSwitch)>("TarnSimulatorHandSwitch");
-    sensor.phase = FindInTarn<decltype(TarnSimulatorArmedState)>("TarnSimulatorArmedState");
-    return sensor;
-}
-
-std::uint32_t Begin(Export which)
-{
-    auto* const begin = FindInTarn<decltype(TarnSimulatorPreviewCall)>("TarnSimulatorPreviewCall");
-    return begin != nullptr ? begin(which) : 0;
-}
-
-} // namespace

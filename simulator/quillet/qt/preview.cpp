@@ -1,63 +1,67 @@
-// Draws the live picture and turns a press into an exposure.
+// The preview as a child widget: draws the live picture and turns a press into an exposure.
 #include "simulator/quillet/preview.h"
 
-#include "simulator/tarn/hand_switch.h"
+#include "platform/native_window.h"
 
+#include <QAbstractButton>
+#include <QBasicTimer>
+#include <QElapsedTimer>
 #include <QFontInfo>
 #include <QLinearGradient>
 #include <QPainter>
+#include <QPixmap>
+#include <QPointer>
 #include <QPushButton>
 #include <QRadialGradient>
 #include <QTimerEvent>
 
 #include <algorithm>
 #include <cmath>
-#include <numbers>
+#include <dlfcn.h>
 
 namespace {
 
-constexpr int FramePeriod = 40;     // milliseconds
-constexpr double SweepPeriod = 4.0; // seconds
-constexpr double LampPeriod = 1.6;
-constexpr int GridStep = 24; // pixels; every fifth line is a major one
-constexpr int Margin = 18;
-constexpr double RingRadius = 3.0 * GridStep;
-
-constexpr QColor Background{9, 17, 22};
-constexpr QColor Glow{20, 44, 52};
-constexpr QColor MinorLine{70, 150, 160, 28};
-constexpr QColor MajorLine{70, 170, 180, 64};
-constexpr QColor Mark{120, 226, 226, 210};
-constexpr QColor Plate{0, 0, 0, 165};
-constexpr QColor Text{226, 240, 240};
-constexpr QColor Gray{140, 160, 164};
-constexpr QColor Amber{255, 184, 60};
-constexpr QColor Green{96, 222, 130};
-constexpr QColor Red{255, 94, 72};
-
-// The texts of each phase of the sensor; "%1" is replaced by the seconds left.
-struct PhaseLook
+// As a button it is pressed by a click, by Space or by a screen reader.
+class PreviewButton : public QAbstractButton
 {
-    std::uint32_t phase;
-    QColor lamp;
-    const char* state;
-    const char* prompt;
-    const char* countdown;
-    const char* accessibleName;
-};
-constexpr PhaseLook PhaseLooks[] = {
-    {TarnPhaseIdle, Gray, "SENSOR IDLE", "", "", "Preview: sensor idle"},
-    {TarnPhaseArming, Amber, "ARMING", "The sensor is getting ready", "ready in %1 s",
-     "Preview: sensor arming"},
-    {TarnPhaseArmed, Green, "SENSOR ARMED", "Click here or press Space to expose", "%1 s left",
-     "Preview: sensor armed; press Space to expose"},
-    {TarnPhaseReading, Red, "READING OUT", "The image is on its way", "image in %1 s",
-     "Preview: reading out"},
-};
-// For a capture library that does not report its phase.
-constexpr PhaseLook UnknownLook = {0, Green, "SENSOR ARMED", "", "", "Preview: sensor armed"};
+public:
+    PreviewButton(QWidget* owner, const QRect& screenArea, const SensorLink& sensor);
 
-const PhaseLook& LookOf(const SensorLink& sensor, std::uint32_t phase);
+    void Arm();
+    void Disarm();
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    void timerEvent(QTimerEvent* event) override;
+
+private:
+    void FollowSensor();
+    void Expose();
+
+    SensorWatch m_sensor;
+    QPixmap m_grid; // the static background, drawn once per size
+    QBasicTimer m_frameTimer;
+    QElapsedTimer m_shownSince;
+};
+
+// The owner's window owns the button and may end before it is closed.
+class WidgetPreview : public Preview
+{
+public:
+    explicit WidgetPreview(PreviewButton* button) : m_button(button) {}
+    ~WidgetPreview() override;
+
+    bool Exists() const override { return m_button != nullptr; }
+    bool IsOver(const void* owner) const override;
+    void Arm() override { m_button->Arm(); }
+    void Disarm() override { m_button->Disarm(); }
+
+private:
+    const QPointer<PreviewButton> m_button;
+};
+
+QColor Native(Color color);
 QPixmap DrawGrid(QSize size, qreal pixelRatio);
 void DrawLines(QPainter& painter, QSize size);
 void DrawCrosshair(QPainter& painter, QSize size);
@@ -70,29 +74,57 @@ QFont Scaled(QFont font, double factor, bool bold = false);
 
 } // namespace
 
-double SweepPosition(double seconds, double period)
+std::unique_ptr<Preview> OpenPreview(void* owner, const ScreenArea& area, const SensorLink& sensor)
 {
-    return 0.5 - 0.5 * std::cos(2.0 * std::numbers::pi * seconds / period);
+    auto* const window = static_cast<QWidget*>(NativeWindowOf(static_cast<HWND>(owner)));
+    if (window == nullptr) {
+        return nullptr;
+    }
+    const QRect place(area.left, area.top, area.width, area.height);
+    return std::make_unique<WidgetPreview>(new PreviewButton(window, place, sensor));
 }
 
-double LampBrightness(double seconds, double period)
+void* FindInTarn(const char* name)
 {
-    return 0.55 + 0.45 * std::cos(2.0 * std::numbers::pi * seconds / period);
+    void* const tarn = dlopen("libTarn.so", RTLD_NOW | RTLD_NOLOAD);
+    if (tarn == nullptr) {
+        return nullptr;
+    }
+    void* const function = dlsym(tarn, name);
+    dlclose(tarn);
+    return function;
 }
 
-Preview::Preview(QWidget* owner, const QRect& screenArea, SensorLink sensor)
+namespace {
+
+// The close may be nested in the button's own press, so it is deleted after that has returned.
+WidgetPreview::~WidgetPreview()
+{
+    if (m_button != nullptr) {
+        m_button->Disarm();
+        m_button->deleteLater();
+    }
+}
+
+bool WidgetPreview::IsOver(const void* owner) const
+{
+    const auto window = static_cast<HWND>(const_cast<void*>(owner));
+    return m_button != nullptr && m_button->parentWidget() == NativeWindowOf(window);
+}
+
+PreviewButton::PreviewButton(QWidget* owner, const QRect& screenArea, const SensorLink& sensor)
     : QAbstractButton(owner), m_sensor(sensor)
 {
     setGeometry(QRect(owner->mapFromGlobal(screenArea.topLeft()), screenArea.size()));
     setFocusPolicy(Qt::StrongFocus);
     setAttribute(Qt::WA_OpaquePaintEvent);
-    setCursor(m_sensor.expose != nullptr ? Qt::PointingHandCursor : Qt::ArrowCursor);
+    setCursor(m_sensor.CanExpose() ? Qt::PointingHandCursor : Qt::ArrowCursor);
     setAccessibleDescription(QStringLiteral("Live picture over the image area"));
-    connect(this, &QAbstractButton::pressed, this, &Preview::Expose);
+    connect(this, &QAbstractButton::pressed, this, &PreviewButton::Expose);
     hide();
 }
 
-void Preview::Arm()
+void PreviewButton::Arm()
 {
     const QWidget* focus = window()->focusWidget();
     const bool elsewhere = focus != nullptr && qobject_cast<const QPushButton*>(focus) == nullptr;
@@ -106,7 +138,7 @@ void Preview::Arm()
     }
 }
 
-void Preview::Disarm()
+void PreviewButton::Disarm()
 {
     m_frameTimer.stop();
     // Otherwise the focus would move on to a button, and a second Space would press that.
@@ -114,92 +146,78 @@ void Preview::Disarm()
     hide();
 }
 
-void Preview::timerEvent(QTimerEvent* event)
+void PreviewButton::timerEvent(QTimerEvent* event)
 {
     if (event->timerId() == m_frameTimer.timerId()) {
         FollowSensor();
-        update();
     } else {
         QAbstractButton::timerEvent(event);
     }
 }
 
-void Preview::FollowSensor()
+void PreviewButton::FollowSensor()
 {
-    double secondsLeft = -1.0;
-    const std::uint32_t phase = m_sensor.phase != nullptr ? m_sensor.phase(&secondsLeft) : m_phase;
-    if (phase != m_phase || m_phaseLength < secondsLeft) {
-        m_phase = phase;
-        m_phaseLength = secondsLeft;
-    }
-    m_secondsLeft = secondsLeft;
-    const QString name = QString::fromUtf8(LookOf(m_sensor, m_phase).accessibleName);
+    m_sensor.Follow();
+    const QString name = QString::fromUtf8(m_sensor.Look().accessibleName);
     if (accessibleName() != name) {
         setAccessibleName(name);
     }
+    update();
 }
 
-void Preview::Expose()
+void PreviewButton::Expose()
 {
-    if (m_sensor.expose != nullptr) {
-        m_sensor.expose();
-        FollowSensor();
-        update();
-    }
+    m_sensor.Expose();
+    FollowSensor();
 }
 
-void Preview::paintEvent(QPaintEvent*)
+void PreviewButton::paintEvent(QPaintEvent*)
 {
-    const PhaseLook& look = LookOf(m_sensor, m_phase);
+    const PhaseLook& look = m_sensor.Look();
     const double seconds = static_cast<double>(m_shownSince.elapsed()) / 1e3;
     const bool rightwards = std::fmod(seconds, SweepPeriod) < SweepPeriod / 2;
-    const bool counting = m_secondsLeft >= 0.0 && *look.countdown != 0;
-    QColor lamp = look.lamp;
-    lamp.setAlphaF(static_cast<float>(LampBrightness(seconds, LampPeriod)));
+    QColor lamp = Native(look.lamp);
+    lamp.setAlphaF(static_cast<float>(LampBrightness(seconds)));
 
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.drawPixmap(0, 0, m_grid);
-    DrawSweep(painter, size(), SweepPosition(seconds, SweepPeriod), rightwards);
-    if (counting && m_phaseLength > 0.0) {
-        DrawCountdown(painter, size(), look.lamp, std::min(m_secondsLeft / m_phaseLength, 1.0));
+    DrawSweep(painter, size(), SweepPosition(seconds), rightwards);
+    if (m_sensor.ShareLeft() > 0.0) {
+        DrawCountdown(painter, size(), Native(look.lamp), m_sensor.ShareLeft());
     }
     DrawState(painter, lamp, QString::fromUtf8(look.state));
     DrawPrompt(painter, size(), QString::fromUtf8(look.prompt),
-               counting ? QString::fromUtf8(look.countdown).arg(m_secondsLeft, 0, 'f', 1)
-                        : QString());
+               QString::fromStdString(m_sensor.Countdown()));
     if (hasFocus()) {
-        painter.setPen(QPen(Mark, 2));
+        painter.setPen(QPen(Native(Mark), 2));
         painter.setBrush(Qt::NoBrush);
         painter.drawRect(QRectF(rect()).adjusted(1, 1, -1, -1));
     }
 }
 
-void Preview::resizeEvent(QResizeEvent*)
+void PreviewButton::resizeEvent(QResizeEvent*)
 {
     m_grid = DrawGrid(size(), devicePixelRatioF());
 }
 
-namespace {
-
-const PhaseLook& LookOf(const SensorLink& sensor, std::uint32_t phase)
+QColor Native(Color color)
 {
-    const auto* look = std::ranges::find(PhaseLooks, phase, &PhaseLook::phase);
-    return sensor.phase != nullptr && look != std::end(PhaseLooks) ? *look : UnknownLook;
+    return {color.red, color.green, color.blue, color.alpha};
 }
 
 QPixmap DrawGrid(QSize size, qreal pixelRatio)
 {
     QPixmap grid(size * pixelRatio);
     grid.setDevicePixelRatio(pixelRatio);
-    grid.fill(Background);
+    grid.fill(Native(Background));
     QPainter painter(&grid);
     painter.setRenderHint(QPainter::Antialiasing);
 
     QRadialGradient glow(size.width() / 2.0, size.height() / 2.0,
                          std::max(size.width(), size.height()) / 1.6);
-    glow.setColorAt(0, Glow);
-    glow.setColorAt(1, Background);
+    glow.setColorAt(0, Native(Glow));
+    glow.setColorAt(1, Native(Background));
     painter.fillRect(QRect(QPoint(0, 0), size), glow);
     DrawLines(painter, size);
     DrawCrosshair(painter, size);
@@ -215,11 +233,11 @@ void DrawLines(QPainter& painter, QSize size)
     const int centerX = size.width() / 2;
     const int centerY = size.height() / 2;
     for (int i = -centerX / GridStep; i * GridStep <= centerX; ++i) {
-        painter.setPen(i % 5 == 0 ? MajorLine : MinorLine);
+        painter.setPen(Native(GridLine(i)));
         painter.drawLine(centerX + i * GridStep, 0, centerX + i * GridStep, size.height());
     }
     for (int i = -centerY / GridStep; i * GridStep <= centerY; ++i) {
-        painter.setPen(i % 5 == 0 ? MajorLine : MinorLine);
+        painter.setPen(Native(GridLine(i)));
         painter.drawLine(0, centerY + i * GridStep, size.width(), centerY + i * GridStep);
     }
     painter.restore();
@@ -228,9 +246,9 @@ void DrawLines(QPainter& painter, QSize size)
 void DrawCrosshair(QPainter& painter, QSize size)
 {
     const QPointF center = QPoint(size.width() / 2, size.height() / 2);
-    painter.setPen(QPen(Mark, 1.5));
+    painter.setPen(QPen(Native(Mark), 1.5));
     painter.setBrush(Qt::NoBrush);
-    for (const double radius : {GridStep * 1.0, RingRadius}) {
+    for (const int radius : {GridStep, RingRadius}) {
         painter.drawEllipse(center, radius, radius);
     }
     for (const QPointF direction : {QPointF(1, 0), QPointF(-1, 0), QPointF(0, 1), QPointF(0, -1)}) {
@@ -242,7 +260,7 @@ void DrawCrosshair(QPainter& painter, QSize size)
 void DrawCorners(QPainter& painter, QSize size)
 {
     const double arm = GridStep * 1.5;
-    painter.setPen(QPen(Mark, 3, Qt::SolidLine, Qt::SquareCap));
+    painter.setPen(QPen(Native(Mark), 3, Qt::SolidLine, Qt::SquareCap));
     for (const int right : {0, 1}) {
         for (const int bottom : {0, 1}) {
             const QPointF corner(right ? size.width() - Margin : Margin,
@@ -259,10 +277,10 @@ void DrawSweep(QPainter& painter, QSize size, double position, bool rightwards)
     const double x = position * size.width();
     const double tail = size.width() * 0.22 * (rightwards ? -1.0 : 1.0);
     QLinearGradient fade(x, 0, x + tail, 0);
-    fade.setColorAt(0, QColor(Mark.red(), Mark.green(), Mark.blue(), 70));
-    fade.setColorAt(1, QColor(Mark.red(), Mark.green(), Mark.blue(), 0));
+    fade.setColorAt(0, QColor(Mark.red, Mark.green, Mark.blue, 70));
+    fade.setColorAt(1, QColor(Mark.red, Mark.green, Mark.blue, 0));
     painter.fillRect(QRectF(x, 0, tail, size.height()).normalized(), fade);
-    painter.fillRect(QRectF(x - 1, 0, 2, size.height()), Mark);
+    painter.fillRect(QRectF(x - 1, 0, 2, size.height()), Native(Mark));
 }
 
 // A ring around the middle that empties clockwise. share: the part left, 0 to 1.
@@ -285,12 +303,12 @@ void DrawState(QPainter& painter, QColor lamp, const QString& state)
     const QRectF plate(Margin * 2, Margin * 2, metrics.horizontalAdvance(state) + lampSize + 40,
                        metrics.height() + 12);
     painter.setPen(Qt::NoPen);
-    painter.setBrush(Plate);
+    painter.setBrush(Native(Plate));
     painter.drawRoundedRect(plate, plate.height() / 2, plate.height() / 2);
     painter.setBrush(lamp);
     painter.drawEllipse(
         QRectF(plate.left() + 13, plate.center().y() - lampSize / 2, lampSize, lampSize));
-    painter.setPen(Text);
+    painter.setPen(Native(Text));
     painter.drawText(plate.adjusted(lampSize + 22, 0, 0, 0), Qt::AlignVCenter | Qt::AlignLeft,
                      state);
     painter.restore();
@@ -309,13 +327,13 @@ void DrawPrompt(QPainter& painter, QSize size, const QString& prompt, const QStr
                  metrics.height() + countdownHeight + 24);
     plate.moveCenter(QPointF(size.width() / 2.0, size.height() - Margin * 2 - plate.height() / 2));
     painter.setPen(Qt::NoPen);
-    painter.setBrush(Plate);
+    painter.setBrush(Native(Plate));
     painter.drawRoundedRect(plate, 8, 8);
-    painter.setPen(Gray);
+    painter.setPen(Native(Gray));
     painter.drawText(plate.adjusted(0, 0, 0, -8), Qt::AlignHCenter | Qt::AlignBottom, countdown);
     painter.save();
     painter.setFont(promptFont);
-    painter.setPen(Text);
+    painter.setPen(Native(Text));
     painter.drawText(plate.adjusted(0, 9, 0, 0), Qt::AlignHCenter | Qt::AlignTop, prompt);
     painter.restore();
 }
