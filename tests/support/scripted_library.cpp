@@ -8,10 +8,14 @@
 
 namespace {
 
-ScriptedLibrary* current = nullptr;
+constexpr std::uint32_t NoSuchParameter = ResultError | 1;
+constexpr std::uint32_t NoSuchImage = ResultError | 2;
+constexpr std::uintptr_t PreviewHandle = 77;
 
 constexpr std::uint32_t TypeOfAlternative[] = {TarnTypeInteger, TarnTypeFlag, TarnTypeText,
                                                TarnTypeBlock};
+
+ScriptedLibrary* current = nullptr;
 
 std::string Formatted(const char* format, std::uint32_t number)
 {
@@ -21,177 +25,190 @@ std::string Formatted(const char* format, std::uint32_t number)
 }
 
 // An argument as the call log shows it; empty for what it leaves out.
-std::string Word(const char* text)
-{
-    return text != nullptr ? '"' + std::string(text) + '"' : "null";
-}
-
 std::string Word(std::integral auto number)
 {
     return std::to_string(number);
 }
 
-std::string Word(HWND)
+std::string Word(const char* text)
+{
+    return text != nullptr ? '"' + std::string(text) + '"' : "null";
+}
+
+std::string Word(const TarnValue* value)
+{
+    std::string words;
+    switch (TypeOf(*value)) {
+    case TarnTypeInteger:
+        return "int " + std::to_string(value->value);
+    case TarnTypeFlag:
+        return "flag " + std::to_string(static_cast<std::int32_t>(value->value));
+    case TarnTypeText:
+        return "text " + Word(reinterpret_cast<const char*>(value->value));
+    case TarnTypeBlock:
+        words = "block";
+        for (std::uintptr_t i = 0; i < value->value; ++i) {
+            words += Formatted(" %02X", static_cast<const std::uint8_t*>(value->pointer)[i]);
+        }
+        return words;
+    default:
+        return "of no type";
+    }
+}
+
+std::string Word(auto*)
 {
     return "";
-}
-
-std::string Word(const TarnValue& value)
-{
-    const std::uint32_t type = TypeOf(value);
-    if (type == TarnTypeInteger) {
-        return "int " + std::to_string(value.value);
-    }
-    if (type == TarnTypeFlag) {
-        return "flag " + std::to_string(static_cast<std::int32_t>(value.value));
-    }
-    if (type == TarnTypeText) {
-        return "text " + Word(reinterpret_cast<const char*>(value.value));
-    }
-    std::string words = type == TarnTypeBlock ? "block" : "type " + std::to_string(type);
-    for (std::uintptr_t i = 0; type == TarnTypeBlock && i < value.value; ++i) {
-        words += Formatted(" %02X", static_cast<const std::uint8_t*>(value.pointer)[i]);
-    }
-    return words;
-}
-
-ScriptedLibrary::Parameter ParameterOf(const TarnValue& value)
-{
-    const auto* bytes = static_cast<const std::uint8_t*>(value.pointer);
-    switch (TypeOf(value)) {
-    case TarnTypeFlag:
-        return static_cast<std::int32_t>(value.value);
-    case TarnTypeText:
-        return std::string(TextOrEmpty(reinterpret_cast<const char*>(value.value)));
-    case TarnTypeBlock:
-        return ScriptedLibrary::Block(bytes, bytes + value.value);
-    default:
-        return static_cast<std::uint32_t>(value.value);
-    }
-}
-
-template <typename Table, typename Key>
-const ScriptedLibrary::Parameter* Find(const Table& table, const Key& key)
-{
-    const auto found = table.find(key);
-    return found == table.end() ? nullptr : &found->second;
 }
 
 } // namespace
 
 struct ScriptedExports
 {
-    // An export that does nothing but return the scripted result.
     template <Export Which, typename... Arguments>
-    static std::uint32_t Plain(Arguments... arguments)
+    static std::uint32_t TARN_CALL Call(Arguments... arguments)
     {
-        return current->Begin(Which, {Word(arguments)...}).result;
-    }
-
-    static std::uint32_t GetLibraryParam(std::uint32_t number, TarnValue** out)
-    {
-        const auto script = current->Begin(Export::GetLibraryParam, {Word(number)});
-        return current->Read(script, number, Find(current->libraryParams, number), out);
-    }
-
-    static std::uint32_t SetLibraryParam(std::uint32_t number, const TarnValue* value)
-    {
-        const auto script =
-            current->Begin(Export::SetLibraryParam, {Word(value->tag >> 16), Word(*value)});
+        auto script = current->Begin(Which, {Word(arguments)...});
         if (!script.fails) {
-            current->libraryParams[number] = ParameterOf(*value);
+            Work(script, arguments...);
         }
         return script.result;
     }
 
-    static std::uint32_t GetDeviceParam(std::uint32_t device, std::uint32_t number, TarnValue** out)
+    static void TARN_CALL FreeObject(void* object)
     {
-        const auto script = current->Begin(Export::GetDeviceParam, {Word(device), Word(number)});
-        const auto* parameter = Find(current->deviceParams, std::pair(device, number));
-        return current->Read(script, number, parameter, out);
-    }
-
-    static std::uint32_t SetDeviceParam(std::uint32_t device, std::uint32_t number,
-                                        const TarnValue* value)
-    {
-        const auto script = current->Begin(Export::SetDeviceParam,
-                                           {Word(device), Word(value->tag >> 16), Word(*value)});
-        if (!script.fails) {
-            current->deviceParams[{device, number}] = ParameterOf(*value);
+        current->Begin(Export::FreeObject, {object != nullptr ? "" : "null"});
+        if (object != nullptr && current->m_objects.erase(object) == 0) {
+            ++current->wrongFrees;
         }
-        return script.result;
     }
 
-    static std::uint32_t GetImage(const char* userId, std::uint32_t number, TarnImageRecord** out)
+private:
+    using Script = ScriptedLibrary::Script;
+
+    // What an export with these arguments does; it may set the result. Most do nothing.
+    template <typename... Arguments>
+    static void Work(const Script&, Arguments...)
+    {
+    }
+
+    static void Work(Script& script, std::uint32_t number, TarnValue** out)
+    {
+        Read(script, number, current->libraryParams, number, out);
+    }
+
+    static void Work(Script& script, std::uint32_t device, std::uint32_t number, TarnValue** out)
+    {
+        Read(script, number, current->deviceParams, std::pair(device, number), out);
+    }
+
+    template <typename Table>
+    static void Read(Script& script, std::uint32_t number, const Table& table,
+                     const typename Table::key_type& key, TarnValue** out)
+    {
+        struct Holder
+        {
+            ScriptedLibrary::Parameter parameter;
+            TarnValue value = {};
+        };
+        if (script.fault == Fault::NullObject) {
+            return;
+        }
+        const auto found = table.find(key);
+        if (found == table.end()) {
+            script.result = NoSuchParameter;
+            return;
+        }
+        const auto holder = std::make_shared<Holder>(Holder{found->second});
+        const ScriptedLibrary::Parameter& parameter = holder->parameter;
+        TarnValue& value = holder->value;
+        value.tag = TagOf(
+            number, script.fault == Fault::WrongType ? 99 : TypeOfAlternative[parameter.index()]);
+        const bool pointers = script.fault != Fault::NullTexts;
+        if (const auto* integer = std::get_if<std::uint32_t>(&parameter)) {
+            value.value = *integer;
+        } else if (const auto* flag = std::get_if<std::int32_t>(&parameter)) {
+            value.value = static_cast<std::uint32_t>(*flag);
+        } else if (const auto* text = std::get_if<std::string>(&parameter)) {
+            value.value = pointers ? reinterpret_cast<std::uintptr_t>(text->c_str()) : 0;
+        } else if (const auto* block = std::get_if<ScriptedLibrary::Block>(&parameter)) {
+            value.value = block->size();
+            value.pointer = pointers ? block->data() : nullptr;
+        }
+        HandOut(holder, value, out);
+    }
+
+    static void Work(Script&, std::uint32_t number, const TarnValue* value)
+    {
+        if (value->tag >> 16 != number) {
+            current->calls.back() += ", of another parameter";
+        }
+    }
+
+    static void Work(Script& script, std::uint32_t, std::uint32_t number, const TarnValue* value)
+    {
+        Work(script, number, value);
+    }
+
+    static void Work(Script& script, const char*, std::uint32_t number, TarnImageRecord** out)
     {
         struct Holder
         {
             ScriptedImage image;
-            TarnImageRecord record;
+            TarnImageRecord record = {};
         };
-        const auto script = current->Begin(Export::GetImage, {Word(userId), Word(number)});
-        if (script.fails || script.fault == Fault::NullObject) {
-            return script.result;
+        if (script.fault == Fault::NullObject) {
+            return;
         }
         const auto found = std::ranges::find_if(current->images, [number](const auto& image) {
             return number == 0 || image.number == number;
         });
         if (found == current->images.end()) {
-            return ScriptedLibrary::NoSuchImage;
+            script.result = NoSuchImage;
+            return;
         }
-        const auto holder = std::make_shared<Holder>(Holder{*found, {}});
+        const auto holder = std::make_shared<Holder>(Holder{*found});
         const ScriptedImage& image = holder->image;
         const bool texts = script.fault != Fault::NullTexts;
         const bool pixels = script.fault != Fault::NullEntries && !image.pixels.empty();
-        holder->record = {image.width,
-                          image.height,
-                          image.pixelBytes,
-                          image.bitsPerSample,
-                          0,
-                          image.imageId,
-                          image.tag,
-                          pixels ? image.pixels.data() : nullptr,
-                          texts ? image.headerText.c_str() : nullptr,
-                          texts ? image.userId.c_str() : nullptr};
+        TarnImageRecord& record = holder->record;
+        record.width = image.width;
+        record.height = image.height;
+        record.pixelBytes = image.pixelBytes;
+        record.bitsPerSample = image.bitsPerSample;
+        record.imageId = image.imageId;
+        record.pixels = pixels ? image.pixels.data() : nullptr;
+        record.headerText = texts ? image.headerText.c_str() : nullptr;
+        record.userId = texts ? image.userId.c_str() : nullptr;
         if (current->onImage && script.result == 0) {
-            current->onImage(holder->record);
+            current->onImage(record);
         }
-        *out = current->HandOut(holder, holder->record);
-        return script.result;
+        HandOut(holder, record, out);
     }
 
-    static std::uint32_t RemoveImage(const char* userId, std::uint32_t imageId)
+    static void Work(Script&, const char*, std::uint32_t imageId)
     {
-        const auto script = current->Begin(Export::RemoveImage, {Word(userId), Word(imageId)});
-        if (!script.fails) {
-            std::erase_if(current->images,
-                          [imageId](const auto& image) { return image.imageId == imageId; });
-        }
-        return script.result;
+        std::erase_if(current->images,
+                      [imageId](const auto& image) { return image.imageId == imageId; });
     }
 
-    static std::uint32_t GetImageCount(std::uint32_t* count)
+    static void Work(Script&, std::uint32_t* imageCount)
     {
-        const auto script = current->Begin(Export::GetImageCount, {});
-        if (!script.fails) {
-            *count = static_cast<std::uint32_t>(current->images.size());
-        }
-        return script.result;
+        *imageCount = static_cast<std::uint32_t>(current->images.size());
     }
 
-    static std::uint32_t GetDeviceList(DeviceList** out)
+    static void Work(Script& script, DeviceList** out)
     {
         struct Holder
         {
             std::vector<ScriptedDevice> devices;
-            std::vector<DeviceListEntry> entries;
-            DeviceList list;
+            std::vector<DeviceListEntry> entries = {};
+            DeviceList list = {};
         };
-        const auto script = current->Begin(Export::GetDeviceList, {});
-        if (script.fails || script.fault == Fault::NullObject) {
-            return script.result;
+        if (script.fault == Fault::NullObject) {
+            return;
         }
-        const auto holder = std::make_shared<Holder>(Holder{current->devices, {}, {}});
+        const auto holder = std::make_shared<Holder>(Holder{current->devices});
         const bool texts = script.fault != Fault::NullTexts;
         for (const auto& device : holder->devices) {
             holder->entries.push_back({device.number, device.state,
@@ -201,77 +218,65 @@ struct ScriptedExports
         holder->list.count = static_cast<std::uint32_t>(holder->entries.size());
         holder->list.entries =
             script.fault == Fault::NullEntries ? nullptr : holder->entries.data();
-        *out = current->HandOut(holder, holder->list);
-        return script.result;
+        HandOut(holder, holder->list, out);
     }
 
     // A description that fills the capacity is not terminated.
-    static std::uint32_t DescribeResult(std::uint32_t result, char* text, std::uint32_t capacity)
+    static void Work(Script& script, std::uint32_t result, char* text, std::uint32_t capacity)
     {
-        const auto script =
-            current->Begin(Export::DescribeResult, {Formatted("0x%X", result), Word(capacity)});
-        if (script.fails) {
-            return script.result;
-        }
         const auto found = current->descriptions.find(result);
         const std::string description =
             found != current->descriptions.end() ? found->second : Formatted("Result 0x%X", result);
         std::memcpy(text, description.c_str(),
                     std::min<std::size_t>(description.size() + 1, capacity));
-        return result;
+        script.result = result;
     }
 
-    static void FreeObject(void* object)
+    static void Work(Script&, HWND, std::uint32_t, const RECT*, std::uint32_t,
+                     std::uintptr_t* handle)
     {
-        current->Begin(Export::FreeObject, {object != nullptr ? "" : "null"});
-        if (object != nullptr && current->m_objects.erase(object) == 0) {
-            ++current->wrongFrees;
-        }
+        *handle = PreviewHandle;
     }
 
-    static std::uint32_t QuilletOpen(HWND, std::uint32_t, const RECT* area, std::uint32_t,
-                                     std::uintptr_t* handle)
+    template <typename Record>
+    static void HandOut(const std::shared_ptr<void>& holder, Record& record, Record** out)
     {
-        const auto script =
-            current->Begin(Export::QuilletOpen, {Word(area->left), Word(area->top),
-                                                 Word(area->right), Word(area->bottom)});
-        if (!script.fails) {
-            *handle = ScriptedLibrary::PreviewHandle;
-        }
-        return script.result;
+        current->m_objects[&record] = holder;
+        *out = &record;
     }
 };
 
 ScriptedLibrary::ScriptedLibrary()
     : exports{
-          .open = ScriptedExports::Plain<Export::Open>,
-          .close = ScriptedExports::Plain<Export::Close>,
-          .setNotifyWindow = ScriptedExports::Plain<Export::SetNotifyWindow>,
-          .clearNotifyWindow = ScriptedExports::Plain<Export::ClearNotifyWindow>,
-          .enableCapture = ScriptedExports::Plain<Export::EnableCapture>,
-          .disableCapture = ScriptedExports::Plain<Export::DisableCapture>,
-          .getLibraryParam = ScriptedExports::GetLibraryParam,
-          .setLibraryParam = ScriptedExports::SetLibraryParam,
-          .getImage = ScriptedExports::GetImage,
-          .removeImage = ScriptedExports::RemoveImage,
-          .getImageCount = ScriptedExports::GetImageCount,
-          .getDeviceList = ScriptedExports::GetDeviceList,
-          .getDeviceParam = ScriptedExports::GetDeviceParam,
-          .setDeviceParam = ScriptedExports::SetDeviceParam,
-          .describeResult = ScriptedExports::DescribeResult,
+          .open = ScriptedExports::Call<Export::Open>,
+          .close = ScriptedExports::Call<Export::Close>,
+          .setNotifyWindow = ScriptedExports::Call<Export::SetNotifyWindow>,
+          .clearNotifyWindow = ScriptedExports::Call<Export::ClearNotifyWindow>,
+          .enableCapture = ScriptedExports::Call<Export::EnableCapture>,
+          .disableCapture = ScriptedExports::Call<Export::DisableCapture>,
+          .getLibraryParam = ScriptedExports::Call<Export::GetLibraryParam>,
+          .setLibraryParam = ScriptedExports::Call<Export::SetLibraryParam>,
+          .getImage = ScriptedExports::Call<Export::GetImage>,
+          .removeImage = ScriptedExports::Call<Export::RemoveImage>,
+          .getImageCount = ScriptedExports::Call<Export::GetImageCount>,
+          .getDeviceList = ScriptedExports::Call<Export::GetDeviceList>,
+          .getDeviceParam = ScriptedExports::Call<Export::GetDeviceParam>,
+          .setDeviceParam = ScriptedExports::Call<Export::SetDeviceParam>,
+          .describeResult = ScriptedExports::Call<Export::DescribeResult>,
           .freeObject = ScriptedExports::FreeObject,
-          .quilletOpen = ScriptedExports::QuilletOpen,
-          .quilletClose = ScriptedExports::Plain<Export::QuilletClose>,
-          .quilletShow = ScriptedExports::Plain<Export::QuilletShow>,
-      },
-      m_formerExports(UseLibraryExports(&exports)), m_former(std::exchange(current, this))
+          .quilletOpen = ScriptedExports::Call<Export::QuilletOpen>,
+          .quilletClose = ScriptedExports::Call<Export::QuilletClose>,
+          .quilletShow = ScriptedExports::Call<Export::QuilletShow>,
+      }
 {
+    current = this;
+    UseLibraryExports(&exports);
 }
 
 ScriptedLibrary::~ScriptedLibrary()
 {
-    UseLibraryExports(m_formerExports);
-    current = m_former;
+    UseLibraryExports(nullptr);
+    current = nullptr;
 }
 
 void ScriptedLibrary::Fail(Export which, std::uint32_t result, unsigned callCount)
@@ -314,40 +319,4 @@ ScriptedLibrary::Script ScriptedLibrary::Begin(Export which,
         --script.calls;
     }
     return script;
-}
-
-std::uint32_t ScriptedLibrary::Read(const Script& script, std::uint32_t number,
-                                    const Parameter* parameter, TarnValue** out)
-{
-    struct Holder
-    {
-        Parameter parameter;
-        TarnValue value;
-    };
-    if (script.fails || script.fault == Fault::NullObject) {
-        return script.result;
-    }
-    if (parameter == nullptr) {
-        return NoSuchParameter;
-    }
-    const auto holder = std::make_shared<Holder>(Holder{*parameter, {}});
-    TarnValue& value = holder->value;
-    value.tag = TagOf(
-        number, script.fault == Fault::WrongType ? 99 : TypeOfAlternative[parameter->index()]);
-    const bool pointers = script.fault != Fault::NullTexts;
-    if (const auto* integer = std::get_if<std::uint32_t>(parameter)) {
-        value.value = *integer;
-    }
-    if (const auto* flag = std::get_if<std::int32_t>(parameter)) {
-        value.value = static_cast<std::uint32_t>(*flag);
-    }
-    if (const auto* text = std::get_if<std::string>(&holder->parameter)) {
-        value.value = pointers ? reinterpret_cast<std::uintptr_t>(text->c_str()) : 0;
-    }
-    if (const auto* block = std::get_if<Block>(&holder->parameter)) {
-        value.value = block->size();
-        value.pointer = pointers ? block->data() : nullptr;
-    }
-    *out = HandOut(holder, value);
-    return script.result;
 }

@@ -26,7 +26,7 @@ enum class Fault
 struct ScriptedDevice
 {
     std::uint32_t number = 0;
-    std::uint32_t state = 1;
+    std::uint32_t state = StateStandBy;
     std::string name = "Sensor";
     std::string description = "Scripted sensor";
 };
@@ -40,13 +40,12 @@ struct ScriptedImage
     std::uint32_t height = 2;
     std::uint32_t pixelBytes = 2;
     std::uint32_t bitsPerSample = 12;
-    std::uint32_t tag = 0;
     std::vector<std::uint8_t> pixels = std::vector<std::uint8_t>(8, 0); // null pointer when empty
     std::string headerText;
     std::string userId;
 };
 
-// Replaces the loaded libraries while it exists. May be nested.
+// Replaces the loaded libraries while it exists. One at a time.
 class ScriptedLibrary
 {
 public:
@@ -55,9 +54,6 @@ public:
     using Parameter = std::variant<std::uint32_t, std::int32_t, std::string, Block>;
 
     static constexpr unsigned Always = ~0u;
-    static constexpr std::uint32_t NoSuchParameter = ResultError | 1; // with no object
-    static constexpr std::uint32_t NoSuchImage = ResultError | 2;     // with no object
-    static constexpr std::uintptr_t PreviewHandle = 77;
 
     ScriptedLibrary();
     ~ScriptedLibrary();
@@ -69,6 +65,7 @@ public:
     std::vector<ScriptedDevice> devices;
     std::vector<ScriptedImage> images; // the store; TarnRemoveImage takes images out
     std::map<std::uint32_t, std::string> descriptions; // "Result 0x..." where missing
+    // What reads give. Writes are logged only.
     std::map<std::uint32_t, Parameter> libraryParams;
     std::map<std::pair<std::uint32_t, std::uint32_t>, Parameter> deviceParams; // {device, number}
 
@@ -87,8 +84,9 @@ public:
     // Sees each image that TarnGetImage is about to hand out with the result 0.
     std::function<void(const TarnImageRecord&)> onImage;
 
-    // Every call in order: the operation's name and its arguments, texts in quotes, window handles
-    // left out: TarnEnableCapture 0 "My ID" 0; TarnSetDeviceParam 1 10 block 01 00 0C 00.
+    // Every call in order: the operation's name and its arguments, texts in quotes, windows, areas
+    // and places of results left out: TarnEnableCapture 0 "My ID" 0; TarnSetDeviceParam 1 10 block
+    // 01 00 0C 00.
     std::vector<std::string> calls;
     // Those that begin with one of the prefixes.
     std::vector<std::string> CallsOf(std::initializer_list<const char*> prefixes) const;
@@ -109,19 +107,7 @@ private:
 
     // Logs the call, runs onCall and takes the export's script for it.
     Script Begin(Export which, std::initializer_list<std::string> arguments);
-    // Hands out a copy of the parameter, unless the script forbids it or there is none.
-    std::uint32_t Read(const Script& script, std::uint32_t number, const Parameter* parameter,
-                       TarnValue** out);
-    // Counts the record as handed out; it lives in holder until it is freed.
-    template <typename Record>
-    Record* HandOut(const std::shared_ptr<void>& holder, Record& record)
-    {
-        m_objects[&record] = holder;
-        return &record;
-    }
 
     std::map<Export, Script> m_scripts;
-    std::map<void*, std::shared_ptr<void>> m_objects;
-    const LibraryExports* m_formerExports;
-    ScriptedLibrary* m_former;
+    std::map<void*, std::shared_ptr<void>> m_objects; // what each lives in until it is freed
 };
