@@ -112,7 +112,7 @@ TEST_F(MainDialog, ThePictureBelongsToTheTopmostQuestion)
             library.Fail(Export::GetImage, 0x200009);
             hand.WhenBox("Error number: 9", IDOK, [&] { EXPECT_TRUE(shows(1)); });
             Event(EventImageReady, 4);
-            library.Break(Export::GetImage, Fault::NullObject);
+            library.Fail(Export::GetImage, 0);
             Event(EventImageReady, 4);
             EXPECT_TRUE(shows(1)) << "after fetches that gave nothing";
             // Saved without a question, with a result box over it.

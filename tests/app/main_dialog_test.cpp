@@ -138,7 +138,7 @@ TEST_F(MainDialog, TheStoredImagesAreOfferedOnceAndWalked)
         EXPECT_EQ(window.currentImage->m_imageId, 6u);
         EXPECT_EQ(hand.Boxes()[1].style, MB_OKCANCEL | MB_TOPMOST);
 
-        library.Break(Export::GetImage, Fault::NullObject, ScriptedLibrary::Always);
+        library.Fail(Export::GetImage, 0, ScriptedLibrary::Always);
         hand.WhenBox("Found old images!", IDYES);
         library.calls.clear();
         window.CheckStoredImages();
@@ -275,7 +275,7 @@ TEST_F(MainDialog, AnEventWithoutAnImageRemovesNothing)
         hand.Click(IdAutoSaveImages);
         Store(3);
         library.calls.clear();
-        library.Break(Export::GetImage, Fault::NullObject);
+        library.Fail(Export::GetImage, 0);
         Event(EventImageReady, 3);
         library.Fail(Export::GetImage, 0x200009);
         hand.WhenBox("Error number: 9", IDOK);

@@ -95,11 +95,12 @@ TEST_F(Device, ReadsLeaveTheValueAloneOrGiveIt)
     };
     const std::vector<bool> none(4, false), all(4, true);
     EXPECT_EQ(read(1), none) << "parameters of another type, or none at all";
-    for (const Fault fault : {Fault::NullObject, Fault::WrongType}) {
-        library.Break(Export::GetLibraryParam, fault);
-        library.Break(Export::GetDeviceParam, fault, 3);
-        EXPECT_EQ(read(0), none);
-    }
+    library.Fail(Export::GetLibraryParam, 0);
+    library.Fail(Export::GetDeviceParam, 0, 3);
+    EXPECT_EQ(read(0), none) << "no objects";
+    library.Break(Export::GetLibraryParam, Fault::WrongType);
+    library.Break(Export::GetDeviceParam, Fault::WrongType, 3);
+    EXPECT_EQ(read(0), none) << "of a type that nobody asks for";
     EXPECT_FALSE(GetDeviceBlock(1, 5, block.data(), 3)) << "another size";
     EXPECT_FALSE(GetDeviceBlock(1, 5, block.data(), 5)) << "another size";
     library.Break(Export::GetDeviceParam, Fault::None, 1, 0x100001);
@@ -124,7 +125,7 @@ TEST_F(Device, OnlyKnownResumableStatesCountAsIdle)
         library.devices[1].state = state;
         EXPECT_FALSE(AllDevicesIdle()) << state;
     }
-    library.Break(Export::GetDeviceList, Fault::NullObject);
+    library.Fail(Export::GetDeviceList, 0);
     EXPECT_TRUE(AllDevicesIdle());
     library.Break(Export::GetDeviceList, Fault::NullEntries);
     EXPECT_TRUE(AllDevicesIdle());
@@ -169,7 +170,7 @@ TEST_F(Device, AReportWithoutDevicesSaysWhy)
     const std::string start = "***** Tarn *****\nVersion:\n    \n\n***** Tarn devices *****\n";
     const std::string missing = start + "\nCould not get devicelist. Tarn reports:\n";
     EXPECT_EQ(LibraryReport(), start);
-    library.Break(Export::GetDeviceList, Fault::NullObject);
+    library.Fail(Export::GetDeviceList, 0);
     EXPECT_EQ(LibraryReport(), missing + "\n");
     library.Fail(Export::GetDeviceList, 0x200003);
     EXPECT_EQ(LibraryReport(), missing + "Error number: 3\n\n");

@@ -111,9 +111,6 @@ private:
             ScriptedLibrary::Parameter parameter;
             TarnValue value = {};
         };
-        if (script.fault == Fault::NullObject) {
-            return;
-        }
         const auto found = table.find(key);
         if (found == table.end()) {
             script.result = NoSuchParameter;
@@ -157,9 +154,6 @@ private:
             ScriptedImage image;
             TarnImageRecord record = {};
         };
-        if (script.fault == Fault::NullObject) {
-            return;
-        }
         const auto found = std::ranges::find_if(current->images, [number](const auto& image) {
             return number == 0 || image.number == number;
         });
@@ -205,9 +199,6 @@ private:
             std::vector<DeviceListEntry> entries = {};
             DeviceList list = {};
         };
-        if (script.fault == Fault::NullObject) {
-            return;
-        }
         const auto holder = std::make_shared<Holder>(Holder{current->devices});
         const bool texts = script.fault != Fault::NullTexts;
         for (const auto& device : holder->devices) {

@@ -17,7 +17,6 @@
 enum class Fault
 {
     None,
-    NullObject,  // no object; the result is as scripted
     WrongType,   // a parameter of a type that nobody asks for
     NullTexts,   // every text and block pointer is null
     NullEntries, // a device list or image whose sizes are kept, but without entries or pixels
@@ -74,7 +73,7 @@ public:
         deviceParams[{device, parameter}] = value;
     }
 
-    // The export's next calls return the result and do nothing else; a read gives no object.
+    // The export's next calls return the result, or 0, and do nothing else; a read gives no object.
     void Fail(Export which, std::uint32_t result, unsigned callCount = 1);
     // The export's next calls hand out objects with the fault; the result is result.
     void Break(Export which, Fault fault, unsigned callCount = 1, std::uint32_t result = 0);
