@@ -12,10 +12,56 @@
 
 namespace {
 
-CLinkedPtr<CImage> ImageOf(const TarnImageRecord& record);
-CLinkedPtr<CImage> ReadIfImage(const std::string& path);
-bool IsSame(const CImage& a, const CImage& b);
-bool LooksAs(const CImage& image, const headless::Picture& picture, const std::uint8_t* lut);
+// A record that claims deeper samples than its pixels hold is taken at what they hold.
+CLinkedPtr<CImage> ImageOf(const TarnImageRecord& record)
+{
+    const bool hasPixels = record.pixels != nullptr && record.pixelBytes != 0;
+    const std::uint32_t width = hasPixels ? record.width : 0;
+    const std::uint32_t height = hasPixels ? record.height : 0;
+    const std::uint32_t bits =
+        hasPixels ? std::min(record.bitsPerSample, 8 * record.pixelBytes) : 0;
+    CLinkedPtr<CImage> image(new CImage(width, height, bits, record.pixelBytes, 1));
+    image->PutPixels(record.pixels, width * height, 0);
+    image->m_imageId = record.imageId;
+    image->m_headerText = TextOrEmpty(record.headerText);
+    image->m_userId = TextOrEmpty(record.userId);
+    return image;
+}
+
+CLinkedPtr<CImage> ReadIfImage(const std::string& path)
+{
+    try {
+        return ReadQ32File(path.c_str());
+    } catch (const eExcptAny&) {
+        return {};
+    }
+}
+
+bool IsSame(const CImage& a, const CImage& b)
+{
+    const auto format = [](const CImage& image) {
+        return std::tuple(image.m_width, image.m_height, image.m_bitsPerSample, image.m_imageId);
+    };
+    return format(a) == format(b) && a.m_headerText == b.m_headerText && a.m_userId == b.m_userId &&
+           std::equal(a.m_data, a.m_data + a.m_dataSize, b.m_data, b.m_data + b.m_dataSize);
+}
+
+// As a new image is shown: whole, and through the table.
+bool LooksAs(const CImage& image, const headless::Picture& picture, const std::uint8_t* lut)
+{
+    const auto width = static_cast<std::uint32_t>(picture.width);
+    const auto height = static_cast<std::uint32_t>(picture.height);
+    CImage shown(width, height, 8, 0, 1);
+    shown.Fill(DisplayBackground);
+    RenderToDisplay(&image, lut, 1.0, image.m_width / 2, image.m_height / 2, &shown);
+    for (std::uint32_t line = 0; line < height; ++line) {
+        const std::uint8_t* const row = shown.m_data + std::size_t{height - 1 - line} * width;
+        if (!std::equal(row, row + width, picture.grays.data() + std::size_t{line} * width)) {
+            return false;
+        }
+    }
+    return height != 0;
+}
 
 } // namespace
 
@@ -130,58 +176,3 @@ bool ImageLedger::TakeConsent(std::uint32_t id)
     m_consents.erase(consent);
     return true;
 }
-
-namespace {
-
-// A record that claims deeper samples than its pixels hold is taken at what they hold.
-CLinkedPtr<CImage> ImageOf(const TarnImageRecord& record)
-{
-    const bool hasPixels = record.pixels != nullptr && record.pixelBytes != 0;
-    const std::uint32_t width = hasPixels ? record.width : 0;
-    const std::uint32_t height = hasPixels ? record.height : 0;
-    const std::uint32_t bits =
-        hasPixels ? std::min(record.bitsPerSample, 8 * record.pixelBytes) : 0;
-    CLinkedPtr<CImage> image(new CImage(width, height, bits, record.pixelBytes, 1));
-    image->PutPixels(record.pixels, width * height, 0);
-    image->m_imageId = record.imageId;
-    image->m_headerText = TextOrEmpty(record.headerText);
-    image->m_userId = TextOrEmpty(record.userId);
-    return image;
-}
-
-CLinkedPtr<CImage> ReadIfImage(const std::string& path)
-{
-    try {
-        return ReadQ32File(path.c_str());
-    } catch (const eExcptAny&) {
-        return {};
-    }
-}
-
-bool IsSame(const CImage& a, const CImage& b)
-{
-    const auto format = [](const CImage& image) {
-        return std::tuple(image.m_width, image.m_height, image.m_bitsPerSample, image.m_imageId);
-    };
-    return format(a) == format(b) && a.m_headerText == b.m_headerText && a.m_userId == b.m_userId &&
-           std::equal(a.m_data, a.m_data + a.m_dataSize, b.m_data, b.m_data + b.m_dataSize);
-}
-
-// As a new image is shown: whole, and through the table.
-bool LooksAs(const CImage& image, const headless::Picture& picture, const std::uint8_t* lut)
-{
-    const auto width = static_cast<std::uint32_t>(picture.width);
-    const auto height = static_cast<std::uint32_t>(picture.height);
-    CImage shown(width, height, 8, 0, 1);
-    shown.Fill(DisplayBackground);
-    RenderToDisplay(&image, lut, 1.0, image.m_width / 2, image.m_height / 2, &shown);
-    for (std::uint32_t line = 0; line < height; ++line) {
-        const std::uint8_t* const row = shown.m_data + std::size_t{height - 1 - line} * width;
-        if (!std::equal(row, row + width, picture.grays.data() + std::size_t{line} * width)) {
-            return false;
-        }
-    }
-    return height != 0;
-}
-
-} // namespace

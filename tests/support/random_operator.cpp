@@ -11,6 +11,7 @@
 
 #include <filesystem>
 #include <optional>
+#include <random>
 
 namespace {
 
@@ -88,7 +89,7 @@ public:
     }
 
 private:
-    using Act = void (RandomLives::*)(CDialog& dialog);
+    using Act = void (RandomLives::*)();
 
     // One start of the program to its end.
     void Live()
@@ -112,7 +113,7 @@ private:
     void Use(CDialog& dialog)
     {
         while (!m_choices.IsUsedUp() && ModalLoop::IsOpen(dialog)) {
-            ActOnce(dialog);
+            ActOnce();
         }
         if (&dialog != &*m_program || !ModalLoop::IsOpen(dialog)) {
             return;
@@ -149,12 +150,12 @@ private:
     {
         const std::size_t acts = headless::OpenBoxes() < DeepestBox ? m_choices.Below(4) : 0;
         for (std::size_t act = 0; act < acts; ++act) {
-            ActOnce(*ModalLoop::TopDialog());
+            ActOnce();
         }
     }
 
     // An act is as likely as it is often in its table. While a box is open, hands reach little.
-    void ActOnce(CDialog& dialog)
+    void ActOnce()
     {
         static constexpr Act Happenings[] = {
             &RandomLives::StoreImage,  &RandomLives::StoreImage,  &RandomLives::StoreImage,
@@ -171,23 +172,22 @@ private:
         const bool isHand = headless::OpenBoxes() == 0 && m_choices.Below(2) != 0;
         const Act act = isHand ? Hands[m_choices.Below(std::size(Hands))]
                                : Happenings[m_choices.Below(std::size(Happenings))];
-        (this->*act)(dialog);
+        (this->*act)();
         Watch();
     }
 
     // Every image has an id and a content of its own. Sizes that the library cannot have pixels for
     // come without them.
-    void StoreImage(CDialog&)
+    void StoreImage()
     {
         struct Format
         {
             std::uint32_t bits, pixelBytes;
         };
-        static constexpr Format Formats[] = {{12, 2}, {16, 2}, {12, 2}, {8, 1},  {12, 2}, {8, 2},
-                                             {12, 4}, {8, 3},  {6, 1},  {16, 6}, {0, 2},  {64, 2},
-                                             {12, 0}, {24, 3}, {12, 2}, {12, 2}};
+        static constexpr Format Formats[] = {{12, 2}, {16, 2}, {12, 2}, {8, 1}, {12, 2}, {8, 2},
+                                             {12, 4}, {8, 3},  {6, 1},  {0, 2}, {64, 2}, {12, 0}};
         const Format& format = Formats[m_choices.Below(std::size(Formats))];
-        ScriptedImage image;
+        ScriptedImage& image = m_library.images.emplace_back();
         image.number = ++m_imagesStored;
         image.imageId = m_nextId++;
         const std::uint32_t absurd = m_choices.Below(16) == 1 ? m_choices.Number() : 0;
@@ -195,27 +195,24 @@ private:
         image.height = 1 + m_choices.Below(12) + absurd;
         image.pixelBytes = format.pixelBytes;
         image.bitsPerSample = format.bits;
-        image.pixels.clear();
-        std::uint32_t random = image.number;
-        if (absurd == 0) {
-            image.pixels.resize(std::size_t{image.width} * image.height * image.pixelBytes);
-        }
+        const std::size_t bytes = std::size_t{image.width} * image.height * image.pixelBytes;
+        image.pixels.resize(absurd == 0 ? bytes : 0);
+        std::minstd_rand random(image.number);
         for (std::uint8_t& byte : image.pixels) {
-            random = random * 1664525 + 1013904223;
-            byte = static_cast<std::uint8_t>(random >> 28); // 12 bits would not hold more
+            byte = static_cast<std::uint8_t>(random() % 16); // 12 bits would not hold more
         }
-        const std::string names[] = {"P", "", "Q",
-                                     m_choices.Below(4) == 1 ? m_choices.Text() : "R"};
+        const std::string names[] = {"P", "", "Q", RareText()};
         image.headerText = "ProgramName=" + names[m_choices.Below(4)] + ";kV=1";
-        image.userId = m_choices.Below(4) == 1 ? m_choices.Text() : "";
-        m_library.images.push_back(image);
+        image.userId = RareText();
         Note("image " + std::to_string(image.imageId) + " is stored");
         Post(image.number, EventImageReady);
     }
 
-    void NewSeries(CDialog&) { Post(0, EventNewSeries); }
+    std::string RareText() { return m_choices.Below(4) == 1 ? m_choices.Text() : ""; }
 
-    void AnyEvent(CDialog&)
+    void NewSeries() { Post(0, EventNewSeries); }
+
+    void AnyEvent()
     {
         Post(m_choices.Below(m_imagesStored + 2),
              m_choices.Pick(EventImageReady, EventImageReady, EventCaptureDisabled,
@@ -223,16 +220,16 @@ private:
                             ResultError + 5, ResultWarning + 5, 99));
     }
 
-    void EnableFails(CDialog&)
+    void EnableFails()
     {
         m_library.Fail(Export::EnableCapture,
                        m_choices.Pick(ResultError, ResultWarning, ResultInformation, 0) + 7,
                        1 + m_choices.Below(2));
     }
 
-    void TimePasses(CDialog&) { headless::RunFor(m_choices.Pick(0, 10, 1000, 2500)); }
+    void TimePasses() { headless::RunFor(m_choices.Pick(0, 10, 1000, 2500)); }
 
-    void SessionEnds(CDialog&)
+    void SessionEnds()
     {
         if (m_choices.Below(4) == 1) {
             Note("the session ends");
@@ -241,13 +238,13 @@ private:
         }
     }
 
-    void ClickOption(CDialog&)
+    void ClickOption()
     {
         Click(static_cast<int>(
             m_choices.Pick(IdAutoSaveImages, IdAutoEnable, IdAutoSaveImages, IdEnable)));
     }
 
-    void TypeAndClick(CDialog& dialog)
+    void TypeAndClick()
     {
         constexpr const char* Texts[] = {"x", "2", "", "100"};
         const auto id = static_cast<int>(
@@ -255,11 +252,12 @@ private:
         const std::string text = Texts[m_choices.Below(std::size(Texts))];
         Note("type \"" + text + "\" into " + std::to_string(id));
         m_hand.Type(id, text);
-        ClickOption(dialog);
+        ClickOption();
     }
 
-    void UseAny(CDialog& dialog)
+    void UseAny()
     {
+        CDialog& dialog = m_hand.Dialog();
         const auto controls = dialog.Template().controls;
         const ControlTemplate& control = controls[m_choices.Below(controls.size())];
         const int id = control.id;
@@ -280,14 +278,8 @@ private:
         case 6:
             return m_hand.Minimize();
         default:
-            return Leave();
+            return m_choices.Below(2) != 0 ? m_hand.PressEscape() : m_hand.CloseWindow();
         }
-    }
-
-    void Leave()
-    {
-        Note("leave");
-        m_choices.Below(2) != 0 ? m_hand.PressEscape() : m_hand.CloseWindow();
     }
 
     void Scroll(CDialog& dialog, const ControlTemplate& bar, UINT code, std::uint32_t thumb)
@@ -326,38 +318,24 @@ private:
     // The library fails, hands out nonsense, changes its devices or reports something.
     void Disturb(Export which)
     {
-        const auto fault = static_cast<Fault>(m_choices.Below(5));
-        switch (m_choices.Below(8)) {
+        switch (m_choices.Below(5)) {
         case 0:
-            return m_library.Fail(which, m_choices.Number());
+            return m_library.Fail(which, m_choices.Pick(0, m_choices.Number()));
         case 1:
-            return m_library.Break(which, fault, 1 + m_choices.Below(3),
-                                   m_choices.Pick(0, 0, 5, ResultError));
+            return m_library.Break(which, static_cast<Fault>(m_choices.Below(4)),
+                                   1 + m_choices.Below(3), m_choices.Pick(0, 0, 5, ResultError));
         case 2:
             return m_library.devices.push_back(
                 {m_choices.Below(4),
                  m_choices.Pick(StateStandBy, StateActive, StateCaptureEnabled, StateFault),
                  m_choices.Text(), m_choices.Text()});
         case 3:
-            return m_library.devices.clear();
-        case 4:
-            m_library.deviceParams[{
+            return m_library.SetDeviceInt(
                 m_choices.Below(4),
-                m_choices.Pick(DeviceParameter::EnableState, DeviceParameter::AbortState,
-                               DeviceParameter::TestImageMode, DeviceParameter::GainCheck,
-                               DeviceParameter::Binning)}] = Value();
-            return;
-        case 5:
-            m_library.libraryParams[LibraryParameter::FilterChain] = Value();
-            return;
-        case 6:
-            m_library.descriptions[m_choices.Number()] = m_choices.Text();
-            return;
+                m_choices.Pick(DeviceParameter::EnableState, DeviceParameter::AbortState),
+                m_choices.Below(4));
         default:
-            Post(m_choices.Below(8),
-                 m_choices.Pick(EventImageReady, EventCaptureDisabled, EventCaptureDone,
-                                EventNewSeries, EventPreviewEnds, EventArmed, EventExposure,
-                                ResultError + 5));
+            AnyEvent();
         }
     }
 
@@ -367,14 +345,6 @@ private:
             Note("event " + std::to_string(event) + " " + std::to_string(number));
             PostMessageA(m_program->GetSafeHwnd(), WM_TARN_EVENT, number, event);
         }
-    }
-
-    ScriptedLibrary::Parameter Value()
-    {
-        const ScriptedLibrary::Parameter values[] = {
-            m_choices.Below(4), static_cast<std::int32_t>(m_choices.Below(2)), m_choices.Text(),
-            ScriptedLibrary::Block(36, 'b')};
-        return values[m_choices.Below(4)];
     }
 
     std::string Path()
