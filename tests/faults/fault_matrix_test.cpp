@@ -3,6 +3,7 @@
 // vendor's: loaded, with a thread of its own, strict about misuse and objects that are not freed.
 #include "device/libraries.h"
 #include "platform/boxes.h"
+#include "platform/module.h"
 #include "platform/policy.h"
 #include "resources/settings_dialog_template.h"
 #include "simulator/tarn/hand_switch.h"
@@ -12,20 +13,20 @@
 #include "support/test_system.h"
 
 #include <algorithm>
-#include <cstdlib>
+#include <array>
+#include <bit>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <optional>
 #include <random>
-#include <set>
 #include <thread>
-#include <tuple>
 
 namespace {
 
 namespace fs = std::filesystem;
 
-// Of the workflow, in the order in which a life passes them. Pairs with momentNames.
+// Of the workflow, in the order in which a life passes them. Pairs with MomentNames.
 enum class Moment
 {
     Start,
@@ -144,43 +145,16 @@ public:
         fs::remove_all(m_folder / "Store");
         fs::copy(m_folder / "OldStore", m_folder / "Store");
     }
-    std::vector<std::uint32_t> StoredIds() const
+
+    // As the program would load them, in the order of the record and of the table.
+    static LibraryExports LoadedExports()
     {
-        std::vector<std::uint32_t> ids;
-        for (const auto& file : fs::directory_iterator(m_folder / "Store")) {
-            if (file.path().extension() == ".tarn") {
-                ids.push_back(static_cast<std::uint32_t>(std::stoul(file.path().stem().string())));
-            }
+        std::array<void*, std::size(Exports)> addresses = {};
+        for (const ExportEntry& entry : Exports) {
+            addresses[static_cast<std::size_t>(entry.which)] =
+                FindExport(LoadModule(entry.library), entry.number);
         }
-        return ids;
-    }
-    // Notes the image as the library hands it out.
-    void HandOut(std::uint32_t id, bool hasPixels, bool hasTexts, ImageLedger& ledger) const
-    {
-        char name[32];
-        std::snprintf(name, sizeof name, "%010u.tarn", id);
-        std::ifstream file(m_folder / "Store" / name, std::ios::binary);
-        // On Windows a file cannot be opened at the moment in which it gets its name.
-        for (int tries = 0; tries < 100 && !file.is_open(); ++tries) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-            file.open(m_folder / "Store" / name, std::ios::binary);
-        }
-        std::uint32_t head[10] = {}; // 2 words of magic, then the sizes as the record has them
-        file.read(reinterpret_cast<char*>(head), sizeof head);
-        const auto [width, height, pixelBytes, bits] =
-            std::tuple(head[2], head[3], head[4], head[5]);
-        const auto next = [&](std::size_t size) {
-            std::string bytes(size, ' ');
-            file.read(bytes.data(), static_cast<std::streamsize>(size));
-            return bytes;
-        };
-        const std::string pixels = next(std::size_t{width} * height * pixelBytes);
-        const std::string headerText = next(head[8]), userId = next(head[9]);
-        ledger.HandedOut(
-            {width, height, pixelBytes, bits, 0, id, head[7],
-             hasPixels ? reinterpret_cast<const std::uint8_t*>(pixels.data()) : nullptr,
-             hasTexts ? headerText.c_str() : nullptr, hasTexts ? userId.c_str() : nullptr},
-            false);
+        return std::bit_cast<LibraryExports>(addresses);
     }
 
 private:
@@ -197,6 +171,10 @@ public:
     {
         simulator.RestoreStore();
         fs::remove_all(m_folder);
+        current = this;
+        m_watched.getImage = GetImage;
+        m_watched.removeImage = RemoveImage;
+        UseLibraryExports(&m_watched);
         Set("");
         headless::SetBaseUnits(SmallBaseWidth, SmallBaseHeight);
         m_hand.Improvise({[this](CDialog& dialog) { Use(dialog); },
@@ -205,6 +183,7 @@ public:
     }
     ~Life()
     {
+        UseLibraryExports(nullptr);
         headless::Reset();
         fs::remove_all(m_folder);
     }
@@ -222,10 +201,9 @@ public:
         m_program.DoModal();
         EXPECT_EQ(headless::LiveWindows() + headless::LiveTimers() + headless::OpenBoxes(), 0u);
         Set("");
-        if (m_leftOpen) {
+        if (FailsAt(Export::Close, Moment::Closing)) {
             EXPECT_EQ(TarnClose(), 0u);
         }
-        Watch();
         m_ledger.EndRun(true);
         EXPECT_EQ(m_ledger.Breaks(), std::vector<std::string>());
     }
@@ -251,17 +229,16 @@ public:
         const bool hides =
             (operation == Export::GetDeviceParam && nothing) ||
             (operation == Export::GetDeviceList && (nothing || rule.starts_with("empty")));
-        m_refused = fails && operation == Export::Open && moment == Moment::Start;
-        m_deaf =
-            m_refused || (fails && operation == Export::SetNotifyWindow && moment == Moment::Start);
-        m_leftOpen = fails && operation == Export::Close && moment == Moment::Closing;
+        if (fails) {
+            m_failing = operation;
+        }
         const auto set = [&](bool faulty) {
             m_hides = hides && faulty;
             Set(faulty ? NameOf(operation) + std::string(" = ") + kind.rule : "");
         };
         Run(
             moment, [&] { set(true); }, [&] { set(false); });
-        if (m_refused) {
+        if (IsRefused()) {
             EXPECT_EQ(m_results.at(1), "Error number: 1\nThe capture library is not open.");
             m_results.pop_back();
         }
@@ -291,7 +268,6 @@ public:
         for (int round = 0; IsOpen() && !condition(); ++round) {
             ASSERT_LT(round, 3000);
             headless::WaitForPost(std::chrono::milliseconds(1));
-            Watch(); // before the event of an image leads to its removal
             headless::RunFor(500);
         }
     }
@@ -302,7 +278,7 @@ public:
             return Phase() == TarnPhaseArmed;
         });
         headless::RunFor(2500);
-        EXPECT_TRUE(m_deaf || !IsOpen() || m_program.GetWindowText() == "Ready to take image");
+        EXPECT_TRUE(IsDeaf() || !IsOpen() || m_program.GetWindowText() == "Ready to take image");
     }
     void Disarm()
     {
@@ -316,46 +292,58 @@ public:
     bool IsEnabled(int id) const { return m_program.GetDlgItem(id).IsWindowEnabled() != FALSE; }
 
 private:
-    struct Buttons
+    // Between the program and the library, for the ledger.
+    static std::uint32_t TARN_CALL GetImage(const char* userId, std::uint32_t number,
+                                            TarnImageRecord** out)
     {
-        bool enable, abort;
-        bool operator==(const Buttons&) const = default;
-    };
-
-    // After a poll.
-    Buttons Expected() const
-    {
-        const bool idle = Phase() == TarnPhaseIdle;
-        return {idle && IsPlugged() && !m_refused, !idle && Phase() != TarnPhaseReading};
+        const std::uint32_t result = current->m_loaded.getImage(userId, number, out);
+        if (result == 0 && *out != nullptr) {
+            current->m_ledger.HandedOut(**out, false);
+            current->m_given.push_back((*out)->imageId);
+            current->m_ledger.Watch(current->m_given, false);
+        }
+        return result;
     }
-    // What the buttons show after the next poll.
+    static std::uint32_t TARN_CALL RemoveImage(const char* userId, std::uint32_t imageId)
+    {
+        const std::uint32_t result = current->m_loaded.removeImage(userId, imageId);
+        if (result == 0) {
+            EXPECT_NE(std::erase(current->m_given, imageId), 0u) << "it was never handed out";
+            current->m_ledger.Watch(current->m_given, false);
+        }
+        return result;
+    }
+
+    bool FailsAt(Export operation, Moment moment) const
+    {
+        return m_failing == operation && m_moment == moment;
+    }
+    bool IsRefused() const { return FailsAt(Export::Open, Moment::Start); }
+    bool IsDeaf() const { return IsRefused() || FailsAt(Export::SetNotifyWindow, Moment::Start); }
+
+    // After the next poll.
     void ExpectButtons()
     {
-        Buttons before = Expected(), after = before;
+        std::uint32_t phase = TarnPhaseIdle;
         do {
-            before = after;
+            phase = Phase();
             headless::RunFor(2500);
-            after = Expected();
-        } while (before != after);
+        } while (phase != Phase());
         if (!IsOpen() || headless::Now() < 3500) {
             return;
         }
-        EXPECT_EQ(IsEnabled(IdEnable), after.enable && !m_hides);
-        EXPECT_EQ(IsEnabled(IdAbort), after.abort && !m_hides);
+        const bool idle = phase == TarnPhaseIdle, reading = phase == TarnPhaseReading;
+        EXPECT_EQ(IsEnabled(IdEnable), idle && IsPlugged() && !IsRefused() && !m_hides);
+        EXPECT_EQ(IsEnabled(IdAbort), !idle && !reading && !m_hides);
     }
 
-    void StartExposure()
+    void StartExposure(const std::string& setting = "")
     {
-        if (m_moment == Moment::Reading && m_exposures == 1) {
-            Set("readout_time = " + std::to_string(m_readOut)); // so that the moment lasts
-        } else {
-            Set("");
-        }
+        Set(setting);
         MakeReady();
         if (IsOpen()) {
             EXPECT_EQ(InSimulator<decltype(TarnSimulatorHandSwitch)>("TarnSimulatorHandSwitch")(),
                       0u);
-            ++m_exposures;
         }
     }
     void FinishExposure()
@@ -367,7 +355,6 @@ private:
             headless::WaitForPost(std::chrono::seconds(10));
             headless::Pump();
         }
-        m_exposures -= IsPlugged() ? 0 : 1;
     }
     // The first image of the store; the tone after it tells that it was served.
     void Arrive()
@@ -376,7 +363,7 @@ private:
         m_simulator.Configure(m_lines + "events = 2, 17");
         Until([&] {
             Phase(); // has the simulator look at its settings
-            return m_deaf || headless::Beeps() > tones;
+            return IsDeaf() || headless::Beeps() > tones;
         });
     }
 
@@ -392,11 +379,12 @@ private:
                 m_hand.Click(id);
             }
         });
-        if (!m_refused) {
+        if (!IsRefused()) {
             At(Moment::Arming, [&] { m_hand.Click(IdEnable); });
             MakeReady();
             At(Moment::Armed, [&] { m_hand.Click(IdAbort); });
-            StartExposure();
+            const bool lasts = m_moment == Moment::Reading;
+            StartExposure(lasts ? "readout_time = " + std::to_string(m_readOut) : "");
             At(Moment::Reading, [&] { FinishExposure(); });
             m_awaited = true;
             StartExposure();
@@ -416,7 +404,7 @@ private:
     void UseSettings()
     {
         headless::RunFor(2000);
-        if (!m_refused) {
+        if (!IsRefused()) {
             Arrive();
         }
         m_hand.Drag(IdTimeout, 3);
@@ -426,13 +414,12 @@ private:
     int Answer(const ShownBox& box)
     {
         const bool image = box.text.starts_with("Image");
-        const bool question = box.text.starts_with("Found old") || image;
-        m_questions += question ? 1 : 0;
-        if (!question && !box.text.starts_with("***** Tarn")) {
+        if (image || box.text.starts_with("Found old")) {
+            ++m_questions;
+        } else if (!box.text.starts_with("***** Tarn")) {
             m_results.push_back(box.text);
         }
         const int answer = Decide(box, image);
-        Watch();
         if (box.text.ends_with("Remove image?")) {
             headless::Paint();
             m_ledger.Answered(headless::LastPicture(), m_program.displayLut.data(),
@@ -454,39 +441,12 @@ private:
         }
         // The stored-image loop goes on as long as it is told to.
         const bool again =
-            box.text.starts_with("Found old image:") && std::exchange(m_removes, true);
-        m_removes |= image;
+            box.text.starts_with("Found old image:") && std::exchange(m_goesOn, true);
         return again ? IDCANCEL : (box.style & MB_YESNO) != 0 ? IDYES : IDOK;
-    }
-
-    // An image that comes meanwhile is looked for once more: the program is about to hear of it.
-    void Watch()
-    {
-        for (std::size_t posted = PostedMessages() + 1; posted != PostedMessages();) {
-            posted = PostedMessages();
-            LookAtStore();
-        }
-    }
-
-    void LookAtStore()
-    {
-        const std::vector<std::uint32_t> stored = m_simulator.StoredIds();
-        const bool isEmpty = m_lines.starts_with("TarnGetImage = empty-image");
-        const bool isTextless = m_lines.starts_with("TarnGetImage = null-texts");
-        for (const std::uint32_t id : stored) {
-            if (m_known.insert(id).second) {
-                m_simulator.HandOut(id, true, true, m_ledger);
-            }
-            if (isEmpty || isTextless) {
-                m_simulator.HandOut(id, !isEmpty, !isTextless, m_ledger);
-            }
-        }
-        m_ledger.Watch(stored, false);
     }
 
     void At(Moment moment, const std::function<void()>& act)
     {
-        Watch();
         if (m_moment == moment) {
             m_begin();
         }
@@ -509,25 +469,26 @@ private:
         return InSimulator<decltype(TarnSimulatorArmedState)>("TarnSimulatorArmedState")(nullptr);
     }
 
+    static inline Life* current = nullptr;
+
     const Simulator& m_simulator;
+    const LibraryExports m_loaded = Simulator::LoadedExports();
+    LibraryExports m_watched = m_loaded;
     const std::string m_folder = AutoSaveFolder(ProgramFolder(nullptr));
     ImageLedger m_ledger{m_folder};
-    std::set<std::uint32_t> m_known; // to the ledger
+    std::vector<std::uint32_t> m_given; // ids of images that were handed out and not removed
     Operator m_hand;
     HeadlessProgram m_program;
     std::string m_lines;
     Moment m_moment = Moment::Count;
     std::function<void()> m_begin, m_end;
     std::vector<std::string> m_results; // texts of the boxes that show one
-    std::size_t m_exposures = 1;        // whose images came into the store
-    bool m_removes = false;             // said yes to an image's removal before
     int m_questions = 0;
+    bool m_goesOn = false;  // said OK in the stored-image loop
     bool m_awaited = false; // the question at whose moment something happens
     bool m_keeps = false;   // whatever is asked about
     bool m_hides = false;   // the fault hides the devices
-    bool m_refused = false; // the library is not open
-    bool m_deaf = false;
-    bool m_leftOpen = false;
+    std::optional<Export> m_failing;
 };
 
 TEST(Faults, EveryOperationFailsAtEveryMoment)
