@@ -21,15 +21,6 @@ void* operator new[](std::size_t size, const std::nothrow_t&) noexcept
 
 namespace {
 
-std::vector<Bytes> Seen(const CImage& image)
-{
-    std::vector<Bytes> rows;
-    for (std::uint32_t r = 0; r < image.ViewRowCount(); ++r) {
-        rows.push_back(ViewRow(image, r));
-    }
-    return rows;
-}
-
 // One pixel, lines, odd sizes, squares, and blocks of several tiles with ragged edges.
 constexpr std::pair<std::uint32_t, std::uint32_t> Sizes[] = {
     {1, 1}, {1, 9}, {9, 1}, {5, 4}, {33, 33}, {64, 64}, {97, 161}, {150, 70}};
@@ -46,7 +37,7 @@ TEST(Orientation, EveryChangeKeepsThePictureAndTurnsTheBlockAsTheReferenceDoes)
                     CImage image(width, height, 8, pixelBytes, 1);
                     reference::FillWithNoise(image);
                     image.m_orientation = from;
-                    const std::vector<Bytes> seen = Seen(image);
+                    const std::vector<Bytes> seen = ViewRows(image);
                     const std::uint8_t* block = image.m_data;
                     const reference::Picture expected =
                         reference::Turned({width, height, pixelBytes, from, Block(image)}, turn);
@@ -57,7 +48,7 @@ TEST(Orientation, EveryChangeKeepsThePictureAndTurnsTheBlockAsTheReferenceDoes)
                     for (const CImage* turned : {&image, asked.Get()}) {
                         ASSERT_EQ(turned->m_width, expected.width);
                         ASSERT_EQ(turned->m_orientation, expected.orientation);
-                        ASSERT_TRUE(Block(*turned) == expected.block && Seen(*turned) == seen);
+                        ASSERT_TRUE(Block(*turned) == expected.block && ViewRows(*turned) == seen);
                     }
                 }
             }

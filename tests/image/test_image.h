@@ -18,3 +18,13 @@ inline Bytes ViewRow(const CImage& image, std::uint32_t r)
     EXPECT_EQ(image.GetRow(r, row.data(), row.size()), image.ViewRowLength());
     return row;
 }
+
+// The picture as a viewer reads it.
+inline std::vector<Bytes> ViewRows(const CImage& image)
+{
+    std::vector<Bytes> rows;
+    for (std::uint32_t r = 0; r < image.ViewRowCount(); ++r) {
+        rows.push_back(ViewRow(image, r));
+    }
+    return rows;
+}

@@ -1,20 +1,9 @@
 // The layout of Q32 files, their round trip, and files that are not what they claim.
-#include "storage/row_bands.h"
+#include "storage/file_access.h"
+#include "storage/image_saving.h"
 #include "test_files.h"
 
-#include <gtest/gtest.h>
-
 namespace {
-
-using Bytes = std::vector<std::uint8_t>;
-
-CImage* NoiseImage(std::uint32_t width, std::uint32_t height, std::uint32_t bits,
-                   std::uint32_t divisor = 1, std::uint32_t colorType = 1)
-{
-    auto* image = new CImage(width, height, bits, 0, divisor, colorType);
-    FillWithNoise(*image);
-    return image;
-}
 
 std::string Header(const Q32FileHeader& header)
 {
@@ -44,46 +33,82 @@ TEST(Q32File, IsLaidOutByteForByte)
     EXPECT_EQ(ReadBytes(folder / "a.Q32"), std::string(Expected, sizeof Expected - 1));
 }
 
-TEST(Q32File, BandsHoldTheRowsThatGetRowDelivers)
+// Sizes with and without whole tiles and bands.
+TEST(Q32File, HoldsTheViewRowsFromTheLastToTheFirst)
 {
-    constexpr std::uint32_t Formats[][2] = {{8, 1}, {12, 1}, {8, 2}, {32, 1}, {16, 2}, {40, 1}};
-    for (const auto& [bits, colorType] : Formats) {
-        for (const std::uint32_t divisor : {1u, 2u, 200u}) {
-            const CLinkedPtr<CImage> image(NoiseImage(131, 70, bits, divisor, colorType));
+    const TestFolder folder;
+    const std::string path = folder / "a.q32";
+    constexpr std::uint32_t Sizes[][2] = {{3, 2}, {67, 129}, {400, 701}};
+    // bits, width divisor, color type
+    constexpr std::uint32_t Formats[][3] = {{8, 1, 1},  {12, 1, 1}, {12, 2, 1}, {24, 1, 1},
+                                            {32, 1, 1}, {40, 1, 1}, {16, 1, 2}};
+    for (const auto& [width, height] : Sizes) {
+        for (const auto& [bits, divisor, colorType] : Formats) {
             for (std::uint32_t code = 0; code < CImage::OrientationCount; ++code) {
-                image->m_orientation = code;
-                const std::uint32_t rows = (code & 4) != 0 ? image->m_height : image->m_width;
-                const std::uint32_t first = 1, count = rows - 2;
-                const std::size_t rowBytes = ViewRow(*image, 0).size();
-                Bytes band(count * rowBytes), expected;
-                GatherFileRows(*image, first, count, band.data());
-                for (std::uint32_t k = first; k < first + count; ++k) {
-                    const Bytes row = ViewRow(*image, rows - 1 - k);
-                    expected.insert(expected.end(), row.begin(), row.end());
+                SCOPED_TRACE(testing::Message() << width << ", " << bits << ", " << code);
+                CImage image(width, height, bits, 0, divisor, colorType);
+                reference::FillWithNoise(image);
+                image.m_orientation = code;
+                image.m_headerText = std::string(3000, 'h');
+                ASSERT_TRUE(WriteQ32File(path.c_str(), image));
+                EXPECT_EQ(std::filesystem::file_size(path), 44 + image.m_dataSize + 8 + 3000);
+                std::string pixels;
+                for (std::uint32_t row = image.RowsAreRows() ? height : width; row-- > 0;) {
+                    const Bytes bytes = ViewRow(image, row);
+                    pixels.append(bytes.begin(), bytes.end());
                 }
-                ASSERT_EQ(band, expected) << bits << " bits, code " << code << ", " << divisor;
+                ASSERT_TRUE(ReadBytes(path).substr(44, pixels.size()) == pixels);
+                ASSERT_EQ(ReadsBack(path, image), WhyNotQ32(image).empty());
             }
         }
     }
 }
 
-TEST(Q32File, ReadsBackThePictureThatWasWritten)
+TEST(Q32File, PathsThatCannotBeOpened)
 {
     const TestFolder folder;
-    const std::string path = folder / "a.q32";
-    constexpr std::uint32_t Sizes[][2] = {{1, 1}, {67, 129}, {900, 701}};
-    for (const auto& [width, height] : Sizes) {
-        for (const std::uint32_t bits : {8u, 12u, 16u, 24u, 32u}) {
-            for (std::uint32_t code = 0; code < CImage::OrientationCount; ++code) {
-                const CLinkedPtr<CImage> image(NoiseImage(width, height, bits));
-                image->m_headerText = std::string(3000, 'h');
-                image->m_orientation = code;
-                ASSERT_TRUE(WriteQ32File(path.c_str(), *image));
-                EXPECT_EQ(std::filesystem::file_size(path), 44 + image->m_dataSize + 8 + 3000);
-                ASSERT_TRUE(ReadsBack(path, *image)) << width << ", " << bits << ", " << code;
-            }
-        }
+    WriteBytes(folder / "file", "");
+    std::filesystem::create_directory(folder / "folder");
+    for (const std::string& path : {folder / "none/a", folder / "file/a", std::string()}) {
+        ExpectRefused(path, InvalidPathText);
     }
+    ExpectRefused(folder / "folder", DeniedText);
+    for (const std::string& path : {folder / "none", std::string("none")}) {
+        EXPECT_EQ(ReadFailure(path), Message("File %1% not found.", path));
+    }
+    EXPECT_EQ(WriteFailure(folder / "none"), "");
+}
+
+TEST(Q32File, AFileInUseIsLeftAlone)
+{
+    const TestFolder folder;
+    const std::string path = folder / "a.Q32";
+    ASSERT_EQ(WriteFailure(path), "");
+    const std::string bytes = ReadBytes(path);
+    CFileHolder file;
+    ASSERT_TRUE(file.Open(path.c_str(), "rb"));
+    EXPECT_EQ(ReadFailure(path), "") << "readers share";
+    EXPECT_EQ(WriteFailure(path), Message(SharedText, path));
+    EXPECT_EQ(ReadBytes(path), bytes);
+    ASSERT_TRUE(file.Open(path.c_str(), "wb"));
+    EXPECT_EQ(ReadFailure(path), Message(SharedText, path));
+    EXPECT_EQ(file.Open(nullptr, "rb"), nullptr);
+    EXPECT_EQ(WriteFailure(path), "");
+}
+
+TEST(Q32File, MissingMemoryIsNoEmptyFile)
+{
+    const TestFolder folder;
+    const std::string path = folder / "a.Q32";
+    const CImage tooLarge(65536, 65536, 16, 0, 1);
+    try {
+        WriteQ32File(path.c_str(), tooLarge);
+        FAIL();
+    } catch (const eQ32FileExcpt& error) {
+        EXPECT_TRUE(error.GetCode() == 0x20FFFE && error.GetModuleDesc().id == 0x2B580EC7);
+    }
+    EXPECT_FALSE(SaveImage(path, CLinkedPtr<CImage>()));
+    EXPECT_FALSE(std::filesystem::exists(path));
 }
 
 TEST(Q32File, RefusesWhatIsNoImage)

@@ -2,12 +2,13 @@
 #pragma once
 
 #include "errors/exceptions.h"
+#include "image/test_image.h"
 #include "storage/q32_file.h"
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <random>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -43,8 +44,9 @@ private:
 
 inline std::string ReadBytes(const std::string& path)
 {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
+    std::ostringstream bytes;
+    bytes << std::ifstream(path, std::ios::binary).rdbuf();
+    return bytes.str();
 }
 
 inline void WriteBytes(const std::string& path, const std::string& bytes)
@@ -69,34 +71,34 @@ std::string FailureOf(Action action)
     }
 }
 
-inline void FillWithNoise(CImage& image)
+inline std::string ReadFailure(const std::string& path)
 {
-    for (std::uint32_t i = 0; i < image.m_dataSize; ++i) {
-        image.m_data[i] = static_cast<std::uint8_t>(i * 2654435761u >> 13);
-    }
+    return FailureOf([&] { ReadQ32File(path.c_str()); });
 }
 
-inline std::vector<std::uint8_t> ViewRow(const CImage& image, std::uint32_t r)
+// 44 bytes of header, 20000 of pixels, 8 + 100 of texts.
+inline std::string WriteFailure(const std::string& path)
 {
-    std::vector<std::uint8_t> row(std::size_t{image.ViewRowLength()} * image.m_pixelBytes);
-    image.GetRow(r, row.data(), row.size());
-    return row;
+    CImage image(100, 100, 16, 0, 1);
+    image.Fill(1);
+    image.m_headerText = std::string(100, 't');
+    return FailureOf([&] { WriteQ32File(path.c_str(), image); });
+}
+
+// The path can neither be read nor written, for this reason.
+inline void ExpectRefused(const std::string& path, const std::string& reason)
+{
+    EXPECT_EQ(ReadFailure(path), Message(reason, path));
+    EXPECT_EQ(WriteFailure(path), Message(reason, path));
 }
 
 // Whether the file holds this image.
 inline bool ReadsBack(const std::string& path, const CImage& image)
 {
     CLinkedPtr<CImage> read;
-    if (!FailureOf([&] { read = ReadQ32File(path.c_str()); }).empty() ||
-        read->ViewRowCount() != image.ViewRowCount()) {
-        return false;
-    }
-    for (std::uint32_t r = 0; r < image.ViewRowCount(); ++r) {
-        if (ViewRow(*read, r) != ViewRow(image, r)) {
-            return false;
-        }
-    }
-    return read->m_orientation == CImage::DefaultOrientation &&
+    return FailureOf([&] { read = ReadQ32File(path.c_str()); }).empty() &&
+           ViewRows(*read) == ViewRows(image) &&
+           read->m_orientation == CImage::DefaultOrientation &&
            read->m_bitsPerSample == image.m_bitsPerSample &&
            read->m_colorType == image.m_colorType && read->m_widthDivisor == image.m_widthDivisor &&
            read->m_imageId == image.m_imageId && read->m_headerText == image.m_headerText &&
