@@ -60,20 +60,6 @@ TEST(Render, CentersVerticallyAndStartsAtTheLeft)
     });
 }
 
-// Beyond the source's border the last picture pixel is repeated, also into the rows that follow.
-TEST(Render, RepeatsTheLastPixelIntoEmptyBlocks)
-{
-    CImage source(8, 8, 8, 0, 1), display(8, 8, 8, 0, 1);
-    for (std::uint32_t i = 0; i < 64; ++i) {
-        source.m_data[i] = static_cast<std::uint8_t>(i);
-    }
-    Draw(display, &source, 2, 8, 8);
-    ExpectPixels(display, [](std::uint32_t row, std::uint32_t column) {
-        const std::uint32_t y = 6 + row / 2, x = std::min(6 + column / 2, 7u);
-        return column == 7 ? DisplayBackground : y < 8 ? y * 8 + x : 63;
-    });
-}
-
 TEST(Resample, TakesBlocksWiderThanAStripAndAnyStep)
 {
     std::vector<std::uint8_t> samples(20000);

@@ -12,18 +12,15 @@ TEST(MsgWithArgs, ReplacesPlaceholdersByTheirArgument)
         const char *text, *argument, *formatted;
     } Cases[] = {
         {"File %1% not found.", "a.q32", "File a.q32 not found."},
-        {"", "x", ""},
         {"no placeholder", "x", "no placeholder"},
         {"%1%%1%", "x", "xx"},
         {"%1%%1%", "", ""},
         {"%1%", "%1%", "%1%"},     // an argument is not expanded again
         {"%1%%1%", "x%", "x%%1%"}, // and its last "%" keeps the next from opening
         {"%01% %a% %2%", "x", "%01% %a% %2%"},
-        {"%2%%1%", "x", "%2%%1%"},
         {"100% of %1%", "x", "100% of %1%"}, // the lone "%" takes the next for its end
         {"%% %1%", "x", "%% x"},
         {"%1", "x", "%1"},
-        {"%1%%", "x", "x%"},
         {"a%%%1%", "x", "a%%%1%"},
     };
     for (const auto& row : Cases) {
