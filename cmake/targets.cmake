@@ -42,6 +42,10 @@ function(tarntest_test name)
   endif()
   set_tests_properties(${name} PROPERTIES TIMEOUT ${ARG_TIMEOUT} LABELS "${ARG_LABELS}"
                                           ENVIRONMENT "${ARG_ENVIRONMENT}")
+  # The windows of one desktop take the keyboard from each other.
+  if(WIN32 AND "window" IN_LIST ARG_LABELS)
+    set_tests_properties(${name} PROPERTIES RUN_SERIAL TRUE)
+  endif()
   if("unit" IN_LIST ARG_LABELS)
     add_dependencies(unit_tests ${name})
   endif()
