@@ -38,6 +38,19 @@ TEST_F(Dialog, EveryEventReachesItsHandler)
     EXPECT_EQ(dialog.Send(WM_USER, 6), 7) << "a dialog without a window still has its handlers";
 }
 
+TEST_F(Dialog, AModelessDialogThatCannotBeInitializedIsClosed)
+{
+    struct : TestDialog
+    {
+        using TestDialog::TestDialog;
+        BOOL OnInitDialog() override { throw std::runtime_error("not initialized"); }
+    } modeless(&dialog);
+    Run([&] {
+        EXPECT_THROW(modeless.Create(), std::runtime_error);
+        EXPECT_EQ(modeless.GetSafeHwnd(), nullptr);
+    });
+}
+
 TEST_F(Dialog, FieldsTakeNumbersOfTheirTypeOnly)
 {
     const struct
