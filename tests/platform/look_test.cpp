@@ -8,12 +8,9 @@
 #include "resources/settings_dialog_template.h"
 #include "support/window_operator.h"
 
-#include <QAbstractButton>
 #include <QApplication>
 #include <QClipboard>
-#include <QGroupBox>
 #include <QKeyEvent>
-#include <QLabel>
 #include <QScreen>
 #include <QWidget>
 #include <QWindow>
@@ -22,9 +19,6 @@
 #include <map>
 
 namespace {
-
-constexpr QRgb White = 0xFFFFFFFF;
-constexpr QRgb Black = 0xFF000000;
 
 // Paints a checkerboard of single pixels, light at the upper left, over the whole image area.
 class CheckeredDialog : public CDialog
@@ -59,16 +53,14 @@ private:
     }
 };
 
+bool IsFrame(const QWidget& widget)
+{
+    return widget.inherits("QGroupBox");
+}
+
 QString TextOf(const QWidget& widget)
 {
-    if (const auto* const button = qobject_cast<const QAbstractButton*>(&widget)) {
-        return button->text();
-    }
-    if (const auto* const label = qobject_cast<const QLabel*>(&widget)) {
-        return label->text();
-    }
-    const auto* const group = qobject_cast<const QGroupBox*>(&widget);
-    return group != nullptr ? group->title() : QString();
+    return widget.property(IsFrame(widget) ? "title" : "text").toString();
 }
 
 QImage Shown(const QWidget& window)
@@ -106,10 +98,9 @@ double DrawnContrast(const QImage& image)
 
 void ExpectTextsAreWhole(const QWidget& window, const QImage& image, const std::string& look)
 {
-    for (const QWidget* const widget : window.findChildren<QWidget*>(Qt::FindDirectChildrenOnly)) {
-        if (widget->isHidden()) {
-            continue;
-        }
+    QList<QWidget*> shown = window.findChildren<QWidget*>(Qt::FindDirectChildrenOnly);
+    shown.removeIf([](const QWidget* widget) { return widget->isHidden(); });
+    for (const QWidget* const widget : shown) {
         const std::string name =
             look + widget->accessibleName().toStdString() + " " + TextOf(*widget).toStdString();
         EXPECT_TRUE(window.rect().contains(widget->geometry())) << name;
@@ -119,6 +110,12 @@ void ExpectTextsAreWhole(const QWidget& window, const QImage& image, const std::
         EXPECT_LE(text.height(), widget->height()) << name;
         if (!TextOf(*widget).isEmpty()) {
             EXPECT_GE(DrawnContrast(Shown(*widget, image)), 4.5) << name;
+        }
+        for (const QWidget* const other : shown) {
+            const bool isAround = IsFrame(*widget) != IsFrame(*other);
+            EXPECT_TRUE(other == widget || isAround ||
+                        !widget->geometry().intersects(other->geometry()))
+                << name;
         }
     }
 }
@@ -131,7 +128,7 @@ void ExpectCheckerboard(const QWidget& area, const QImage& window, const std::st
         const auto* const row =
             reinterpret_cast<const QRgb*>(window.constScanLine(inside.top() + y)) + inside.left();
         for (int x = 0; x < inside.width(); ++x) {
-            wrong += row[x] != ((x + y) % 2 == 0 ? White : Black) ? 1 : 0;
+            wrong += row[x] != ((x + y) % 2 == 0 ? 0xFFFFFFFF : 0xFF000000) ? 1 : 0;
         }
     }
     EXPECT_EQ(wrong, 0) << look;
@@ -212,7 +209,7 @@ TEST(Look, TheTextOfABoxBeginsAtItsLeftAndIsCopied)
     CheckeredDialog dialog(SettingsDialogTemplate);
     hand.WhenBox("Hi", IDOK, [] {
         QWidget* const box = QApplication::activeModalWidget();
-        const auto* const label = box->findChild<QLabel*>("qt_msgbox_label");
+        const auto* const label = box->findChild<QWidget*>("qt_msgbox_label");
         EXPECT_LT(label->mapTo(box, QPoint()).x(), 25);
         QKeyEvent copy(QEvent::KeyPress, Qt::Key_C, Qt::ControlModifier);
         QCoreApplication::sendEvent(box, &copy);

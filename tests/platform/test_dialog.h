@@ -21,8 +21,7 @@ enum TestId
     Real,
     Picture,
     Across,
-    Down,
-    Track
+    Down
 };
 
 inline constexpr int IDABORT = 3; // how the dialog answers the wish for its end
@@ -40,7 +39,6 @@ inline constexpr ControlTemplate TestControls[] = {
     {Picture, ControlKind::Frame, "", {4, 60, 100, 60}, FrameTakesInput, "Picture"},
     {Across, ControlKind::HorizontalScrollBar, "", {4, 122, 100, 10}, 0, "Left and right"},
     {Down, ControlKind::VerticalScrollBar, "", {106, 60, 10, 60}, 0, "Up and down"},
-    {Track, ControlKind::TrackBar, "", {120, 60, 80, 20}, 0, "Track"},
 };
 inline constexpr DialogTemplate TestTemplate{1, "Test",       210, 140, "MS Sans Serif",
                                              8, TestControls, true};
@@ -54,31 +52,20 @@ public:
 
     std::uint32_t m_whole = 3700;
     double m_real = 0.5;
-    BOOL m_flag = FALSE;
-    int m_radio = -1;
     CScrollBar m_across;
-    CSliderCtrl m_track;
     std::vector<Seen> m_seen;   // what came, in order
     std::vector<int> m_clicked; // ids of check boxes and radio buttons, in order
     std::function<void()> m_go = [] {}, m_message = [] {}, m_paint = [] {};
-    std::string m_dropped;
     std::vector<std::string> m_input; // of the picture: the message's name, point, flags
 
     bool HasSeen(const Seen& message) const { return std::ranges::count(m_seen, message) > 0; }
-    bool HasSeen(UINT message) const
-    {
-        return std::ranges::count(m_seen, message, &Seen::first) > 0;
-    }
 
 private:
     void DoDataExchange(CDataExchange* dx) override
     {
         DDX_Control(dx, Across, m_across);
-        DDX_Control(dx, Track, m_track);
         DDX_Text(dx, Whole, m_whole);
         DDX_Text(dx, Real, m_real);
-        DDX_Check(dx, Flag, m_flag);
-        DDX_Radio(dx, First, m_radio);
     }
     void OnGo() { m_go(); }
     template <int Id>
@@ -95,11 +82,6 @@ private:
         if (code == SB_LINEDOWN) {
             m_across.SetScrollPos(m_across.GetScrollPos() + 1);
         }
-    }
-    LRESULT OnDraw()
-    {
-        m_seen.emplace_back(WM_NOTIFY, m_track.GetPos());
-        return 0;
     }
     LRESULT OnMessage(WPARAM wParam, LPARAM)
     {
@@ -140,11 +122,6 @@ private:
         EndDialog(IDABORT);
         return TRUE;
     }
-    LRESULT OnDrop(WPARAM, LPARAM path)
-    {
-        m_dropped = reinterpret_cast<const char*>(path);
-        return 0;
-    }
     std::span<const DispatchEntry> DispatchTable() const override
     {
         using Self = TestDialog;
@@ -158,9 +135,7 @@ private:
             on::Timer<&Self::OnTimer>(),
             on::HorizontalScroll<&Self::OnScroll>(),
             on::VerticalScroll<&Self::OnScroll>(),
-            on::Notify<&Self::OnDraw>(NM_CUSTOMDRAW, Track),
             on::Message<&Self::OnMessage>(WM_USER),
-            on::Message<&Self::OnDrop>(WM_DROPFILES),
             on::Message<&Self::OnEndSession>(WM_QUERYENDSESSION),
             on::Mouse<&Self::OnMouse<WM_LBUTTONDOWN>>(WM_LBUTTONDOWN),
             on::Mouse<&Self::OnMouse<WM_LBUTTONUP>>(WM_LBUTTONUP),
