@@ -2,28 +2,25 @@
 sends real key and mouse events, takes screenshots, and reads what the simulated library saw."""
 import pathlib
 import re
-import shutil
 import subprocess
 import sys
 import time
 
 import pyatspi
 
-from program import Program
+from screen_program import ScreenProgram
 
 
-class OperatedProgram(Program):
+class OperatedProgram(ScreenProgram):
     """The program and all that an operator sees of it and does with it."""
 
     patience = 15.0  # seconds, on a machine that builds at the same time
+    rest = 0
 
     def __init__(self, build, folder, screenshots):
-        super().__init__(build, folder)
+        super().__init__(build, folder, screenshots)
         self.environment |= {"QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1"}
-        self.screenshots, self.step = pathlib.Path(screenshots), "start"
-        self.portal = None
-        shutil.rmtree(self.screenshots, ignore_errors=True)
-        self.screenshots.mkdir(parents=True)
+        self.step, self.portal = "start", None
         pyatspi.Registry.getDesktop(0).set_cache_mask(0)  # nobody here serves change events
 
     # -- The program and its library
@@ -33,8 +30,7 @@ class OperatedProgram(Program):
         self.find("TarnTest", "dialog", "frame")
 
     def expect_end(self):
-        status = self.wait_for_end()
-        assert status == 0, f"the program ended with {status}"
+        super().expect_end()
         errors = [line for line in self.own_messages() if not line.endswith(" 0 not freed")]
         assert not errors, errors
         self.expect_calls("TarnClearNotifyWindow", "TarnClose")
@@ -59,17 +55,13 @@ class OperatedProgram(Program):
             call.startswith(name) for call in calls) >= count, f"{count} calls of {name}", 40)
         return calls
 
-    def limit_disk(self):
-        """Mounts a disk of 64 KiB as the folder of saved images; False where that is not allowed."""
-        return not subprocess.run(["mount", "-t", "tmpfs", "-o", "size=64k", "tmpfs", self.images],
-                                  capture_output=True).returncode
-
-    def free_disk(self):
-        subprocess.run(["umount", "-q", "-l", self.images], capture_output=True)
-
-    def expect_calls(self, *patterns):
+    def expect_calls(self, *patterns, calls=None):
         """The library saw calls that match these patterns, in this order, others between them."""
-        expect_order(self.calls(), *patterns)
+        calls = calls or self.calls()
+        rest = iter(calls)
+        for number, pattern in enumerate(patterns, 1):
+            assert any(re.search(pattern, call) for call in rest), \
+                f"call {number}, {pattern}, is not in its turn among\n" + "\n".join(calls)
 
     # -- What is on the screen
 
@@ -98,10 +90,13 @@ class OperatedProgram(Program):
     def gone(self, name, *roles):
         self.wait(lambda: not self.look(name, *roles), f"'{name}' to go")
 
-    def expect(self, title=None, on=(), off=(), fields=None, checked=None):
-        """The title; which buttons take input and which do not; texts of fields; boxes' ticks."""
+    def expect(self, title=None, on=(), off=(), fields=None, checked=None, focus=None):
+        """The title; which buttons take input and which do not; texts of fields; boxes' ticks; where
+        the keyboard is."""
         if title is not None:
             self.wait(lambda: re.fullmatch(title, self.main().name), f"title {title}")
+        if focus is not None:
+            self.wait(lambda: self.focus() == focus, lambda: f"{focus}, the keyboard is at {self.focus()}")
         for names, state in ((on, True), (off, False)):
             for name in names:
                 button = self.find(name, "push button")
@@ -138,56 +133,34 @@ class OperatedProgram(Program):
     def take_screenshot(self, suffix="", window=None):
         """Keeps the screen around a window, the main one by default, as <number>-<step>.png."""
         x, y, width, height = place(window or self.main())
-        area = f"{max(x - 1, 0)},{max(y - 21, 0)},{width + 2},{height + 26}"
-        number = len(list(self.screenshots.glob("*.png"))) + 1
         time.sleep(0.15)
-        screenshot(self.screenshots / f"{number:02}-{self.step}{suffix}.png", "-a", area)
+        self.keep_screenshot(self.step + suffix, max(x - 1, 0), max(y - 21, 0), width + 2, height + 26)
 
-    def shown(self, name="Image area"):
-        """The pixels over a control, to compare with earlier ones."""
-        area = ",".join(map(str, place(self.find(name))))
-        return screenshot(self.folder / "area.png", "-a", area).read_bytes()
+    def shown(self):
+        """The pixels of the image area, to compare with earlier ones."""
+        return self.pixels(*self.place("Image area"))
 
     def expect_other_picture(self, before):
         """Waits until the image area looks different, then for it to settle; returns its pixels."""
         self.wait(lambda: self.shown() != before, "the picture to change")
-        return self.wait(lambda: (now := self.shown()) == self.shown() and now, "a picture at rest")
+        return self.pixels_at_rest(*self.place("Image area"))
 
     # -- What the operator does
 
-    def click(self, target, *roles, at=(0.5, 0.5)):
-        """A click of the left button; at: where in the control, 0 to 1 from its left and top."""
+    def click(self, target, *roles, at=(0.5, 0.5), **press):
+        """at: where in the control, 0 to 1 from its left and top."""
         node = self.find(target, *roles) if isinstance(target, str) else target
-        x, y, width, height = place(node)
-        self.xdotool("mousemove", int(x + width * at[0]), int(y + height * at[1]), "click", 1)
+        self.press(point(node, at), **press)
 
-    def drag(self, target, begin, end, key=None, button=1):
-        """A drag, with a key held down, between two places in the control as in click."""
-        x, y, width, height = place(self.find(target))
-        points = [(int(x + width * at[0]), int(y + height * at[1])) for at in (begin, end)]
-        self.xdotool(*(("keydown", key) if key else ()), "mousemove", *points[0], "mousedown", button)
-        for share in (0.5, 1):
-            self.xdotool("mousemove", *(int(a + (b - a) * share) for a, b in zip(*points)))
-            time.sleep(0.05)
-        self.xdotool("mouseup", button, *(("keyup", key) if key else ()))
-
-    def point(self, name, at):
-        x, y, width, height = place(self.find(name))
-        return int(x + width * at[0]), int(y + height * at[1])
-
-    def turn_wheel(self, name, notches, at=(0.5, 0.5)):
-        """Away from the operator, over a control."""
-        self.xdotool("mousemove", *self.point(name, at), "click", "--repeat", notches, 4)
-
-    def double_click(self, name):
-        self.xdotool("mousemove", *self.point(name, (0.5, 0.5)), "click", "--repeat", 2,
-                     "--delay", 50, 1)
+    def drag(self, name, begin, end, **drag):
+        """Between two places in the control as in click."""
+        node = self.find(name)
+        self.drag_from_to(point(node, begin), point(node, end), **drag)
 
     def maximize(self):
         """Or back: a double click on the title bar."""
         x, y, width, _ = place(self.main())
-        self.xdotool("mousemove", x + width // 2, max(y - 10, 5), "click", "--repeat", 2,
-                     "--delay", 50, 1)
+        self.press((x + width // 2, max(y - 10, 5)), count=2)
 
     def place(self, name):
         return place(self.find(name))
@@ -210,8 +183,7 @@ class OperatedProgram(Program):
     def is_dark(self):
         """The window's background, left of and below the picture."""
         x, y, _, height = place(self.main())
-        screenshot(self.folder / "corner.ppm", "-a", f"{x},{y + height - 2},1,1")
-        return (self.folder / "corner.ppm").read_bytes()[-1] < 128
+        return self.pixels(x, y + height - 2, 1, 1)[-1] < 128
 
     def type(self, field, value):
         """Replaces a field's text and leaves the field, away from "LUT wnd width:", which computes
@@ -231,7 +203,7 @@ class OperatedProgram(Program):
 
     def close_button(self):
         x, y, width, _ = place(self.main())
-        self.xdotool("mousemove", x + width - 9, y - 11, "click", 1)
+        self.press((x + width - 9, y - 11))
 
     def wait(self, condition, what, seconds=None, pause=0.03):
         return super().wait(lambda: look_again(condition), what, seconds, pause)
@@ -239,15 +211,13 @@ class OperatedProgram(Program):
     def evidence(self):
         """A screenshot, and what a screen reader would tell, for the report of a failure."""
         lines = [f"  {role(node)} '{node.name}' {place(node)}" for node in self.everything()]
-        screenshot(self.screenshots / "failed.png")
-        return "\n".join([f"screenshot: {self.screenshots}/failed.png", *lines,
-                          *self.own_messages()[-20:]])
+        self.keep_screenshot("failed")
+        return "\n".join([f"screenshots: {self.screenshots}", *lines, *self.own_messages()[-20:]])
 
     def kill(self):
         if self.portal is not None:
             self.portal.stdin.close()
             self.portal.wait()
-        self.free_disk()
         super().kill()
 
 
@@ -259,13 +229,6 @@ def look_again(condition):
         if "Atspi" not in repr(gone) and not isinstance(gone, (LookupError, AttributeError)):
             raise
         return None
-
-
-def expect_order(calls, *patterns):
-    rest = iter(calls)
-    for number, pattern in enumerate(patterns, 1):
-        assert any(re.search(pattern, call) for call in rest), \
-            f"call {number}, {pattern}, is not in its turn among\n" + "\n".join(calls)
 
 
 def descendants(node):
@@ -288,6 +251,6 @@ def place(node):
     return box.x, box.y, box.width, box.height
 
 
-def screenshot(target, *area):
-    subprocess.run(["scrot", "--silent", "--overwrite", *area, target], check=True)
-    return target
+def point(node, at):
+    x, y, width, height = place(node)
+    return int(x + width * at[0]), int(y + height * at[1])

@@ -4,31 +4,32 @@ byte. Called with the folders of the two builds and the folder for screenshots; 
 and scripts/with_display."""
 import pathlib
 import re
-import shutil
 import subprocess
 import sys
 import tempfile
 import time
 
-from program import Failure, Program
+from program import Failure
+from screen_program import LEFT, RIGHT, WHEEL_UP, ScreenProgram
 
 # Pixels of the main window's client area, the same on both systems.
 IMAGE_AREA = (5, 9, 738, 518)  # left, top, width, height, inside its frame
 MIDDLE = (300, 250)
 PAGE_RIGHT, PAGE_UP = (680, 537), (753, 60)  # of the scroll bars
-LEFT, RIGHT, WHEEL_UP = 1, 3, 4  # buttons
 # The timer asks for the devices again and again; how often is up to the time that passes.
 POLL = re.compile(r"TarnGetDeviceList -> 0\n(?:TarnGetDeviceParam \d+ 1[45] -> 0\nTarnFreeObject\n)*"
                   r"TarnFreeObject\n")
 BATTERY_POLL = re.compile(r"TarnGetDeviceParam \d+ 34 -> 0\nTarnFreeObject\n")
 
 
-class Operated(Program):
+class Operated(ScreenProgram):
     """The program for one system, its log, and the pictures that it has shown."""
 
+    rest = 0.4
+
     def __init__(self, build, folder, screenshots):
-        super().__init__(build, folder)
-        self.pictures, self.log, self.screenshots = {}, "", screenshots
+        super().__init__(build, folder, screenshots)
+        self.pictures, self.log = {}, ""
         self.images.mkdir()
         self.configure(seed=11, exposure_delay="never", arming_delay=0.3, readout_time=0.3)
 
@@ -55,25 +56,14 @@ class Operated(Program):
         """Waits for the box, takes a screenshot, presses the keys, and waits until it is gone."""
         self.window(title)
         time.sleep(0.5)  # a question ignores what comes too early
-        self.screenshot("box")
+        self.keep_screenshot("box")
         self.key(*keys)
         self.wait(lambda: not self.visible_windows(title), f"the box {title} to close")
         time.sleep(0.5)  # until the keyboard is with the window below
 
-    def move(self, place):
-        self.xdotool("mousemove", self.left + place[0], self.top + place[1])
-
-    def click(self, place, button=1):
-        self.move(place)
-        self.xdotool("click", button)
-
-    def drag(self, place, target, button):
-        self.move(place)
-        self.xdotool("mousedown", button)
-        for step in (0.3, 0.6, 1):
-            self.move([round(a + step * (b - a)) for a, b in zip(place, target)])
-            time.sleep(0.1)
-        self.xdotool("mouseup", button)
+    def at(self, x, y):
+        """This point of the window, on the screen."""
+        return self.left + x, self.top + y
 
     def type(self, key, text):
         """Into the field of this mnemonic, then leaves it."""
@@ -90,29 +80,11 @@ class Operated(Program):
         self.log = self.trace_file.read_text() if self.trace_file.exists() else ""
         return self.log
 
-    def screenshot(self, name):
-        number = len(list(self.screenshots.glob("*.png"))) + 1
-        file = self.screenshots / f"{number:02}-{name}.png"
-        subprocess.run(["scrot", "--silent", "--overwrite", file], check=True)
-
     def picture(self, name):
         """Keeps the pixels of the image area when they no longer change."""
-        x, y, width, height = IMAGE_AREA
-        self.xdotool("mousemove", self.left + 900, self.top + 520)
-        file = self.folder / "area.png"
-
-        def shown():
-            subprocess.run(["scrot", "--silent", "--overwrite", "--autoselect",
-                            f"{self.left + x},{self.top + y},{width},{height}", file], check=True)
-            return file.read_bytes()
-
-        def at_rest():
-            first = shown()
-            time.sleep(0.4)
-            return shown() == first
-        self.wait(at_rest, "a picture at rest")
-        self.pictures[name] = file.read_bytes()
-        self.screenshot(name)
+        self.xdotool("mousemove", *self.at(900, 520))
+        self.pictures[name] = self.pixels_at_rest(*self.at(*IMAGE_AREA[:2]), *IMAGE_AREA[2:])
+        self.keep_screenshot(name)
 
     def expose(self, press):
         """Arms the sensor and presses the hand switch."""
@@ -125,9 +97,7 @@ class Operated(Program):
         press()
 
     def expect_end(self):
-        if (status := self.wait_for_end()) != 0:
-            raise Failure(f"the program ended with {status}")
-        if re.findall(r"handed out, (\d+) not freed", self.read_log())[-1:] != ["0"]:
+        if super().expect_end() != 0:
             raise Failure("the library's objects are not freed")
 
     def calls_made(self):
@@ -155,7 +125,6 @@ class OperatedUnderWine(Operated):
         self.process = subprocess.Popen(["wine", "TarnTest.exe"], cwd=self.folder,
                                         env=self.environment, stderr=self.messages.open("a"))
 
-
     def end_session(self):
         subprocess.run(["wine", "wineboot", "--end-session"], env=self.environment, check=True)
 
@@ -166,8 +135,8 @@ def tour(program):
     for ask in ("alt+x", "Escape"):
         program.key(ask)
         program.box("Return")  # refused while the sensor is armed
-    program.screenshot("preview")
-    program.click(MIDDLE)
+    program.keep_screenshot("preview")
+    program.press(program.at(*MIDDLE))
     program.box("n")
     program.picture("image")
     program.expose(lambda: program.key("space"))
@@ -184,31 +153,30 @@ def tour(program):
     program.type("alt+g", "1")
     program.key("alt+n", "alt+z", "alt+z")
     program.picture("zoomed")
-    program.click(PAGE_RIGHT)
-    program.click(PAGE_UP)
+    program.press(program.at(*PAGE_RIGHT))
+    program.press(program.at(*PAGE_UP))
     program.picture("panned")
     program.key("alt+m")
     program.picture("zoomed out once")
     program.key("alt+r")
     program.picture("whole")
 
-    program.click((200, 300), WHEEL_UP)
+    program.press(program.at(200, 300), WHEEL_UP)
     program.picture("zoomed around the pointer")
-    program.drag((200, 300), (350, 210), LEFT)
+    program.drag_from_to(program.at(200, 300), program.at(350, 210), LEFT)
     program.picture("moved")
-    program.drag((300, 300), (340, 330), RIGHT)
+    program.drag_from_to(program.at(300, 300), program.at(340, 330), RIGHT)
     program.picture("other width and center")
     program.key("Up", "Left")
     program.picture("moved by keys")
-    program.move((250, 200))
-    program.xdotool("click", "--repeat", 2, "--delay", 50, LEFT)
+    program.press(program.at(250, 200), count=2)
     program.picture("whole again")
 
     program.key("alt+t")
     program.await_log("TarnGetDeviceParam 1 34")
     program.window("Tolva Settings")
     program.key("alt+l")
-    program.screenshot("settings")
+    program.keep_screenshot("settings")
     program.box("Return", title="Tolva Settings")
     program.key("alt+i")
     program.box("Return")
@@ -245,8 +213,7 @@ def differences(linux, windows, files):
                 if files[0].get(name) != files[1].get(name))
     yield from (f"picture '{name}' differs" for name in linux.pictures
                 if linux.pictures[name] != windows.pictures[name])
-    for what, one, other in (("call", linux.calls_made(), windows.calls_made()),
-                             ("event", linux.events(), windows.events())):
+    for what, one, other in (("call", linux.made, windows.made), ("event", linux.seen, windows.seen)):
         if one != other:
             place = next((i for i, pair in enumerate(zip(one, other)) if pair[0] != pair[1]),
                          min(len(one), len(other)))
@@ -259,25 +226,21 @@ def differences(linux, windows, files):
 def main(builds, screenshots):
     programs, files = [], []
     for build, kind in zip(builds, (Operated, OperatedUnderWine)):
-        folder = pathlib.Path(screenshots) / kind.__name__
-        shutil.rmtree(folder, ignore_errors=True)
-        folder.mkdir(parents=True)
         with tempfile.TemporaryDirectory() as scratch:
-            program = kind(build, scratch, folder)
+            program = kind(build, scratch, pathlib.Path(screenshots) / kind.__name__)
             try:
                 files.append(tour(program))
             except Failure as failure:
-                program.screenshot("failed")
+                program.keep_screenshot("failed")
                 sys.exit(f"two_systems: {kind.__name__}: {failure}\n{program.evidence()}")
             finally:
                 program.kill()
-            program.calls_made = lambda made=program.calls_made(): made
-            program.events = lambda seen=program.events(): seen
+            program.made, program.seen = program.calls_made(), program.events()
             programs.append(program)
     faults = list(differences(*programs, files))
     if faults:
         sys.exit("two_systems: " + "\n".join(faults))
-    print(f"two_systems: {len(programs[0].calls_made())} calls, {len(programs[0].events())} events, "
+    print(f"two_systems: {len(programs[0].made)} calls, {len(programs[0].seen)} events, "
           f"{len(programs[0].pictures)} pictures and {len(files[0])} files are the same; screenshots "
           f"in {screenshots}")
 

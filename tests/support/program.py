@@ -69,6 +69,14 @@ class Program:
         except subprocess.TimeoutExpired:
             raise Failure("the program does not end") from None
 
+    def expect_end(self):
+        """Waits for an end in order; returns how many of the library's objects were not freed."""
+        status = self.wait_for_end()
+        objects = re.findall(r"objects handed out, (\d+) not freed", self.trace_file.read_text())
+        if status != 0 or not objects:
+            raise Failure(f"the program ended with {status}")
+        return int(objects[-1])
+
     def calls(self):
         """The log's whole lines since the last call of this, as "Name arguments -> result"."""
         if not self.trace_file.exists():
@@ -165,11 +173,7 @@ class UnattendedProgram(Program):
     def terminate(self):
         """Ends the program by SIGTERM. Returns how many of the library's objects were not freed."""
         self.process.terminate()
-        status = self.wait_for_end()
-        objects = re.findall(r"objects handed out, (\d+) not freed", self.messages.read_text())
-        if status != 0 or not objects:
-            raise Failure(f"the program ended with {status}")
-        return int(objects[-1])
+        return self.expect_end()
 
     def last_id(self):
         """The number of the image that the library began last; numbers count from 1."""
