@@ -7,10 +7,7 @@ namespace {
 
 TEST(MsgWithArgs, ReplacesPlaceholdersByTheirArgument)
 {
-    constexpr struct
-    {
-        const char *text, *argument, *formatted;
-    } Cases[] = {
+    constexpr const char* Cases[][3] = {
         {"File %1% not found.", "a.q32", "File a.q32 not found."},
         {"no placeholder", "x", "no placeholder"},
         {"%1%%1%", "x", "xx"},
@@ -23,8 +20,8 @@ TEST(MsgWithArgs, ReplacesPlaceholdersByTheirArgument)
         {"%1", "x", "%1"},
         {"a%%%1%", "x", "a%%%1%"},
     };
-    for (const auto& row : Cases) {
-        EXPECT_EQ(MsgWithArgs(row.text, row.argument).Format(), row.formatted) << row.text;
+    for (const auto& [text, argument, formatted] : Cases) {
+        EXPECT_EQ(MsgWithArgs(text, argument).Format(), formatted) << text;
     }
     EXPECT_EQ(MsgWithArgs("File %1%").Format(), "File %1%");
 }

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <tuple>
 
 namespace {
 
@@ -33,11 +34,10 @@ TEST(Image, TheFormatFollowsFromTheRequest)
 // One pixel whose bytes were A5 before; sample bytes little-endian.
 TEST(Image, FillAndInvertChangeTheSamplesOfTheFormat)
 {
-    const struct
-    {
-        std::uint32_t bits, pixelBytes, colorType, value;
-        Bytes filled, inverted;
-    } cases[] = {
+    // bits, pixel bytes asked for, color type, value; filled, inverted
+    using Case =
+        std::tuple<std::uint32_t, std::uint32_t, std::uint32_t, std::uint32_t, Bytes, Bytes>;
+    const Case cases[] = {
         {5, 0, 1, 0x1280, {0x80}, {0xBA}},
         {12, 0, 1, 0x51234, {0x34, 0x12}, {0x5A, 0xAA}},
         {12, 4, 1, 0x51234, {0x34, 0x12, 0x05, 0}, {0x5A, 0xAA, 0xA5, 0xA5}},
@@ -48,12 +48,12 @@ TEST(Image, FillAndInvertChangeTheSamplesOfTheFormat)
         {16, 0, 3, 0x1234, {0x34, 0x12}, Bytes(2, 0xA5)},
         {0, 4, 1, 0, Bytes(4, 0), Bytes(4, 0xA5)},
     };
-    for (const auto& c : cases) {
-        CImage image(1, 1, c.bits, c.pixelBytes, c.colorType);
+    for (const auto& [bits, asked, colorType, value, filled, inverted] : cases) {
+        CImage image(1, 1, bits, asked, colorType);
         std::fill_n(image.m_data, image.m_dataSize, std::uint8_t{0xA5});
-        EXPECT_EQ(Block(*image.InvertedCopy()), c.inverted) << c.bits << " bits";
-        image.Fill(c.value);
-        EXPECT_EQ(Block(image), c.filled) << c.bits << " bits";
+        EXPECT_EQ(Block(*image.InvertedCopy()), inverted) << bits << " bits";
+        image.Fill(value);
+        EXPECT_EQ(Block(image), filled) << bits << " bits";
     }
 }
 

@@ -40,9 +40,6 @@ class Installed(unittest.TestCase):
         self.assertEqual((done.returncode, done.stderr), (0, ""), done.stdout)
         return done.stdout
 
-    def expect_message(self, done, pattern):
-        self.assertRegex(done.stderr, rf"\A{pattern}\n\Z")
-
     def test_launchers_start_the_program_in_a_folder_of_the_users(self):
         # The program's place is taken by one that says by which path it was started.
         prefix = self.home / "moved"
@@ -79,7 +76,7 @@ class Installed(unittest.TestCase):
         link.write_text("mine")
         done = start("tarntest")
         self.assertEqual((done.returncode, done.stdout, link.read_text()), (1, "", "mine"))
-        self.expect_message(done, f"TarnTest: {link} is in the way; .*")
+        self.assertRegex(done.stderr, rf"\ATarnTest: {link} is in the way; .*\n\Z")
         self.assertEqual([path.name for path in link.parent.iterdir()], ["TarnTest"])
 
     def test_manual_pages_are_clean_and_complete(self):

@@ -5,11 +5,13 @@
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
+#include <tuple>
 
 namespace {
 
 using Key = WindowOperator::Key;
 using Seen = TestDialog::Seen;
+using Input = TestDialog::Input;
 using Box = Dialog;
 using Program = Dialog;
 
@@ -44,12 +46,7 @@ TEST_F(Dialog, AModelessDialogThatCannotBeInitializedIsClosed)
 
 TEST_F(Dialog, FieldsTakeNumbersOfTheirTypeOnly)
 {
-    const struct
-    {
-        int id;
-        const char* text;
-        bool accepted;
-    } cases[] = {
+    const std::tuple<int, const char*, bool> cases[] = {
         {Whole, "0", true},           {Whole, "4294967295", true}, {Whole, " 12 ", true},
         {Whole, "4294967296", false}, {Whole, "-1", false},        {Whole, "+1", false},
         {Whole, "", false},           {Whole, "1.0", false},       {Whole, "12a", false},
@@ -59,21 +56,21 @@ TEST_F(Dialog, FieldsTakeNumbersOfTheirTypeOnly)
     };
     Run([&] {
         EXPECT_EQ(hand.Text(Real), "0.5");
-        for (const auto& c : cases) {
-            SCOPED_TRACE(c.text);
+        for (const auto& [id, text, isAccepted] : cases) {
+            SCOPED_TRACE(text);
             dialog.UpdateData(FALSE);
-            dialog.SetDlgItemText(c.id, c.text);
-            if (!c.accepted) {
-                hand.WhenBox(c.id == Whole
+            dialog.SetDlgItemText(id, text);
+            if (!isAccepted) {
+                hand.WhenBox(id == Whole
                                  ? "Scale center: takes a whole number from 0 to 4294967295."
                                  : "Gamma: takes a number",
                              IDOK);
             }
             dialog.m_whole = 3700;
             dialog.m_real = 0.5;
-            EXPECT_EQ(dialog.UpdateData(), c.accepted);
-            EXPECT_EQ(dialog.m_whole == 3700 && dialog.m_real == 0.5, !c.accepted);
-            EXPECT_TRUE(hand.HasFocus(c.id) || c.accepted);
+            EXPECT_EQ(dialog.UpdateData(), isAccepted);
+            EXPECT_EQ(dialog.m_whole == 3700 && dialog.m_real == 0.5, !isAccepted);
+            EXPECT_TRUE(hand.HasFocus(id) || isAccepted);
         }
         dialog.UpdateData(FALSE);
     });
@@ -109,11 +106,8 @@ TEST_F(Dialog, ARejectedFieldIsToldOnceAndWheneverTheOperatorActs)
 // By whatever way: one click, and the button shows what the dialog is told.
 TEST_F(Dialog, EveryWayToPressAButtonIsOneClick)
 {
-    const struct
-    {
-        int id, checked, clearedByIt;
-        char mnemonic;
-    } buttons[] = {{Flag, 1, 0, 'f'}, {Second, 1, First, 'e'}, {Go, 0, 0, 'g'}};
+    constexpr std::tuple<int, bool, char> Buttons[] = {
+        {Flag, true, 'f'}, {Second, true, 'e'}, {Go, false, 'g'}};
     using Way = void (*)(WindowOperator&, int id, char mnemonic);
     constexpr Way Ways[] = {
         [](WindowOperator& op, int id, char) { op.Click(id); },
@@ -124,25 +118,25 @@ TEST_F(Dialog, EveryWayToPressAButtonIsOneClick)
     dialog.m_go = [&] { dialog.m_clicked.push_back(Go); };
     Run([&] {
         for (std::size_t way = 0; way < std::size(Ways); ++way) {
-            for (const auto& button : buttons) {
-                SCOPED_TRACE("way " + std::to_string(way) + ", id " + std::to_string(button.id));
-                CButton(dialog.GetDlgItem(button.id).GetSafeHwnd()).SetCheck(0);
+            for (const auto& [id, isChecked, mnemonic] : Buttons) {
+                SCOPED_TRACE("way " + std::to_string(way) + ", id " + std::to_string(id));
+                CButton(dialog.GetDlgItem(id).GetSafeHwnd()).SetCheck(0);
                 dialog.CheckRadioButton(First, Second, First);
                 hand.Focus(Whole);
                 dialog.m_clicked.clear();
-                Ways[way](hand, button.id, button.mnemonic);
+                Ways[way](hand, id, mnemonic);
                 EXPECT_TRUE(hand.Wait([&] { return !dialog.m_clicked.empty(); }, 500));
-                EXPECT_EQ(hand.IsChecked(button.id), button.checked != 0);
-                EXPECT_TRUE(hand.HasFocus(button.id));
-                EXPECT_TRUE(button.clearedByIt == 0 || !hand.IsChecked(button.clearedByIt));
+                EXPECT_EQ(hand.IsChecked(id), isChecked);
+                EXPECT_TRUE(hand.HasFocus(id));
+                EXPECT_EQ(hand.IsChecked(First), id != Second);
                 // A rejected field keeps the focus, and the click is lost.
                 hand.WhenBox("Scale center", IDOK);
                 hand.Type(Whole, "x");
-                Ways[way](hand, button.id, button.mnemonic);
+                Ways[way](hand, id, mnemonic);
                 EXPECT_TRUE(hand.HasFocus(Whole));
                 hand.Serve(10);
                 hand.Type(Whole, "1");
-                EXPECT_EQ(dialog.m_clicked, std::vector<int>{button.id});
+                EXPECT_EQ(dialog.m_clicked, std::vector<int>{id});
             }
         }
         hand.Serve(150); // the toolkit shows a button pressed for a while before it clicks
@@ -166,11 +160,19 @@ TEST_F(Dialog, TheMouseAndTheKeysOnAFrameAreMessages)
         hand.TurnWheel(Picture, -120, 3, 4);
         hand.PressLetter('+');
         hand.Press(Key::PageDown);
-        EXPECT_EQ(dialog.m_input,
-                  (std::vector<std::string>{"move 5 6 0", "move 7 8 4", "press 7 8 5",
-                                            "move -3 100 1", "release -3 100 0", "move 1 2 8",
-                                            "press 1 2 9", "release 1 2 8", "double 1 2 9",
-                                            "release 1 2 8", "wheel 3 4 -120", "c +", "key 34"}));
+        EXPECT_EQ(dialog.m_input, (std::vector<Input>{{WM_MOUSEMOVE, 5, 6},
+                                                      {WM_MOUSEMOVE, 7, 8, 4},
+                                                      {WM_LBUTTONDOWN, 7, 8, 5},
+                                                      {WM_MOUSEMOVE, -3, 100, 1},
+                                                      {WM_LBUTTONUP, -3, 100},
+                                                      {WM_MOUSEMOVE, 1, 2, 8},
+                                                      {WM_LBUTTONDOWN, 1, 2, 9},
+                                                      {WM_LBUTTONUP, 1, 2, 8},
+                                                      {WM_LBUTTONDBLCLK, 1, 2, 9},
+                                                      {WM_LBUTTONUP, 1, 2, 8},
+                                                      {WM_MOUSEWHEEL, 3, 4, -120},
+                                                      {WM_CHAR, '+'},
+                                                      {WM_KEYDOWN, VK_NEXT}}));
 
         // A box takes the button's release; a field that speaks up takes the press.
         dialog.m_input.clear();
@@ -184,7 +186,8 @@ TEST_F(Dialog, TheMouseAndTheKeysOnAFrameAreMessages)
         hand.Mouse(Picture, WM_LBUTTONUP, 1, 1);
         EXPECT_TRUE(hand.HasFocus(Whole));
         EXPECT_EQ(dialog.m_input,
-                  (std::vector<std::string>{"move 1 1 0", "right 1 1 2", "lost 0 0 0"}));
+                  (std::vector<Input>{
+                      {WM_MOUSEMOVE, 1, 1}, {WM_RBUTTONDOWN, 1, 1, 2}, {WM_CAPTURECHANGED}}));
         hand.Type(Whole, "1");
         hand.PressEscape();
     });
@@ -247,16 +250,13 @@ TEST_F(Dialog, PictureStandsRightSideUpAndClipped)
     };
     Run([&] {
         const unsigned background = hand.Pixel(Picture, 60, 60);
-        const struct
-        {
-            int x, y;
-            unsigned color; // blue is the sample
-        } cases[] = {{2, 1, 0xC80019},    {9, 1, 0xC80020},    {2, 4, 0xC80001},
-                     {9, 4, 0xC80008},    {1, 1, background},  {2, 5, background},
-                     {10, 1, background}, {147, 93, 0xC80002}, {20, 1, 0xC80014},
-                     {21, 1, 0xC80015},   {20, 2, background}};
-        for (const auto& c : cases) {
-            EXPECT_EQ(hand.Pixel(Picture, c.x, c.y), c.color) << c.x << ", " << c.y;
+        const std::tuple<int, int, unsigned> cases[] = {
+            // blue is the sample
+            {2, 1, 0xC80019},   {9, 1, 0xC80020},   {2, 4, 0xC80001},    {9, 4, 0xC80008},
+            {1, 1, background}, {2, 5, background}, {10, 1, background}, {147, 93, 0xC80002},
+            {20, 1, 0xC80014},  {21, 1, 0xC80015},  {20, 2, background}};
+        for (const auto& [x, y, color] : cases) {
+            EXPECT_EQ(hand.Pixel(Picture, x, y), color) << x << ", " << y;
         }
         EXPECT_EQ(second, 0) << "a request is painted once";
 
@@ -289,11 +289,7 @@ TEST_F(Dialog, AMinimizedWindowShowsWhatItPaints)
 
 TEST_F(Box, IsAnsweredAsAsked)
 {
-    const struct
-    {
-        UINT style;
-        int pressed, answer;
-    } cases[] = {
+    constexpr std::tuple<UINT, int, int> Cases[] = {
         {MB_OK | MB_ICONHAND, IDOK, IDOK},
         {MB_OK | MB_TOPMOST, 0, IDOK},
         {MB_OKCANCEL, IDOK, IDOK},
@@ -302,10 +298,10 @@ TEST_F(Box, IsAnsweredAsAsked)
         {MB_YESNO | MB_ICONEXCLAMATION, 0, IDNO},
     };
     Run([&] {
-        for (const auto& c : cases) {
-            hand.WhenBox("Text", c.pressed);
-            EXPECT_EQ(ShowBox("Text", c.style), c.answer);
-            EXPECT_EQ(hand.Boxes().back().style, c.style);
+        for (const auto& [style, pressed, answer] : Cases) {
+            hand.WhenBox("Text", pressed);
+            EXPECT_EQ(ShowBox("Text", style), answer);
+            EXPECT_EQ(hand.Boxes().back().style, style);
         }
     });
 }

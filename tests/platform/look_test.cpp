@@ -150,12 +150,10 @@ void ExpectFocusIsSeen(QWidget& window, const std::string& look)
 
 TEST(Look, TextsAreWholeReadableAndPicturesSharp)
 {
-    const struct
-    {
-        ColorScheme scheme;
-        bool highContrast;
-    } colors[] = {
-        {ColorScheme::Light, false}, {ColorScheme::Dark, false}, {ColorScheme::Dark, true}};
+    constexpr std::pair<ColorScheme, bool> Colors[] = {// with high contrast?
+                                                       {ColorScheme::Light, false},
+                                                       {ColorScheme::Dark, false},
+                                                       {ColorScheme::Dark, true}};
 
     for (const DialogTemplate* const form : {&MainDialogTemplate, &SettingsDialogTemplate}) {
         WindowOperator hand;
@@ -165,15 +163,15 @@ TEST(Look, TextsAreWholeReadableAndPicturesSharp)
             ASSERT_EQ(QGuiApplication::screens().size(), 4);
             for (QScreen* const screen : QGuiApplication::screens()) {
                 for (const int font : {11, 14, 18}) {
-                    for (const auto& color : colors) {
+                    for (const auto& [scheme, isHighContrast] : Colors) {
                         SetFontPixels(font);
-                        SetColorScheme(color.scheme, color.highContrast);
+                        SetColorScheme(scheme, isHighContrast);
                         window.windowHandle()->setScreen(screen);
                         hand.Serve(1);
-                        const std::string look = std::string(form->title) + ", scale " +
-                                                 screen->name().toStdString() + ", font " +
-                                                 std::to_string(font) + ", colors " +
-                                                 std::to_string(&color - colors) + ": ";
+                        const std::string look =
+                            std::string(form->title) + ", scale " + screen->name().toStdString() +
+                            ", font " + std::to_string(font) + ", colors " +
+                            std::to_string(int(scheme)) + (isHighContrast ? "+" : "") + ": ";
                         const QImage image = Shown(window);
                         ASSERT_EQ(image.size(), window.size()) << look;
                         ExpectTextsAreWhole(window, image, look);

@@ -7,6 +7,7 @@
 #include "support/window_operator.h"
 
 #include <algorithm>
+#include <array>
 #include <functional>
 #include <gtest/gtest.h>
 #include <vector>
@@ -47,6 +48,7 @@ class TestDialog : public CDialog
 {
 public:
     using Seen = std::pair<UINT, WPARAM>;
+    using Input = std::array<int, 4>; // the message, x, y, flags or turn; a key stands for x
 
     explicit TestDialog(CWnd* parent = nullptr) : CDialog(TestTemplate, parent) {}
 
@@ -56,7 +58,7 @@ public:
     std::vector<Seen> m_seen;   // what came, in order
     std::vector<int> m_clicked; // ids of check boxes and radio buttons, in order
     std::function<void()> m_go = [] {}, m_message = [] {}, m_paint = [] {};
-    std::vector<std::string> m_input; // of the picture: the message's name, point, flags
+    std::vector<Input> m_input; // of the picture
 
     bool HasSeen(const Seen& message) const { return std::ranges::count(m_seen, message) > 0; }
 
@@ -92,16 +94,7 @@ private:
     template <UINT Message>
     void OnMouse(UINT flags, POINT point)
     {
-        const auto numbers = [&](const char* name) {
-            return std::string(name) + " " + std::to_string(point.x) + " " +
-                   std::to_string(point.y) + " " + std::to_string(flags);
-        };
-        m_input.push_back(numbers(Message == WM_LBUTTONDOWN     ? "press"
-                                  : Message == WM_LBUTTONUP     ? "release"
-                                  : Message == WM_LBUTTONDBLCLK ? "double"
-                                  : Message == WM_RBUTTONDOWN   ? "right"
-                                  : Message == WM_MOUSEMOVE     ? "move"
-                                                                : "lost"));
+        m_input.push_back({Message, point.x, point.y, static_cast<int>(flags)});
         if (Message == WM_RBUTTONDOWN) {
             OnGo();
         }
@@ -109,13 +102,12 @@ private:
     void OnWheel(UINT, int turn, POINT point)
     {
         CWnd(GetDlgItem(Picture)).ScreenToClient(&point);
-        m_input.push_back("wheel " + std::to_string(point.x) + " " + std::to_string(point.y) + " " +
-                          std::to_string(turn));
+        m_input.push_back({WM_MOUSEWHEEL, point.x, point.y, turn});
     }
-    void OnKey(UINT key) { m_input.push_back("key " + std::to_string(key)); }
-    void OnCharacter(UINT character)
+    template <UINT Message>
+    void OnKey(UINT key)
     {
-        m_input.push_back({'c', ' ', static_cast<char>(character)});
+        m_input.push_back({Message, static_cast<int>(key)});
     }
     LRESULT OnEndSession(WPARAM, LPARAM)
     {
@@ -144,8 +136,8 @@ private:
             on::Mouse<&Self::OnMouse<WM_MOUSEMOVE>>(WM_MOUSEMOVE),
             on::Mouse<&Self::OnMouse<WM_CAPTURECHANGED>>(WM_CAPTURECHANGED),
             on::MouseWheel<&Self::OnWheel>(),
-            on::Key<&Self::OnKey>(WM_KEYDOWN),
-            on::Key<&Self::OnCharacter>(WM_CHAR),
+            on::Key<&Self::OnKey<WM_KEYDOWN>>(WM_KEYDOWN),
+            on::Key<&Self::OnKey<WM_CHAR>>(WM_CHAR),
         };
         return Table;
     }

@@ -147,24 +147,16 @@ TEST_F(Simulator, ExposesInOrderAndSetsTheButtons)
 
 TEST_F(Simulator, DisarmsByTimeoutPulledPlugAndFault)
 {
-    struct Case
-    {
-        const char* before;
-        const char* change;
-        std::uint32_t result;
-        const char* events;
-    };
-    const Case cases[] = {
-        {"inactivity_timeout = 2", "inactivity_timeout = 2", tarn::TimedOut, "7 3 3145768 "},
-        {"", "sensors = 2", tarn::Unplugged, "7 3 1048606 "},
-        {"", "device_fault = 1 101 error 7", ResultError | 7, "7 3 2097159 "},
-    };
-    for (const Case& row : cases) {
-        Configure(row.before);
+    for (const auto& [before, change, result, expected] :
+         {std::tuple{"inactivity_timeout = 2", "inactivity_timeout = 2", tarn::TimedOut,
+                     "7 3 3145768 "},
+          {"", "sensors = 2", tarn::Unplugged, "7 3 1048606 "},
+          {"", "device_fault = 1 101 error 7", ResultError | 7, "7 3 2097159 "}}) {
+        Configure(before);
         ASSERT_EQ(TarnEnableCapture(0, "", 0), 0u);
         Until(EventArmed);
-        Configure(row.change);
-        EXPECT_EQ(Until(row.result), row.events);
+        Configure(change);
+        EXPECT_EQ(Until(result), expected);
     }
     Configure("sensors = none");
     EXPECT_NE(TarnEnableCapture(0, "", 0), 0u);

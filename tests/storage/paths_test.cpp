@@ -3,6 +3,7 @@
 #include "test_files.h"
 
 #include <gtest/gtest.h>
+#include <tuple>
 
 namespace {
 
@@ -11,11 +12,7 @@ constexpr PathStyle S = PathStyle::Slash;
 
 TEST(Paths, JoinAndRoot)
 {
-    constexpr struct
-    {
-        PathStyle style;
-        const char *base, *relative, *joined;
-    } Cases[] = {
+    constexpr std::tuple<PathStyle, const char*, const char*, const char*> Cases[] = {
         {B, "C:\\prog\\", "TmpImages", "C:\\prog\\TmpImages"},
         {B, "C:\\prog", "TmpImages", "C:\\prog\\TmpImages"},
         {B, "C:\\prog\\", "D:\\x", "D:\\x"},
@@ -29,8 +26,8 @@ TEST(Paths, JoinAndRoot)
         {S, "/opt/x", "a:b", "/opt/x/a:b"},
         {S, "/opt/x", "\\\\a", "/opt/x/\\\\a"},
     };
-    for (const auto& row : Cases) {
-        EXPECT_EQ(JoinPath(row.base, row.relative, row.style), row.joined);
+    for (const auto& [style, base, relative, joined] : Cases) {
+        EXPECT_EQ(JoinPath(base, relative, style), joined);
     }
     constexpr const char* Roots[][2] = {{"C:\\a\\b", "C:"},
                                         {"\\\\srv\\share\\a", "\\\\srv\\share"},
@@ -45,21 +42,18 @@ TEST(Paths, JoinAndRoot)
 
 TEST(Paths, FoldersAreCreatedUpToTheLastSeparator)
 {
-    // Below the test's folder, which is the first component of a backslash path.
-    constexpr struct
-    {
-        PathStyle style;
-        const char *path, *deepest, *absent;
-    } Cases[] = {
+    // The path, the deepest folder made, what is absent: below the test's folder, which is the
+    // first component of a backslash path.
+    constexpr std::tuple<PathStyle, const char*, const char*, const char*> Cases[] = {
         {S, "a/b/", "a/b", "a/b/c"},
         {S, "e//f//g", "e/f", "e/f/g"},
         {B, "\\x\\y\\z", "\\x\\y", "\\x\\y\\z"},
     };
     const TestFolder folder;
-    for (const auto& row : Cases) {
-        EXPECT_TRUE(CreateFolderPath(folder / row.path, row.style)) << row.path;
-        EXPECT_TRUE(std::filesystem::is_directory(folder / row.deepest)) << row.path;
-        EXPECT_FALSE(std::filesystem::exists(folder / row.absent)) << row.path;
+    for (const auto& [style, path, deepest, absent] : Cases) {
+        EXPECT_TRUE(CreateFolderPath(folder / path, style)) << path;
+        EXPECT_TRUE(std::filesystem::is_directory(folder / deepest)) << path;
+        EXPECT_FALSE(std::filesystem::exists(folder / absent)) << path;
     }
     WriteBytes(folder / "file", "");
     EXPECT_TRUE(CreateFolderPath(folder / "file/", S)) << "a file counts as present";

@@ -101,12 +101,8 @@ TEST(Q32File, MissingMemoryIsNoEmptyFile)
     const TestFolder folder;
     const std::string path = folder / "a.Q32";
     const CImage tooLarge(65536, 65536, 16, 0, 1);
-    try {
-        WriteQ32File(path.c_str(), tooLarge);
-        FAIL();
-    } catch (const eQ32FileExcpt& error) {
-        EXPECT_TRUE(error.GetCode() == 0x20FFFE && error.GetModuleDesc().id == 0x2B580EC7);
-    }
+    EXPECT_EQ(FailureOf([&] { WriteQ32File(path.c_str(), tooLarge); }),
+              Message("Fatal memory allocation error on error writing q32 file %1%", path));
     EXPECT_FALSE(SaveImage(path, CLinkedPtr<CImage>()));
     EXPECT_FALSE(std::filesystem::exists(path));
 }
@@ -164,15 +160,15 @@ TEST(Q32File, TakesDamagedFilesForWhatTheyHold)
     };
     const TestFolder folder;
     const std::string path = folder / "a.q32";
-    for (const auto& row : cases) {
-        SCOPED_TRACE(row.name);
-        WriteBytes(path, Header(row.header) + row.rest);
+    for (const auto& [name, header, rest, bits, divisor, pixels, headerText, userId] : cases) {
+        SCOPED_TRACE(name);
+        WriteBytes(path, Header(header) + rest);
         const CLinkedPtr<CImage> image = ReadQ32File(path.c_str());
-        EXPECT_EQ(std::string(image->m_data, image->m_data + image->m_dataSize), row.pixels);
-        EXPECT_TRUE(image->m_bitsPerSample == row.bits && image->m_widthDivisor == row.divisor &&
+        EXPECT_EQ(std::string(image->m_data, image->m_data + image->m_dataSize), pixels);
+        EXPECT_TRUE(image->m_bitsPerSample == bits && image->m_widthDivisor == divisor &&
                     image->m_imageId == 5);
-        EXPECT_EQ(image->m_headerText, row.headerText);
-        EXPECT_EQ(image->m_userId, row.userId);
+        EXPECT_EQ(image->m_headerText, headerText);
+        EXPECT_EQ(image->m_userId, userId);
     }
 }
 
