@@ -8,7 +8,7 @@
 CTarnTestApp::CTarnTestApp() : CWinApp("Tarn test")
 {
     SetVersion(ProgramVersion);
-    SetHelp(HelpText());
+    SetHelp(HelpText);
 }
 
 BOOL CTarnTestApp::InitInstance()
