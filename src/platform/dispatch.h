@@ -46,40 +46,51 @@ template <auto Handler, typename Call>
 concept HandlerOf = std::derived_from<TargetOf<Handler>, CCmdTarget> &&
     std::same_as<typename Shape<decltype(Handler)>::Call, Call>;
 
-template <auto Handler, UINT MessageNumber>
-requires HandlerOf<Handler, void()>
-constexpr DispatchEntry Plain(int id = DispatchEntry::AnyId, UINT code = 0)
+// The handler's result, 0 of one that has none.
+template <auto Handler, typename... Arguments>
+LRESULT Run(CCmdTarget& target, Arguments... arguments)
 {
-    return {MessageNumber, id, code, [](CCmdTarget& target, WPARAM, LPARAM) -> LRESULT {
-                (static_cast<TargetOf<Handler>&>(target).*Handler)();
-                return 0;
-            }};
+    auto& handling = static_cast<TargetOf<Handler>&>(target);
+    if constexpr (HandlerOf<Handler, void(Arguments...)>) {
+        (handling.*Handler)(arguments...);
+        return 0;
+    } else {
+        return (handling.*Handler)(arguments...);
+    }
+}
+
+template <typename Result, auto Handler>
+requires HandlerOf<Handler, Result()>
+constexpr DispatchEntry Plain(UINT message, int id = DispatchEntry::AnyId, UINT code = 0)
+{
+    return {message, id, code,
+            [](CCmdTarget& target, WPARAM, LPARAM) { return Run<Handler>(target); }};
 }
 
 template <auto Handler>
 constexpr DispatchEntry Paint()
 {
-    return Plain<Handler, WM_PAINT>();
+    return Plain<void, Handler>(WM_PAINT);
 }
 
 template <auto Handler>
 constexpr DispatchEntry Close()
 {
-    return Plain<Handler, WM_CLOSE>();
+    return Plain<void, Handler>(WM_CLOSE);
 }
 
 // A button, check box or radio button was clicked, or the dialog's IDOK or IDCANCEL was asked for.
 template <auto Handler>
 constexpr DispatchEntry Command(int id)
 {
-    return Plain<Handler, WM_COMMAND>(id, BN_CLICKED);
+    return Plain<void, Handler>(WM_COMMAND, id, BN_CLICKED);
 }
 
 // An edit field lost the input focus.
 template <auto Handler>
 constexpr DispatchEntry LeaveField(int id)
 {
-    return Plain<Handler, WM_COMMAND>(id, EN_KILLFOCUS);
+    return Plain<void, Handler>(WM_COMMAND, id, EN_KILLFOCUS);
 }
 
 // Handler: void(UINT_PTR timer).
@@ -87,10 +98,8 @@ template <auto Handler>
 requires HandlerOf<Handler, void(UINT_PTR)>
 constexpr DispatchEntry Timer()
 {
-    return {WM_TIMER, DispatchEntry::AnyId, 0,
-            [](CCmdTarget& target, WPARAM wParam, LPARAM) -> LRESULT {
-                (static_cast<TargetOf<Handler>&>(target).*Handler)(wParam);
-                return 0;
+    return {WM_TIMER, DispatchEntry::AnyId, 0, [](CCmdTarget& target, WPARAM wParam, LPARAM) {
+                return Run<Handler, UINT_PTR>(target, wParam);
             }};
 }
 
@@ -99,10 +108,7 @@ template <auto Handler>
 requires HandlerOf<Handler, LRESULT(WPARAM, LPARAM)>
 constexpr DispatchEntry Message(UINT message)
 {
-    return {message, DispatchEntry::AnyId, 0,
-            [](CCmdTarget& target, WPARAM wParam, LPARAM lParam) -> LRESULT {
-                return (static_cast<TargetOf<Handler>&>(target).*Handler)(wParam, lParam);
-            }};
+    return {message, DispatchEntry::AnyId, 0, &Run<Handler, WPARAM, LPARAM>};
 }
 
 // Handler: void(UINT scrollCode, std::uint32_t thumbPosition).
@@ -110,11 +116,9 @@ template <auto Handler, UINT MessageNumber>
 requires HandlerOf<Handler, void(UINT, std::uint32_t)>
 constexpr DispatchEntry Scroll()
 {
-    return {MessageNumber, DispatchEntry::AnyId, 0,
-            [](CCmdTarget& target, WPARAM wParam, LPARAM) -> LRESULT {
-                (static_cast<TargetOf<Handler>&>(target).*Handler)(
-                    static_cast<UINT>(wParam & 0xFFFF), static_cast<std::uint32_t>(wParam >> 16));
-                return 0;
+    return {MessageNumber, DispatchEntry::AnyId, 0, [](CCmdTarget& target, WPARAM wParam, LPARAM) {
+                return Run<Handler>(target, static_cast<UINT>(wParam & 0xFFFF),
+                                    static_cast<std::uint32_t>(wParam >> 16));
             }};
 }
 
@@ -135,11 +139,8 @@ template <auto Handler>
 requires HandlerOf<Handler, void(UINT, POINT)>
 constexpr DispatchEntry Mouse(UINT message)
 {
-    return {message, DispatchEntry::AnyId, 0,
-            [](CCmdTarget& target, WPARAM wParam, LPARAM lParam) -> LRESULT {
-                (static_cast<TargetOf<Handler>&>(target).*
-                 Handler)(static_cast<UINT>(wParam & 0xFFFF), PointOf(lParam));
-                return 0;
+    return {message, DispatchEntry::AnyId, 0, [](CCmdTarget& target, WPARAM wParam, LPARAM lParam) {
+                return Run<Handler>(target, static_cast<UINT>(wParam & 0xFFFF), PointOf(lParam));
             }};
 }
 
@@ -149,11 +150,10 @@ requires HandlerOf<Handler, void(UINT, int, POINT)>
 constexpr DispatchEntry MouseWheel()
 {
     return {WM_MOUSEWHEEL, DispatchEntry::AnyId, 0,
-            [](CCmdTarget& target, WPARAM wParam, LPARAM lParam) -> LRESULT {
-                (static_cast<TargetOf<Handler>&>(target).*
-                 Handler)(static_cast<UINT>(wParam & 0xFFFF),
-                          static_cast<std::int16_t>(wParam >> 16), PointOf(lParam));
-                return 0;
+            [](CCmdTarget& target, WPARAM wParam, LPARAM lParam) {
+                return Run<Handler, UINT, int>(target, static_cast<UINT>(wParam & 0xFFFF),
+                                               static_cast<std::int16_t>(wParam >> 16),
+                                               PointOf(lParam));
             }};
 }
 
@@ -162,11 +162,10 @@ template <auto Handler>
 requires HandlerOf<Handler, void(UINT, int, int)>
 constexpr DispatchEntry Size()
 {
-    return {WM_SIZE, DispatchEntry::AnyId, 0,
-            [](CCmdTarget& target, WPARAM wParam, LPARAM lParam) -> LRESULT {
-                (static_cast<TargetOf<Handler>&>(target).*
-                 Handler)(static_cast<UINT>(wParam), PointOf(lParam).x, PointOf(lParam).y);
-                return 0;
+    return {WM_SIZE, DispatchEntry::AnyId, 0, [](CCmdTarget& target, WPARAM wParam, LPARAM lParam) {
+                const POINT size = PointOf(lParam);
+                return Run<Handler, UINT, int, int>(target, static_cast<UINT>(wParam), size.x,
+                                                    size.y);
             }};
 }
 
@@ -175,21 +174,16 @@ template <auto Handler>
 requires HandlerOf<Handler, void(UINT)>
 constexpr DispatchEntry Key(UINT message)
 {
-    return {message, DispatchEntry::AnyId, 0,
-            [](CCmdTarget& target, WPARAM wParam, LPARAM) -> LRESULT {
-                (static_cast<TargetOf<Handler>&>(target).*Handler)(static_cast<UINT>(wParam));
-                return 0;
+    return {message, DispatchEntry::AnyId, 0, [](CCmdTarget& target, WPARAM wParam, LPARAM) {
+                return Run<Handler>(target, static_cast<UINT>(wParam));
             }};
 }
 
 // A track bar's notification. Handler: LRESULT().
 template <auto Handler>
-requires HandlerOf<Handler, LRESULT()>
 constexpr DispatchEntry Notify(UINT code, int id)
 {
-    return {WM_NOTIFY, id, code, [](CCmdTarget& target, WPARAM, LPARAM) -> LRESULT {
-                return (static_cast<TargetOf<Handler>&>(target).*Handler)();
-            }};
+    return Plain<LRESULT, Handler>(WM_NOTIFY, id, code);
 }
 
 } // namespace on
