@@ -6,6 +6,7 @@
 #include "platform/qt/desktop_look.h"
 #include "platform/qt/modal_window.h"
 #include "platform/qt/text.h"
+#include "platform/shown_text.h"
 
 #include <QAbstractButton>
 #include <QAbstractItemView>
@@ -29,12 +30,10 @@
 
 namespace {
 
-constexpr int WidestLabel = 460;         // pixels at scale 1; a wider word would not fit the box
-constexpr int WidestView = 640;          // the same for a text that scrolls
-constexpr int MostLines = 40;            // that such a text shows at once
-constexpr int AroundView = 130;          // pixels at scale 1: title bar, buttons and panels
-constexpr qsizetype LongestLabel = 2000; // characters
-constexpr qsizetype LongestLine = 2000;  // characters of a line that is laid out as one
+constexpr int WidestLabel = 460; // pixels at scale 1; a wider word would not fit the box
+constexpr int WidestView = 640;  // the same for a text that scrolls
+constexpr int MostLines = 40;    // that such a text shows at once
+constexpr int AroundView = 130;  // pixels at scale 1: title bar, buttons and panels
 
 // Opens the file whose name stands in its field. The toolkit's own way from the name to the file
 // adds its default suffix to existing files, too, and mistakes files of the same name.
@@ -99,7 +98,6 @@ QMessageBox::StandardButtons ButtonsOf(UINT style);
 QMessageBox::Icon IconOf(UINT style);
 void SetText(QMessageBox& box, const QString& text);
 bool FitsLabel(const QMessageBox& box, const QString& text);
-QString WithShortLines(const QString& text);
 QString NameFilter(const std::string& filter);
 
 } // namespace
@@ -289,7 +287,7 @@ void SetText(QMessageBox& box, const QString& text)
     view->setReadOnly(true);
     view->setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
     view->setTabChangesFocus(true);
-    view->setPlainText(WithShortLines(text));
+    view->setPlainText(QString::fromStdU16String(WithShortLines(text.toStdU16String())));
     const QScreen& screen = *box.screen();
     const QSize available = screen.availableSize();
     const int margins =
@@ -303,7 +301,7 @@ void SetText(QMessageBox& box, const QString& text)
 
 bool FitsLabel(const QMessageBox& box, const QString& text)
 {
-    if (text.size() > LongestLabel) {
+    if (text.size() > qsizetype{LongestLabel}) {
         return false;
     }
     const QFontMetrics metrics = box.fontMetrics();
@@ -318,22 +316,6 @@ bool FitsLabel(const QMessageBox& box, const QString& text)
     const int height =
         metrics.boundingRect(QRect(0, 0, widest, 0), Qt::TextWordWrap, text).height();
     return height < box.screen()->availableSize().height() / 2;
-}
-
-// The toolkit lays a line out as a whole, which for a line of a megabyte takes minutes.
-QString WithShortLines(const QString& text)
-{
-    QString broken;
-    qsizetype length = 0;
-    for (const QChar character : text) {
-        length = character == '\n' ? 0 : length + 1;
-        if (length > LongestLine && !character.isLowSurrogate()) {
-            broken += '\n';
-            length = 1;
-        }
-        broken += character;
-    }
-    return broken;
 }
 
 // "label|pattern||" in the toolkit's way, "label (pattern)".

@@ -10,8 +10,7 @@ class QWidget;
 // UTF-8 to text; bytes that are not UTF-8 become U+FFFD.
 QString FromBytes(std::string_view bytes);
 
-// The same for texts that are only shown: control characters are shown as their
-// pictures and bidirectional controls as U+FFFD. Line ends and tabs stay.
+// The same for texts that are only shown, see shown_text.h.
 QString ShownText(std::string_view bytes);
 
 // A control's text as it is spoken: "&" marks the letter behind it, "&&" stands for one.

@@ -1,4 +1,5 @@
 // Message boxes, the open-file dialog and the wait cursor.
+#include "platform/shown_text.h"
 #include "platform/win32/dialog_window.h"
 #include "platform/win32/text.h"
 
@@ -7,8 +8,6 @@
 
 namespace {
 
-constexpr std::size_t LongestLabel = 2000; // characters; a longer text scrolls
-constexpr std::size_t LongestLine = 2000;  // characters of a line that is laid out as one
 constexpr std::size_t LongestPath = 32'768;
 constexpr int IconSide = 32;
 constexpr int TextId = 0xFFFF;
@@ -354,22 +353,12 @@ bool IsText(const win::MSG& key)
     return number == VK_RETURN || (character >= L' ' && win::GetKeyState(VK_CONTROL) >= 0);
 }
 
-// With the line ends of the system's field, which lays a line out as a whole: for a line of a
-// megabyte that takes minutes.
+// With the line ends of the system's field.
 std::wstring ForScrolling(const std::wstring& text)
 {
     std::wstring broken;
-    std::size_t length = 0;
-    for (const wchar_t c : text) {
-        const bool secondOfPair = c >= 0xDC00 && c <= 0xDFFF;
-        length = c == L'\n' ? 0 : length + 1;
-        if (c == L'\n' || (length > LongestLine && !secondOfPair)) {
-            broken += L"\r\n";
-            length = c == L'\n' ? 0 : 1;
-        }
-        if (c != L'\n') {
-            broken += c;
-        }
+    for (const char16_t c : WithShortLines(std::u16string(text.begin(), text.end()))) {
+        broken += c == u'\n' ? L"\r\n" : std::wstring(1, static_cast<wchar_t>(c));
     }
     return broken;
 }

@@ -1,6 +1,9 @@
 // Windows of dialogs and boxes: their creation, font and place.
 #include "platform/win32/dialog_window.h"
 
+#include "platform/shown_text.h"
+#include "platform/win32/text.h"
+
 #include <algorithm>
 #include <iterator>
 
@@ -11,6 +14,7 @@ constexpr int StandardScale = 96; // dots an inch
 constexpr wchar_t FontName[] = L"MS Shell Dlg";
 
 int Scaled(int pixels);
+std::wstring Made(std::u16string (*make)(std::u16string_view), std::string_view text);
 
 } // namespace
 
@@ -42,6 +46,16 @@ win::HWND CreateDialogWindow(const WindowForm& form, win::DLGPROC procedure, win
     win::SetWindowTextW(window, form.title.c_str());
     win::SendMessageW(window, WM_SETFONT, reinterpret_cast<win::WPARAM>(DialogFont()), FALSE);
     return window;
+}
+
+std::wstring ShownText(std::string_view text)
+{
+    return Made(&Shown, text);
+}
+
+std::wstring ShownTitle(std::string_view text)
+{
+    return Made(&ShownAsTitle, text);
 }
 
 win::HFONT DialogFont()
@@ -94,6 +108,13 @@ int Scaled(int pixels)
     const int scale = win::GetDeviceCaps(screen, LOGPIXELSY);
     win::ReleaseDC(nullptr, screen);
     return (pixels * scale + StandardScale / 2) / StandardScale;
+}
+
+std::wstring Made(std::u16string (*make)(std::u16string_view), std::string_view text)
+{
+    const std::wstring wide = Wide(text);
+    const std::u16string made = make(std::u16string(wide.begin(), wide.end()));
+    return {made.begin(), made.end()};
 }
 
 } // namespace

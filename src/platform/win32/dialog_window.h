@@ -4,6 +4,7 @@
 #include "platform/win32/modal_window.h"
 
 #include <string>
+#include <string_view>
 
 // The dialog whose window, or whose control, this is; null for any other window.
 CDialog* DialogOf(win::HWND window);
@@ -25,6 +26,10 @@ struct WindowForm
     win::HWND owner; // may be null
 };
 win::HWND CreateDialogWindow(const WindowForm& form, win::DLGPROC procedure, win::LPARAM argument);
+
+// Texts that are only shown, and titles, see shown_text.h.
+std::wstring ShownText(std::string_view text);
+std::wstring ShownTitle(std::string_view text);
 
 // The font of dialogs: that of the templates, made once for the life of the process.
 win::HFONT DialogFont();

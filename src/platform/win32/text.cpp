@@ -6,15 +6,6 @@
 #include <algorithm>
 #include <iterator>
 
-namespace {
-
-constexpr std::size_t LongestTitle = 160;
-constexpr wchar_t Replacement = 0xFFFD;
-
-wchar_t Shown(wchar_t c);
-
-} // namespace
-
 std::wstring Wide(std::string_view text)
 {
     const int size = static_cast<int>(text.size());
@@ -35,29 +26,6 @@ std::string Narrow(std::wstring_view text)
     return narrow;
 }
 
-std::wstring ShownText(std::string_view text)
-{
-    std::wstring shown;
-    const std::wstring wide = Wide(text);
-    for (std::size_t i = 0; i < wide.size(); ++i) {
-        if (wide[i] != L'\r' || i + 1 == wide.size() || wide[i + 1] != L'\n') {
-            shown += Shown(wide[i]);
-        }
-    }
-    return shown;
-}
-
-std::wstring ShownTitle(std::string_view text)
-{
-    std::wstring title = ShownText(text);
-    std::replace(title.begin(), title.end(), L'\n', L' ');
-    if (title.size() <= LongestTitle) {
-        return title;
-    }
-    return title.substr(0, LongestTitle / 2) + wchar_t{0x2026} +
-           title.substr(title.size() - (LongestTitle / 2 - 1));
-}
-
 std::string SystemMessage(unsigned long error)
 {
     wchar_t text[512];
@@ -69,27 +37,3 @@ std::string SystemMessage(unsigned long error)
     }
     return length > 0 ? Narrow({text, length}) : "error " + std::to_string(error);
 }
-
-namespace {
-
-bool TurnsDirection(wchar_t c)
-{
-    return c == 0x061C || c == 0x200E || c == 0x200F || (c >= 0x202A && c <= 0x202E) ||
-           (c >= 0x2066 && c <= 0x2069);
-}
-
-wchar_t Shown(wchar_t c)
-{
-    if (c == L'\n' || c == L'\t') {
-        return c;
-    }
-    if (c < 0x20) {
-        return static_cast<wchar_t>(0x2400 + c);
-    }
-    if (c == 0x7F) {
-        return wchar_t{0x2421};
-    }
-    return TurnsDirection(c) || (c >= 0x80 && c < 0xA0) ? Replacement : c;
-}
-
-} // namespace
