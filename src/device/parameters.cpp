@@ -14,6 +14,8 @@ Value LibraryParam(std::uint32_t parameter);
 Value DeviceParam(std::uint32_t device, std::uint32_t parameter);
 bool IsType(const Value& object, std::uint32_t type);
 bool AppendText(const Value& object, std::string& text);
+template <typename Number>
+bool TakeNumber(const Value& object, std::uint32_t type, Number& value);
 
 TarnValue NumberValue(std::uint32_t parameter, std::uint32_t type, std::uint32_t number);
 TarnValue TextValue(std::uint32_t parameter, const std::string& text);
@@ -51,12 +53,7 @@ std::uint32_t SetDeviceText(std::uint32_t device, std::uint32_t parameter, const
 
 bool GetDeviceInt(std::uint32_t device, std::uint32_t parameter, std::uint32_t& value)
 {
-    const Value object = DeviceParam(device, parameter);
-    if (!IsType(object, TarnTypeInteger)) {
-        return false;
-    }
-    value = static_cast<std::uint32_t>(object->value);
-    return true;
+    return TakeNumber(DeviceParam(device, parameter), TarnTypeInteger, value);
 }
 
 std::uint32_t SetDeviceInt(std::uint32_t device, std::uint32_t parameter, std::uint32_t value)
@@ -67,12 +64,7 @@ std::uint32_t SetDeviceInt(std::uint32_t device, std::uint32_t parameter, std::u
 
 bool GetDeviceFlag(std::uint32_t device, std::uint32_t parameter, std::int32_t& value)
 {
-    const Value object = DeviceParam(device, parameter);
-    if (!IsType(object, TarnTypeFlag)) {
-        return false;
-    }
-    value = static_cast<std::int32_t>(object->value);
-    return true;
+    return TakeNumber(DeviceParam(device, parameter), TarnTypeFlag, value);
 }
 
 std::uint32_t SetDeviceFlag(std::uint32_t device, std::uint32_t parameter, std::int32_t value)
@@ -142,6 +134,16 @@ bool AppendText(const Value& object, std::string& text)
         return false;
     }
     text += TextOrEmpty(reinterpret_cast<const char*>(object->value));
+    return true;
+}
+
+template <typename Number>
+bool TakeNumber(const Value& object, std::uint32_t type, Number& value)
+{
+    if (!IsType(object, type)) {
+        return false;
+    }
+    value = static_cast<Number>(object->value);
     return true;
 }
 
