@@ -87,8 +87,8 @@ double DrawnContrast(const QImage& image)
             ++count[image.pixel(x, y)];
         }
     }
-    const auto background = std::max_element(count.begin(), count.end(),
-                                             [](auto& a, auto& b) { return a.second < b.second; });
+    const auto background =
+        std::ranges::max_element(count, {}, [](auto& color) { return color.second; });
     double best = 1.0;
     for (const auto& [color, times] : count) {
         best = std::max(best, Contrast(QColor(color), QColor(background->first)));
@@ -125,10 +125,9 @@ void ExpectCheckerboard(const QWidget& area, const QImage& window, const std::st
     const QRect inside = area.contentsRect().translated(area.mapTo(area.window(), QPoint()));
     int wrong = 0;
     for (int y = 0; y < inside.height(); ++y) {
-        const auto* const row =
-            reinterpret_cast<const QRgb*>(window.constScanLine(inside.top() + y)) + inside.left();
         for (int x = 0; x < inside.width(); ++x) {
-            wrong += row[x] != ((x + y) % 2 == 0 ? 0xFFFFFFFF : 0xFF000000) ? 1 : 0;
+            const QRgb expected = (x + y) % 2 == 0 ? 0xFFFFFFFF : 0xFF000000;
+            wrong += window.pixel(inside.topLeft() + QPoint(x, y)) != expected ? 1 : 0;
         }
     }
     EXPECT_EQ(wrong, 0) << look;

@@ -49,14 +49,14 @@ def read_tiff(path):
         return np.asarray(image), output_of("tiffinfo", path)
 
 
-def read_dicom(path, folder):
+def read_dicom(path):
     """Picture and the text that dcmdump shows of a file in which dciodvfy finds no error."""
     found = subprocess.run(["dciodvfy", path], capture_output=True, text=True).stderr
     assert "Error" not in found and "SCImage" in found, found
-    text = output_of("dcmdump", "+L", "+W", folder, path)
+    text = output_of("dcmdump", "+L", "+W", path.parent, path)
     rows, columns, bits = (int(re.search(rf" US (\d+) .*{name}\n", text)[1])
                            for name in ("Rows", "Columns", "BitsAllocated"))
-    raw, = folder.glob(path.name + "*.raw")
+    raw, = path.parent.glob(path.name + "*.raw")
     picture = np.fromfile(raw, f"<u{bits // 8}", rows * columns)
     raw.unlink()
     return picture.reshape(rows, columns), text

@@ -19,30 +19,29 @@ class FilesAreReadElsewhere(CommandTest):
         self.run_q32("convert", *words)
         return self.folder / words[-1]
 
+    def expect(self, picture, read, *words):
+        """Converts, and gives what the reader says beside the picture, which must be this one."""
+        got, *said = read(self.convert(*words))
+        np.testing.assert_array_equal(got, picture)
+        return said
+
     def test_untouched_values_at_every_depth_and_back(self):
         for bits, largest in DEPTHS.items():
-            picture = self.noise(f"{bits}.q32", bits, header=HEADER)
             name = f"{bits}.q32"
-            got, maxval = read_pgm(self.convert(name, f"{bits}.pgm"))
-            np.testing.assert_array_equal(got, picture)
-            self.assertEqual(maxval, largest)
-            got, significant, comment = read_png(self.convert(name, f"{bits}.png"))
-            np.testing.assert_array_equal(got, picture)
-            self.assertEqual((significant, comment), (bits, HEADER))
-            got, text = read_tiff(self.convert(name, f"{bits}.tif"))
-            np.testing.assert_array_equal(got, picture)
+            picture = self.noise(name, bits, header=HEADER)
+            self.assertEqual(self.expect(picture, read_pgm, name, f"{bits}.pgm"), [largest])
+            self.assertEqual(self.expect(picture, read_png, name, f"{bits}.png"), [bits, HEADER])
+            text, = self.expect(picture, read_tiff, name, f"{bits}.tif")
             self.assertRegex(text, rf"SMax Sample Value: {largest}\n")
-            got, text = read_dicom(self.convert(name, f"{bits}.dcm"), self.folder)
-            np.testing.assert_array_equal(got, picture)
+            text, = self.expect(picture, read_dicom, name, f"{bits}.dcm")
             self.assertRegex(text, rf"US {bits} .*BitsStored")
             self.assertIn(f"[{HEADER.decode('latin-1')}", text)
             self.assertRegex(text, "Grayscale" + ("Byte" if bits == 8 else "Word") + "Secondary")
             self.assertIn("[TEST]", text)
             self.assertNotIn("PixelSpacing", text)
             for kind, header in (("pgm", b""), ("png", HEADER), ("tif", HEADER)):
-                got, depth, text = read_q32(self.convert(f"{bits}.{kind}", f"{bits}{kind}.q32"))
-                np.testing.assert_array_equal(got, picture)
-                self.assertEqual((depth, text), (bits, header))
+                said = self.expect(picture, read_q32, f"{bits}.{kind}", f"{bits}{kind}.q32")
+                self.assertEqual(said, [bits, header])
                 self.run_q32("check", f"{bits}{kind}.q32")
 
     def test_samples_above_the_stated_depth_stay(self):
@@ -52,9 +51,7 @@ class FilesAreReadElsewhere(CommandTest):
         self.assertIn("samples up to 5000", self.fails("check", "a.q32"))
         self.assertAlmostEqual(self.json("stats", "a.q32")[0]["share at maximum"],
                                np.mean(picture >= 4095))
-        got, maxval = read_pgm(self.convert("a.q32", "a.pgm"))
-        np.testing.assert_array_equal(got, picture)
-        self.assertEqual(maxval, 8191)
+        self.assertEqual(self.expect(picture, read_pgm, "a.q32", "a.pgm"), [8191])
 
     def test_gray_levels_are_those_of_the_window(self):
         picture = self.noise("a.q32", 12)
@@ -73,14 +70,12 @@ class FilesAreReadElsewhere(CommandTest):
                 (("--window", "395,800", "--negative"), levels(395, 800, negative=True)),
                 (("--fit", "100"), levels(center, width)),
                 (("--negative",), levels(4095 - center, width, negative=True))):
-            got, significant, _ = read_png(self.convert("--force", *words, "a.q32", "a.png"))
-            self.assertEqual(significant, 8)
-            np.testing.assert_array_equal(got, expected)
+            said = self.expect(expected, read_png, "--force", *words, "a.q32", "a.png")
+            self.assertEqual(said[0], 8)
 
     def test_scale_to_the_full_range(self):
         picture = self.noise("a.q32", 12)
-        got, _ = read_pgm(self.convert("--scale", "a.q32", "a.pgm"))
-        np.testing.assert_array_equal(got, np.floor(picture * 65535 / 4095 + 0.5))
+        self.expect(np.floor(picture * 65535 / 4095 + 0.5), read_pgm, "--scale", "a.q32", "a.pgm")
 
     def test_many_files_into_a_folder(self):
         pictures = [self.noise(f"{i}.q32", 8) for i in range(3)]
@@ -105,9 +100,7 @@ class FilesAreReadElsewhere(CommandTest):
         Image.new("RGB", (6, 4)).save(self.folder / "color.png")
         Image.fromarray(picture).save(self.folder / "gray.png")
         self.assertIn("not a gray picture", self.fails("convert", "color.png", "a.q32"))
-        got, bits, _ = read_q32(self.convert("gray.png", "gray.q32"))
-        self.assertEqual(bits, 16)
-        np.testing.assert_array_equal(got, picture)
+        self.assertEqual(self.expect(picture, read_q32, "gray.png", "gray.q32"), [16, b""])
         for kind in ("pgm", "tif", "png"):
             self.run_q32("convert", "gray.q32", f"cut.{kind}")
             whole = (self.folder / f"cut.{kind}").read_bytes()
