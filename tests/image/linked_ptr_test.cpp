@@ -41,33 +41,24 @@ TEST(LinkedPtr, TheLastHandleDestroysInWhateverOrderTheyLetGo)
 TEST(LinkedPtr, AssigningLeavesOneRingAndJoinsAnother)
 {
     int oldDestroyed = 0, newDestroyed = 0;
-    Handle target(new Counted{oldDestroyed}), source(new Counted{newDestroyed}), other(source);
+    Handle target(new Counted{oldDestroyed}), source(new Counted{newDestroyed});
+    const std::unique_ptr<Handle> other(source.Clone());
     target = static_cast<const Handle&>(target);
     EXPECT_EQ(oldDestroyed, 0);
     target = source;
     EXPECT_EQ(oldDestroyed, 1);
-    EXPECT_TRUE(target.Shares(source) && source.Shares(target) && other.Shares(target));
-    source = Handle();
-    other = source;
-    EXPECT_TRUE(source.IsEmpty() && !other.Shares(source));
-    EXPECT_EQ(newDestroyed, 0);
-    target = other;
-    EXPECT_EQ(newDestroyed, 1);
-}
-
-TEST(LinkedPtr, AssigningJoinsTwoRingsOfOnePointee)
-{
-    int destroyed = 0;
-    Handle lone(new Counted{destroyed}), source(lone.Get());
-    const std::unique_ptr<Handle> clone(source.Clone());
+    EXPECT_TRUE(target.Shares(source) && source.Shares(target) && other->Shares(target));
+    Handle lone(source.Get()); // a ring of its own, which joins the other of its pointee
     EXPECT_FALSE(lone.Shares(source));
     lone = source;
-    EXPECT_TRUE(lone.Shares(*clone) && clone->Shares(lone));
-    source.Release();
+    EXPECT_TRUE(lone.Shares(*other) && other->Shares(lone));
+    source = Handle();
+    *other = source;
     lone.Release();
-    EXPECT_EQ(destroyed, 0);
-    clone->Release();
-    EXPECT_EQ(destroyed, 1);
+    EXPECT_TRUE(source.IsEmpty() && !other->Shares(source));
+    EXPECT_EQ(newDestroyed, 0);
+    target = *other;
+    EXPECT_EQ(newDestroyed, 1);
 }
 
 TEST(LinkedPtr, ThreadsCopyAndReleaseHandlesOfTheirOwn)
