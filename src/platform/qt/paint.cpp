@@ -1,6 +1,7 @@
 // Painting: the transfer of a bitmap straight into the window's surface, and icons.
 #include "platform/paint.h"
 
+#include "platform/backend.h"
 #include "platform/qt/frame_control.h"
 #include "platform/qt/icon.h"
 #include "platform/qt/paint_request.h"
@@ -110,6 +111,11 @@ int SetDIBitsToDevice(HDC dc, int x, int y, DWORD width, DWORD height, int sourc
     }
     request->m_drawn += visible;
     return target.height();
+}
+
+bool IsPainting()
+{
+    return !PaintRequest::IsEmpty();
 }
 
 int GetSystemMetrics(int index)

@@ -1,6 +1,7 @@
 // What the files of this implementation share about dialogs and the painting of their windows.
 #pragma once
 
+#include "platform/paint_stack.h"
 #include "platform/win32/modal_window.h"
 
 #include <string>
@@ -43,22 +44,10 @@ win::RECT ScreenOf(win::HWND window);
 void CenterWindow(win::HWND window, win::HWND owner);
 
 // Stands while a window's paint request is served.
-class PaintRequest
+class PaintRequest : public PaintStack<PaintRequest, win::HWND>
 {
 public:
-    explicit PaintRequest(win::HWND window);
-    ~PaintRequest();
-    PaintRequest(const PaintRequest&) = delete;
-    PaintRequest& operator=(const PaintRequest&) = delete;
-
-    // The request being served for this window, null when there is none or it was taken before.
-    static PaintRequest* Take(win::HWND window);
-    bool IsTaken() const { return m_taken; }
-
-private:
-    win::HWND m_window;
-    PaintRequest* m_outer;
-    bool m_taken = false;
+    explicit PaintRequest(win::HWND window) : PaintStack(window) {}
 };
 
 void RegisterFrameClass();

@@ -14,8 +14,6 @@ struct CPaintDC::Surface
 
 namespace {
 
-PaintRequest* innermost = nullptr;
-
 win::LRESULT CALLBACK FrameProc(win::HWND window, win::UINT message, win::WPARAM wParam,
                                 win::LPARAM lParam);
 void FillRest(win::HDC dc, const win::RECT& area);
@@ -95,28 +93,9 @@ void SetWindowIcon(HWND dialog, const IconResource& icon, bool big)
     }
 }
 
-PaintRequest::PaintRequest(win::HWND window) : m_window(window), m_outer(innermost)
-{
-    innermost = this;
-}
-
-PaintRequest::~PaintRequest()
-{
-    innermost = m_outer;
-}
-
-PaintRequest* PaintRequest::Take(win::HWND window)
-{
-    if (innermost == nullptr || innermost->m_window != window || innermost->m_taken) {
-        return nullptr;
-    }
-    innermost->m_taken = true;
-    return innermost;
-}
-
 bool IsPainting()
 {
-    return innermost != nullptr;
+    return !PaintRequest::IsEmpty();
 }
 
 void RegisterFrameClass()
