@@ -7,6 +7,7 @@ TEST(WindowsFiles, PathsThatCannotBeOpened)
 {
     const TestFolder folder;
     ExpectRefused(folder / "a<b", InvalidPathText);
+    ExpectRefused(folder / std::string(1 << 20, 'a'), InvalidPathText);
     for (const std::string path : {"NUL", "con", "COM1", "\\\\.\\pipe\\none"}) {
         ExpectRefused(path, DeniedText);
     }
@@ -25,7 +26,8 @@ TEST_F(ImageSaving, AFileInUseIsNotMovedAside)
 TEST_F(ImageSaving, NothingOutsideIsWritten)
 {
     std::filesystem::create_directories(Path("folder"));
-    for (const std::string name : {"sub\\..\\..\\a", "folder./a"}) {
+    for (const std::string& name :
+         {std::string("sub\\..\\..\\a"), std::string("folder./a"), std::string(1 << 20, 'a')}) {
         EXPECT_EQ(Save(name, 1), Message(InvalidPathText, Path(name)));
     }
 }

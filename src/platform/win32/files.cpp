@@ -46,6 +46,8 @@ struct Entry
     std::vector<Handle> folders;
 };
 
+// Empty, which names nothing, for a path that is too long: a system may take only its beginning.
+std::wstring WidePath(std::string_view path);
 win::HANDLE OpenFolderAt(const std::wstring& path, bool followed);
 bool SyncEntries(const std::wstring& folder);
 std::wstring FinalPath(win::HANDLE file);
@@ -63,7 +65,7 @@ HANDLE CreateFileA(const char* path, DWORD access, DWORD shareMode, const void*,
 {
     const bool emptied = creation == CREATE_ALWAYS;
     return static_cast<HANDLE>(
-        OpenFile(Wide(path), access | (emptied ? GENERIC_WRITE : 0), shareMode, emptied));
+        OpenFile(WidePath(path), access | (emptied ? GENERIC_WRITE : 0), shareMode, emptied));
 }
 
 BOOL CloseHandle(HANDLE handle)
@@ -99,7 +101,7 @@ std::string SystemErrorText(DWORD error)
 std::FILE* OpenStream(const char* path, const char* mode)
 {
     const bool written = mode[0] == 'w';
-    const win::HANDLE file = OpenFile(Wide(path), written ? GENERIC_WRITE : GENERIC_READ,
+    const win::HANDLE file = OpenFile(WidePath(path), written ? GENERIC_WRITE : GENERIC_READ,
                                       written ? 0 : FILE_SHARE_READ, written);
     return file != NoFile ? StreamOf(file, mode) : nullptr;
 }
@@ -126,7 +128,7 @@ bool SyncFolderOf(const char* path)
 }
 
 OpenFolder::OpenFolder(const char* path)
-    : m_folder(reinterpret_cast<std::intptr_t>(OpenFolderAt(Wide(path), true)))
+    : m_folder(reinterpret_cast<std::intptr_t>(OpenFolderAt(WidePath(path), true)))
 {
 }
 
@@ -191,7 +193,7 @@ bool OpenFolder::SyncFolderOf(const char* name) const
 
 HANDLE FindFirstFileA(const char* path, WIN32_FIND_DATAA* found)
 {
-    std::wstring wide = Wide(path);
+    std::wstring wide = WidePath(path);
     while (wide.ends_with(L'\\') || wide.ends_with(L'/')) {
         wide.pop_back(); // a folder may be named so
     }
@@ -218,15 +220,25 @@ BOOL FindClose(HANDLE search)
 
 BOOL CreateDirectoryA(const char* path, const void*)
 {
-    return win::CreateDirectoryW(Wide(path).c_str(), nullptr);
+    return win::CreateDirectoryW(WidePath(path).c_str(), nullptr);
 }
 
 namespace {
+
+std::wstring WidePath(std::string_view path)
+{
+    const std::wstring wide = Wide(path);
+    return wide.size() < LongestPath ? wide : L"";
+}
 
 Entry::Entry(win::HANDLE folder, const char* name) : path(FinalPath(folder))
 {
     constexpr std::wstring_view Separators = L"\\/";
     std::wstring rest = Wide(name);
+    if (path.size() + 1 + rest.size() >= LongestPath) {
+        win::SetLastError(ERROR_INVALID_NAME);
+        path.clear();
+    }
     std::size_t end = rest.find_first_of(Separators);
     for (; !path.empty() && end != rest.npos; end = rest.find_first_of(Separators)) {
         const std::wstring part = rest.substr(0, end);
