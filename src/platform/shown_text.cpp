@@ -7,6 +7,7 @@ namespace {
 
 constexpr std::size_t LongestTitle = 160;
 constexpr std::size_t LongestLine = 2000;
+constexpr std::size_t HugeText = 100'000; // its lines are a tenth as long
 constexpr char16_t Replacement = 0xFFFD;
 constexpr char16_t Ellipsis = 0x2026;
 
@@ -56,12 +57,13 @@ std::u16string ShownAsTitle(std::u16string_view text)
 
 std::u16string WithShortLines(std::u16string_view text)
 {
+    const std::size_t longest = text.size() < HugeText ? LongestLine : LongestLine / 10;
     std::u16string broken;
     std::size_t length = 0;
     for (const char16_t c : text) {
         const bool isSecondOfPair = c >= 0xDC00 && c <= 0xDFFF;
         length = c == u'\n' ? 0 : length + 1;
-        if (length > LongestLine && !isSecondOfPair) {
+        if (length > longest && !isSecondOfPair) {
             broken += u'\n';
             length = 1;
         }

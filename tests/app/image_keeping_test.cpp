@@ -62,7 +62,7 @@ TEST_F(MainDialog, AnImageTakesItsFileNumberWhenItIsFetched)
             {"P_1_1.Q32", 1}, {"P_1_2.Q32", 2}, {"P_2_1.Q32", 3}};
         for (const auto& [name, id] : files) {
             ASSERT_TRUE(std::filesystem::exists(folder / name)) << name;
-            EXPECT_EQ(ReadQ32File((folder / name).c_str())->m_imageId, id) << name;
+            EXPECT_EQ(ReadQ32File((folder / name).string().c_str())->m_imageId, id) << name;
         }
         EXPECT_EQ(window.imageNumber, 2u);
     });

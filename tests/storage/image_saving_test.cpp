@@ -3,6 +3,7 @@
 #include "support/system_calls.h"
 
 #include <set>
+#include <sys/stat.h>
 
 namespace {
 
@@ -134,6 +135,14 @@ TEST_F(ImageSaving, AnImageIsSavedWhenAllOfItIsOnDisk)
         kept += saved <= id ? 1 : 0;
     }
     EXPECT_EQ(kept, 6);
+}
+
+TEST_F(ImageSaving, TheUmaskSaysWhoMayReadTheFile)
+{
+    const mode_t former = umask(0027);
+    EXPECT_EQ(Save("a_1_1.Q32", 1), "");
+    umask(former);
+    EXPECT_EQ(fs::status(Path("a_1_1.Q32")).permissions(), fs::perms(0640));
 }
 
 } // namespace

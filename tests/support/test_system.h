@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 // For this process and the libraries that it loads.
 void SetEnvironment(const char* name, const std::string& value);
@@ -16,3 +17,6 @@ void ReplaceFileBy(const std::string& newFile, const std::string& path);
 // The function of this name in the library, which is loaded when it is not yet; null when there is
 // none.
 void* FunctionOf(const char* library, const char* name);
+
+// The requests of the system that the program end in order, each made when its function is called.
+std::vector<void (*)()> EndRequests();

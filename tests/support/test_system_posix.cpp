@@ -1,6 +1,7 @@
 // Questions of tests to a POSIX system.
 #include "support/test_system.h"
 
+#include <csignal>
 #include <cstdlib>
 #include <dlfcn.h>
 #include <filesystem>
@@ -24,4 +25,9 @@ void* FunctionOf(const char* library, const char* name)
 {
     void* const module = dlopen(library, RTLD_NOW);
     return module != nullptr ? dlsym(module, name) : nullptr;
+}
+
+std::vector<void (*)()> EndRequests()
+{
+    return {[] { std::raise(SIGTERM); }, [] { std::raise(SIGINT); }, [] { std::raise(SIGHUP); }};
 }

@@ -1,6 +1,7 @@
 // Questions of tests to Windows.
 #include "support/test_system.h"
 
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <windows.h>
@@ -39,4 +40,15 @@ void* FunctionOf(const char* library, const char* name)
 {
     const HMODULE module = LoadLibraryA(library);
     return module != nullptr ? reinterpret_cast<void*>(GetProcAddress(module, name)) : nullptr;
+}
+
+// Ctrl+C reaches a program through its console.
+std::vector<void (*)()> EndRequests()
+{
+    return {[] { std::raise(SIGTERM); },
+            [] {
+                FreeConsole();
+                AllocConsole();
+                GenerateConsoleCtrlEvent(CTRL_C_EVENT, 0);
+            }};
 }

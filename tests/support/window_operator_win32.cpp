@@ -13,7 +13,7 @@
 namespace {
 
 constexpr wchar_t SeenMark[] = L"TarnTestSeen";
-constexpr int FileNameField = 0x480; // of the system's open-file dialog
+constexpr int FileNameField = 0x47C; // of the system's open-file dialog
 constexpr LPARAM Released = 3 << 30;
 
 // As the loop that runs, without the system's own.
@@ -55,14 +55,17 @@ void PressKey(WPARAM key)
     Send(Keyboard(), WM_KEYUP, key, Released);
 }
 
-// The click is lost when a rejected field takes the focus back. By then the button stands up again.
+// The click is lost when a rejected field takes the focus back; the release comes after whatever
+// the program has posted to itself.
 bool PressMouse(win::HWND button)
 {
     const LPARAM inside = MAKELPARAM(3, 3);
     Send(button, WM_LBUTTONDOWN, MK_LBUTTON, inside);
     const bool isReached = win::GetFocus() == button;
-    if (!isReached) {
-        Settle();
+    win::MSG posted;
+    while (!isReached &&
+           win::PeekMessageW(&posted, nullptr, 0, 0, PM_REMOVE | PM_QS_POSTMESSAGE) != FALSE) {
+        DispatchToDialogs(posted);
     }
     Send(button, WM_LBUTTONUP, 0, inside);
     return isReached;
@@ -199,7 +202,9 @@ void Operator::Desk::Choose(win::HWND dialog)
 {
     const std::string path = sHand->MeetFileDialog();
     if (win::IsWindowVisible(dialog) != FALSE && !path.empty()) {
-        win::SetDlgItemTextW(dialog, FileNameField, Wide(path).c_str());
+        const auto edit = reinterpret_cast<win::HWND>(
+            win::SendDlgItemMessageW(dialog, FileNameField, CBEM_GETEDITCONTROL, 0, 0));
+        win::SetWindowTextW(edit, Wide(path).c_str());
         PressMouse(win::GetDlgItem(dialog, IDOK));
     }
     if (win::IsWindowVisible(dialog) != FALSE) {

@@ -293,11 +293,12 @@ void FileWindow::Serve()
     m_loop->Quit(isChosen ? IDOK : IDCANCEL);
 }
 
-// What it has opened itself, such as a box, comes first.
+// What it has opened itself, such as a box, comes first. A window that is over is still there, and
+// may not bear to be told twice.
 void FileWindow::Stop()
 {
     NativeWindow::Stop();
-    if (m_window != nullptr) {
+    if (win::IsWindowVisible(m_window) != FALSE) {
         win::PostMessageW(win::GetLastActivePopup(m_window), WM_COMMAND, IDCANCEL, 0);
     }
 }
