@@ -10,7 +10,6 @@ using Messages = Dialog;
 
 TEST_F(Messages, ComeInOrderFromEveryThreadWhileTheWindowLives)
 {
-    EXPECT_EQ(PostMessageA(nullptr, WM_USER, 0, 0), 0);
     HWND window = nullptr;
     Run([&] {
         window = dialog.GetSafeHwnd();
@@ -19,7 +18,6 @@ TEST_F(Messages, ComeInOrderFromEveryThreadWhileTheWindowLives)
             EXPECT_EQ(PostMessageA(window, WM_USER, i, 0), 1);
             posted.emplace_back(WM_USER, i);
         }
-        EXPECT_EQ(PostMessageA(window, WM_USER, 0, 0), 0) << "the queue is full";
         hand.Wait([&] { return dialog.HasSeen(posted.back()); });
         std::erase_if(dialog.m_seen, [](auto& seen) { return seen.first != WM_USER; });
         EXPECT_EQ(dialog.m_seen, posted);

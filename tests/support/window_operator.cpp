@@ -458,3 +458,8 @@ unsigned WindowOperator::Pixel(int id, int x, int y) const
     const QPixmap window = widget->screen()->grabWindow(widget->window()->winId());
     return window.toImage().pixel(at) & 0xFFFFFF;
 }
+
+bool WindowOperator::LooksRejected(int id) const
+{
+    return Pixel(id, 1, 8) == 0xC00000;
+}

@@ -42,5 +42,6 @@ public:
     std::string ActiveTitle() const;
     // What stands on the screen at x, y of the control's client area, 0xRRGGBB.
     unsigned Pixel(int id, int x, int y) const;
+    bool LooksRejected(int id) const;            // a field, by what stands on the screen
     unsigned MinimizedPixel(int x, int y) const; // of what stands for the minimized window
 };

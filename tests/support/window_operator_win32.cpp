@@ -15,6 +15,7 @@ namespace {
 constexpr wchar_t SeenMark[] = L"TarnTestSeen";
 constexpr int FileNameField = 0x47C; // of the system's open-file dialog
 constexpr LPARAM Released = 3 << 30;
+constexpr UINT HelpKey = 0x4D; // the message that the system makes of F1
 
 // As the loop that runs, without the system's own.
 void ServeOnce()
@@ -250,7 +251,10 @@ bool Operator::Click(int id)
 bool Operator::Focus(int id)
 {
     const win::HWND control = Desk::Reach(id);
-    win::SetFocus(control);
+    if (control != nullptr) {
+        win::SendMessageW(win::GetParent(control), WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(control),
+                          TRUE);
+    }
     return control != nullptr && win::GetFocus() == control;
 }
 
@@ -317,7 +321,7 @@ void Operator::Mouse(int id, UINT what, int x, int y, UINT flags)
     const UINT button = what >= WM_RBUTTONDOWN ? MK_RBUTTON : MK_LBUTTON;
     if (what == WM_LBUTTONDBLCLK) {
         Mouse(id, WM_LBUTTONDOWN, x, y, flags);
-        Mouse(id, WM_LBUTTONUP, x, y);
+        Mouse(id, WM_LBUTTONUP, x, y, flags);
     }
     if (std::exchange(m_desk->m_place, place) != place) {
         Send(frame, WM_MOUSEMOVE, m_desk->m_buttons | flags, place);
@@ -329,7 +333,7 @@ void Operator::Mouse(int id, UINT what, int x, int y, UINT flags)
     m_desk->m_buttons = releases ? m_desk->m_buttons & ~button : m_desk->m_buttons | button;
     Send(frame, what, m_desk->m_buttons | flags, place);
     if (what == WM_LBUTTONDBLCLK) {
-        Mouse(id, WM_LBUTTONUP, x, y);
+        Mouse(id, WM_LBUTTONUP, x, y, flags);
     }
 }
 
@@ -375,6 +379,9 @@ void WindowOperator::Press(Key key)
     constexpr WPARAM Keys[] = {VK_RETURN, VK_ESCAPE, VK_F1,    VK_SPACE, VK_LEFT, VK_RIGHT,
                                VK_UP,     VK_DOWN,   VK_PRIOR, VK_NEXT,  VK_HOME, VK_END};
     PressKey(Keys[static_cast<int>(key)]);
+    if (key == Key::Help) {
+        Send(Keyboard(), HelpKey, 0);
+    }
 }
 
 void WindowOperator::Press(int id, Key key)
@@ -434,4 +441,9 @@ unsigned WindowOperator::Pixel(int id, int x, int y) const
     const win::COLORREF color = win::GetPixel(dc, x, y);
     win::ReleaseDC(control, dc);
     return GetRValue(color) << 16 | GetGValue(color) << 8 | GetBValue(color);
+}
+
+bool WindowOperator::LooksRejected(int id) const
+{
+    return Pixel(id, 1, 8) == 0xFFC8C8;
 }

@@ -234,8 +234,9 @@ void MessageBoxWindow::Fill(const std::wstring& text, const Layout& layout)
     const auto top = static_cast<int>(layout.client.cy) - 6 * unit;
     for (const Button& button : buttons) {
         const bool isFirst = button.id == buttons.front().id;
-        Add(L"Button", button.text, (isFirst ? BS_DEFPUSHBUTTON : BS_PUSHBUTTON) | WS_TABSTOP,
-            {x, top, x + width, top + 4 * unit}, button.id);
+        GuardClicks(Add(ButtonClass, button.text,
+                        (isFirst ? BS_DEFPUSHBUTTON : BS_PUSHBUTTON) | WS_TABSTOP,
+                        {x, top, x + width, top + 4 * unit}, button.id));
         x += width + unit;
     }
     win::SendMessageW(m_window, DM_SETDEFID, static_cast<win::WPARAM>(buttons.front().id), 0);

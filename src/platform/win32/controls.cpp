@@ -174,12 +174,12 @@ void CScrollBar::SetScrollPos(int position, BOOL redraw)
     SetScroll(m_hWnd, info.nMin, info.nMax, position, redraw);
 }
 
-void CSliderCtrl::SetRange(int minimum, int maximum, BOOL redraw)
+void CSliderCtrl::SetRange(int minimum, int maximum, BOOL)
 {
     const win::HWND bar = Native(m_hWnd);
     maximum = std::max(minimum, maximum);
     win::SendMessageW(bar, TBM_SETRANGEMIN, FALSE, minimum);
-    win::SendMessageW(bar, TBM_SETRANGEMAX, static_cast<WPARAM>(redraw), maximum);
+    win::SendMessageW(bar, TBM_SETRANGEMAX, TRUE, maximum);
     win::SendMessageW(bar, TBM_SETPAGESIZE, 0, std::max(1, (maximum - minimum) / 5));
 }
 

@@ -15,6 +15,8 @@ constexpr win::WORD UnnamedControl = 0xFFFF;
 constexpr std::size_t LongestPath = 32'768; // characters
 constexpr int WheelNotch = 120;
 
+win::HWND takenBackIn = nullptr; // the window whose field took the focus back in this round
+
 class DialogWindow : public NativeWindow
 {
 public:
@@ -28,6 +30,8 @@ void ShowHints(const CDialog& dialog, win::HWND window);
 win::INT_PTR CALLBACK DialogProc(win::HWND window, win::UINT message, win::WPARAM wParam,
                                  win::LPARAM lParam);
 void LiftButtons(win::HWND window);
+win::LRESULT CALLBACK ButtonProc(win::HWND button, win::UINT message, win::WPARAM wParam,
+                                 win::LPARAM lParam, win::UINT_PTR, win::DWORD_PTR);
 
 } // namespace
 
@@ -72,9 +76,18 @@ bool MarkRejected(HWND field, const std::string& reason)
 void ReturnTo(HWND field)
 {
     const win::HWND edit = Native(field);
-    RunSoon([window = win::GetParent(edit)] { LiftButtons(window); });
+    takenBackIn = win::GetParent(edit);
+    RunSoon([window = takenBackIn] {
+        takenBackIn = nullptr;
+        LiftButtons(window);
+    });
     win::SetFocus(edit);
     win::SendMessageW(edit, EM_SETSEL, 0, -1);
+}
+
+void GuardClicks(win::HWND button)
+{
+    win::SetWindowSubclass(button, &ButtonProc, 0, 0);
 }
 
 CDialog* DialogOf(win::HWND window)
@@ -121,9 +134,21 @@ void LiftButtons(win::HWND window)
         win::ReleaseCapture();
     }
     win::HWND button = nullptr;
-    while ((button = win::FindWindowExW(window, button, L"Button", nullptr)) != nullptr) {
+    while ((button = win::FindWindowExW(window, button, ButtonClass, nullptr)) != nullptr) {
         win::SendMessageW(button, BM_SETSTATE, FALSE, 0);
     }
+}
+
+// A key with Alt and a screen reader click in one go, whatever the focus does meanwhile.
+win::LRESULT CALLBACK ButtonProc(win::HWND button, win::UINT message, win::WPARAM wParam,
+                                 win::LPARAM lParam, win::UINT_PTR, win::DWORD_PTR)
+{
+    const bool isClick = message == BM_CLICK || message == WM_LBUTTONUP;
+    const win::HWND window = win::GetParent(button);
+    if (isClick && (window == takenBackIn || win::IsWindowEnabled(window) == FALSE)) {
+        return 0;
+    }
+    return win::DefSubclassProc(button, message, wParam, lParam);
 }
 
 struct ControlForm
@@ -135,13 +160,13 @@ struct ControlForm
 };
 
 constexpr ControlForm ControlForms[] = {
-    {ControlKind::PushButton, L"Button", BS_PUSHBUTTON | WS_TABSTOP, 0},
-    {ControlKind::DefaultButton, L"Button", BS_DEFPUSHBUTTON | WS_TABSTOP, 0},
-    {ControlKind::CheckBox, L"Button", BS_AUTOCHECKBOX | WS_TABSTOP, 0},
-    {ControlKind::RadioButton, L"Button", BS_AUTORADIOBUTTON | WS_TABSTOP, 0},
+    {ControlKind::PushButton, ButtonClass, BS_PUSHBUTTON | WS_TABSTOP, 0},
+    {ControlKind::DefaultButton, ButtonClass, BS_DEFPUSHBUTTON | WS_TABSTOP, 0},
+    {ControlKind::CheckBox, ButtonClass, BS_AUTOCHECKBOX | WS_TABSTOP, 0},
+    {ControlKind::RadioButton, ButtonClass, BS_AUTORADIOBUTTON | WS_TABSTOP, 0},
     {ControlKind::Label, L"Static", SS_LEFTNOWORDWRAP, 0},
     {ControlKind::Edit, EditClass, ES_AUTOHSCROLL | WS_TABSTOP, WS_EX_CLIENTEDGE},
-    {ControlKind::GroupBox, L"Button", BS_GROUPBOX, 0},
+    {ControlKind::GroupBox, ButtonClass, BS_GROUPBOX, 0},
     {ControlKind::Frame, FrameClass, WS_CLIPSIBLINGS, WS_EX_STATICEDGE},
     {ControlKind::HorizontalScrollBar, ScrollBarClass, SBS_HORZ | WS_TABSTOP, 0},
     {ControlKind::VerticalScrollBar, ScrollBarClass, SBS_VERT | WS_TABSTOP, 0},
@@ -174,6 +199,9 @@ void CreateControls(const CDialog& dialog, win::HWND window)
             reinterpret_cast<win::HMENU>(id), win::GetModuleHandleW(nullptr), nullptr);
         win::SetWindowLongPtrW(made, GWLP_USERDATA, reinterpret_cast<win::LONG_PTR>(&control));
         win::SendMessageW(made, WM_SETFONT, reinterpret_cast<win::WPARAM>(DialogFont()), FALSE);
+        if (form.className == ButtonClass) {
+            GuardClicks(made);
+        }
         if (control.kind == ControlKind::DefaultButton) {
             win::SendMessageW(window, DM_SETDEFID, id, 0);
         }

@@ -14,6 +14,7 @@ CDialog* DialogOf(win::HWND window);
 inline constexpr wchar_t FrameClass[] = L"TarnTestFrame";
 inline constexpr wchar_t ScrollBarClass[] = L"ScrollBar";
 inline constexpr wchar_t EditClass[] = L"Edit";
+inline constexpr wchar_t ButtonClass[] = L"Button";
 bool IsOfClass(win::HWND window, std::wstring_view className);
 
 // Creates a window for a dialog or box without controls, not shown; its messages go to procedure,
@@ -31,6 +32,10 @@ win::HWND CreateDialogWindow(const WindowForm& form, win::DLGPROC procedure, win
 // Texts that are only shown, and titles, see shown_text.h.
 std::wstring ShownText(std::string_view text);
 std::wstring ShownTitle(std::string_view text);
+
+// From now on clicks of the button are lost while its window takes no input and, when a field of
+// the window has taken the focus back, until the next round of the loop.
+void GuardClicks(win::HWND button);
 
 // The font of dialogs: that of the templates, made once for the life of the process.
 win::HFONT DialogFont();
