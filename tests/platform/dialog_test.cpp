@@ -268,6 +268,44 @@ TEST_F(Dialog, PictureStandsRightSideUpAndClipped)
     });
 }
 
+TEST_F(Dialog, ControlsGoWithTheCornerOfTheWindow)
+{
+    static constexpr ControlTemplate Controls[] = {
+        {Picture, ControlKind::Frame, "", {4, 4, 60, 70}, GrowsAcross | GrowsDown},
+        {Flag, ControlKind::GroupBox, "Box", {70, 4, 60, 70}, MovesAcross},
+    };
+    static constexpr DialogTemplate Template{1, "Test",   140,  80,  "MS Sans Serif",
+                                             8, Controls, true, true};
+    CDialog resizable(Template, nullptr);
+    const auto place = [&](int id) { // its left edge in the window, its height
+        RECT window, client;
+        POINT corner{0, 0};
+        resizable.GetDlgItem(id).GetWindowRect(&window);
+        resizable.GetDlgItem(id).GetClientRect(&client);
+        resizable.ScreenToClient(&corner);
+        return std::pair(corner.x + window.left, client.bottom);
+    };
+    const auto looks = [&] {
+        hand.Serve(50);
+        std::vector<unsigned> pixels;
+        for (int x = 0; x < 50; ++x) {
+            pixels.push_back(hand.Pixel(Flag, x, 7));
+        }
+        return pixels;
+    };
+    hand.Run(resizable, [&] {
+        const std::vector<unsigned> opened = looks();
+        EXPECT_GT(std::ranges::count(opened, opened.back()), 5) << "the frame beside the text";
+        const auto box = place(Flag), frame = place(Picture);
+        for (const auto& [wider, grown] : {std::pair{200, 200}, {-100, 100}, {-3000, 0}}) {
+            hand.Resize(wider, wider);
+            EXPECT_EQ(place(Flag), std::pair(box.first + grown, box.second));
+            EXPECT_EQ(place(Picture), std::pair(frame.first, frame.second + grown));
+            EXPECT_EQ(looks(), opened);
+        }
+    });
+}
+
 TEST_F(Box, EscapeGivesTheAnswerThatDoesNothing)
 {
     constexpr std::pair<UINT, int> Answers[] = {{MB_OK | MB_ICONEXCLAMATION, IDOK},

@@ -354,6 +354,12 @@ void WindowOperator::PressLetter(char letter, bool withAlt)
              withAlt ? Qt::AltModifier : Qt::NoModifier);
 }
 
+void WindowOperator::Resize(int wider, int higher)
+{
+    m_desk->Window().resize(m_desk->Window().size() + QSize(wider, higher));
+    QCoreApplication::processEvents();
+}
+
 void WindowOperator::Invoke(int id)
 {
     InvokeAction(m_desk->Find<QAbstractButton>(id));

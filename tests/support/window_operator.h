@@ -28,6 +28,8 @@ public:
     void Press(Key key);         // where the keyboard is
     void Press(int id, Key key); // after moving the keyboard to the control
     void PressLetter(char letter, bool withAlt = false);
+    // Makes the window so much larger, as a drag of its lower right corner does.
+    void Resize(int wider, int higher);
     void Invoke(int id); // a button, by the first action that an accessibility tool is offered
     void Later(int milliseconds, std::function<void()> action);
 

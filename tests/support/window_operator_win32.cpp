@@ -45,9 +45,19 @@ win::HWND Keyboard()
     return win::GetFocus() != nullptr ? win::GetFocus() : win::GetActiveWindow();
 }
 
+// The window manager gives it to the topmost window some time after another has opened or closed.
+void AwaitKeyboard()
+{
+    const auto& top = static_cast<NativeWindow&>(ModalLoop::Open().back()->Window());
+    for (int i = 0; i < 20 && win::GetForegroundWindow() != top.Window(); ++i) {
+        ServeOnce();
+    }
+}
+
 // The press may move the focus, and the release goes where it is then.
 void PressKey(WPARAM key)
 {
+    AwaitKeyboard();
     Send(Keyboard(), WM_KEYDOWN, key);
     win::MSG character;
     while (win::PeekMessageW(&character, nullptr, WM_CHAR, WM_DEADCHAR, PM_REMOVE) != FALSE) {
@@ -150,6 +160,7 @@ struct Operator::Desk
 Operator::Operator() : m_desk(std::make_unique<Desk>())
 {
     Desk::sHand = this;
+    win::SetCursorPos(0, 0); // away from the windows, which would see it move
 }
 
 Operator::~Operator()
@@ -216,7 +227,9 @@ void Operator::Desk::Choose(win::HWND dialog)
 
 win::HWND Operator::Desk::Find(int id)
 {
-    const win::HWND control = Native(ModalLoop::TopDialog()->GetDlgItem(id).GetSafeHwnd());
+    AwaitKeyboard();
+    const win::HWND window = Native(ModalLoop::TopDialog()->GetSafeHwnd());
+    const win::HWND control = win::GetDlgItem(window, id);
     EXPECT_NE(control, nullptr) << "The dialog has no such control " << id;
     return control;
 }
@@ -386,8 +399,9 @@ void WindowOperator::Press(Key key)
 
 void WindowOperator::Press(int id, Key key)
 {
-    Focus(id);
-    Press(key);
+    if (Focus(id)) {
+        Press(key);
+    }
 }
 
 void WindowOperator::PressLetter(char letter, bool withAlt)
@@ -396,6 +410,15 @@ void WindowOperator::PressLetter(char letter, bool withAlt)
         return Send(Keyboard(), WM_SYSCHAR, static_cast<WPARAM>(letter), 1 << 29);
     }
     PressKey(letter == '+' ? VK_ADD : static_cast<WPARAM>(win::VkKeyScanW(letter) & 0xFF));
+}
+
+void WindowOperator::Resize(int wider, int higher)
+{
+    const win::HWND window = Native(Dialog().GetSafeHwnd());
+    win::RECT place{};
+    win::GetWindowRect(window, &place);
+    win::SetWindowPos(window, nullptr, 0, 0, place.right - place.left + wider,
+                      place.bottom - place.top + higher, SWP_NOMOVE | SWP_NOZORDER);
 }
 
 void WindowOperator::Invoke(int id)

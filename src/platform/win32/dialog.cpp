@@ -15,7 +15,7 @@ constexpr win::WORD UnnamedControl = 0xFFFF;
 constexpr std::size_t LongestPath = 32'768; // characters
 constexpr int WheelNotch = 120;
 
-win::HWND takenBackIn = nullptr; // the window whose field took the focus back in this round
+std::uint64_t takenBack = 0; // the dispatched message in which a field took the focus back
 
 class DialogWindow : public NativeWindow
 {
@@ -76,11 +76,8 @@ bool MarkRejected(HWND field, const std::string& reason)
 void ReturnTo(HWND field)
 {
     const win::HWND edit = Native(field);
-    takenBackIn = win::GetParent(edit);
-    RunSoon([window = takenBackIn] {
-        takenBackIn = nullptr;
-        LiftButtons(window);
-    });
+    takenBack = DispatchedMessages();
+    RunSoon([window = win::GetParent(edit)] { LiftButtons(window); });
     win::SetFocus(edit);
     win::SendMessageW(edit, EM_SETSEL, 0, -1);
 }
@@ -144,8 +141,8 @@ win::LRESULT CALLBACK ButtonProc(win::HWND button, win::UINT message, win::WPARA
                                  win::LPARAM lParam, win::UINT_PTR, win::DWORD_PTR)
 {
     const bool isClick = message == BM_CLICK || message == WM_LBUTTONUP;
-    const win::HWND window = win::GetParent(button);
-    if (isClick && (window == takenBackIn || win::IsWindowEnabled(window) == FALSE)) {
+    if (isClick && (takenBack == DispatchedMessages() ||
+                    win::IsWindowEnabled(win::GetParent(button)) == FALSE)) {
         return 0;
     }
     return win::DefSubclassProc(button, message, wParam, lParam);
@@ -260,6 +257,9 @@ void OnSize(CDialog& dialog, WPARAM type, LPARAM size)
         win::SetWindowPos(child, nullptr, place.left, place.top, place.right - place.left,
                           place.bottom - place.top, SWP_NOZORDER | SWP_NOACTIVATE);
     }
+    // Group boxes do not clip what lies in them, nor are clipped.
+    win::RedrawWindow(Native(dialog.GetSafeHwnd()), nullptr, nullptr,
+                      RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN);
     dialog.Send(WM_SIZE, type, size);
 }
 

@@ -18,6 +18,7 @@ constexpr wchar_t LaterClass[] = L"TarnTestLater";
 std::deque<std::function<void()>> actions;
 std::atomic<win::HWND> laterWindow = nullptr;
 const win::MSG* taken = nullptr; // by DispatchToDialogs, the innermost
+std::uint64_t dispatched = 1;    // by it, with the start of the program
 
 // Since timers, paint requests and input were served.
 DeliverySlice slice;
@@ -96,13 +97,19 @@ void DispatchToDialogs(win::MSG& message)
     if (!open.empty() && static_cast<NativeWindow&>(open.back()->Window()).Ignores(message)) {
         return;
     }
-    const ScopedValue<const win::MSG*> dispatched(taken, &message);
+    const ScopedValue<const win::MSG*> innermost(taken, &message);
+    ++dispatched;
     const win::HWND top =
         message.hwnd != nullptr ? win::GetAncestor(message.hwnd, GA_ROOT) : nullptr;
     if (top == nullptr || win::IsDialogMessageW(top, &message) == FALSE) {
         win::TranslateMessage(&message);
         win::DispatchMessageW(&message);
     }
+}
+
+std::uint64_t DispatchedMessages()
+{
+    return dispatched;
 }
 
 void ServeBehindPosted(win::HWND window, win::UINT message, win::WPARAM wParam, win::LPARAM lParam)

@@ -41,6 +41,7 @@ private:
 
 // Hands a message to its window, as the loops of dialogs do.
 void DispatchToDialogs(win::MSG& message);
+std::uint64_t DispatchedMessages(); // how many it has taken
 
 // The system serves posted messages before everything else. Called with each one before its handler
 // runs, this serves the timers, paint requests and input that a storm of them would starve. Nothing
