@@ -41,6 +41,8 @@ Pictures MakePictures(std::uint32_t width, std::uint32_t height)
             static_cast<std::uint32_t>(Images * (200 + level) + 4 * 12 * normal(random)));
         pictures.darks.sums.push_back(
             static_cast<std::uint32_t>(Images * 200 + 4 * 3 * normal(random)));
+        pictures.flats.total += pictures.flats.sums.back();
+        pictures.darks.total += pictures.darks.sums.back();
     }
     return pictures;
 }

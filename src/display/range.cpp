@@ -1,7 +1,7 @@
 // The range functions and the front ends that feed them an image's samples.
 #include "display/range.h"
 
-#include "display/vector_clones.h"
+#include "image/vector_clones.h"
 
 #include <algorithm>
 #include <cmath>

@@ -4,7 +4,7 @@
 #include "display/resample.h"
 
 #include "display/truncate.h"
-#include "display/vector_clones.h"
+#include "image/vector_clones.h"
 
 #include <algorithm>
 #include <cmath>

@@ -2,6 +2,7 @@
 #include "measure/defects.h"
 
 #include "measure/local_median.h"
+#include "measure/response.h"
 
 #include <algorithm>
 #include <cmath>
@@ -15,55 +16,52 @@ constexpr double NoiseFactor = 6;
 constexpr std::uint32_t LongestShortRun = 10; // pixels; a longer one is a line
 constexpr std::uint32_t RunPixelsPerNeighbor = 10;
 
-constexpr std::uint8_t Taken = 128; // beside a pixel's rules: it belongs to a group already
-
-// The rules that each pixel breaks.
+// The rules that pixels break, found in any order.
 class Marks
 {
 public:
-    Marks(std::uint32_t columns, std::uint32_t rows)
-        : width(columns), height(rows), m_rules(std::size_t{columns} * rows)
-    {
-    }
-
-    void Mark(std::size_t i, std::uint8_t rule)
-    {
-        if (m_rules[i] == 0) {
-            m_marked.push_back(i);
-        }
-        m_rules[i] |= rule;
-    }
-    bool Has(std::int64_t x, std::int64_t y) const
-    {
-        return x >= 0 && y >= 0 && x < width && y < height && m_rules[IndexOf(x, y)] != 0;
-    }
-    void Take(std::int64_t x, std::int64_t y) { m_rules[IndexOf(x, y)] |= Taken; }
-    bool IsTaken(std::int64_t x, std::int64_t y) const
-    {
-        return (m_rules[IndexOf(x, y)] & Taken) != 0;
-    }
+    void Mark(std::size_t i, std::uint8_t rule) { m_marks.push_back({i, rule}); }
     // Row by row from the top left.
-    std::vector<DefectivePixel> Pixels() const;
-
-    const std::uint32_t width, height;
+    std::vector<DefectivePixel> Pixels(std::uint32_t width);
 
 private:
-    std::size_t IndexOf(std::int64_t x, std::int64_t y) const
+    struct IndexedRule
     {
-        return static_cast<std::size_t>(y) * width + static_cast<std::size_t>(x);
-    }
-
-    std::vector<std::uint8_t> m_rules;
-    std::vector<std::size_t> m_marked;
+        std::size_t i;
+        std::uint8_t rule;
+    };
+    std::vector<IndexedRule> m_marks;
 };
 
-std::vector<float> ResponseOf(const ImageSums& flats, const ImageSums& darks);
-double ResponseNoise(const ImageSums& flats, const std::vector<float>& response);
+// Where the defective pixels are, and which of them belong to a group already.
+class DefectMap
+{
+public:
+    // The pixels row by row; they must outlive the map.
+    DefectMap(const std::vector<DefectivePixel>& pixels, std::uint32_t height);
+
+    bool Has(std::int64_t x, std::int64_t y) const { return Find(x, y) != None; }
+    bool IsTaken(std::int64_t x, std::int64_t y) const { return m_isTaken[Find(x, y)]; }
+    // False when there is no defective pixel or it is taken already.
+    bool Take(std::int64_t x, std::int64_t y);
+
+private:
+    static constexpr std::size_t None = static_cast<std::size_t>(-1);
+    std::size_t Find(std::int64_t x, std::int64_t y) const;
+
+    const std::vector<DefectivePixel>& m_pixels;
+    std::vector<std::size_t> m_rows; // where each begins
+    std::vector<bool> m_isTaken;
+};
+
+Response ResponseOf(const ImageSums& flats, const ImageSums& darks);
+double ResponseNoise(const Response& response);
 void MarkNoisy(const ImageSums& darks, Marks& marks);
-std::vector<DefectGroup> GroupDefects(Marks& marks, const std::vector<DefectivePixel>& pixels);
-void TakeLines(Marks& marks, bool alongRows, const std::vector<DefectivePixel>& pixels,
+std::vector<DefectGroup> GroupDefects(const std::vector<DefectivePixel>& pixels,
+                                      std::uint32_t height);
+void TakeLines(DefectMap& map, bool alongRows, const std::vector<DefectivePixel>& pixels,
                std::vector<DefectGroup>& groups);
-DefectGroup TakeCluster(Marks& marks, std::uint32_t x, std::uint32_t y);
+DefectGroup TakeCluster(DefectMap& map, std::uint32_t x, std::uint32_t y);
 
 } // namespace
 
@@ -76,7 +74,7 @@ bool AddImage(ImageSums& sums, const GrayView& view, bool withSquares)
         sums.sums.assign(pixels, 0);
         sums.squares.assign(withSquares ? pixels : 0, 0);
     }
-    if (sums.width != view.width || sums.height != view.height || sums.images == 65536) {
+    if (sums.width != view.width || sums.height != view.height || sums.images == MostSummedImages) {
         return false;
     }
     WithSampleType(view, [&](auto sample) {
@@ -86,6 +84,7 @@ bool AddImage(ImageSums& sums, const GrayView& view, bool withSquares)
             for (std::uint32_t x = 0; x < view.width; ++x) {
                 rowSums[x] += row[x];
             }
+            sums.total += std::accumulate(row, row + view.width, std::uint64_t{0});
             if (withSquares) {
                 std::uint64_t* const squares = &sums.squares[std::size_t{y} * view.width];
                 for (std::uint32_t x = 0; x < view.width; ++x) {
@@ -101,79 +100,115 @@ bool AddImage(ImageSums& sums, const GrayView& view, bool withSquares)
 Defects FindDefects(const ImageSums& flats, const ImageSums& darks)
 {
     Defects defects;
-    Marks marks(flats.width, flats.height);
-    const std::vector<float> response = ResponseOf(flats, darks);
-    const FloatImage image = {response.data(), flats.width, flats.height};
-
+    Marks marks;
+    const Response response = ResponseOf(flats, darks);
     defects.decidedRules = Dead | UnderResponding | OverResponding;
-    VisitOutliers(image, WideWindow, UnderShare, OverShare,
-                  [&](std::size_t i, double value, double median) {
-                      marks.Mark(i, value <= 0 || value < DeadShare * median ? Dead
-                                    : value > OverShare * median             ? OverResponding
-                                                                             : UnderResponding);
-                  });
-    defects.responseNoise = ResponseNoise(flats, response);
+    defects.responseNoise = ResponseNoise(response);
+    OutlierVisit markNonUniform;
     if (defects.responseNoise <= MostNoiseForNonUniformity) {
         defects.decidedRules |= NonUniformPixel;
-        VisitOutliers(image, NarrowWindow, 1 - UniformShare, 1 + UniformShare,
-                      [&](std::size_t i, double, double) { marks.Mark(i, NonUniformPixel); });
+        markNonUniform = [&](std::size_t i, double, const Surroundings&) {
+            marks.Mark(i, NonUniformPixel);
+        };
     }
+    VisitOutliers(response, {NarrowWindow, 1 - UniformShare, 1 + UniformShare}, markNonUniform,
+                  {WideWindow, UnderShare, OverShare},
+                  [&](std::size_t i, double value, const Surroundings& around) {
+                      marks.Mark(i, value <= 0 || around.MedianIsAbove(value, DeadShare) ? Dead
+                                    : around.MedianIsBelow(value, OverShare) ? OverResponding
+                                                                             : UnderResponding);
+                  });
     if (darks.images >= DarksForNoise && !darks.squares.empty()) {
         defects.decidedRules |= Noisy;
         MarkNoisy(darks, marks);
     }
-
-    defects.pixels = marks.Pixels();
-    defects.groups = GroupDefects(marks, defects.pixels);
+    defects.pixels = marks.Pixels(flats.width);
+    defects.groups = GroupDefects(defects.pixels, flats.height);
     return defects;
 }
 
 namespace {
 
-std::vector<DefectivePixel> Marks::Pixels() const
+std::vector<DefectivePixel> Marks::Pixels(std::uint32_t width)
 {
-    std::vector<std::size_t> sorted = m_marked;
-    std::ranges::sort(sorted);
+    std::ranges::sort(m_marks, {}, &IndexedRule::i);
     std::vector<DefectivePixel> pixels;
-    for (const std::size_t i : sorted) {
-        pixels.push_back({static_cast<std::uint32_t>(i % width),
-                          static_cast<std::uint32_t>(i / width), m_rules[i]});
+    for (std::size_t k = 0; k < m_marks.size(); ++k) {
+        const auto [i, rule] = m_marks[k];
+        if (k > 0 && m_marks[k - 1].i == i) {
+            pixels.back().rules |= rule;
+        } else {
+            pixels.push_back({static_cast<std::uint32_t>(i % width),
+                              static_cast<std::uint32_t>(i / width), rule});
+        }
     }
     return pixels;
 }
 
-std::uint64_t TotalOf(const ImageSums& images)
+DefectMap::DefectMap(const std::vector<DefectivePixel>& pixels, std::uint32_t height)
+    : m_pixels(pixels), m_isTaken(pixels.size())
 {
-    return std::accumulate(images.sums.begin(), images.sums.end(), std::uint64_t{0});
+    m_rows.reserve(std::size_t{height} + 1);
+    for (std::size_t k = 0; k < pixels.size(); ++k) {
+        m_rows.resize(std::size_t{pixels[k].y} + 1, k);
+    }
+    m_rows.resize(std::size_t{height} + 1, pixels.size());
 }
 
-std::vector<float> ResponseOf(const ImageSums& flats, const ImageSums& darks)
+std::size_t DefectMap::Find(std::int64_t x, std::int64_t y) const
 {
-    std::vector<float> response(flats.sums.size());
-    const bool hasDarks = darks.images > 0;
-    const double flatMean = static_cast<double>(TotalOf(flats)) / flats.images;
-    const double darkMean = hasDarks ? static_cast<double>(TotalOf(darks)) / darks.images : 0;
-    const double sign = flatMean < darkMean ? -1 : 1;
-    const double flatShare = sign / flats.images, darkShare = hasDarks ? sign / darks.images : 0;
-    // With a sum that is not used rather than none, so that the loop has no branch.
-    const std::uint32_t* const darkSums = hasDarks ? darks.sums.data() : flats.sums.data();
-    for (std::size_t i = 0; i < response.size(); ++i) {
-        response[i] = static_cast<float>(flats.sums[i] * flatShare - darkSums[i] * darkShare);
+    if (x < 0 || y < 0 || y + 1 >= std::ssize(m_rows)) {
+        return None;
     }
-    return response;
+    const auto row = static_cast<std::size_t>(y);
+    const auto first = m_pixels.begin() + static_cast<std::ptrdiff_t>(m_rows[row]);
+    const auto end = m_pixels.begin() + static_cast<std::ptrdiff_t>(m_rows[row + 1]);
+    const auto found = std::ranges::lower_bound(first, end, x, {}, &DefectivePixel::x);
+    return found == end || found->x != x ? None
+                                         : static_cast<std::size_t>(found - m_pixels.begin());
+}
+
+bool DefectMap::Take(std::int64_t x, std::int64_t y)
+{
+    const std::size_t pixel = Find(x, y);
+    if (pixel == None || m_isTaken[pixel]) {
+        return false;
+    }
+    m_isTaken[pixel] = true;
+    return true;
+}
+
+Response ResponseOf(const ImageSums& flats, const ImageSums& darks)
+{
+    const bool hasDarks = darks.images > 0;
+    const double flatMean = static_cast<double>(flats.total) / flats.images;
+    const double darkMean = hasDarks ? static_cast<double>(darks.total) / darks.images : 0;
+    const double sign = flatMean < darkMean ? -1 : 1;
+    return {.flats = flats.sums.data(),
+            // Sums that are not used rather than none, so that no loop has a branch.
+            .darks = hasDarks ? darks.sums.data() : flats.sums.data(),
+            .flatShare = sign / flats.images,
+            .darkShare = hasDarks ? sign / darks.images : 0,
+            .width = flats.width,
+            .height = flats.height,
+            .mean = sign * (flatMean - darkMean) / static_cast<double>(flats.sums.size())};
 }
 
 // From the differences of neighbors in a row, which shading hardly touches and single defects not
 // at all: their median size is 0.6745 standard deviations of a difference, sqrt 2 of one pixel's.
-double ResponseNoise(const ImageSums& flats, const std::vector<float>& response)
+double ResponseNoise(const Response& response)
 {
-    constexpr std::size_t MostSamples = 50000;
+    constexpr std::uint32_t MostSamples = 50000;
     std::vector<float> differences, values;
-    const std::size_t step = std::max<std::size_t>(1, response.size() / MostSamples);
-    for (std::size_t i = 0; i + 1 < response.size(); i += step) {
-        if ((i + 1) % flats.width != 0) {
-            differences.push_back(std::abs(response[i + 1] - response[i]));
-            values.push_back(response[i]);
+    const std::uint32_t pixels = response.width * response.height;
+    const std::uint32_t step = std::max(1u, pixels / MostSamples);
+    differences.reserve(pixels / step + 1);
+    values.reserve(pixels / step + 1);
+    for (std::size_t i = 0; i + 1 < pixels; i += step) {
+        if (static_cast<std::uint32_t>(i + 1) % response.width != 0) {
+            const float value = response.At(i);
+            differences.push_back(std::abs(response.At(i + 1) - value));
+            values.push_back(value);
         }
     }
     if (differences.empty()) {
@@ -201,17 +236,19 @@ void MarkNoisy(const ImageSums& darks, Marks& marks)
     }
 }
 
-std::vector<DefectGroup> GroupDefects(Marks& marks, const std::vector<DefectivePixel>& pixels)
+std::vector<DefectGroup> GroupDefects(const std::vector<DefectivePixel>& pixels,
+                                      std::uint32_t height)
 {
+    DefectMap map(pixels, height);
     std::vector<DefectGroup> groups;
-    TakeLines(marks, true, pixels, groups);
+    TakeLines(map, true, pixels, groups);
     std::vector<DefectivePixel> columnByColumn = pixels;
     std::ranges::sort(columnByColumn, {},
                       [](const DefectivePixel& pixel) { return std::pair(pixel.x, pixel.y); });
-    TakeLines(marks, false, columnByColumn, groups);
+    TakeLines(map, false, columnByColumn, groups);
     for (const DefectivePixel& pixel : pixels) {
-        if (!marks.IsTaken(pixel.x, pixel.y)) {
-            const DefectGroup cluster = TakeCluster(marks, pixel.x, pixel.y);
+        if (!map.IsTaken(pixel.x, pixel.y)) {
+            const DefectGroup cluster = TakeCluster(map, pixel.x, pixel.y);
             if (cluster.pixels > 1) {
                 groups.push_back(cluster);
             }
@@ -221,7 +258,7 @@ std::vector<DefectGroup> GroupDefects(Marks& marks, const std::vector<DefectiveP
 }
 
 // The pixels are sorted so that runs stand together.
-void TakeLines(Marks& marks, bool alongRows, const std::vector<DefectivePixel>& pixels,
+void TakeLines(DefectMap& map, bool alongRows, const std::vector<DefectivePixel>& pixels,
                std::vector<DefectGroup>& groups)
 {
     const std::int64_t stepX = alongRows ? 1 : 0, stepY = 1 - stepX;
@@ -230,7 +267,7 @@ void TakeLines(Marks& marks, bool alongRows, const std::vector<DefectivePixel>& 
         std::uint32_t neighbors = 0;
         do {
             const std::int64_t x = pixels[i].x, y = pixels[i].y;
-            neighbors += marks.Has(x - stepY, y - stepX) || marks.Has(x + stepY, y + stepX) ? 1 : 0;
+            neighbors += map.Has(x - stepY, y - stepX) || map.Has(x + stepY, y + stepX) ? 1 : 0;
             ++i;
         } while (i < pixels.size() && pixels[i].x == pixels[i - 1].x + stepX &&
                  pixels[i].y == pixels[i - 1].y + stepY);
@@ -241,17 +278,17 @@ void TakeLines(Marks& marks, bool alongRows, const std::vector<DefectivePixel>& 
         const DefectivePixel& start = pixels[first];
         groups.push_back({true, {start.x, start.y, alongRows ? run : 1, alongRows ? 1 : run}, run});
         for (std::size_t k = first; k < i; ++k) {
-            marks.Take(pixels[k].x, pixels[k].y);
+            map.Take(pixels[k].x, pixels[k].y);
         }
     }
 }
 
 // All pixels that hang together with the one at (x, y).
-DefectGroup TakeCluster(Marks& marks, std::uint32_t x, std::uint32_t y)
+DefectGroup TakeCluster(DefectMap& map, std::uint32_t x, std::uint32_t y)
 {
     std::uint32_t left = x, right = x, top = y, bottom = y, pixels = 0;
     std::vector<std::pair<std::uint32_t, std::uint32_t>> open = {{x, y}};
-    marks.Take(x, y);
+    map.Take(x, y);
     while (!open.empty()) {
         const auto [px, py] = open.back();
         open.pop_back();
@@ -262,8 +299,7 @@ DefectGroup TakeCluster(Marks& marks, std::uint32_t x, std::uint32_t y)
         bottom = std::max(bottom, py);
         for (std::int64_t ny = std::int64_t{py} - 1; ny <= std::int64_t{py} + 1; ++ny) {
             for (std::int64_t nx = std::int64_t{px} - 1; nx <= std::int64_t{px} + 1; ++nx) {
-                if (marks.Has(nx, ny) && !marks.IsTaken(nx, ny)) {
-                    marks.Take(nx, ny);
+                if (map.Take(nx, ny)) {
                     open.emplace_back(static_cast<std::uint32_t>(nx),
                                       static_cast<std::uint32_t>(ny));
                 }

@@ -14,9 +14,12 @@ struct ImageSums
     std::uint32_t width = 0, height = 0, images = 0;
     std::vector<std::uint32_t> sums;
     std::vector<std::uint64_t> squares; // only kept when asked for
+    std::uint64_t total = 0;            // of all sums
 };
 // Adds an image to the sums, which take its size from the first; false, and nothing added, when the
-// sizes differ or there are 65,536 images already. withSquares: the same in every call.
+// sizes differ or there are as many images already as the sums have room for. withSquares: the same
+// in every call.
+inline constexpr std::uint32_t MostSummedImages = 32768;
 bool AddImage(ImageSums& sums, const GrayView& view, bool withSquares);
 
 // The rules, as bits. The response of a pixel is its mean in the flats less that in the darks (less

@@ -1,8 +1,17 @@
 // Sums, and what follows from them.
 #include "measure/moments.h"
 
+#include "image/vector_clones.h"
+
 #include <algorithm>
 #include <cmath>
+
+namespace {
+
+void AddSamples(const std::uint8_t* samples, std::uint32_t count, Moments& moments);
+void AddSamples(const std::uint16_t* samples, std::uint32_t count, Moments& moments);
+
+} // namespace
 
 double Moments::Mean() const
 {
@@ -24,29 +33,50 @@ double Moments::StandardDeviation() const
     return std::sqrt(std::max(0.0, deviation) / static_cast<double>(count - 1));
 }
 
-// Squares are summed up in halves, so that all sums are of 32 bits, which vectors add fast.
-Moments MomentsOf(const GrayView& picture)
+Moments MomentsOf(const GrayView& view)
 {
-    const GrayView view = InMemoryOrder(picture);
-    constexpr std::uint32_t MostSamples = 65536; // of 16 bits, whose sums these are room for
+    const GrayView ordered = InMemoryOrder(view);
     Moments moments;
-    moments.count = view.Count();
-    WithSampleType(view, [&](auto sample) {
-        for (std::uint32_t y = 0; y < view.height; ++y) {
-            const auto* const row = view.Row<decltype(sample)>(y);
-            for (std::uint32_t first = 0; first < view.width; first += MostSamples) {
-                const std::uint32_t end = std::min(view.width - first, MostSamples) + first;
-                std::uint32_t sum = 0, lowHalves = 0, highHalves = 0;
-                for (std::uint32_t x = first; x < end; ++x) {
-                    const std::uint32_t value = row[x], square = value * value;
-                    sum += value;
-                    lowHalves += square & 0xFFFF;
-                    highHalves += square >> 16;
-                }
-                moments.sum += std::int64_t{sum};
-                moments.squares += (std::uint64_t{highHalves} << 16) + lowHalves;
-            }
+    moments.count = ordered.Count();
+    WithSampleType(ordered, [&](auto sample) {
+        for (std::uint32_t y = 0; y < ordered.height; ++y) {
+            AddSamples(ordered.Row<decltype(sample)>(y), ordered.width, moments);
         }
     });
     return moments;
 }
+
+namespace {
+
+// Squares are summed up in halves, so that all sums are of 32 bits, which vectors add fast.
+template <typename Sample>
+TARNTEST_IN_CLONES void AddSamplesOf(const Sample* samples, std::uint32_t count, Moments& moments)
+{
+    constexpr std::uint32_t MostSamples = 65536; // of 16 bits, whose sums these are room for
+    for (std::uint32_t first = 0; first < count; first += MostSamples) {
+        const std::uint32_t end = std::min(count - first, MostSamples) + first;
+        std::uint32_t sum = 0, lowHalves = 0, highHalves = 0;
+        for (std::uint32_t x = first; x < end; ++x) {
+            const std::uint32_t value = samples[x], square = value * value;
+            sum += value;
+            lowHalves += square & 0xFFFF;
+            highHalves += square >> 16;
+        }
+        moments.sum += std::int64_t{sum};
+        moments.squares += (std::uint64_t{highHalves} << 16) + lowHalves;
+    }
+}
+
+TARNTEST_VECTOR_CLONES
+void AddSamples(const std::uint8_t* samples, std::uint32_t count, Moments& moments)
+{
+    AddSamplesOf(samples, count, moments);
+}
+
+TARNTEST_VECTOR_CLONES
+void AddSamples(const std::uint16_t* samples, std::uint32_t count, Moments& moments)
+{
+    AddSamplesOf(samples, count, moments);
+}
+
+} // namespace
