@@ -1,6 +1,7 @@
 // The resampler. A display pixel shows the average of its block of source pixels. The blocks of one
 // display row stand side by side, so the picture is drawn in strips of display columns: for each
 // row the sums of the source columns first, with vectors, then the averages of the columns shown.
+// Of a large picture a second thread draws the upper half.
 #include "display/resample.h"
 
 #include "display/truncate.h"
@@ -9,9 +10,15 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <exception>
 #include <limits>
+#include <thread>
 
 namespace {
+
+// Display pixels of a picture that is worth a second thread, whose start and end take as long as
+// some ten thousand.
+constexpr std::uint32_t PixelsForTwoThreads = 1u << 20;
 
 // The most rows and columns of samples of a block that is drawn in a strip. The step keeps blocks
 // below this; others are summed sample by sample.
@@ -58,9 +65,28 @@ struct Strip
     Group groups[MaxTaps + 1]; // [number of source columns]
 };
 
+// Where the display rows or columns of a picture start in the source.
+struct Axis
+{
+    double start, scale;
+    std::uint32_t count;
+};
+
+// What is drawn of a picture: all but the empty blocks at its ends.
+struct Filled
+{
+    std::uint32_t columns, rows;
+};
+
 template <typename Sample>
 std::uint32_t Resample(const Source<Sample>& source, const std::uint8_t* lut, std::uint32_t cx,
                        std::uint32_t cy, double scaleX, double scaleY, CImage& display);
+template <typename Sample>
+Filled DrawInHalves(const Source<Sample>& source, const std::uint8_t* lut, Axis across, Axis up,
+                    std::uint8_t* picture, std::uint32_t lineLength);
+template <typename Sample>
+Filled DrawRows(const Source<Sample>& source, const std::uint8_t* lut, Axis across, Axis up,
+                std::uint8_t* picture, std::uint32_t lineLength) noexcept;
 
 double ScaleOf(std::uint32_t sourceWidth, std::uint32_t sourceHeight, std::uint32_t displayWidth,
                std::uint32_t displayHeight, double zoom);
@@ -178,46 +204,92 @@ std::uint32_t Resample(const Source<Sample>& source, const std::uint8_t* lut, st
     }
     const std::uint32_t top = (display.m_height - rows) / 2;
     std::uint8_t* const picture = display.m_data + std::size_t{display.m_width} * top;
-    const double yStart = FirstSource(cy, display.m_height, scaleY, source.height);
-    double x = std::trunc(FirstSource(cx, display.m_width, scaleX, source.width));
+    const Axis across = {std::trunc(FirstSource(cx, display.m_width, scaleX, source.width)), scaleX,
+                         columns};
+    const Axis up = {FirstSource(cy, display.m_height, scaleY, source.height), scaleY, rows};
+    const Filled filled = DrawInHalves(source, lut, across, up, picture, display.m_width);
+    RepeatIntoEmptyBlocks(picture, display.m_width, rows, columns, filled.rows, filled.columns,
+                          lut[0]);
+    return rows * columns;
+}
 
-    const bool fewRows = scaleY + 2 <= static_cast<double>(MaxTaps) * source.step;
-    std::uint32_t column = 0, filledRows = 0;
-    while (column < columns) {
-        const Block block = BlockAt(x, scaleX, source.width);
+// Both halves write other rows and read what does not change. Without a second thread this one
+// draws all of it.
+template <typename Sample>
+Filled DrawInHalves(const Source<Sample>& source, const std::uint8_t* lut, Axis across, Axis up,
+                    std::uint8_t* picture, std::uint32_t lineLength)
+{
+    if (std::uint64_t{across.count} * up.count < PixelsForTwoThreads ||
+        std::thread::hardware_concurrency() < 2) {
+        return DrawRows(source, lut, across, up, picture, lineLength);
+    }
+    Axis lower = up, upper = up;
+    lower.count = up.count / 2;
+    upper.count = up.count - lower.count;
+    for (std::uint32_t row = 0; row < lower.count; ++row) {
+        upper.start += up.scale; // added up as the rows do it, which rounds
+    }
+    Filled ofUpper{};
+    const auto drawUpper = [&] {
+        ofUpper = DrawRows(source, lut, across, upper,
+                           picture + std::size_t{lineLength} * lower.count, lineLength);
+    };
+    std::thread helper;
+    try {
+        helper = std::thread(drawUpper);
+    } catch (const std::exception&) {
+        drawUpper();
+    }
+    Filled filled = DrawRows(source, lut, across, lower, picture, lineLength);
+    if (helper.joinable()) {
+        helper.join();
+    }
+    filled.rows += ofUpper.rows;
+    return filled;
+}
+
+template <typename Sample>
+Filled DrawRows(const Source<Sample>& source, const std::uint8_t* lut, Axis across, Axis up,
+                std::uint8_t* picture, std::uint32_t lineLength) noexcept
+{
+    const bool fewRows = up.scale + 2 <= static_cast<double>(MaxTaps) * source.step;
+    double x = across.start;
+    Filled filled{};
+    while (filled.columns < across.count) {
+        const Block block = BlockAt(x, across.scale, source.width);
         if (block.IsEmpty()) {
             break;
         }
         Strip strip;
         if (fewRows) {
-            x = FillStrip(strip, x, scaleX, columns - column, source.width, source.step);
+            x = FillStrip(strip, x, across.scale, across.count - filled.columns, source.width,
+                          source.step);
         }
-        std::uint8_t* line = picture + column;
-        double y = yStart;
+        std::uint8_t* line = picture + filled.columns;
+        double y = up.start;
         Block former{0, 0};
-        for (filledRows = 0; filledRows < rows; ++filledRows) {
-            const Block blockRows = BlockAt(y, scaleY, source.height);
+        for (filled.rows = 0; filled.rows < up.count; ++filled.rows) {
+            const Block blockRows = BlockAt(y, up.scale, source.height);
             if (blockRows.IsEmpty()) {
                 break;
             }
             if (strip.columns == 0) {
                 *line = DrawBlock(source, blockRows, block, lut);
             } else if (blockRows.lo == former.lo && blockRows.hi == former.hi) {
-                std::memcpy(line, line - display.m_width, strip.columns);
+                std::memcpy(line, line - lineLength, strip.columns);
             } else {
                 DrawStrip(strip, source, blockRows, lut, line);
             }
             former = blockRows;
-            line += display.m_width;
-            y += scaleY;
+            line += lineLength;
+            y += up.scale;
         }
         if (strip.columns == 0) {
-            x += scaleX;
+            x += across.scale;
         }
-        column += std::max(strip.columns, 1u);
+        filled.columns += std::max(strip.columns, 1u);
     }
-    RepeatIntoEmptyBlocks(picture, display.m_width, rows, columns, filledRows, column, lut[0]);
-    return rows * columns;
+    return filled;
 }
 
 // Both axes use the larger of the two, so that the aspect ratio stays.

@@ -38,7 +38,8 @@ ViewCenter CenterFor(const PicturePlace& place, std::uint32_t sourceWidth,
 // (cx, cy in source pixels) above it; the picture starts at the left edge and is centered
 // vertically. Pixels outside the picture stay as they are. lut: DisplayLutSize entries, of which
 // the lowest 4,096 are used. Does nothing when an image is missing or has no pixels, when the
-// source's pixels are not of 1 or 2 bytes, or when the zoom is not above 0.
+// source's pixels are not of 1 or 2 bytes, or when the zoom is not above 0. Of a picture of a
+// million display pixels or more a second thread draws half, while this call lasts.
 void RenderToDisplay(const CImage* source, const std::uint8_t* lut, double zoom, std::uint32_t cx,
                      std::uint32_t cy, CImage* display);
 

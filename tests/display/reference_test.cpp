@@ -10,7 +10,10 @@
 #include <cstring>
 #include <gtest/gtest.h>
 #include <numeric>
+#include <pthread.h>
 #include <random>
+#include <system_error>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -172,11 +175,13 @@ TEST(Render, EqualsTheReferenceBitForBit)
     Lut lut(DisplayLutSize);
     std::generate(lut.begin(), lut.end(), randomByte);
     for (int round = 0; round < 250; ++round) {
-        const bool large = round % 10 == 0;
-        CImage source(within(1, large ? 6000 : 300), within(1, large ? 100 : 300),
+        const bool large = round % 10 == 4, huge = round % 25 == 0; // huge: by two threads
+        const std::uint32_t widest = large ? 6000 : 300, highest = large ? 100 : 300;
+        CImage source(within(1, huge ? 3000 : widest), within(1, huge ? 2000 : highest),
                       round % 2 ? 8 : 16, 0, 1);
         std::generate_n(source.m_data, source.m_dataSize, randomByte);
-        const std::uint32_t width = within(1, large ? 2600 : 400), height = within(1, 300);
+        const std::uint32_t width = huge ? 2000 : within(1, large ? 2600 : 400);
+        const std::uint32_t height = huge ? 1001 : within(1, 300);
         CImage fast(width, height, 8, 0, 1), expected(width, height, 8, 0, 1);
         fast.Fill(DisplayBackground);
         expected.Fill(DisplayBackground);
@@ -188,6 +193,22 @@ TEST(Render, EqualsTheReferenceBitForBit)
             << source.m_width << "x" << source.m_height << " into " << width << "x" << height
             << " zoom " << zoom << " around " << cx << ", " << cy;
     }
+}
+
+TEST(Render, DrawsAllOfALargePictureWhereNoSecondThreadStarts)
+{
+    CImage source(1200, 1000, 16, 0, 1), two(1200, 1000, 8, 0, 1), one(1200, 1000, 8, 0, 1);
+    std::generate_n(source.m_data, source.m_dataSize, std::minstd_rand());
+    Draw(two, &source, 1, 600, 500);
+    pthread_attr_t former, noRoom;
+    pthread_getattr_default_np(&former);
+    pthread_getattr_default_np(&noRoom);
+    pthread_attr_setstacksize(&noRoom, std::size_t{1} << 46);
+    pthread_setattr_default_np(&noRoom);
+    EXPECT_THROW(std::thread([] {}), std::system_error);
+    Draw(one, &source, 1, 600, 500);
+    pthread_setattr_default_np(&former);
+    EXPECT_EQ(std::memcmp(one.m_data, two.m_data, one.m_dataSize), 0);
 }
 
 } // namespace
