@@ -78,9 +78,7 @@ struct ScriptedExports
     static void TARN_CALL FreeObject(void* object)
     {
         current->Begin(Export::FreeObject, {object != nullptr ? "" : "null"});
-        if (object != nullptr && current->m_objects.erase(object) == 0) {
-            ++current->wrongFrees;
-        }
+        current->wrongFrees += current->m_objects.Free(object) ? 0 : 1;
     }
 
 private:
@@ -106,33 +104,23 @@ private:
     static void Read(Script& script, std::uint32_t number, const Table& table,
                      const typename Table::key_type& key, TarnValue** out)
     {
-        struct Holder
-        {
-            ScriptedLibrary::Parameter parameter;
-            TarnValue value = {};
-        };
         const auto found = table.find(key);
         if (found == table.end()) {
             script.result = NoSuchParameter;
             return;
         }
-        const auto holder = std::make_shared<Holder>(Holder{found->second});
-        const ScriptedLibrary::Parameter& parameter = holder->parameter;
-        TarnValue& value = holder->value;
-        value.tag = TagOf(
-            number, script.fault == Fault::WrongType ? 99 : TypeOfAlternative[parameter.index()]);
-        const bool pointers = script.fault != Fault::NullTexts;
+        const ScriptedLibrary::Parameter& parameter = found->second;
+        tarn::Value value{TypeOfAlternative[parameter.index()], 0, {}, number};
         if (const auto* integer = std::get_if<std::uint32_t>(&parameter)) {
-            value.value = *integer;
+            value.number = *integer;
         } else if (const auto* flag = std::get_if<std::int32_t>(&parameter)) {
-            value.value = static_cast<std::uint32_t>(*flag);
+            value.number = static_cast<std::uint32_t>(*flag);
         } else if (const auto* text = std::get_if<std::string>(&parameter)) {
-            value.value = pointers ? reinterpret_cast<std::uintptr_t>(text->c_str()) : 0;
+            value.bytes = *text;
         } else if (const auto* block = std::get_if<ScriptedLibrary::Block>(&parameter)) {
-            value.value = block->size();
-            value.pointer = pointers ? block->data() : nullptr;
+            value.bytes.assign(block->begin(), block->end());
         }
-        HandOut(holder, value, out);
+        *out = current->m_objects.Give(value, RuleOf(script));
     }
 
     static void Work(Script&, std::uint32_t number, const TarnValue* value)
@@ -149,11 +137,6 @@ private:
 
     static void Work(Script& script, const char*, std::uint32_t number, TarnImageRecord** out)
     {
-        struct Holder
-        {
-            ScriptedImage image;
-            TarnImageRecord record = {};
-        };
         const auto found = std::ranges::find_if(current->images, [number](const auto& image) {
             return number == 0 || image.number == number;
         });
@@ -161,23 +144,14 @@ private:
             script.result = NoSuchImage;
             return;
         }
-        const auto holder = std::make_shared<Holder>(Holder{*found});
-        const ScriptedImage& image = holder->image;
-        const bool texts = script.fault != Fault::NullTexts;
-        const bool pixels = script.fault != Fault::NullEntries && !image.pixels.empty();
-        TarnImageRecord& record = holder->record;
-        record.width = image.width;
-        record.height = image.height;
-        record.pixelBytes = image.pixelBytes;
-        record.bitsPerSample = image.bitsPerSample;
-        record.imageId = image.imageId;
-        record.pixels = pixels ? image.pixels.data() : nullptr;
-        record.headerText = texts ? image.headerText.c_str() : nullptr;
-        record.userId = texts ? image.userId.c_str() : nullptr;
-        if (current->onImage && script.result == 0) {
-            current->onImage(record);
+        ScriptedImage image = *found;
+        if (script.fault == Fault::NullEntries) {
+            image.pixels = {};
         }
-        HandOut(holder, record, out);
+        *out = current->m_objects.Give(image, RuleOf(script));
+        if (current->onImage && script.result == 0) {
+            current->onImage(**out);
+        }
     }
 
     static void Work(Script&, const char*, std::uint32_t imageId)
@@ -193,23 +167,11 @@ private:
 
     static void Work(Script& script, DeviceList** out)
     {
-        struct Holder
-        {
-            std::vector<ScriptedDevice> devices;
-            std::vector<DeviceListEntry> entries = {};
-            DeviceList list = {};
-        };
-        const auto holder = std::make_shared<Holder>(Holder{current->devices});
-        const bool texts = script.fault != Fault::NullTexts;
-        for (const auto& device : holder->devices) {
-            holder->entries.push_back({device.number, device.state,
-                                       texts ? device.name.c_str() : nullptr,
-                                       texts ? device.description.c_str() : nullptr});
+        std::vector<tarn::Device> devices;
+        for (const auto& [number, state, name, description] : current->devices) {
+            devices.push_back({number, state, name, description});
         }
-        holder->list.count = static_cast<std::uint32_t>(holder->entries.size());
-        holder->list.entries =
-            script.fault == Fault::NullEntries ? nullptr : holder->entries.data();
-        HandOut(holder, holder->list, out);
+        *out = current->m_objects.Give(devices, RuleOf(script));
     }
 
     // A description that fills the capacity is not terminated.
@@ -229,11 +191,11 @@ private:
         *handle = PreviewHandle;
     }
 
-    template <typename Record>
-    static void HandOut(const std::shared_ptr<void>& holder, Record& record, Record** out)
+    static tarn::FaultRule RuleOf(const Script& script)
     {
-        current->m_objects[&record] = holder;
-        *out = &record;
+        return {.wrongType = script.fault == Fault::WrongType,
+                .nullTexts = script.fault == Fault::NullTexts,
+                .noEntries = script.fault == Fault::NullEntries};
     }
 };
 

@@ -3,11 +3,11 @@
 #pragma once
 
 #include "device/libraries.h"
+#include "simulator/tarn/objects.h"
 
 #include <cstdint>
 #include <functional>
 #include <map>
-#include <memory>
 #include <string>
 #include <utility>
 #include <variant>
@@ -17,7 +17,7 @@
 enum class Fault
 {
     None,
-    WrongType,   // a parameter of a type that nobody asks for
+    WrongType,   // a parameter of another type
     NullTexts,   // every text and block pointer is null
     NullEntries, // a device list or image whose sizes are kept, but without entries or pixels
 };
@@ -30,18 +30,13 @@ struct ScriptedDevice
     std::string description = "Scripted sensor";
 };
 
-// An image in the store. The number asked for is its own, or 0 for the first of the store.
-struct ScriptedImage
+// An image in the store; a null pointer for pixels when there are none. The number asked for is its
+// own, or 0 for the first of the store.
+struct ScriptedImage : tarn::StoredImage
 {
+    ScriptedImage() : StoredImage{2, 2, 2, 12, 1, 0, std::vector<std::uint8_t>(8), {}, {}} {}
+
     std::uint32_t number = 1;
-    std::uint32_t imageId = 1;
-    std::uint32_t width = 2;
-    std::uint32_t height = 2;
-    std::uint32_t pixelBytes = 2;
-    std::uint32_t bitsPerSample = 12;
-    std::vector<std::uint8_t> pixels = std::vector<std::uint8_t>(8, 0); // null pointer when empty
-    std::string headerText;
-    std::string userId;
 };
 
 // Replaces the loaded libraries while it exists. One at a time.
@@ -90,7 +85,7 @@ public:
     // Those that begin with one of the prefixes.
     std::vector<std::string> CallsOf(std::initializer_list<const char*> prefixes) const;
 
-    std::size_t Outstanding() const { return m_objects.size(); } // handed out and not freed
+    std::size_t Outstanding() const { return m_objects.Outstanding(); } // handed out, not freed
     unsigned wrongFrees = 0; // of addresses that were not outstanding
 
 private:
@@ -108,5 +103,5 @@ private:
     Script Begin(Export which, std::initializer_list<std::string> arguments);
 
     std::map<Export, Script> m_scripts;
-    std::map<void*, std::shared_ptr<void>> m_objects; // what each lives in until it is freed
+    tarn::ObjectLedger m_objects;
 };
