@@ -7,6 +7,7 @@
 #include "platform/policy.h"
 #include "resources/settings_dialog_template.h"
 #include "simulator/tarn/hand_switch.h"
+#include "simulator/tarn/store.h"
 #include "storage/paths.h"
 #include "support/headless_program.h"
 #include "support/image_ledger.h"
@@ -20,30 +21,19 @@
 #include <gtest/gtest.h>
 #include <optional>
 #include <random>
-#include <thread>
+#include <ranges>
 
 namespace {
 
 namespace fs = std::filesystem;
 
-// Of the workflow, in the order in which a life passes them. Pairs with MomentNames.
-enum class Moment
-{
-    Start,
-    StoredLoop,
-    Idle,
-    Arming,
-    Armed,
-    Reading,
-    Question,
-    Saving,
-    Settings,
-    Closing,
-    Count
-};
-constexpr const char* MomentNames[] = {"start",         "stored loop", "idle",          "arming",
-                                       "armed",         "reading",     "question open", "saving",
-                                       "settings open", "closing"};
+// Of the workflow, in the order in which a life passes them.
+using Moment = std::string_view;
+constexpr Moment Start = "start", StoredLoop = "stored loop", Idle = "idle", Arming = "arming",
+                 Armed = "armed", Reading = "reading", QuestionOpen = "question open",
+                 Saving = "saving", SettingsOpen = "settings open", Closing = "closing";
+constexpr Moment Moments[] = {Start,   StoredLoop,   Idle,   Arming,       Armed,
+                              Reading, QuestionOpen, Saving, SettingsOpen, Closing};
 
 // What goes wrong: a result instead of the work, an object that is not what was asked for, or time.
 struct Kind
@@ -72,17 +62,17 @@ struct Effect
     int questions;   // more or less than in a healthy life
 };
 constexpr Effect Effects[] = {
-    {Export::Open, Moment::Start, 1, -6}, // whose failure the next call shares
-    {Export::SetLibraryParam, Moment::Start, 1, 0},
-    {Export::SetNotifyWindow, Moment::Start, 0, -4}, // no event comes
-    {Export::GetImageCount, Moment::StoredLoop, 0, -2},
-    {Export::GetImage, Moment::StoredLoop, 3, -1},
-    {Export::RemoveImage, Moment::StoredLoop, 0, 1},
-    {Export::EnableCapture, Moment::Arming, 1, 0},
-    {Export::GetImage, Moment::Reading, 1, -1},
-    {Export::GetImage, Moment::Question, 1, -1},
-    {Export::GetImage, Moment::Saving, 1, 0},
-    {Export::GetImage, Moment::Settings, 1, -1},
+    {Export::Open, Start, 1, -6}, // whose failure the next call shares
+    {Export::SetLibraryParam, Start, 1, 0},
+    {Export::SetNotifyWindow, Start, 0, -4}, // no event comes
+    {Export::GetImageCount, StoredLoop, 0, -2},
+    {Export::GetImage, StoredLoop, 3, -1},
+    {Export::RemoveImage, StoredLoop, 0, 1},
+    {Export::EnableCapture, Arming, 1, 0},
+    {Export::GetImage, Reading, 1, -1},
+    {Export::GetImage, QuestionOpen, 1, -1},
+    {Export::GetImage, Saving, 1, 0},
+    {Export::GetImage, SettingsOpen, 1, -1},
 };
 constexpr int HealthyQuestions = 6;
 
@@ -118,15 +108,6 @@ public:
     {
         fs::create_directories(m_folder);
         SetEnvironment("TARN_SIMULATOR", (m_folder / "Tarn.ini").string());
-        Configure("exposure_delay = 0");
-        TarnOpen(nullptr, "");
-        TarnEnableCapture(0, CaptureUserId, 0);
-        std::uint32_t count = 0;
-        for (int tries = 0; count == 0 && tries < 20'000; TarnGetImageCount(&count), ++tries) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }
-        TarnClose();
-        fs::rename(m_folder / "Store", m_folder / "OldStore");
     }
     ~Simulator() { fs::remove_all(m_folder); }
 
@@ -143,7 +124,8 @@ public:
     void RestoreStore() const
     {
         fs::remove_all(m_folder / "Store");
-        fs::copy(m_folder / "OldStore", m_folder / "Store");
+        tarn::ImageStore store((m_folder / "Store").string());
+        store.Add({16, 16, 2, 12, store.TakeId(), 0, std::vector<std::uint8_t>(512, 9), "", ""});
     }
 
     // As the program would load them, in the order of the record and of the table.
@@ -195,13 +177,13 @@ public:
         m_moment = moment;
         m_begin = std::move(begin);
         m_end = std::move(end);
-        if (moment == Moment::Start) {
+        if (moment == Start) {
             m_begin();
         }
         m_program.DoModal();
         EXPECT_EQ(headless::LiveWindows() + headless::LiveTimers() + headless::OpenBoxes(), 0u);
         Set("");
-        if (FailsAt(Export::Close, Moment::Closing)) {
+        if (FailsAt(Export::Close, Closing)) {
             EXPECT_EQ(TarnClose(), 0u);
         }
         m_ledger.EndRun(true);
@@ -248,7 +230,7 @@ public:
         const bool seen = effect != std::end(Effects);
         // What came without pixels is asked about instead of saved.
         const bool unsaved =
-            operation == Export::GetImage && rule.starts_with("empty") && moment == Moment::Saving;
+            operation == Export::GetImage && rule.starts_with("empty") && moment == Saving;
         ExpectNotices(seen && fails ? effect->resultBoxes : 0, kind.boxText,
                       (seen && noObject ? effect->questions : 0) + (unsaved ? 1 : 0));
     }
@@ -318,8 +300,8 @@ private:
     {
         return m_failing == operation && m_moment == moment;
     }
-    bool IsRefused() const { return FailsAt(Export::Open, Moment::Start); }
-    bool IsDeaf() const { return IsRefused() || FailsAt(Export::SetNotifyWindow, Moment::Start); }
+    bool IsRefused() const { return FailsAt(Export::Open, Start); }
+    bool IsDeaf() const { return IsRefused() || FailsAt(Export::SetNotifyWindow, Start); }
 
     // After the next poll.
     void ExpectButtons()
@@ -372,32 +354,32 @@ private:
         if (&dialog != &m_program) {
             return UseSettings();
         }
-        Leave(Moment::Start);
-        At(Moment::StoredLoop, [] { headless::RunFor(1000); });
-        At(Moment::Idle, [&] {
+        Leave(Start);
+        At(StoredLoop, [] { headless::RunFor(1000); });
+        At(Idle, [&] {
             for (const int id : {IdInfo, IdTestImageMode, IdEightBitRead, IdZoomIn}) {
                 m_hand.Click(id);
             }
         });
         if (!IsRefused()) {
-            At(Moment::Arming, [&] { m_hand.Click(IdEnable); });
+            At(Arming, [&] { m_hand.Click(IdEnable); });
             MakeReady();
-            At(Moment::Armed, [&] { m_hand.Click(IdAbort); });
-            const bool lasts = m_moment == Moment::Reading;
+            At(Armed, [&] { m_hand.Click(IdAbort); });
+            const bool lasts = m_moment == Reading;
             StartExposure(lasts ? "readout_time = " + std::to_string(m_readOut) : "");
-            At(Moment::Reading, [&] { FinishExposure(); });
+            At(Reading, [&] { FinishExposure(); });
             m_awaited = true;
             StartExposure();
             FinishExposure();
             m_awaited = false;
             m_hand.Click(IdAutoSaveImages);
             StartExposure();
-            At(Moment::Saving, [&] { FinishExposure(); });
+            At(Saving, [&] { FinishExposure(); });
             m_hand.Click(IdAutoSaveImages);
         }
-        At(Moment::Settings, [&] { m_hand.Click(IdSettings); });
+        At(SettingsOpen, [&] { m_hand.Click(IdSettings); });
         Disarm();
-        At(Moment::Closing, [&] { m_hand.Click(IdExit); });
+        At(Closing, [&] { m_hand.Click(IdExit); });
         EXPECT_FALSE(IsOpen());
     }
 
@@ -432,7 +414,7 @@ private:
     {
         if (image && std::exchange(m_awaited, false)) {
             m_keeps = true;
-            At(Moment::Question, [this] { Arrive(); });
+            At(QuestionOpen, [this] { Arrive(); });
             m_keeps = false;
             return IDNO;
         }
@@ -480,7 +462,7 @@ private:
     Operator m_hand;
     HeadlessProgram m_program;
     std::string m_lines;
-    Moment m_moment = Moment::Count;
+    Moment m_moment;
     std::function<void()> m_begin, m_end;
     std::vector<std::string> m_results; // texts of the boxes that show one
     int m_questions = 0;
@@ -497,13 +479,13 @@ TEST(Faults, EveryOperationFailsAtEveryMoment)
     int cells = 0;
     for (const ExportEntry& operation : Exports) {
         for (const Kind& kind : Kinds) {
-            for (int moment = 0; moment < static_cast<int>(Moment::Count); ++moment) {
+            for (const Moment moment : Moments) {
                 if (!Applies(kind, operation.which)) {
                     continue;
                 }
-                SCOPED_TRACE(testing::Message() << operation.name << " = " << kind.rule << ", at "
-                                                << MomentNames[moment]);
-                Life(simulator).RunWith(operation.which, kind, static_cast<Moment>(moment));
+                SCOPED_TRACE(testing::Message()
+                             << operation.name << " = " << kind.rule << ", at " << moment);
+                Life(simulator).RunWith(operation.which, kind, moment);
                 ++cells;
             }
         }
@@ -524,23 +506,22 @@ TEST(Faults, TheNextExposureWorksAfterEveryAccident)
         const char* text;
         int questions;
     } Accidents[] = {
-        {"sensors = none", Moment::Idle, 0, "", 0},
-        {"sensors = none", Moment::Armed, 1, "Warning number: 30\n", 0},
-        {"sensors = none", Moment::Reading, 1, "Error number: 18\n", -1},
-        {"sensors = none", Moment::Question, 0, "", 0},
-        {"sensors = none", Moment::Settings, 0, "", 0},
-        {"device_fault = 1 101 error 7", Moment::Armed, 1, "Error number: 7\n", 0},
-        {"store_limit = 0", Moment::Arming, 1, "Error number: 11\n", 0},
-        {"event_2 = never", Moment::Reading, 0, "", -1},
-        {"event_2 = late 1", Moment::Reading, 0, "", 0},
-        {"event_2 = twice", Moment::Reading, 1, "Error number: 12\n", 0},
-        {"event_2 = missing", Moment::Reading, 1, "Error number: 12\n", -1},
+        {"sensors = none", Idle, 0, "", 0},
+        {"sensors = none", Armed, 1, "Warning number: 30\n", 0},
+        {"sensors = none", Reading, 1, "Error number: 18\n", -1},
+        {"sensors = none", QuestionOpen, 0, "", 0},
+        {"sensors = none", SettingsOpen, 0, "", 0},
+        {"device_fault = 1 101 error 7", Armed, 1, "Error number: 7\n", 0},
+        {"store_limit = 0", Arming, 1, "Error number: 11\n", 0},
+        {"event_2 = never", Reading, 0, "", -1},
+        {"event_2 = late 1", Reading, 0, "", 0},
+        {"event_2 = twice", Reading, 1, "Error number: 12\n", 0},
+        {"event_2 = missing", Reading, 1, "Error number: 12\n", -1},
     };
     const Simulator simulator;
     for (const auto& accident : Accidents) {
         for (const bool leave : {false, true}) {
-            SCOPED_TRACE(testing::Message() << accident.line << " at "
-                                            << MomentNames[static_cast<int>(accident.moment)]
+            SCOPED_TRACE(testing::Message() << accident.line << " at " << accident.moment
                                             << (leave ? ", leaving" : ""));
             Life life(simulator);
             if (accident.text == std::string_view("Error number: 18\n")) {
@@ -556,7 +537,7 @@ TEST(Faults, TheNextExposureWorksAfterEveryAccident)
             if (!left) {
                 life.ExpectNotices(accident.resultBoxes, accident.text, accident.questions);
             }
-            const bool inBox = accident.moment == Moment::Question;
+            const bool inBox = accident.moment == QuestionOpen;
             EXPECT_EQ(left, leave && !inBox);
         }
     }
@@ -567,7 +548,7 @@ TEST(Faults, ArmsAndAbortsAThousandTimes)
     const Simulator simulator;
     Life life(simulator);
     life.Run(
-        Moment::Idle, [] {},
+        Idle, [] {},
         [&] {
             for (int time = 0; time < 1000; ++time) {
                 life.MakeReady();
@@ -582,10 +563,9 @@ TEST(Faults, TheProgramEndsAHundredTimesAtEveryMoment)
 {
     const Simulator simulator;
     for (int time = 0; time < 100; ++time) {
-        for (int moment = static_cast<int>(Moment::StoredLoop);
-             moment < static_cast<int>(Moment::Count); ++moment) {
-            SCOPED_TRACE(MomentNames[moment]);
-            Life(simulator).Run(static_cast<Moment>(moment), headless::EndSession, [] {});
+        for (const Moment moment : Moments | std::views::drop(1)) {
+            SCOPED_TRACE(moment);
+            Life(simulator).Run(moment, headless::EndSession, [] {});
         }
     }
 }

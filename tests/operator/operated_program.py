@@ -55,9 +55,9 @@ class OperatedProgram(ScreenProgram):
             call.startswith(name) for call in calls) >= count, f"{count} calls of {name}", 40)
         return calls
 
-    def expect_calls(self, *patterns, calls=None):
+    def expect_calls(self, *patterns):
         """The library saw calls that match these patterns, in this order, others between them."""
-        calls = calls or self.calls()
+        calls = self.calls()
         rest = iter(calls)
         for number, pattern in enumerate(patterns, 1):
             assert any(re.search(pattern, call) for call in rest), \

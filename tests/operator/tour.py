@@ -196,13 +196,22 @@ def help_on_keys(program):
     program.answer(r"(?s)Tarn test .+On the picture:\n  wheel: .+", "OK")
 
 
-def auto_enable(program):
-    calls = series(program, "Auto enable", "Enable")
-    program.expect_calls(*["TarnGetImage ", "TarnRemoveImage", "TarnEnableCapture"] * 10, calls=calls)
-
-
-def auto_save(program):
-    calls = series(program, "Auto save images", "Auto enable", "Enable")
+def auto_enable_and_save(program):
+    """Ten exposures or more without a hand, until one sensor stays armed, as nobody exposes, and is
+    disarmed."""
+    program.configure(time_factor=20, exposure_delay=1)
+    for name in ("Auto save images", "Auto enable", "Enable"):
+        program.click(name)
+    calls = program.calls_until("TarnRemoveImage", 10)
+    program.configure(time_factor=1, exposure_delay="never")
+    time.sleep(1)
+    program.expect(**ARMED)
+    program.take_screenshot()
+    program.click("Abort")
+    program.gone(PREVIEW)
+    program.click("Auto enable")
+    program.expect(**IDLE, checked={"Auto enable": False})
+    calls += program.calls()
     removed = [call for call in calls if call.startswith("TarnRemoveImage")]
     saved = list(program.images.glob("*.Q32"))
     assert len(saved) == len(removed) >= 10, f"{len(removed)} images removed, {saved} saved"
@@ -321,27 +330,9 @@ def arm(program):
     program.expect("Ready to take image", **ARMED)
 
 
-def series(program, *controls):
-    """Ten exposures or more without a hand, until one sensor stays armed, as nobody exposes, and is
-    disarmed. Returns what the library saw."""
-    program.configure(time_factor=20, exposure_delay=1)
-    for name in controls:
-        program.click(name)
-    calls = program.calls_until("TarnRemoveImage", 10)
-    program.configure(time_factor=1, exposure_delay="never")
-    time.sleep(1)
-    program.expect(**ARMED)
-    program.take_screenshot()
-    program.click("Abort")
-    program.gone(PREVIEW)
-    program.click("Auto enable")
-    program.expect(**IDLE, checked={"Auto enable": False})
-    return calls + program.calls()
-
-
 STEPS = (first_start, keyboard, armed, exit_refused, abort, image_kept, stored_images,
          image_removed, window_and_level, zoom_and_pan, mouse_on_picture, enlarged, help_on_keys,
-         auto_enable, auto_save, open_file, inspector, device_report, sensor_settings, leave, looks)
+         auto_enable_and_save, open_file, inspector, device_report, sensor_settings, leave, looks)
 
 
 def main(build, screenshots):
