@@ -1,78 +1,19 @@
-// The mouse and the keys on the picture, over windows without a screen.
-#include "platform/boxes.h"
-#include "support/headless_program.h"
-#include "support/scripted_library.h"
+// The mouse and the keys on the picture, and its size, over windows without a screen.
+#include "app/shown_image.h"
+#include "display/resample.h"
+#include "platform/field_text.h"
 
 #include <cmath>
-#include <functional>
-#include <gtest/gtest.h>
 
 namespace {
 
-constexpr std::uint32_t ImageEvent = 2;
-
-struct Program : HeadlessProgram
-{
-    using CTarnTestDlg::displayImage;
-    using CTarnTestDlg::gamma;
-    using CTarnTestDlg::scaleCenter;
-    using CTarnTestDlg::scaleWidth;
-    using CTarnTestDlg::viewCenterX;
-    using CTarnTestDlg::viewCenterY;
-    using CTarnTestDlg::zoom;
-
-    PicturePlace Place() const
-    {
-        return PlacePicture(currentImage->m_width, currentImage->m_height, displayImage->m_width,
-                            displayImage->m_height, zoom, viewCenterX, viewCenterY);
-    }
-    // The source's column and row from below at the middle of a pixel of the image area.
-    double Column(int x) const { return Place().left + (x + 0.5) * Place().scale; }
-    double Row(int y) const
-    {
-        return Place().bottom + (displayImage->m_height - 0.5 - y) * Place().scale;
-    }
-};
-
-class ImageInput : public testing::Test
+class ImageInput : public ShownImage
 {
 protected:
-    // Shows an image of 12-bit noise and runs the script.
-    void Run(std::uint32_t width, std::uint32_t height, const std::function<void()>& script)
-    {
-        ScriptedImage image;
-        image.width = width;
-        image.height = height;
-        image.pixels.resize(std::size_t{2} * width * height);
-        for (std::size_t i = 0; i < image.pixels.size(); ++i) {
-            image.pixels[i] = static_cast<std::uint8_t>(i * i >> 7 & (i % 2 != 0 ? 0x0F : 0xFF));
-        }
-        library.images = {image};
-        hand.WhenBox("Remove image?", IDNO);
-        hand.Run(program, [&] {
-            program.Send(WM_TARN_EVENT, 1, ImageEvent);
-            script();
-        });
-        headless::Reset();
-    }
-
-    void Drag(UINT press, int x, int y, int toX, int toY)
-    {
-        hand.Mouse(IdImageArea, press, x, y);
-        hand.Mouse(IdImageArea, WM_MOUSEMOVE, (x + toX) / 2, (y + toY) / 3);
-        hand.Mouse(IdImageArea, WM_MOUSEMOVE, toX, toY);
-        hand.Mouse(IdImageArea, press == WM_LBUTTONDOWN ? WM_LBUTTONUP : WM_RBUTTONUP, toX, toY);
-        hand.Mouse(IdImageArea, WM_MOUSEMOVE, x, y);
-    }
-
     int Position(int id) const
     {
         return CScrollBar(program.GetDlgItem(id).GetSafeHwnd()).GetScrollPos();
     }
-
-    ScriptedLibrary library;
-    Operator hand;
-    Program program;
 };
 
 // Upright, lying and tiny pictures, enlarged beyond the image area on both sides; the view shows
@@ -80,49 +21,49 @@ protected:
 TEST_F(ImageInput, TheWheelZoomsAroundThePointBelowTheMouse)
 {
     for (const auto& [width, height] : {std::pair{1300u, 1700u}, {2000u, 700u}, {64u, 48u}}) {
-        Run(width, height, [&] {
+        Run(Noise(width, height), [&] {
             const int bottom = static_cast<int>(program.displayImage->m_height) - 1;
-            const double lowest = program.Row(bottom);
+            const double lowest = Row(bottom);
             for (int notch = 1; notch <= 8; ++notch) {
-                const double column = program.Column(250);
-                const double row = program.Row(200);
+                const double column = Column(250);
+                const double row = Row(200);
                 hand.TurnWheel(IdImageArea, 50, 250, 200);
                 hand.TurnWheel(IdImageArea, 70, 250, 200);
                 EXPECT_DOUBLE_EQ(program.zoom, std::pow(1.5, notch));
                 if (notch > 4) {
-                    EXPECT_NEAR(program.Column(250), column, 1.0) << notch;
-                    EXPECT_NEAR(program.Row(200), row, 1.0) << notch;
+                    EXPECT_NEAR(Column(250), column, 1.0) << notch;
+                    EXPECT_NEAR(Row(200), row, 1.0) << notch;
                 }
             }
             hand.TurnWheel(IdImageArea, -480, 0, 0);
             hand.TurnWheel(IdImageArea, 240, 739, bottom);
-            EXPECT_LE(program.Column(739), program.currentImage->m_width);
-            EXPECT_GE(program.Row(bottom), 0);
+            EXPECT_LE(Column(739), program.currentImage->m_width);
+            EXPECT_GE(Row(bottom), 0);
             hand.TurnWheel(IdImageArea, -1320, 0, 0);
             EXPECT_EQ(program.zoom, 1.0);
-            EXPECT_EQ(program.Row(bottom), lowest);
+            EXPECT_EQ(Row(bottom), lowest);
         });
     }
 }
 
 TEST_F(ImageInput, TheLeftButtonMovesThePictureAndADoubleClickShowsItWhole)
 {
-    Run(1300, 1700, [&] {
-        Drag(WM_LBUTTONDOWN, 300, 200, 400, 300);
+    Run(Noise(1300, 1700), [&] {
+        Drag(WM_LBUTTONDOWN, {300, 200}, {400, 300});
         EXPECT_EQ(program.viewCenterX, 650u) << "moved at zoom 1";
         hand.Click(IdZoomIn);
         hand.Click(IdZoomIn);
         hand.Click(IdZoomIn);
-        const double column = program.Column(300);
-        const double row = program.Row(200);
-        Drag(WM_LBUTTONDOWN, 300, 200, 340, 130);
-        EXPECT_NEAR(program.Column(340), column, 1.0);
-        EXPECT_NEAR(program.Row(130), row, 1.0);
+        const double column = Column(300);
+        const double row = Row(200);
+        Drag(WM_LBUTTONDOWN, {300, 200}, {340, 130});
+        EXPECT_NEAR(Column(340), column, 1.0);
+        EXPECT_NEAR(Row(130), row, 1.0);
         EXPECT_LT(Position(IdHorizontalBar), 16);
-        Drag(WM_LBUTTONDOWN, 300, 200, -5000, 5000);
+        Drag(WM_LBUTTONDOWN, {300, 200}, {-5000, 5000});
         EXPECT_GT(Position(IdHorizontalBar), 16);
-        EXPECT_LE(program.Column(739), 1300);
-        EXPECT_LE(program.Row(0), 1700);
+        EXPECT_LE(Column(739), 1300);
+        EXPECT_LE(Row(0), 1700);
         hand.Mouse(IdImageArea, WM_LBUTTONDBLCLK, 10, 10);
         EXPECT_EQ(program.zoom, 1.0);
     });
@@ -130,7 +71,11 @@ TEST_F(ImageInput, TheLeftButtonMovesThePictureAndADoubleClickShowsItWhole)
 
 TEST_F(ImageInput, TheRightButtonChangesTheRangeAndTheFieldsFollow)
 {
-    Run(64, 48, [&] {
+    Run(Noise(64, 48), [&] {
+        hand.Type(IdScaleCenter, "2095");
+        hand.Click(IdNegative);
+        EXPECT_EQ(hand.Text(IdScaleCenter), "2000") << "the same samples";
+        hand.Click(IdNegative);
         hand.Type(IdScaleCenter, "2000");
         hand.Type(IdScaleWidth, "512");
         hand.Type(IdGamma, "2");
@@ -155,7 +100,7 @@ TEST_F(ImageInput, TheRightButtonChangesTheRangeAndTheFieldsFollow)
 
         hand.Type(IdScaleCenter, "middle");
         hand.WhenBox("Scale center: takes", IDOK);
-        Drag(WM_RBUTTONDOWN, 0, 0, 50, 50);
+        Drag(WM_RBUTTONDOWN, {0, 0}, {50, 50});
         EXPECT_EQ(hand.Text(IdScaleCenter), "middle");
         EXPECT_EQ(program.scaleWidth, fitted);
     });
@@ -163,12 +108,12 @@ TEST_F(ImageInput, TheRightButtonChangesTheRangeAndTheFieldsFollow)
 
 TEST_F(ImageInput, ThePictureGrowsWithTheWindowAndShowsTheSameMiddle)
 {
-    Run(1300, 1700, [&] {
+    Run(Noise(1300, 1700), [&] {
         headless::Resize(program, 10, 10);
         EXPECT_EQ(program.displayImage->m_width, 740u) << "smaller than it opened";
         hand.Click(IdZoomIn);
         hand.Click(IdZoomIn);
-        Drag(WM_LBUTTONDOWN, 300, 200, 350, 220);
+        Drag(WM_LBUTTONDOWN, {300, 200}, {350, 220});
         const std::uint32_t x = program.viewCenterX;
         const std::uint32_t y = program.viewCenterY;
         headless::Resize(program, 912 + 1001, 553 + 700);
@@ -196,14 +141,16 @@ TEST_F(ImageInput, ThePictureGrowsWithTheWindowAndShowsTheSameMiddle)
 
 TEST_F(ImageInput, KeysDoWhatButtonsAndBarsDo)
 {
-    Run(1300, 1700, [&] {
+    Run(Noise(1300, 1700), [&] {
         program.Send(WM_KEYDOWN, VK_HOME);
         EXPECT_EQ(program.viewCenterX, 650u) << "panned the whole picture";
+        EXPECT_FALSE(hand.IsVisible(IdHorizontalBar) || hand.IsVisible(IdVerticalBar));
         program.Send(WM_CHAR, '+');
         program.Send(WM_CHAR, '+');
         program.Send(WM_CHAR, '-');
         program.Send(WM_CHAR, '+');
         EXPECT_DOUBLE_EQ(program.zoom, 2.25);
+        EXPECT_TRUE(hand.IsVisible(IdHorizontalBar) && hand.IsVisible(IdVerticalBar));
         const struct
         {
             UINT key;
@@ -226,28 +173,53 @@ TEST_F(ImageInput, KeysDoWhatButtonsAndBarsDo)
 // The bench of regions and profiles has the drags with Shift and Ctrl.
 TEST_F(ImageInput, NothingHappensUnderThePreviewNorWithShiftOrCtrl)
 {
-    Run(1300, 1700, [&] {
+    Run(Noise(1300, 1700), [&] {
         hand.Click(IdZoomIn);
-        const PicturePlace place = program.Place();
-        for (const UINT key : {MK_SHIFT, MK_CONTROL}) {
-            hand.Mouse(IdImageArea, WM_LBUTTONDOWN, 300, 200, key);
-            hand.Mouse(IdImageArea, WM_MOUSEMOVE, 100, 100, key);
-            hand.Mouse(IdImageArea, WM_LBUTTONUP, 100, 100, key);
-        }
+        const PicturePlace place = Place();
+        Drag(WM_LBUTTONDOWN, {300, 200}, {100, 100}, MK_SHIFT);
+        Drag(WM_LBUTTONDOWN, {300, 200}, {100, 100}, MK_CONTROL);
         program.EnableCapture();
         hand.TurnWheel(IdImageArea, 120, 10, 10);
         program.Send(WM_CHAR, '+');
         program.Send(WM_KEYDOWN, VK_HOME);
-        Drag(WM_LBUTTONDOWN, 300, 200, 100, 100);
-        Drag(WM_RBUTTONDOWN, 300, 200, 100, 100);
+        Drag(WM_LBUTTONDOWN, {300, 200}, {100, 100});
+        Drag(WM_RBUTTONDOWN, {300, 200}, {100, 100});
         hand.Mouse(IdImageArea, WM_LBUTTONDBLCLK, 10, 10);
         EXPECT_EQ(program.zoom, 1.5);
-        EXPECT_EQ(program.Place().left, place.left);
-        EXPECT_EQ(program.Place().bottom, place.bottom);
+        EXPECT_EQ(Place().left, place.left);
+        EXPECT_EQ(Place().bottom, place.bottom);
         program.ClosePreview();
         program.Send(WM_CHAR, '+');
         EXPECT_EQ(program.zoom, 2.25);
     });
+}
+
+// A light left column before dark ones stays upright and at the edge only if the rows of the
+// display image are as long as the bitmap that is painted says.
+TEST_F(ImageInput, TheAreaIsCutToAWidthOfWholeWordsAndPaintedUpright)
+{
+    ScriptedImage image = Noise(4, 4);
+    for (std::size_t i = 0; i < image.pixels.size(); ++i) {
+        image.pixels[i] = i % 8 == 0 ? 0xFF : i % 8 == 1 ? 0x0F : 0;
+    }
+    for (const auto& [baseWidth, width] : {std::pair{6, 740}, {9, 1112}, {11, 1360}}) {
+        headless::SetBaseUnits(baseWidth, BaseUnitY);
+        headless::Picture picture;
+        Run(image, [&] {
+            headless::Paint();
+            picture = headless::LastPicture();
+        });
+        ASSERT_EQ(picture.width, width);
+        ASSERT_GT(picture.height, 0);
+        for (int row = 1; row < picture.height - 1; ++row) {
+            const std::uint8_t* const line =
+                &picture.grays[static_cast<std::size_t>(row) * static_cast<std::size_t>(width)];
+            ASSERT_EQ(line[0], 255) << "row " << row << " of " << width << " pixels";
+            ASSERT_EQ(line[picture.height / 2], 0) << "row " << row;
+            ASSERT_EQ(line[width - 1], DisplayBackground) << "row " << row;
+        }
+    }
+    headless::SetBaseUnits(BaseUnitX, BaseUnitY);
 }
 
 } // namespace

@@ -1,88 +1,38 @@
 // The inspector beside the main window, over windows without a screen.
+#include "app/shown_image.h"
 #include "inspector/numbers_text.h"
-#include "platform/boxes.h"
 #include "resources/inspector_template.h"
-#include "support/headless_program.h"
-#include "support/scripted_library.h"
 
 #include <cmath>
-#include <functional>
-#include <gtest/gtest.h>
 
 namespace {
 
-constexpr std::uint32_t ImageEvent = 2;
 constexpr std::uint32_t Width = 300, Height = 200;
 
-struct Program : HeadlessProgram
-{
-    using CTarnTestDlg::currentImage;
-    using CTarnTestDlg::displayImage;
-    using CTarnTestDlg::negative;
-    using CTarnTestDlg::scaleCenter;
-    using CTarnTestDlg::scaleWidth;
-    using CTarnTestDlg::viewCenterX;
-    using CTarnTestDlg::viewCenterY;
-    using CTarnTestDlg::zoom;
-};
-
-class InspectorDialog : public testing::Test
+class InspectorDialog : public ShownImage
 {
 protected:
+    static ScriptedImage Image(std::uint32_t seed) { return Noise(Width, Height, seed); }
+
     // With an image shown and the inspector open.
     void Run(const std::function<void()>& script)
     {
-        library.images = {Image(1)};
-        hand.WhenEveryBox("Remove image?", IDNO);
-        hand.WhenEveryBox("Found old images!", IDNO);
-        hand.Run(program, [&] {
-            program.Send(WM_TARN_EVENT, 1, ImageEvent);
+        ShownImage::Run(Image(1), [&] {
             EXPECT_TRUE(hand.Click(IdInspect));
             EXPECT_TRUE(program.Inspector().IsOpen());
             script();
         });
-        headless::Reset();
-    }
-
-    static ScriptedImage Image(std::uint32_t seed)
-    {
-        ScriptedImage image;
-        image.width = Width;
-        image.height = Height;
-        image.pixels.resize(std::size_t{2} * Width * Height);
-        for (std::size_t i = 0; i < image.pixels.size(); ++i) {
-            image.pixels[i] =
-                static_cast<std::uint8_t>(seed * i * i >> 7 & (i % 2 != 0 ? 0x0F : 0xFF));
-        }
-        return image;
-    }
-
-    void Receive(std::uint32_t seed)
-    {
-        library.images = {Image(seed)};
-        program.Send(WM_TARN_EVENT, 1, ImageEvent);
     }
 
     std::string Text(int id) { return program.Inspector().GetDlgItem(id).GetWindowText(); }
-
-    void Draw(UINT key, POINT from, POINT to)
-    {
-        hand.Mouse(IdImageArea, WM_LBUTTONDOWN, from.x, from.y, key | MK_LBUTTON);
-        hand.Mouse(IdImageArea, WM_MOUSEMOVE, (from.x + to.x) / 2, to.y, key | MK_LBUTTON);
-        hand.Mouse(IdImageArea, WM_MOUSEMOVE, to.x, to.y, key | MK_LBUTTON);
-        hand.Mouse(IdImageArea, WM_LBUTTONUP, to.x, to.y, key);
-    }
+    void Click(UINT id) { program.Inspector().Send(WM_COMMAND, MAKEWPARAM(id, BN_CLICKED)); }
+    void Draw(UINT keys, POINT from, POINT to) { Drag(WM_LBUTTONDOWN, from, to, keys); }
 
     // The image's pixel at the middle of the display's.
     std::pair<std::uint32_t, std::uint32_t> PixelAt(POINT point) const
     {
-        const PicturePlace place = PlacePicture(Width, Height, program.displayImage->m_width,
-                                                program.displayImage->m_height, program.zoom,
-                                                program.viewCenterX, program.viewCenterY);
-        const double up =
-            place.bottom + (program.displayImage->m_height - 0.5 - point.y) * place.scale;
-        return {static_cast<std::uint32_t>(place.left + (point.x + 0.5) * place.scale),
-                Height - 1 - static_cast<std::uint32_t>(std::floor(up))};
+        return {static_cast<std::uint32_t>(Column(point.x)),
+                Height - 1 - static_cast<std::uint32_t>(std::floor(Row(point.y)))};
     }
 
     // The texts of a region between two points, both of which belong to it.
@@ -95,7 +45,7 @@ protected:
                        StatisticsOf(CountSamples(Crop(*ViewOf(*program.currentImage), rect))));
     }
 
-    RegionTexts Row(std::size_t row)
+    RegionTexts Region(std::size_t row)
     {
         RegionTexts texts;
         for (std::size_t i = 0; i < texts.size(); ++i) {
@@ -115,17 +65,15 @@ protected:
     {
         RECT frame;
         program.Inspector().GetDlgItem(IdHistogram).GetClientRect(&frame);
-        const int columns = frame.right / 4 * 4;
-        CInspectorDlg& inspector = program.Inspector();
-        inspector.Send(WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(ColumnOf(from, columns, 4095), 9));
-        inspector.Send(WM_MOUSEMOVE, MK_LBUTTON, MAKELPARAM(ColumnOf(to, columns, 4095), 9));
-        inspector.Send(WM_LBUTTONUP, 0, MAKELPARAM(ColumnOf(to, columns, 4095), 9));
-        inspector.Send(WM_MOUSEMOVE, 0, MAKELPARAM(ColumnOf(from, columns, 4095), 9));
+        const auto send = [&](UINT what, UINT buttons, std::int64_t value) {
+            const int column = ColumnOf(value, frame.right / 4 * 4, 4095);
+            program.Inspector().Send(what, buttons, MAKELPARAM(column, 9));
+        };
+        send(WM_LBUTTONDOWN, MK_LBUTTON, from);
+        send(WM_MOUSEMOVE, MK_LBUTTON, to);
+        send(WM_LBUTTONUP, 0, to);
+        send(WM_MOUSEMOVE, 0, from);
     }
-
-    ScriptedLibrary library;
-    Operator hand;
-    Program program;
 };
 
 TEST_F(InspectorDialog, RegionsAreDrawnAndFollowTheImage)
@@ -135,26 +83,26 @@ TEST_F(InspectorDialog, RegionsAreDrawnAndFollowTheImage)
         const std::vector<std::uint8_t> bare = Display();
         const auto range = std::pair(program.scaleCenter, program.scaleWidth);
         Draw(MK_SHIFT, a, b);
-        EXPECT_EQ(Row(1), Expected(a, b));
+        EXPECT_EQ(Region(1), Expected(a, b));
         EXPECT_NE(Display(), bare);
         Draw(MK_SHIFT, d, c); // the other way
-        EXPECT_EQ(Row(2), Expected(c, d));
-        EXPECT_EQ(Row(3), RegionTexts());
+        EXPECT_EQ(Region(2), Expected(c, d));
+        EXPECT_EQ(Region(3), RegionTexts());
         Draw(MK_SHIFT, a, a); // no drag
-        EXPECT_EQ(Row(3), RegionTexts());
+        EXPECT_EQ(Region(3), RegionTexts());
         Draw(MK_SHIFT | MK_CONTROL, a, b); // is neither
-        EXPECT_EQ(Row(3), RegionTexts());
+        EXPECT_EQ(Region(3), RegionTexts());
 
-        const RegionTexts former = Row(1);
-        Receive(3);
-        EXPECT_EQ(Row(1), Expected(a, b));
-        EXPECT_NE(Row(1), former);
-        Receive(1);
+        const RegionTexts former = Region(1);
+        Receive(Image(3));
+        EXPECT_EQ(Region(1), Expected(a, b));
+        EXPECT_NE(Region(1), former);
+        Receive(Image(1));
         EXPECT_EQ(std::pair(program.scaleCenter, program.scaleWidth), range)
             << "frames are no part of the image";
-        program.Inspector().Send(WM_COMMAND, MAKEWPARAM(IdClearMarks, BN_CLICKED));
+        Click(IdClearMarks);
         EXPECT_EQ(Display(), bare);
-        EXPECT_EQ(Row(1), RegionTexts());
+        EXPECT_EQ(Region(1), RegionTexts());
     });
 }
 
@@ -167,20 +115,20 @@ TEST_F(InspectorDialog, ALostMouseOrAClosedInspectorMarksNothing)
         EXPECT_NE(Display(), bare) << "the draft";
         hand.Mouse(IdImageArea, WM_CAPTURECHANGED, 0, 0);
         hand.Mouse(IdImageArea, WM_LBUTTONUP, 160, 190);
-        EXPECT_EQ(Row(1), RegionTexts());
+        EXPECT_EQ(Region(1), RegionTexts());
         EXPECT_EQ(Display(), bare);
 
         Draw(MK_SHIFT, {60, 100}, {160, 190});
-        const RegionTexts region = Row(1);
-        program.Inspector().Send(WM_COMMAND, MAKEWPARAM(IDCANCEL, BN_CLICKED));
+        const RegionTexts region = Region(1);
+        Click(IDCANCEL);
         EXPECT_FALSE(program.Inspector().IsOpen());
         EXPECT_EQ(Display(), bare);
         Draw(MK_SHIFT, {60, 100}, {100, 190});
-        Receive(3);
-        Receive(1);
+        Receive(Image(3));
+        Receive(Image(1));
         EXPECT_TRUE(hand.Click(IdInspect));
-        EXPECT_EQ(Row(1), region) << "regions wait for the inspector";
-        EXPECT_EQ(Row(2), RegionTexts());
+        EXPECT_EQ(Region(1), region) << "regions wait for the inspector";
+        EXPECT_EQ(Region(2), RegionTexts());
     });
 }
 
@@ -204,11 +152,11 @@ TEST_F(InspectorDialog, ShowsPointerProfileDifferenceAndPutsThemOnTheClipboard)
                       std::to_string(y) + " to " + std::to_string(right) + ", " +
                       std::to_string(y));
         EXPECT_EQ(Text(IdFirstDifference), "");
-        program.Inspector().Send(WM_COMMAND, MAKEWPARAM(IdHoldReference, BN_CLICKED));
+        Click(IdHoldReference);
         EXPECT_EQ(Text(IdFirstDifference), "0");
-        Receive(3);
+        Receive(Image(3));
         EXPECT_NE(Text(IdFirstDifference), "0");
-        program.Inspector().Send(WM_COMMAND, MAKEWPARAM(IdCopyNumbers, BN_CLICKED));
+        Click(IdCopyNumbers);
         EXPECT_EQ(headless::Clipboard(), TableOf(program.Inspector().Numbers()));
         EXPECT_NE(headless::Clipboard().find("Noise of one\t" + Text(IdFirstDifference + 2)),
                   std::string::npos);
@@ -221,7 +169,7 @@ TEST_F(InspectorDialog, EdgesOfTheBandAreTheRange)
         for (const bool isNegative : {false, true}) {
             if (isNegative) {
                 hand.Click(IdNegative);
-                Receive(1); // whose range is fitted
+                Receive(Image(1)); // whose range is fitted
             }
             const auto band = [&] {
                 return BandOf(program.scaleCenter, program.scaleWidth, isNegative, 4095);

@@ -24,7 +24,6 @@ struct Window : CTarnTestDlg
     using CTarnTestDlg::currentImage;
     using CTarnTestDlg::imageNumber;
     using CTarnTestDlg::seriesNumber;
-    using CTarnTestDlg::zoom;
 };
 
 class MainDialog : public testing::Test

@@ -12,9 +12,13 @@ inline constexpr int SmallBaseHeight = 1;
 
 struct HeadlessProgram : CTarnTestDlg
 {
-    using CTarnTestDlg::autoEnable;
-    using CTarnTestDlg::autoSaveImages;
     using CTarnTestDlg::currentImage;
+    using CTarnTestDlg::displayImage;
     using CTarnTestDlg::displayLut;
-    using CTarnTestDlg::imageNumber;
+    using CTarnTestDlg::gamma;
+    using CTarnTestDlg::scaleCenter;
+    using CTarnTestDlg::scaleWidth;
+    using CTarnTestDlg::viewCenterX;
+    using CTarnTestDlg::viewCenterY;
+    using CTarnTestDlg::zoom;
 };
