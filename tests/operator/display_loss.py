@@ -21,7 +21,7 @@ def check(program):
     program.environment |= {"DISPLAY": display, "QT_QPA_PLATFORM": "xcb"}
     try:
         program.start(exposure_delay="never")
-        program.wait(lambda: program.visible_windows("TarnTest"), "the window")
+        program.window("TarnTest")
         program.arm()
         server.kill()
         program.wait_for_end()

@@ -44,16 +44,9 @@ class OperatedProgram(ScreenProgram):
 
     def window_class(self):
         """The two names by which a desktop finds the desktop file of a window."""
-        window = self.wait(lambda: self.visible_windows("TarnTest"), "the window")[0]
-        return subprocess.run(["xprop", "-id", window, "WM_CLASS"], env=self.environment, text=True,
+        return subprocess.run(["xprop", "-id", self.window("TarnTest"), "WM_CLASS"],
+                              env=self.environment, text=True,
                               capture_output=True).stdout.partition(" = ")[2].strip()
-
-    def calls_until(self, name, count):
-        """The calls from now until that one came so often."""
-        calls = []
-        self.wait(lambda: calls.extend(self.calls()) or sum(
-            call.startswith(name) for call in calls) >= count, f"{count} calls of {name}", 40)
-        return calls
 
     def expect_calls(self, *patterns):
         """The library saw calls that match these patterns, in this order, others between them."""

@@ -29,7 +29,7 @@ class Operated(ScreenProgram):
 
     def __init__(self, build, folder, screenshots):
         super().__init__(build, folder, screenshots)
-        self.pictures, self.log = {}, ""
+        self.pictures = {}
         self.images.mkdir()
         self.configure(seed=11, exposure_delay="never", arming_delay=0.3, readout_time=0.3)
 
@@ -40,17 +40,14 @@ class Operated(ScreenProgram):
         self.process.terminate()
 
     def start(self):
-        self.read_log()
+        self.calls()
         self.launch()
-        self.await_log("TarnGetImageCount")
+        self.calls_until("TarnGetImageCount")
         window = self.window("^TarnTest$")
         time.sleep(1)  # until the window manager has placed it
         # Asked for the place of a window, xdotool counts the frame twice.
         corner = self.xdotool("mousemove", "--window", window, 0, 0, "getmouselocation", "--shell")
         self.left, self.top = (int(line[2:]) for line in corner[:2])
-
-    def window(self, title):
-        return self.wait(lambda: self.visible_windows(title), f"the window {title}")[-1]
 
     def box(self, *keys, title="^Tarn test$"):
         """Waits for the box, takes a screenshot, presses the keys, and waits until it is gone."""
@@ -71,15 +68,6 @@ class Operated(ScreenProgram):
         self.xdotool("type", "--delay", 15, text)
         self.key("Tab")
 
-    def await_log(self, pattern):
-        """Waits for a line of the log behind what was read of it before."""
-        before = len(self.log)
-        self.wait(lambda: re.search(pattern, self.read_log()[before:]), f"{pattern} in the log")
-
-    def read_log(self):
-        self.log = self.trace_file.read_text() if self.trace_file.exists() else ""
-        return self.log
-
     def picture(self, name):
         """Keeps the pixels of the image area when they no longer change."""
         self.xdotool("mousemove", *self.at(900, 520))
@@ -88,11 +76,11 @@ class Operated(ScreenProgram):
 
     def expose(self, press):
         """Arms the sensor and presses the hand switch."""
-        self.read_log()
-        self.await_log("TarnGetDeviceList")  # after which Enable takes input
+        self.calls()
+        self.calls_until("TarnGetDeviceList")  # after which Enable takes input
         time.sleep(0.2)
         self.key("alt+e")
-        self.await_log("event 15")
+        self.calls_until("event 15")
         time.sleep(0.3)
         press()
 
@@ -141,7 +129,7 @@ def tour(program):
     program.picture("image")
     program.expose(lambda: program.key("space"))
     program.box("y")
-    program.await_log("TarnRemoveImage")
+    program.calls_until("TarnRemoveImage")
 
     for field, value in (("alt+w", "1500"), ("alt+c", "2345"), ("alt+g", "2")):
         program.type(field, value)
@@ -173,7 +161,7 @@ def tour(program):
     program.picture("whole again")
 
     program.key("alt+t")
-    program.await_log("TarnGetDeviceParam 1 34")
+    program.calls_until("TarnGetDeviceParam 1 34")
     program.window("Tolva Settings")
     program.key("alt+l")
     program.keep_screenshot("settings")
@@ -183,7 +171,7 @@ def tour(program):
 
     program.key("alt+v")
     program.expose(lambda: program.key("space"))
-    program.await_log("TarnRemoveImage")
+    program.calls_until("TarnRemoveImage")
     saved = program.wait(lambda: list(program.images.glob("*.Q32")), "a saved file")[0]
     program.picture("saved")
     program.key("alt+n")

@@ -87,6 +87,23 @@ class Program:
         self._read_bytes += len(lines[0] + lines[1])
         return [line.partition(" ")[2] for line in lines[0].decode().split("\n") if line]
 
+    def calls_until(self, name, count=1, urge=lambda: None):
+        """Waits until the log has so many new lines that begin so, and returns all new ones. What
+        urges the program is repeated every half second."""
+        calls, urged = [], 0.0
+
+        def came():
+            nonlocal urged
+            calls.extend(self.calls())
+            if sum(call.startswith(name) for call in calls) >= count:
+                return True
+            if time.monotonic() > urged + 0.5:
+                urge()
+                urged = time.monotonic()
+            return False
+        self.wait(came, f"{count} calls of {name}")
+        return calls
+
     def wait(self, condition, what, seconds=None, pause=0.02):
         """Waits until the condition is true and returns its value; what: a text, or a function that
         makes it when the time is up."""
@@ -106,6 +123,9 @@ class Program:
     def visible_windows(self, title):
         """The windows on the display whose titles hold this."""
         return self.xdotool("search", "--onlyvisible", "--name", title)
+
+    def window(self, title):
+        return self.wait(lambda: self.visible_windows(title), f"the window {title}")[-1]
 
     def xdotool(self, *arguments):
         return subprocess.run(["xdotool", *map(str, arguments)], env=self.environment, text=True,
@@ -137,15 +157,14 @@ class UnattendedProgram(Program):
         has_images = any(self.store.glob("*.tarn"))
         self.calls()
         self.launch()
-        self._wait_for_call("TarnGetImageCount")
+        self.calls_until("TarnGetImageCount")
         if has_images:
-            self.wait(lambda: self.visible_windows("Tarn test"), "the question about stored images")
+            self.window("Tarn test")
             self.urge("TarnGetDeviceList", "alt+n")
 
     def capture(self):
         """Ticks "Auto save images" and begins."""
-        window = self.wait(lambda: self.visible_windows("TarnTest"), "the window")[0]
-        self.xdotool("windowactivate", "--sync", window)
+        self.xdotool("windowactivate", "--sync", self.window("TarnTest"))
         self.key("alt+v")
         self.resume()
 
@@ -161,7 +180,7 @@ class UnattendedProgram(Program):
     def urge(self, call, key):
         """Presses the key until the program makes the call once more."""
         self.calls()
-        self._wait_for_call(call, lambda: self.key(key))
+        self.calls_until(call, urge=lambda: self.key(key))
 
     def rest(self):
         """Unticks "Auto enable" and waits until no image comes any more."""
@@ -202,20 +221,6 @@ class UnattendedProgram(Program):
         timers = process / "timers"
         kinds["interval timers"] = timers.read_text().count("ID:") if timers.exists() else 0
         return kinds
-
-    def _wait_for_call(self, name, urge=None):
-        """Waits for a call; what urges it is repeated every half second until it comes."""
-        urged = 0.0
-
-        def came():
-            nonlocal urged
-            if any(call.startswith(name) for call in self.calls()):
-                return True
-            if urge and time.monotonic() > urged + 0.5:
-                urge()
-                urged = time.monotonic()
-            return False
-        self.wait(came, name)
 
 
 def run_unattended(build, check):
