@@ -123,12 +123,6 @@ TEST_F(MainDialog, TheStoredImagesAreOfferedOnceAndWalked)
         ASSERT_TRUE(window.currentImage);
         EXPECT_EQ(window.currentImage->m_imageId, 6u);
         EXPECT_EQ(hand.Boxes()[1].style, MB_OKCANCEL | MB_TOPMOST);
-
-        library.Fail(Export::GetImage, 0, ScriptedLibrary::Always);
-        hand.WhenBox("Found old images!", IDYES);
-        library.calls.clear();
-        window.CheckStoredImages();
-        EXPECT_EQ(library.CallsOf({"TarnGetImage \""}).size(), 3u);
     });
 }
 
@@ -268,7 +262,7 @@ TEST_F(MainDialog, AnEventWithoutAnImageRemovesNothing)
         hand.WhenBox("Error number: 9", IDOK);
         Event(EventImageReady, 3);
         // Its pixels did not come: it is shown gray, and asked about instead of saved.
-        library.Break(Export::GetImage, Fault::NullEntries);
+        library.Break(Export::GetImage, {.noEntries = true});
         hand.WhenBox(Question, IDNO);
         Event(EventImageReady, 3);
         EXPECT_EQ(library.CallsOf({"TarnRemove"}), None);
@@ -366,20 +360,6 @@ TEST_F(MainDialog, EverySignalEndsTheProgramAlsoOverABoxOfTheToolkit)
         EXPECT_EQ(library.CallsOf({"TarnDisable", "TarnClose"}),
                   (Strings{"TarnDisableCapture 0 1", "TarnClose"}));
     }
-}
-
-TEST_F(MainDialog, ARejectedFieldKeepsTheLibrariesOpen)
-{
-    Run([&] {
-        hand.Type(IdGamma, "bent");
-        hand.WhenBox("Gamma", IDOK);
-        hand.Click(IdExit);
-        EXPECT_EQ(library.CallsOf({"TarnClose"}), None);
-        EXPECT_TRUE(hand.HasFocus(IdGamma));
-        hand.Type(IdGamma, "2");
-        hand.Click(IdExit);
-        EXPECT_EQ(library.CallsOf({"TarnClose"}).size(), 1u);
-    });
 }
 
 TEST_F(MainDialog, AStormOfEventsLeavesRoomForTheOperator)

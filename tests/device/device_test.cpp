@@ -94,16 +94,16 @@ TEST_F(Device, ReadsLeaveTheValueAloneOrGiveIt)
     library.Fail(Export::GetLibraryParam, 0);
     library.Fail(Export::GetDeviceParam, 0, 3);
     EXPECT_EQ(read(0), none) << "no objects";
-    library.Break(Export::GetLibraryParam, Fault::WrongType);
-    library.Break(Export::GetDeviceParam, Fault::WrongType, 3);
+    library.Break(Export::GetLibraryParam, {.wrongType = true});
+    library.Break(Export::GetDeviceParam, {.wrongType = true}, 3);
     EXPECT_EQ(read(0), none) << "of another type than their own";
     EXPECT_FALSE(GetDeviceBlock(1, 5, block.data(), 3)) << "another size";
     EXPECT_FALSE(GetDeviceBlock(1, 5, block.data(), 5)) << "another size";
-    library.Break(Export::GetDeviceParam, Fault::None, 1, 0x100001);
+    library.Break(Export::GetDeviceParam, {}, 1, 0x100001);
     EXPECT_FALSE(GetDeviceBlock(1, 5, block.data(), 4)) << "a result";
-    library.Break(Export::GetDeviceParam, Fault::NullTexts);
+    library.Break(Export::GetDeviceParam, {.nullTexts = true});
     EXPECT_FALSE(GetDeviceBlock(1, 5, block.data(), 4)) << "no bytes";
-    library.Break(Export::GetLibraryParam, Fault::NullTexts);
+    library.Break(Export::GetLibraryParam, {.nullTexts = true});
     EXPECT_TRUE(GetLibraryText(2, text)) << "no text is an empty one";
     EXPECT_TRUE(text == "old " && integer == 5 && flag == 6 && block[0] == 9);
 
@@ -123,7 +123,7 @@ TEST_F(Device, OnlyKnownResumableStatesCountAsIdle)
     }
     library.Fail(Export::GetDeviceList, 0);
     EXPECT_TRUE(AllDevicesIdle());
-    library.Break(Export::GetDeviceList, Fault::NullEntries);
+    library.Break(Export::GetDeviceList, {.noEntries = true});
     EXPECT_TRUE(AllDevicesIdle());
 }
 
@@ -151,7 +151,7 @@ TEST_F(Device, TheReportListsVersionAndDevices)
     library.SetDeviceInt(2, DeviceParameter::GainResult, 0x100012);
     library.deviceParams[{2, DeviceParameter::GainFile}] = "not shown";
     library.deviceParams[{2, DeviceParameter::SpecificInfo}] = "\nx\ny";
-    library.Break(Export::GetDeviceList, Fault::None, 1, 0x100001);
+    library.Break(Export::GetDeviceList, {}, 1, 0x100001);
     EXPECT_EQ(LibraryReport(), "***** Tarn *****\nVersion:\n    Tarn 4\n    build 7\n\n"
                                "***** Tarn devices *****\n"
                                "   ** Left **\nSensor 12\nStatus: Stand by\nHwID: HW1\n"
@@ -219,7 +219,7 @@ TEST_F(Device, TheLogHoldsTheLastCallsAndCountsObjects)
 TEST_F(Device, AFailedImageCountIsZero)
 {
     library.images.resize(2);
-    library.Break(Export::GetImageCount, Fault::None, 1, 0x100004);
+    library.Break(Export::GetImageCount, {}, 1, 0x100004);
     std::uint32_t count = 9;
     EXPECT_EQ(TarnGetImageCount(&count), 0x100004u);
     EXPECT_EQ(count, 0u);

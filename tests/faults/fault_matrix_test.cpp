@@ -9,6 +9,7 @@
 #include "simulator/tarn/hand_switch.h"
 #include "simulator/tarn/store.h"
 #include "storage/paths.h"
+#include "storage/test_files.h"
 #include "support/headless_program.h"
 #include "support/image_ledger.h"
 #include "support/test_system.h"
@@ -17,11 +18,9 @@
 #include <array>
 #include <bit>
 #include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <optional>
-#include <random>
-#include <ranges>
+#include <span>
 
 namespace {
 
@@ -104,27 +103,22 @@ Function* InSimulator(const char* name)
 class Simulator
 {
 public:
-    Simulator()
-    {
-        fs::create_directories(m_folder);
-        SetEnvironment("TARN_SIMULATOR", (m_folder / "Tarn.ini").string());
-    }
-    ~Simulator() { fs::remove_all(m_folder); }
+    Simulator() { SetEnvironment("TARN_SIMULATOR", m_folder / "Tarn.ini"); }
 
     void Configure(const std::string& lines) const
     {
-        std::ofstream(m_folder / "new.ini")
-            << "time_factor = 100\narming_delay = 0.05\nexposure_delay = never\n"
-            << "exposure_time = 0.05\nreadout_time = 0.05\ninactivity_timeout = 0\n"
-            << "image_width = 16\nimage_height = 16\nseed = 7\nstrict = on\n"
-            << "store_folder = " << (m_folder / "Store").string() << '\n'
-            << lines << '\n';
-        ReplaceFileBy((m_folder / "new.ini").string(), (m_folder / "Tarn.ini").string());
+        WriteBytes(m_folder / "new.ini",
+                   "time_factor = 100\narming_delay = 0.05\nexposure_delay = never\n"
+                   "exposure_time = 0.05\nreadout_time = 0.05\ninactivity_timeout = 0\n"
+                   "image_width = 16\nimage_height = 16\nseed = 7\nstrict = on\n"
+                   "store_folder = " +
+                       m_folder / "Store" + '\n' + lines + '\n');
+        ReplaceFileBy(m_folder / "new.ini", m_folder / "Tarn.ini");
     }
     void RestoreStore() const
     {
         fs::remove_all(m_folder / "Store");
-        tarn::ImageStore store((m_folder / "Store").string());
+        tarn::ImageStore store(m_folder / "Store");
         store.Add({16, 16, 2, 12, store.TakeId(), 0, std::vector<std::uint8_t>(512, 9), "", ""});
     }
 
@@ -141,9 +135,8 @@ public:
 
 private:
     // In memory where there is such a place: a busy disk makes every replaced file wait.
-    const fs::path m_folder =
-        (fs::is_directory("/dev/shm") ? fs::path("/dev/shm") : fs::temp_directory_path()) /
-        ("tarn_faults_" + std::to_string(std::random_device()()));
+    const TestFolder m_folder{fs::is_directory("/dev/shm") ? "/dev/shm"
+                                                           : fs::temp_directory_path()};
 };
 
 class Life
@@ -563,7 +556,7 @@ TEST(Faults, TheProgramEndsAHundredTimesAtEveryMoment)
 {
     const Simulator simulator;
     for (int time = 0; time < 100; ++time) {
-        for (const Moment moment : Moments | std::views::drop(1)) {
+        for (const Moment moment : std::span(Moments).subspan(1)) {
             SCOPED_TRACE(moment);
             Life(simulator).Run(moment, headless::EndSession, [] {});
         }

@@ -169,7 +169,7 @@ TEST_F(Settings, TheReadOutsFollowTheBatteryEverySecond)
         EXPECT_TRUE(WaitForText(IdVoltage, "35208"));
         expect(&Reading::pattern);
 
-        library.Break(Export::GetDeviceParam, Fault::None, 1, 0x100001);
+        library.Break(Export::GetDeviceParam, {}, 1, 0x100001);
         dialog.Send(WM_TIMER, 99);
         expect(&Reading::pattern);
         dialog.Send(WM_TIMER, 100);

@@ -178,15 +178,13 @@ void Operator::Desk::ChooseRadioButton(const Window& chosen)
 {
     const auto controls = chosen.dialog->Template().controls;
     const ControlTemplate* first = chosen.control;
-    while ((first->flags & GroupStart) == 0 && first != controls.data()) {
+    while ((first->flags & GroupStart) == 0) {
         --first;
     }
-    const ControlTemplate* last = chosen.control;
-    for (const ControlTemplate* line = first; line != controls.data() + controls.size(); ++line) {
-        if (line != first && (line->flags & GroupStart) != 0) {
-            break;
-        }
-        last = line->kind == ControlKind::RadioButton ? line : last;
+    const ControlTemplate* last = first;
+    while (last != &controls.back() && last[1].kind == ControlKind::RadioButton &&
+           (last[1].flags & GroupStart) == 0) {
+        ++last;
     }
     chosen.dialog->CheckRadioButton(first->id, last->id, chosen.control->id);
 }

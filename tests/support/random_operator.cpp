@@ -74,9 +74,9 @@ public:
         m_hand.Improvise({[this](CDialog& dialog) { Use(dialog); },
                           [this](const ShownBox& box) { return Answer(box); },
                           [this] { return ChooseFile(); }});
-        ForgetSavedImages();
+        std::filesystem::remove_all(m_folder);
     }
-    ~RandomLives() { ForgetSavedImages(); }
+    ~RandomLives() { std::filesystem::remove_all(m_folder); }
 
     Story Run()
     {
@@ -318,11 +318,13 @@ private:
     // The library fails, hands out nonsense, changes its devices or reports something.
     void Disturb(Export which)
     {
+        static constexpr tarn::FaultRule Rules[] = {
+            {}, {.wrongType = true}, {.nullTexts = true}, {.noEntries = true}};
         switch (m_choices.Below(5)) {
         case 0:
             return m_library.Fail(which, m_choices.Pick(0, m_choices.Number()));
         case 1:
-            return m_library.Break(which, static_cast<Fault>(m_choices.Below(4)),
+            return m_library.Break(which, Rules[m_choices.Below(std::size(Rules))],
                                    1 + m_choices.Below(3), m_choices.Pick(0, 0, 5, ResultError));
         case 2:
             return m_library.devices.push_back(
@@ -383,14 +385,6 @@ private:
     }
 
     void Note(const std::string& line) { m_library.calls.push_back("    " + line); }
-
-    void ForgetSavedImages() const
-    {
-        std::error_code none; // no folder before the first image
-        for (const auto& file : std::filesystem::directory_iterator(m_folder, none)) {
-            std::filesystem::remove(file.path());
-        }
-    }
 
     const std::string m_folder = AutoSaveFolder(ProgramFolder(nullptr));
     Choices m_choices;

@@ -120,7 +120,7 @@ private:
         } else if (const auto* block = std::get_if<ScriptedLibrary::Block>(&parameter)) {
             value.bytes.assign(block->begin(), block->end());
         }
-        *out = current->m_objects.Give(value, RuleOf(script));
+        *out = current->m_objects.Give(value, script.rule);
     }
 
     static void Work(Script&, std::uint32_t number, const TarnValue* value)
@@ -145,10 +145,10 @@ private:
             return;
         }
         ScriptedImage image = *found;
-        if (script.fault == Fault::NullEntries) {
+        if (script.rule.noEntries) {
             image.pixels = {};
         }
-        *out = current->m_objects.Give(image, RuleOf(script));
+        *out = current->m_objects.Give(image, script.rule);
         if (current->onImage && script.result == 0) {
             current->onImage(**out);
         }
@@ -171,7 +171,7 @@ private:
         for (const auto& [number, state, name, description] : current->devices) {
             devices.push_back({number, state, name, description});
         }
-        *out = current->m_objects.Give(devices, RuleOf(script));
+        *out = current->m_objects.Give(devices, script.rule);
     }
 
     // A description that fills the capacity is not terminated.
@@ -189,13 +189,6 @@ private:
                      std::uintptr_t* handle)
     {
         *handle = PreviewHandle;
-    }
-
-    static tarn::FaultRule RuleOf(const Script& script)
-    {
-        return {.wrongType = script.fault == Fault::WrongType,
-                .nullTexts = script.fault == Fault::NullTexts,
-                .noEntries = script.fault == Fault::NullEntries};
     }
 };
 
@@ -234,12 +227,13 @@ ScriptedLibrary::~ScriptedLibrary()
 
 void ScriptedLibrary::Fail(Export which, std::uint32_t result, unsigned callCount)
 {
-    m_scripts[which] = {result, Fault::None, callCount, true};
+    m_scripts[which] = {result, {}, callCount, true};
 }
 
-void ScriptedLibrary::Break(Export which, Fault fault, unsigned callCount, std::uint32_t result)
+void ScriptedLibrary::Break(Export which, const tarn::FaultRule& rule, unsigned callCount,
+                            std::uint32_t result)
 {
-    m_scripts[which] = {result, fault, callCount, false};
+    m_scripts[which] = {result, rule, callCount, false};
 }
 
 std::vector<std::string> ScriptedLibrary::CallsOf(std::initializer_list<const char*> prefixes) const

@@ -13,15 +13,6 @@
 #include <variant>
 #include <vector>
 
-// What may be wrong with an object that an export hands out, or with the list or image it holds.
-enum class Fault
-{
-    None,
-    WrongType,   // a parameter of another type
-    NullTexts,   // every text and block pointer is null
-    NullEntries, // a device list or image whose sizes are kept, but without entries or pixels
-};
-
 struct ScriptedDevice
 {
     std::uint32_t number = 0;
@@ -70,8 +61,10 @@ public:
 
     // The export's next calls return the result, or 0, and do nothing else; a read gives no object.
     void Fail(Export which, std::uint32_t result, unsigned callCount = 1);
-    // The export's next calls hand out objects with the fault; the result is result.
-    void Break(Export which, Fault fault, unsigned callCount = 1, std::uint32_t result = 0);
+    // The export's next calls hand out objects that lack what the rule says; the result is result.
+    // An image without entries keeps its size and has no pixels.
+    void Break(Export which, const tarn::FaultRule& rule, unsigned callCount = 1,
+               std::uint32_t result = 0);
 
     // Runs before the call does its work: sends events, changes the tables, waits.
     std::function<void(Export)> onCall;
@@ -94,7 +87,7 @@ private:
     struct Script
     {
         std::uint32_t result = 0;
-        Fault fault = Fault::None;
+        tarn::FaultRule rule = {};
         unsigned calls = 0;
         bool fails = false;
     };
