@@ -11,7 +11,7 @@
 
 namespace {
 
-struct Options : Session
+struct DefectsOptions : Session
 {
     std::vector<std::string> darks;
 };
@@ -63,7 +63,7 @@ void Describe(const ImageSums& flats, const ImageSums& darks, Report& report)
 
 std::function<int()> SetUpDefects(CLI::App& command)
 {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<DefectsOptions>();
     options->AddReportOptions(command);
     command.add_option("--dark", options->darks, "An image without exposure; may be repeated")
         ->expected(1)

@@ -8,7 +8,7 @@
 
 namespace {
 
-struct Options : Session
+struct EdgeOptions : Session
 {
     std::vector<double> region;
     double pitch = DefaultPixelPitch;
@@ -20,7 +20,7 @@ Value OrNull(std::optional<double> value)
     return value ? Value(*value) : Value();
 }
 
-void Describe(const EdgeResponse& edge, const Options& options, Report& report)
+void Describe(const EdgeResponse& edge, const EdgeOptions& options, Report& report)
 {
     const auto half = FrequencyAt(edge.mtf, 0.5), tenth = FrequencyAt(edge.mtf, 0.1);
     report.fields = {{"edge", edge.isVertical ? "vertical" : "horizontal"},
@@ -51,7 +51,7 @@ void Describe(const EdgeResponse& edge, const Options& options, Report& report)
 
 std::function<int()> SetUpMtf(CLI::App& command)
 {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<EdgeOptions>();
     options->AddReportOptions(command);
     AddRegionOption(command, options->region);
     AddPitchOption(command, options->pitch);

@@ -13,7 +13,7 @@ void Press(const std::string& keys)
     ASSERT_EQ(std::system(("xdotool key --delay 20 " + keys).c_str()), 0);
 }
 
-class Display : public Dialog
+class OnDisplay : public Dialog
 {
 protected:
     // A question over whatever is open. meanwhile: while it has the keyboard.
@@ -29,7 +29,7 @@ protected:
     }
 };
 
-TEST_F(Display, TheTopmostWindowHasTheKeyboard)
+TEST_F(OnDisplay, TheTopmostWindowHasTheKeyboard)
 {
     Run([&] {
         EXPECT_TRUE(WaitForTitle("Test", Longest));

@@ -8,7 +8,6 @@
 
 namespace {
 
-constexpr std::size_t LongestPath = 32'768;
 constexpr int IconSide = 32;
 constexpr int TextId = 0xFFFF;
 

@@ -12,7 +12,6 @@ namespace {
 constexpr wchar_t RejectedMark[] = L"TarnTestRejected";
 constexpr win::COLORREF RejectedColor = RGB(255, 200, 200);
 constexpr win::WORD UnnamedControl = 0xFFFF;
-constexpr std::size_t LongestPath = 32'768; // characters
 constexpr int WheelNotch = 120;
 
 std::uint64_t takenBack = 0; // the dispatched message in which a field took the focus back

@@ -11,8 +11,6 @@
 
 namespace {
 
-constexpr std::size_t LongestPath = 32'768; // characters, with the zero
-
 // Closes at the end of the scope; NoFile for none.
 class Handle
 {

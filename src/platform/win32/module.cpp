@@ -4,8 +4,6 @@
 
 namespace {
 
-constexpr std::size_t LongestPath = 32'768; // characters, with the zero
-
 thread_local std::string loadFailure;
 
 std::wstring PathOf(HMODULE module);
