@@ -103,7 +103,7 @@ void EventToPaint(benchmark::State& state, TimedWindow& window, Operator& hand, 
     }
     for ([[maybe_unused]] auto _ : state) {
         window.paintTime = 0.0;
-        window.Send(WM_TARN_EVENT, 1, 2);
+        window.Send(WM_TARN_EVENT, 1, EventImageReady);
         WaitForPaint(window, hand);
     }
     if (isInspected) {
