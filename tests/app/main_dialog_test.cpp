@@ -381,7 +381,7 @@ TEST_F(MainDialog, AStormOfEventsLeavesRoomForTheOperator)
     };
     hand.WhenEveryBox("number: ", IDOK, [&] {
         deepest = std::max(deepest, ++open);
-        hand.Serve(5);
+        hand.Serve(20);
         --open;
     });
     Run([&] {

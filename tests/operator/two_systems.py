@@ -43,11 +43,19 @@ class Operated(ScreenProgram):
         self.calls()
         self.launch()
         self.calls_until("TarnGetImageCount")
-        window = self.window("^TarnTest$")
-        time.sleep(1)  # until the window manager has placed it
+        self.main = self.window("^TarnTest$")
+        self.find_corner()
+
+    def find_corner(self):
+        time.sleep(1)  # until the window manager has placed the window
         # Asked for the place of a window, xdotool counts the frame twice.
-        corner = self.xdotool("mousemove", "--window", window, 0, 0, "getmouselocation", "--shell")
+        corner = self.xdotool("mousemove", "--window", self.main, 0, 0, "getmouselocation", "--shell")
         self.left, self.top = (int(line[2:]) for line in corner[:2])
+
+    def maximize(self):
+        """Or back: a double click on the title bar."""
+        self.press(self.at(300, -10), count=2)
+        self.find_corner()
 
     def box(self, *keys, title="^Tarn test$"):
         """Waits for the box, takes a screenshot, presses the keys, and waits until it is gone."""
@@ -159,6 +167,10 @@ def tour(program):
     program.picture("moved by keys")
     program.press(program.at(250, 200), count=2)
     program.picture("whole again")
+    program.maximize()
+    program.picture("maximized")
+    program.maximize()
+    program.picture("as opened")
 
     program.key("alt+t")
     program.calls_until("TarnGetDeviceParam 1 34")

@@ -45,11 +45,17 @@ win::HWND Keyboard()
     return win::GetFocus() != nullptr ? win::GetFocus() : win::GetActiveWindow();
 }
 
-// The window manager gives it to the topmost window some time after another has opened or closed.
+std::uint64_t answered = 0; // when the last box was
+
+// The window manager gives it to the topmost window some time after another has opened or closed,
+// and may take it from all of them for a moment.
 void AwaitKeyboard()
 {
+    constexpr std::uint64_t Moment = 50; // milliseconds
     const auto& top = static_cast<NativeWindow&>(ModalLoop::Open().back()->Window());
-    for (int i = 0; i < 20 && win::GetForegroundWindow() != top.Window(); ++i) {
+    for (int i = 0; i < 20 && (win::GetForegroundWindow() != top.Window() ||
+                               win::GetTickCount64() < answered + Moment);
+         ++i) {
         ServeOnce();
     }
 }
@@ -84,11 +90,9 @@ bool PressMouse(win::HWND button)
 
 std::string TextOf(win::HWND window)
 {
-    std::wstring text(static_cast<std::size_t>(win::GetWindowTextLengthW(window)) + 1, L'\0');
-    text.resize(static_cast<std::size_t>(
-        win::GetWindowTextW(window, text.data(), static_cast<int>(text.size()))));
-    std::erase(text, L'\r');
-    return Narrow(text);
+    std::string text = CWnd(Contract(window)).GetWindowText();
+    std::erase(text, '\r');
+    return text;
 }
 
 ShownBox SeenBox(win::HWND box)
@@ -197,6 +201,7 @@ void Operator::Desk::Answer(win::HWND box)
 {
     const ShownBox seen = SeenBox(box);
     const int answer = sHand->Meet(seen);
+    answered = win::GetTickCount64();
     if (win::IsWindowVisible(box) == FALSE) {
         return;
     }
