@@ -45,17 +45,11 @@ win::HWND Keyboard()
     return win::GetFocus() != nullptr ? win::GetFocus() : win::GetActiveWindow();
 }
 
-std::uint64_t answered = 0; // when the last box was
-
-// The window manager gives it to the topmost window some time after another has opened or closed,
-// and may take it from all of them for a moment.
+// The window manager gives it to the topmost window some time after another has opened or closed.
 void AwaitKeyboard()
 {
-    constexpr std::uint64_t Moment = 50; // milliseconds
     const auto& top = static_cast<NativeWindow&>(ModalLoop::Open().back()->Window());
-    for (int i = 0; i < 20 && (win::GetForegroundWindow() != top.Window() ||
-                               win::GetTickCount64() < answered + Moment);
-         ++i) {
+    for (int i = 0; i < 20 && win::GetForegroundWindow() != top.Window(); ++i) {
         ServeOnce();
     }
 }
@@ -201,7 +195,6 @@ void Operator::Desk::Answer(win::HWND box)
 {
     const ShownBox seen = SeenBox(box);
     const int answer = sHand->Meet(seen);
-    answered = win::GetTickCount64();
     if (win::IsWindowVisible(box) == FALSE) {
         return;
     }
