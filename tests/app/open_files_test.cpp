@@ -82,7 +82,7 @@ TEST_F(OpenFiles, ItStandsWhereImagesAre)
     Write(elsewhere / "last" / "here.Q32", "last");
     EXPECT_EQ(OpenFirst("here"), "saved");
     Run([&] {
-        EXPECT_EQ(Open(elsewhere / "last" / "here"), "last");
+        EXPECT_EQ(Open(elsewhere / "last" / "here.Q32"), "last");
         EXPECT_EQ(Open("here"), "last") << "where the last one was opened";
         fs::remove_all(elsewhere / "last");
         EXPECT_EQ(Open("here"), "saved") << "that folder is gone";

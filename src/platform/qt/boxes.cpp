@@ -45,6 +45,18 @@ public:
     {
     }
 
+    // Without the keyboard the toolkit shortens a path to the name of the file that it then finds
+    // in the list, which may be another folder's.
+    void HoldWrittenPath()
+    {
+        auto* const field = findChild<QLineEdit*>("fileNameEdit");
+        connect(field, &QLineEdit::textChanged, field, [field](const QString& written) {
+            if (field->text() != written) {
+                field->setText(written);
+            }
+        });
+    }
+
     void accept() override
     {
         const QString file = NamedFile();
@@ -124,6 +136,8 @@ std::unique_ptr<ModalWindow> MakeFileChooser(const FileRequest& request, std::st
     if (!request.fileName.empty()) {
         widget->selectFile(QFile::decodeName(request.fileName.c_str()));
     }
+
+    widget->HoldWrittenPath();
 
     // A drag runs a loop of its own, and leads nowhere from here.
     for (auto* const view : widget->findChildren<QAbstractItemView*>()) {
