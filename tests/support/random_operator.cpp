@@ -74,9 +74,9 @@ public:
         m_hand.Improvise({[this](CDialog& dialog) { Use(dialog); },
                           [this](const ShownBox& box) { return Answer(box); },
                           [this] { return ChooseFile(); }});
-        std::filesystem::remove_all(m_folder);
+        ForgetSavedImages();
     }
-    ~RandomLives() { std::filesystem::remove_all(m_folder); }
+    ~RandomLives() { ForgetSavedImages(); }
 
     Story Run()
     {
@@ -385,6 +385,15 @@ private:
     }
 
     void Note(const std::string& line) { m_library.calls.push_back("    " + line); }
+
+    // The folder itself stays: it may be a link into memory.
+    void ForgetSavedImages() const
+    {
+        std::error_code none; // no folder before the first image
+        for (const auto& file : std::filesystem::directory_iterator(m_folder, none)) {
+            std::filesystem::remove(file.path());
+        }
+    }
 
     const std::string m_folder = AutoSaveFolder(ProgramFolder(nullptr));
     Choices m_choices;
