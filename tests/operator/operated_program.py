@@ -48,6 +48,14 @@ class OperatedProgram(ScreenProgram):
                               env=self.environment, text=True,
                               capture_output=True).stdout.partition(" = ")[2].strip()
 
+    def limit_disk(self):
+        """Mounts a disk of 64 KiB as the folder of saved images; False where that is not allowed."""
+        return not subprocess.run(["mount", "-t", "tmpfs", "-o", "size=64k", "tmpfs", self.images],
+                                  capture_output=True).returncode
+
+    def free_disk(self):
+        subprocess.run(["umount", "-q", "-l", self.images], capture_output=True)
+
     def expect_calls(self, *patterns):
         """The library saw calls that match these patterns, in this order, others between them."""
         calls = self.calls()
@@ -211,6 +219,7 @@ class OperatedProgram(ScreenProgram):
         if self.portal is not None:
             self.portal.stdin.close()
             self.portal.wait()
+        self.free_disk()
         super().kill()
 
 

@@ -244,6 +244,21 @@ def inspector(program):
     program.gone("Inspector", "dialog", "frame")
 
 
+def full_disk(program):
+    """The image that could not be saved is asked about and stays in the store."""
+    if not program.limit_disk():
+        print("tour: full_disk left out: mounting a small disk takes root", flush=True)
+        return
+    arm(program)
+    program.click(PREVIEW)
+    program.answer(r"Failed to write image data\. File \S+\.Q32 write failed", "OK")
+    program.answer(QUESTION, "No")
+    assert not [call for call in program.calls() if call.startswith("TarnRemoveImage")]
+    program.free_disk()
+    program.click("Auto save images")
+    program.expect(**IDLE)
+
+
 def device_report(program):
     program.click("Info")
     program.answer(r"(?s)\*{5} Tarn \*{5}\nVersion:\n.+\*{5} Tarn devices \*{5}\n.+Status: .+", "OK")
@@ -310,7 +325,8 @@ def arm(program):
 
 STEPS = (first_start, keyboard, armed, exit_refused, abort, image_kept, stored_images,
          image_removed, window_and_level, zoom_and_pan, mouse_on_picture, enlarged, help_on_keys,
-         auto_enable_and_save, open_file, inspector, device_report, sensor_settings, leave, looks)
+         auto_enable_and_save, open_file, inspector, full_disk, device_report, sensor_settings,
+         leave, looks)
 
 
 def main(build, screenshots):
