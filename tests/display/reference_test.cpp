@@ -10,10 +10,7 @@
 #include <cstring>
 #include <gtest/gtest.h>
 #include <numeric>
-#include <pthread.h>
 #include <random>
-#include <system_error>
-#include <thread>
 #include <vector>
 
 namespace {
@@ -193,22 +190,6 @@ TEST(Render, EqualsTheReferenceBitForBit)
             << source.m_width << "x" << source.m_height << " into " << width << "x" << height
             << " zoom " << zoom << " around " << cx << ", " << cy;
     }
-}
-
-TEST(Render, DrawsAllOfALargePictureWhereNoSecondThreadStarts)
-{
-    CImage source(1200, 1000, 16, 0, 1), two(1200, 1000, 8, 0, 1), one(1200, 1000, 8, 0, 1);
-    std::generate_n(source.m_data, source.m_dataSize, std::minstd_rand());
-    Draw(two, &source, 1, 600, 500);
-    pthread_attr_t former, noRoom;
-    pthread_getattr_default_np(&former);
-    pthread_getattr_default_np(&noRoom);
-    pthread_attr_setstacksize(&noRoom, std::size_t{1} << 46);
-    pthread_setattr_default_np(&noRoom);
-    EXPECT_THROW(std::thread([] {}), std::system_error);
-    Draw(one, &source, 1, 600, 500);
-    pthread_setattr_default_np(&former);
-    EXPECT_EQ(std::memcmp(one.m_data, two.m_data, one.m_dataSize), 0);
 }
 
 } // namespace
