@@ -54,6 +54,16 @@ void AwaitKeyboard()
     }
 }
 
+// Until it stays: after a box the window manager may take it away for a moment and give it back.
+std::uint64_t answered = 0; // when, in milliseconds
+void AwaitCalm()
+{
+    constexpr std::uint64_t Longest = 100;
+    while (win::GetTickCount64() - answered < Longest) {
+        ServeOnce();
+    }
+}
+
 // The press may move the focus, and the release goes where it is then.
 void PressKey(WPARAM key)
 {
@@ -195,6 +205,7 @@ void Operator::Desk::Answer(win::HWND box)
 {
     const ShownBox seen = SeenBox(box);
     const int answer = sHand->Meet(seen);
+    answered = win::GetTickCount64();
     if (win::IsWindowVisible(box) == FALSE) {
         return;
     }
@@ -225,6 +236,7 @@ void Operator::Desk::Choose(win::HWND dialog)
 
 win::HWND Operator::Desk::Find(int id)
 {
+    AwaitCalm();
     AwaitKeyboard();
     const win::HWND window = Native(ModalLoop::TopDialog()->GetSafeHwnd());
     const win::HWND control = win::GetDlgItem(window, id);
@@ -265,6 +277,7 @@ bool Operator::Focus(int id)
     if (control != nullptr) {
         win::SendMessageW(win::GetParent(control), WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(control),
                           TRUE);
+        AwaitCalm();
     }
     return control != nullptr && win::GetFocus() == control;
 }
