@@ -35,13 +35,13 @@ require_number() {
     [[ $1 =~ ^[0-9]{1,9}$ ]] || usage_error "$1 is not a whole number"
 }
 
-# find_program [BUILD_FOLDER]: sets build to the folder of the built program. Without an argument
-# that is the release, installed for and built.
+# find_program [BUILD_FOLDER [TARGET...]]: sets build to the folder of the built program. Without a
+# folder that is the release, installed for and built with the further targets named.
 find_program() {
     scripts/setup build display
     if [ -z "${1:-}" ]; then
         echo "$script: building the release"
-        scripts/build release TarnTest Tarn Quillet
+        scripts/build release TarnTest Tarn Quillet "${@:2}"
         build=$PWD/build/release
         return
     fi
