@@ -190,14 +190,20 @@ def auto_enable_and_save(program):
     for name in ("Auto save images", "Auto enable", "Enable"):
         program.click(name)
     calls = program.calls_until("TarnRemoveImage", 10)
-    program.configure(time_factor=1, exposure_delay="never")
-    time.sleep(1)
+    program.configure(exposure_delay="never")
+    # An exposure that was on its way would arm the sensor again after Abort.
+    latest = calls
+    while any(call.startswith("TarnRemoveImage") for call in latest):
+        time.sleep(1)
+        latest = program.calls()
+        calls = calls + latest
     program.expect(**ARMED)
     program.take_screenshot()
     program.click("Abort")
     program.gone(PREVIEW)
     program.click("Auto enable")
     program.expect(**IDLE, checked={"Auto enable": False})
+    program.configure(time_factor=1)
     calls += program.calls()
     removed = [call for call in calls if call.startswith("TarnRemoveImage")]
     saved = list(program.images.glob("*.Q32"))
