@@ -7,12 +7,12 @@
 namespace tarn {
 namespace {
 
-struct Row
+struct ResultText
 {
     std::uint32_t result;
     std::string_view text;
 };
-constexpr Row Rows[] = {
+constexpr ResultText Rows[] = {
     {0, "Success."},
     {LibraryClosed, "The capture library is not open."},
     {LibraryOpen, "The capture library is open already."},
@@ -44,7 +44,7 @@ constexpr Row Rows[] = {
 
 std::string DescriptionOf(std::uint32_t result)
 {
-    for (const Row& row : Rows) {
+    for (const ResultText& row : Rows) {
         if (row.result == result) {
             return std::string(row.text);
         }
