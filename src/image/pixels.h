@@ -1,9 +1,10 @@
-// Moves pixels of B bytes (1, 2, 3, 4 or 6): reversed in place, and transposed a tile at a time.
+// Moves pixels of B bytes (1, 2, 3, 4 or 6): reversed, and transposed a tile at a time.
 //
-// Every change of orientation and every row in viewing order is made of these two:
+// Every change of orientation and every row in viewing order is made of these three:
 //
-//   ReversePixels   16 bytes from either end at once, each turned around by one shuffle; what
-//                   remains in the middle pixel by pixel
+//   ReverseCopy     16 bytes from the end of the source at a time, turned around by one shuffle
+//   ReversePixels   the same in place, from both ends at once; what remains in the middle pixel by
+//                   pixel
 //   TransposeTile   squares whose rows fill a vector are transposed in registers (1, 2 and 4
 //                   bytes), others pixel by pixel; the callers walk the picture tile by tile, put
 //                   each tile into a buffer on the stack and copy its rows from there, because the
@@ -25,6 +26,10 @@ template <std::size_t B>
 inline constexpr std::size_t TileSide = B == 3   ? 128
                                         : B == 6 ? 64
                                                  : 256 / B;
+
+// Places pixel count - 1 - k of the source at k; the two blocks must not overlap.
+template <std::size_t B>
+void ReverseCopy(const std::uint8_t* source, std::size_t count, std::uint8_t* destination);
 
 // Exchanges pixel k with pixel count - 1 - k.
 template <std::size_t B>
@@ -81,6 +86,19 @@ TARNTEST_SHUFFLES Vector ReversedToHigh(Vector low, Vector high, std::index_sequ
 {
     return __builtin_shufflevector(
         low, high, (I >= 16 % B ? ((15 - I) / B + 1) * B - 1 - (15 - I) % B : 16 + I)...);
+}
+
+// Returns how many pixels were placed.
+template <std::size_t B>
+TARNTEST_SHUFFLES std::size_t ReverseCopyVectors(const std::uint8_t* source, std::size_t count,
+                                                 std::uint8_t* destination)
+{
+    std::size_t k = 0;
+    for (; (count - k) * B >= 16; k += 16 / B) {
+        const Vector last = Load(source + (count - k) * B - 16);
+        Store(destination + k * B, ReversedToLow<B>(last, last, VectorBytes));
+    }
+    return k;
 }
 
 // Windows of 3- and 6-byte pixels overlap by a byte or four: the next are loaded before these are
@@ -168,6 +186,18 @@ inline void FetchRowsBehind(const std::uint8_t* rows, std::size_t step, std::siz
 }
 
 } // namespace pixels
+
+template <std::size_t B>
+void ReverseCopy(const std::uint8_t* source, std::size_t count, std::uint8_t* destination)
+{
+    std::size_t k = 0;
+    if (pixels::ShufflesAreFast()) {
+        k = pixels::ReverseCopyVectors<B>(source, count, destination);
+    }
+    for (; k < count; ++k) {
+        std::memcpy(destination + k * B, source + (count - 1 - k) * B, B);
+    }
+}
 
 template <std::size_t B>
 void ReversePixels(std::uint8_t* first, std::size_t count)

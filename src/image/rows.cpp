@@ -96,8 +96,7 @@ template <std::size_t B>
 void ContiguousReversed(const std::uint8_t* source, std::size_t, std::uint32_t count,
                         std::uint8_t* destination)
 {
-    std::memcpy(destination, source, count * B);
-    ReversePixels<B>(destination, count);
+    ReverseCopy<B>(source, count, destination);
 }
 
 template <std::size_t B>

@@ -83,9 +83,10 @@ void GatherColumns(const CImage& image, std::uint32_t first, std::uint32_t count
                 const std::size_t row = isLeftward ? count - 1 - (x + i) : x + i;
                 const std::uint8_t* source = turned + i * Tile * B;
                 std::uint8_t* destination = band + (row * height + pixel) * B;
-                std::memcpy(destination, source, rows * B);
-                if (!isDownward) {
-                    ReversePixels<B>(destination, rows);
+                if (isDownward) {
+                    std::memcpy(destination, source, rows * B);
+                } else {
+                    ReverseCopy<B>(source, rows, destination);
                 }
             }
         }
