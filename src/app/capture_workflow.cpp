@@ -124,7 +124,11 @@ void CTarnTestDlg::OnImageReady(std::uint32_t number)
 CLinkedPtr<CImage> CTarnTestDlg::FetchImage(const char* userId, std::uint32_t number)
 {
     CWaitCursor waitCursor;
+    // The former image goes first: its memory, still in the cache, becomes that of the new one.
     currentImage.Release();
+    if (m_inQuestion.empty()) {
+        m_lastImage.Release();
+    }
     TarnImageRecord* fetched = nullptr;
     const std::uint32_t result = TarnGetImage(userId, number, &fetched);
     LibraryObject<TarnImageRecord> record(fetched);
@@ -136,9 +140,6 @@ CLinkedPtr<CImage> CTarnTestDlg::FetchImage(const char* userId, std::uint32_t nu
     }
     record.reset();
     waitCursor.Restore();
-    if (m_inQuestion.empty()) {
-        m_lastImage.Release();
-    }
     ShowImageInQuestion();
     if (result == 0) {
         UpdateDisplay(true);
