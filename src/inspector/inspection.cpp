@@ -68,6 +68,7 @@ void Inspection::MeasureProfile()
     m_profile.clear();
     if (m_view && m_line) {
         m_profile = ProfileAlong(*m_view, m_line->x0, m_line->y0, m_line->x1, m_line->y1, 1);
+        std::erase_if(m_profile, [](const ProfilePoint& point) { return point.samples == 0; });
     }
 }
 

@@ -49,7 +49,7 @@ public:
     const ClippedShares& Clipped() const { return m_clipped; }
     const std::vector<RegionNumbers>& Regions() const { return m_regions; }
     const std::optional<ProfileLine>& Line() const { return m_line; }
-    const std::vector<ProfilePoint>& Profile() const { return m_profile; }
+    const std::vector<ProfilePoint>& Profile() const { return m_profile; } // inside the image
     bool HasReference() const { return static_cast<bool>(m_reference); }
     // Image less reference; nothing while there is no reference of the image's size.
     const std::optional<Difference>& ToReference() const { return m_difference; }

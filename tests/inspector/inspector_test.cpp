@@ -47,7 +47,10 @@ TEST(Inspection, KeepsRegionsAndProfileFromImageToImage)
     EXPECT_EQ(inspection.ValueAt(5, 4), 145u);
     EXPECT_FALSE(inspection.ValueAt(6, 0));
 
+    inspection.SetProfile({1, 0, 3, 4});
     inspection.SetImage(Ramp(4, 2, 0));
+    ASSERT_EQ(inspection.Profile().size(), 2u) << "the points inside the image";
+    EXPECT_EQ(inspection.Profile()[0].mean, 1);
     EXPECT_EQ(inspection.Regions()[0].statistics.mean, 12.5);
     EXPECT_EQ(inspection.Regions()[1].statistics.count, 0u);
     for (std::uint32_t i = 0; i < MostRegions; ++i) {
