@@ -24,7 +24,8 @@ constexpr int MaxFruitlessPasses = 3;
 // beyond that stays in the library's store.
 constexpr int MaxImagesInHand = 8;
 
-constexpr double SlowSave = 1.0; // seconds
+constexpr double SlowSave = 1.0;    // seconds
+constexpr UINT SlowSaveDelay = 100; // milliseconds; the library's events write the title first
 
 double SecondsOfCounter();
 CLinkedPtr<CImage> ImageFromRecord(const TarnImageRecord& record);
@@ -41,7 +42,7 @@ void CTarnTestDlg::EnableCapture()
     const std::uint32_t result = TarnEnableCapture(0, CaptureUserId, 0);
     if (result != 0) {
         TarnDisableCapture(0, 0);
-        ReportResult(result, m_hWnd, appTitle);
+        ReportEventResult(result); // with "Auto enable" it may come again and again
         return;
     }
     OpenPreview();
@@ -107,17 +108,30 @@ void CTarnTestDlg::OnImageReady(std::uint32_t number)
         m_imagesLeft.insert(number);
         return;
     }
+    ReceiveImage(number);
+    FinishImages();
+}
+
+void CTarnTestDlg::ReceiveImage(std::uint32_t number)
+{
     const ScopedValue inHand(m_imagesInHand, m_imagesInHand + 1);
     const ScopeExit restorePicture([this] { ShowImageInQuestion(); });
     if (const CLinkedPtr<CImage> image = FetchImage(AnyUserId, number)) {
-        m_imagesLeft.erase(number);
+        m_armsAgain = true;
         KeepOrRemove(image);
+        m_imagesLeft.erase(number);
     }
-    if (autoEnable) {
+}
+
+// When no image is in hand any more: receives those that were left, then arms, once for all of
+// them. Earlier the preview would hide the picture of a question.
+void CTarnTestDlg::FinishImages()
+{
+    while (m_imagesInHand == 0 && !m_imagesLeft.empty() && !m_librariesClosed) {
+        ReceiveImage(m_imagesLeft.extract(m_imagesLeft.begin()).value());
+    }
+    if (m_imagesInHand == 0 && std::exchange(m_armsAgain, false) && autoEnable) {
         EnableCapture();
-    }
-    if (m_imagesInHand == 1) {
-        ReportImagesLeft();
     }
 }
 
@@ -171,7 +185,10 @@ bool CTarnTestDlg::TrySave(const CLinkedPtr<CImage>& image, std::uint32_t series
         const CWaitCursor waitCursor;
         const double begin = SecondsOfCounter();
         const bool saved = AutoSaveImage(image, series, number);
-        TellSlowSave(SecondsOfCounter() - begin);
+        m_slowSave = SecondsOfCounter() - begin;
+        if (saved && m_slowSave >= SlowSave) {
+            SetTimer(SlowSaveTimer, SlowSaveDelay);
+        }
         return saved;
     } catch (const eExcptAny& failure) {
         MessageBoxA(m_hWnd, failure.what(), appTitle.c_str(), Style);
@@ -181,16 +198,12 @@ bool CTarnTestDlg::TrySave(const CLinkedPtr<CImage>& image, std::uint32_t series
     return false;
 }
 
-// A folder on a slow disk or network keeps the sensor from being armed again. The image is saved,
-// whether there is memory to say so or not.
-void CTarnTestDlg::TellSlowSave(double seconds) noexcept
-try {
-    if (seconds >= SlowSave) {
-        char text[64];
-        std::snprintf(text, sizeof text, " (saving took %.1f s)", seconds);
-        SetWindowText(GetWindowText() + text);
-    }
-} catch (const std::bad_alloc&) {
+// A folder on a slow disk or network keeps the sensor from being armed again.
+void CTarnTestDlg::TellSlowSave()
+{
+    char text[64];
+    std::snprintf(text, sizeof text, " (saving took %.1f s)", m_slowSave);
+    SetWindowText(GetWindowText() + text);
 }
 
 int CTarnTestDlg::Ask(const CLinkedPtr<CImage>& image, const std::string& question, UINT buttons)
@@ -214,18 +227,6 @@ void CTarnTestDlg::RestoreWindow()
     }
 }
 
-void CTarnTestDlg::ReportImagesLeft()
-{
-    const std::size_t count = std::exchange(m_imagesLeft, {}).size();
-    if (count != 0) {
-        const std::string text =
-            std::to_string(count) + (count == 1 ? " image" : " images") +
-            " arrived while too many questions were open.\n\nThe library's store keeps " +
-            (count == 1 ? "it." : "them.");
-        MessageBoxA(m_hWnd, text.c_str(), appTitle.c_str(), MB_OK | MB_TOPMOST);
-    }
-}
-
 void CTarnTestDlg::OnCaptureEnded(std::uint32_t)
 {
     abortButton.EnableWindow(FALSE);
@@ -241,12 +242,14 @@ void CTarnTestDlg::OnNewSeries(std::uint32_t)
 {
     imageNumber = 1;
     ++seriesNumber;
+    TellInspector();
 }
 
 void CTarnTestDlg::RestartSeries()
 {
     if (UpdateData()) {
         seriesNumber = 1;
+        TellInspector();
     }
 }
 
@@ -272,6 +275,13 @@ void CTarnTestDlg::ReportEventResult(std::uint32_t result)
 
 void CTarnTestDlg::CheckStoredImages()
 {
+    OfferStoredImages();
+    FinishImages();
+}
+
+void CTarnTestDlg::OfferStoredImages()
+{
+    const ScopedValue inHand(m_imagesInHand, m_imagesInHand + 1);
     std::uint32_t count = 0;
     if (TarnGetImageCount(&count) != 0 || count == 0) {
         return;

@@ -46,7 +46,7 @@ void CTarnTestDlg::OnSize(UINT, int, int)
     }
     m_drag.reset();
     FitDisplayImage();
-    UpdateDisplay(false);
+    Redraw();
     if (m_previewCovers) {
         QuilletClose(previewHandle);
         OpenPreview();
@@ -80,14 +80,12 @@ void CTarnTestDlg::UpdateDisplay(bool recompute)
     if (!displayImage) {
         return;
     }
-    displayImage->Fill(DisplayBackground);
+    if (recompute && currentImage) {
+        FitRange();
+        SetView(1.0);
+    }
+    Redraw();
     if (currentImage) {
-        if (recompute) {
-            FitRange();
-            SetView(1.0);
-        }
-        RenderToDisplay(currentImage.Get(), displayLut.data(), zoom, viewCenterX, viewCenterY,
-                        displayImage.Get());
         BuildTitle(currentImage->m_headerText);
         imageArea.SetWindowText(std::to_string(currentImage->m_width) + " x " +
                                 std::to_string(currentImage->m_height) + " pixels, " +
@@ -95,9 +93,19 @@ void CTarnTestDlg::UpdateDisplay(bool recompute)
     } else {
         imageArea.SetWindowText("No image");
     }
-    if (m_inspector.IsOpen()) {
-        TellInspector();
+}
+
+void CTarnTestDlg::Redraw()
+{
+    if (!displayImage) {
+        return;
     }
+    displayImage->Fill(DisplayBackground);
+    if (currentImage) {
+        RenderToDisplay(currentImage.Get(), displayLut.data(), zoom, viewCenterX, viewCenterY,
+                        displayImage.Get());
+    }
+    TellInspector();
     Invalidate();
 }
 
@@ -105,6 +113,9 @@ void CTarnTestDlg::UpdateDisplay(bool recompute)
 // inspector closes.
 void CTarnTestDlg::TellInspector()
 try {
+    if (!m_inspector.IsOpen()) {
+        return;
+    }
     m_inspector.ShowPicture(
         {currentImage, seriesNumber, scaleCenter, scaleWidth, negative != FALSE, maxSampleValue});
     if (currentImage && currentImage->m_data != nullptr) {

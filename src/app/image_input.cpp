@@ -57,7 +57,7 @@ void CTarnTestDlg::ZoomAround(POINT point, double factor)
         MoveView({scale, before.left + right * (before.scale - scale),
                   before.bottom + up * (before.scale - scale)});
     }
-    UpdateDisplay(false);
+    Redraw();
 }
 
 // Whether the view has changed.
@@ -115,7 +115,7 @@ void CTarnTestDlg::OnMouseMoved(UINT, POINT point)
         m_inspector.ShowPointer(Shown().PixelAt({point.x, point.y}));
         if (m_mark) {
             m_mark->to = Shown().NearestPixel({point.x, point.y});
-            UpdateDisplay(false);
+            Redraw();
         }
     }
     if (!m_drag) {
@@ -138,7 +138,7 @@ void CTarnTestDlg::OnButtonReleased(UINT, POINT)
     const std::optional<MarkDraft> mark = std::exchange(m_mark, std::nullopt);
     if (mark && m_inspector.IsOpen()) {
         m_inspector.AddMark(*mark);
-        UpdateDisplay(false);
+        Redraw();
     }
 }
 
@@ -146,7 +146,7 @@ void CTarnTestDlg::OnCaptureLost(UINT, POINT)
 {
     m_drag.reset();
     if (std::exchange(m_mark, std::nullopt)) {
-        UpdateDisplay(false);
+        Redraw();
     }
 }
 
@@ -168,7 +168,7 @@ void CTarnTestDlg::OnDoubleClick(UINT, POINT)
 void CTarnTestDlg::DragPicture(const PicturePlace& from, POINT way)
 {
     if (MoveView({from.scale, from.left - way.x * from.scale, from.bottom + way.y * from.scale})) {
-        UpdateDisplay(false);
+        Redraw();
     }
 }
 

@@ -20,9 +20,7 @@ std::uintptr_t previewHandle = 0;
 
 namespace {
 
-constexpr UINT_PTR StartUpTimer = 2;
 constexpr UINT StartUpDelay = 1000; // milliseconds
-constexpr UINT_PTR PollingTimer = 3;
 constexpr UINT PollingPeriod = 2500;
 
 constexpr char DefaultRawFilesFolder[] = "RawFiles";
@@ -34,8 +32,7 @@ constexpr char DefaultFilterChain[] =
 CTarnTestDlg::CTarnTestDlg(CWnd* parent)
     : CDialog(MainDialogTemplate, parent),
       appIcon(&MainIcon),
-      m_inspector(this, {[this](const BandRange& range) { SetRange(range); },
-                         [this] { UpdateDisplay(false); }})
+      m_inspector(this, {[this](const BandRange& range) { SetRange(range); }, [this] { Redraw(); }})
 {
 }
 
@@ -183,6 +180,9 @@ void CTarnTestDlg::OnTimer(UINT_PTR timer)
         UpdateCaptureButtons();
     } else if (timer == PollingTimer) {
         UpdateCaptureButtons();
+    } else if (timer == SlowSaveTimer) {
+        KillTimer(SlowSaveTimer);
+        TellSlowSave();
     }
     Default();
 }
@@ -300,5 +300,5 @@ void CTarnTestDlg::ShowSettings()
 void CTarnTestDlg::ShowInspector()
 {
     m_inspector.Show();
-    UpdateDisplay(false);
+    Redraw();
 }

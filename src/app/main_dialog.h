@@ -30,6 +30,10 @@ extern std::int64_t perfFrequency;
 // The preview window's handle, 0 until a preview was opened.
 extern std::uintptr_t previewHandle;
 
+inline constexpr UINT_PTR StartUpTimer = 2;
+inline constexpr UINT_PTR PollingTimer = 3;
+inline constexpr UINT_PTR SlowSaveTimer = 4;
+
 class CTarnTestDlg : public CDialog
 {
 public:
@@ -65,6 +69,7 @@ public:
     // Redraws the display image from the current one and asks for a paint. recompute: choose the
     // range from the histogram and reset the zoom first, as for a new image.
     void UpdateDisplay(bool recompute);
+    void Redraw(); // the same without a new range and title
     void BuildDisplayLut();
     void BuildTitle(const std::string& headerText);
     void SetZoom(double newZoom);
@@ -134,6 +139,9 @@ private:
 
     // Reactions to the library's events; number: the event's image number.
     void OnImageReady(std::uint32_t number);
+    void ReceiveImage(std::uint32_t number);
+    void FinishImages();
+    void OfferStoredImages();
     void OnCaptureEnded(std::uint32_t number);
     void OnSensorIdle(std::uint32_t number);
     void OnNewSeries(std::uint32_t number);
@@ -143,10 +151,9 @@ private:
     void ReportEventResult(std::uint32_t result);
     void KeepOrRemove(const CLinkedPtr<CImage>& image);
     bool TrySave(const CLinkedPtr<CImage>& image, std::uint32_t series, std::uint32_t number);
-    void TellSlowSave(double seconds) noexcept;
+    void TellSlowSave();
     int Ask(const CLinkedPtr<CImage>& image, const std::string& question, UINT buttons);
     void RestoreWindow();
-    void ReportImagesLeft();
     void RestartSeries();
 
     // Display. The picture belongs to the topmost open question, so that no answer is given over
@@ -172,7 +179,7 @@ private:
     void ToggleNegative();
     void ApplyLutWindowWidth();
     void SetRange(const BandRange& range); // as if typed into the fields
-    void TellInspector();                  // which is open, of all that it shows
+    void TellInspector();                  // of all that it shows, while it is open
 
     // The mouse and the keys on the picture, through the operations of the buttons, bars and
     // fields. Points are pixels of the image area.
@@ -216,7 +223,9 @@ private:
     CInspectorDlg m_inspector;
     bool m_librariesClosed = false;
     EventResults m_eventResults;
-    int m_imagesInHand = 0; // whose event is being handled, each nested in the one before
+    int m_imagesInHand = 0;   // events and walks of the store, each nested in the one before
+    bool m_armsAgain = false; // an image came since the sensor was last armed by "Auto enable"
+    double m_slowSave = 0;    // seconds of the last save
     std::set<std::uint32_t> m_imagesLeft;         // numbers of those that came while too many were
     std::vector<CLinkedPtr<CImage>> m_inQuestion; // one an open question, the topmost last
     CLinkedPtr<CImage> m_lastImage;               // received or opened last; shown at rest

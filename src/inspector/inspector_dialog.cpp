@@ -149,6 +149,7 @@ void CInspectorDlg::ShowPicture(const ShownPicture& picture)
     if (isNew) {
         ShowNumbers();
     }
+    SetDlgItemText(IdPictureSeries, picture.image ? std::to_string(picture.series) : "");
     DrawPictures();
 }
 
@@ -162,7 +163,6 @@ void CInspectorDlg::ShowNumbers()
     SetDlgItemText(IdPictureSize, SizeText(m_inspection));
     SetDlgItemText(IdPictureId, image ? std::to_string(image->m_imageId) : "");
     SetDlgItemText(IdPictureProgram, program);
-    SetDlgItemText(IdPictureSeries, image ? std::to_string(m_shown.series) : "");
     SetDlgItemText(IdClipped, ClippedText(m_inspection));
     SetDlgItemText(IdProfileText, ProfileText(m_inspection));
 

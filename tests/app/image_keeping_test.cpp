@@ -3,6 +3,7 @@
 #include "storage/q32_file.h"
 
 #include <algorithm>
+#include <fstream>
 #include <optional>
 #include <stdexcept>
 
@@ -118,18 +119,16 @@ TEST_F(MainDialog, ThePictureBelongsToTheTopmostQuestion)
             library.Fail(Export::GetImage, 0);
             Event(EventImageReady, 4);
             EXPECT_TRUE(shows(1)) << "after fetches that gave nothing";
-            // Saved without a question, with a result box over it.
-            hand.WhenBox("Error number: 8", IDOK, [&] { EXPECT_TRUE(shows(1)); });
+            // Saved without a question. The preview would hide the picture of this one.
             window.autoSaveImages = window.autoEnable = TRUE;
-            library.Fail(Export::EnableCapture, 0x200008);
             Event(EventImageReady, 3);
             EXPECT_TRUE(shows(1)) << "after the third was saved";
-            window.autoSaveImages = window.autoEnable = FALSE;
         });
         Event(EventImageReady, 1);
         EXPECT_TRUE(shows(3)) << "the image received last";
-        EXPECT_EQ(library.CallsOf({"TarnRemove"}),
-                  (Strings{"TarnRemoveImage \"\" 3", "TarnRemoveImage \"\" 1"}));
+        EXPECT_EQ(library.CallsOf({"TarnRemove", "TarnEnable"}),
+                  (Strings{"TarnRemoveImage \"\" 3", "TarnRemoveImage \"\" 1",
+                           "TarnEnableCapture 0 \"My ID\" 0"}));
     });
 }
 
@@ -158,17 +157,24 @@ TEST_F(MainDialog, TheStoredImageIsShownAgainWhenAnArrivedOneIsAnswered)
         hand.WhenBox(Question, IDNO);
         Event(EventImageReady, 2);
         EXPECT_EQ(hand.Title(), "Old");
+        EXPECT_EQ(library.CallsOf({"TarnEnable"}), None);
         ForgetOldImages();
     });
     Run([&] {
         window.KillTimer(2);
+        hand.Click(IdAutoEnable);
+        window.autoSaveImages = TRUE; // and fails to
+        std::ofstream(folder.parent_path()) << "in the way";
+        hand.WhenBox("Invalid path on", IDOK);
         window.CheckStoredImages();
-        EXPECT_EQ(library.CallsOf({"TarnRemove"}), Strings{"TarnRemoveImage \"\" 1"});
+        std::filesystem::remove(folder.parent_path());
+        EXPECT_EQ(library.CallsOf({"TarnRemove", "TarnEnable"}),
+                  (Strings{"TarnRemoveImage \"\" 1", "TarnEnableCapture 0 \"My ID\" 0"}));
         EXPECT_EQ(hand.Title(), "New");
     });
 }
 
-TEST_F(MainDialog, ImagesBeyondTheEighthQuestionAreToldOnce)
+TEST_F(MainDialog, ImagesBeyondTheEighthQuestionAreAskedAboutAfterIt)
 {
     constexpr int Most = 8;
     ForgetOldImages();
@@ -181,18 +187,18 @@ TEST_F(MainDialog, ImagesBeyondTheEighthQuestionAreToldOnce)
                 ask(depth + 1);
                 return;
             }
+            Event(EventImageReady, Most + 2);
             Event(EventImageReady, Most + 1);
             Event(EventImageReady, Most + 2);
-            Event(EventImageReady, Most + 2);
+            hand.WhenBox(Question, IDNO);
+            hand.WhenBox(Question, IDYES);
         });
         Event(EventImageReady, static_cast<std::uint32_t>(depth));
     };
     Run([&] {
-        hand.WhenBox("2 images", IDOK);
         ask(1);
-        EXPECT_EQ(library.images.size(), 2u);
-        hand.WhenBox(Question, IDNO);
-        Event(EventImageReady, Most + 1);
+        ASSERT_EQ(library.images.size(), 1u);
+        EXPECT_EQ(library.images[0].number, Most + 1);
     });
     EXPECT_EQ(hand.Boxes().size(), Most + 2u);
 }

@@ -93,6 +93,11 @@ TEST_F(InspectorDialog, RegionsAreDrawnAndFollowTheImage)
         Draw(MK_SHIFT | MK_CONTROL, a, b); // is neither
         EXPECT_EQ(Region(3), RegionTexts());
 
+        program.Send(WM_TARN_EVENT, 0, EventNewSeries);
+        EXPECT_EQ(Text(IdPictureSeries), "2");
+        program.Send(WM_COMMAND, IdAutoSaveImages);
+        EXPECT_EQ(Text(IdPictureSeries), "1");
+
         const RegionTexts former = Region(1);
         Receive(Image(3));
         EXPECT_EQ(Region(1), Expected(a, b));

@@ -177,6 +177,37 @@ TEST_F(MainDialog, EventsLeadToTheirReactions)
     });
 }
 
+// The library's event that the sensor is idle comes meanwhile and writes the title, too.
+TEST_F(MainDialog, ASlowSaveIsToldInTheTitle)
+{
+    ForgetOldImages();
+    Run([&] {
+        hand.Click(IdAutoSaveImages);
+        perfFrequency = 1;
+        Store(1);
+        Event(EventImageReady, 1);
+        Event(EventCaptureDone);
+        EXPECT_TRUE(hand.Wait([&] { return hand.Title().ends_with(" s)"); })) << hand.Title();
+        EXPECT_TRUE(hand.Title().starts_with("TarnTest (saving took "));
+    });
+}
+
+TEST_F(MainDialog, TheTitleOfAnArmedSensorStaysWhenTheWindowIsDrawnAgain)
+{
+    Store(1);
+    ForgetOldImages();
+    Run([&] {
+        hand.WhenBox(Question, IDNO);
+        Event(EventImageReady, 1);
+        Event(EventArmed);
+        hand.Resize(40, 40);
+        hand.Serve(50);
+        window.Send(WM_COMMAND, IdInspect);
+        EXPECT_EQ(window.GetWindowText(), "Ready to take image");
+        window.Inspector().Send(WM_CLOSE);
+    });
+}
+
 TEST_F(MainDialog, ResultsThatComeWhileOneIsShownDoNotPileUp)
 {
     hand.WhenBox("Info number: 1\n", IDOK, [&] {
@@ -187,8 +218,24 @@ TEST_F(MainDialog, ResultsThatComeWhileOneIsShownDoNotPileUp)
     hand.WhenBox("Info number: 1000\nResult 0x3003E8\n\nEarlier results not shown: 998", IDOK,
                  [&] { Event(0x300007); });
     hand.WhenBox("Info number: 7\nResult 0x300007", IDOK);
-    Run([&] { Event(0x300001); });
-    EXPECT_EQ(hand.Boxes().size(), 3u);
+    // With "Auto enable" every image may bring one.
+    for (std::uint32_t id = 1; id <= 4; ++id) {
+        Store(id);
+    }
+    ForgetOldImages();
+    library.Fail(Export::EnableCapture, 0x200009, ScriptedLibrary::Always);
+    hand.WhenBox("Error number: 9", IDOK, [&] {
+        for (std::uint32_t id = 2; id <= 4; ++id) {
+            Event(EventImageReady, id);
+        }
+    });
+    hand.WhenBox("Earlier results not shown: 2", IDOK);
+    Run([&] {
+        Event(0x300001);
+        hand.Click(IdAutoEnable);
+        Event(EventImageReady, 1);
+    });
+    EXPECT_EQ(hand.Boxes().size(), 5u);
 }
 
 TEST_F(MainDialog, AnImageLeavesTheStoreWhenSavedOrOnYes)
@@ -266,7 +313,7 @@ TEST_F(MainDialog, AnEventWithoutAnImageRemovesNothing)
         hand.WhenBox(Question, IDNO);
         Event(EventImageReady, 3);
         EXPECT_EQ(library.CallsOf({"TarnRemove"}), None);
-        EXPECT_EQ(library.CallsOf({"TarnEnable"}).size(), 3u);
+        EXPECT_EQ(library.CallsOf({"TarnEnable"}).size(), 1u) << "after the image";
         EXPECT_FALSE(fs::exists(folder));
         EXPECT_EQ(window.imageNumber, 2u);
     });

@@ -21,7 +21,7 @@ protected:
 
     bool WaitForText(int id, const std::string& text)
     {
-        return hand.Wait([&] { return hand.Text(id) == text; }, 3000);
+        return hand.Wait([&] { return hand.Text(id) == text; }, 20'000);
     }
 
     Strings Writes() const { return library.CallsOf({"TarnSet"}); }
