@@ -155,13 +155,19 @@ protected:
     {
         return hand.Wait([&] { return hand.ActiveTitle() == title; }, milliseconds);
     }
-    // That the newer box stands a title bar's height lower and to the right.
-    void ExpectBelow(const std::string& older, const std::string& newer) const
+    // That the newer box stands a title bar's height lower and to the right, once a window manager
+    // has placed it.
+    void ExpectBelow(const std::string& older, const std::string& newer)
     {
-        const auto [left, top] = hand.PlaceOfBox(older);
-        const auto [newerLeft, newerTop] = hand.PlaceOfBox(newer);
-        EXPECT_GE(newerLeft - left, 15);
-        EXPECT_EQ(newerTop - top, newerLeft - left);
+        std::pair<int, int> place, newerPlace;
+        const auto isBelow = [&] {
+            place = hand.PlaceOfBox(older);
+            newerPlace = hand.PlaceOfBox(newer);
+            const int right = newerPlace.first - place.first;
+            return right >= 15 && newerPlace.second - place.second == right;
+        };
+        EXPECT_TRUE(hand.Wait(isBelow, 3000)) << place.first << ", " << place.second << " and "
+                                              << newerPlace.first << ", " << newerPlace.second;
     }
 
     WindowOperator hand;

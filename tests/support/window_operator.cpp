@@ -240,7 +240,7 @@ bool WindowOperator::IsBoxOpen(const std::string& text) const
 std::pair<int, int> WindowOperator::PlaceOfBox(const std::string& text) const
 {
     const QMessageBox* const box = OpenBox(text);
-    const QPoint place = box != nullptr ? box->frameGeometry().topLeft() : QPoint();
+    const QPoint place = box != nullptr ? box->geometry().topLeft() : QPoint();
     return {place.x(), place.y()};
 }
 

@@ -37,7 +37,7 @@ public:
     // stands over it. False when it is not open.
     bool TryToAnswer(const std::string& text, int answer);
     bool IsBoxOpen(const std::string& text) const;
-    std::pair<int, int> PlaceOfBox(const std::string& text) const; // left and top of its frame
+    std::pair<int, int> PlaceOfBox(const std::string& text) const; // left and top inside its frame
     void DeleteInFileDialog(const std::string& path); // as the list's context menu does
 
     // Of the dialog or box that has the keyboard; empty when none of the program has it.
