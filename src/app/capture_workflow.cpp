@@ -21,7 +21,7 @@ namespace {
 constexpr int MaxFruitlessPasses = 3;
 
 // Images that may be handled at once, each in a box nested in the one before. One that arrives
-// beyond that stays in the library's store.
+// beyond that waits in the library's store.
 constexpr int MaxImagesInHand = 8;
 
 constexpr double SlowSave = 1.0;    // seconds

@@ -226,7 +226,7 @@ private:
     int m_imagesInHand = 0;   // events and walks of the store, each nested in the one before
     bool m_armsAgain = false; // an image came since the sensor was last armed by "Auto enable"
     double m_slowSave = 0;    // seconds of the last save
-    std::set<std::uint32_t> m_imagesLeft;         // numbers of those that came while too many were
+    std::set<std::uint32_t> m_imagesLeft;         // numbers of those that wait for their turn
     std::vector<CLinkedPtr<CImage>> m_inQuestion; // one an open question, the topmost last
     CLinkedPtr<CImage> m_lastImage;               // received or opened last; shown at rest
 };
