@@ -130,7 +130,7 @@ void CTarnTestDlg::FinishImages()
     while (m_imagesInHand == 0 && !m_imagesLeft.empty() && !m_librariesClosed) {
         ReceiveImage(m_imagesLeft.extract(m_imagesLeft.begin()).value());
     }
-    if (m_imagesInHand == 0 && std::exchange(m_armsAgain, false) && autoEnable) {
+    if (m_imagesInHand == 0 && std::exchange(m_armsAgain, false) && autoEnable != FALSE) {
         EnableCapture();
     }
 }

@@ -172,6 +172,16 @@ def tour(program):
     program.maximize()
     program.picture("as opened")
 
+    program.key("alt+p")
+    program.window("^Inspector$")
+    program.keep_screenshot("inspector")
+    for key, windows in (("alt+s", 2), ("Return", 1), ("Escape", 0)):  # the box has the same title
+        time.sleep(0.5)
+        program.key(key)
+        program.wait(lambda windows=windows: len(program.visible_windows("^Inspector$")) == windows,
+                     f"{windows} windows of the inspector")
+    time.sleep(0.5)
+
     program.key("alt+t")
     program.calls_until("TarnGetDeviceParam 1 34")
     program.window("Tolva Settings")

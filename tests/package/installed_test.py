@@ -67,6 +67,15 @@ class Installed(unittest.TestCase):
                 self.assertEqual({path.parent.name for path in links.values()} or "none",
                                  "none" if name == "TarnTest" else {"tarntest-simulator"})
                 self.assertTrue(all(path.is_file() for path in links.values()), links)
+        # Where the pictures are there may be no links.
+        tools = self.home / "tools"
+        tools.mkdir()
+        (tools / "ln").write_text('#!/bin/sh\ncase $3 in */Card/*) exit 1 ;; esac\nexec /bin/ln "$@"\n')
+        (tools / "ln").chmod(0o755)
+        choice.write_text('XDG_PICTURES_DIR="$HOME/Card"\n')
+        environment["PATH"] = f"{tools}:{os.environ['PATH']}"
+        self.assertEqual(start("tarntest").stdout, f"{self.home}/TarnTest/TarnTest\n")
+        self.assertEqual(list((self.home / "Card").iterdir()), [])
         # A link of an earlier installation is replaced, a file is not.
         link = self.home / "TarnTest/TarnTest"
         link.unlink()

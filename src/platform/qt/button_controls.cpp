@@ -83,8 +83,10 @@ QAbstractButton* MakeButton(DialogWindow& dialog, const ControlTemplate& control
 void PressAsTheMouseDoes(QAbstractButton& button)
 {
     const auto isReached = [&button] {
-        return WidgetWindow::Topmost() == button.window() && button.isEnabled() &&
-               button.isVisible();
+        const auto* const dialog = dynamic_cast<DialogWindow*>(button.window());
+        const bool takesInput =
+            dialog != nullptr ? dialog->TakesInput() : WidgetWindow::Topmost() == button.window();
+        return takesInput && button.isEnabled() && button.isVisible();
     };
     if (!isReached()) {
         return;

@@ -22,7 +22,7 @@ void EndMenus();
 } // namespace
 
 WidgetWindow::WidgetWindow(QDialog* widget, std::function<int(int result)> answer)
-    : m_widget(widget)
+    : m_widget(widget), m_before(QApplication::activeWindow())
 {
     if (answer) {
         QObject::connect(widget, &QDialog::finished,
@@ -42,7 +42,9 @@ WidgetWindow::~WidgetWindow()
         m_widget->hide();
     }
     if (QWidget* const below = Topmost()) {
-        below->activateWindow();
+        const bool wasBeside =
+            m_before != nullptr && m_before->isVisible() && m_before->parentWidget() == below;
+        (wasBeside ? m_before.data() : below)->activateWindow();
     }
     delete m_widget;
 }

@@ -31,6 +31,7 @@ private:
     void PlaceAboveParent();
 
     QPointer<QDialog> m_widget;
-    QPoint m_place; // of the frame, as the window was opened
+    QPointer<QWidget> m_before; // had the keyboard; perhaps a modeless dialog beside the topmost
+    QPoint m_place;             // of the frame, as the window was opened
     QEventLoop m_events;
 };

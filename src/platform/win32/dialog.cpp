@@ -457,13 +457,13 @@ try {
         return FALSE; // the focus is set later
     }
     auto* const dialog = reinterpret_cast<CDialog*>(win::GetWindowLongPtrW(window, DWLP_USER));
-    const ModalLoop* const loop = dialog != nullptr ? ModalLoop::Of(*dialog) : nullptr;
-    if (loop == nullptr || loop->IsOver() || dialog->GetSafeHwnd() != Contract(window)) {
+    if (dialog == nullptr || !ModalLoop::IsOpen(*dialog) ||
+        dialog->GetSafeHwnd() != Contract(window)) {
         return FALSE;
     }
     if (message >= WM_USER) {
         ServeBehindPosted(window, message, wParam, lParam);
-        if (loop->IsOver()) {
+        if (!ModalLoop::IsOpen(*dialog)) {
             return TRUE;
         }
     }

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <stdexcept>
 
 namespace {
 
@@ -37,7 +38,7 @@ win::HWND CreateDialogWindow(const WindowForm& form, win::DLGPROC procedure, win
     const win::HWND window = win::CreateDialogIndirectParamW(
         win::GetModuleHandleW(nullptr), &empty.head, form.owner, procedure, argument);
     if (window == nullptr) {
-        return nullptr;
+        throw std::runtime_error("The system opens no more windows.");
     }
     win::RECT outside{0, 0, form.client.cx, form.client.cy};
     win::AdjustWindowRectEx(&outside, form.style, FALSE, form.extendedStyle);

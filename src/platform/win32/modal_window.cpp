@@ -12,7 +12,9 @@ namespace {
 constexpr win::UINT RunActions = WM_USER + 1;
 constexpr win::UINT EndProgram = WM_USER + 2;
 constexpr win::UINT_PTR StopTimer = 1;
-constexpr win::UINT StopPeriod = 10; // milliseconds
+constexpr win::UINT_PTR RunTimer = 2;
+constexpr win::UINT RetryPeriod = 10; // milliseconds
+constexpr int EndRetries = 1000;
 constexpr wchar_t LaterClass[] = L"TarnTestLater";
 
 std::deque<std::function<void()>> actions;
@@ -23,6 +25,7 @@ std::uint64_t dispatched = 1;    // by it, with the start of the program
 // Since timers, paint requests and input were served.
 DeliverySlice slice;
 
+void ReleaseMouse();
 bool IsOperatorAtWork();
 void ServeOthers(bool withInput);
 void StopAgain();
@@ -42,6 +45,7 @@ NativeWindow::NativeWindow()
         m_owner = isShown ? topmost : nullptr;
         m_isAboveBox = isShown && below.Dialog() == nullptr;
     }
+    ReleaseMouse();
     win::EnumThreadWindows(win::GetCurrentThreadId(), &Block,
                            reinterpret_cast<win::LPARAM>(&m_blocked));
 }
@@ -49,6 +53,10 @@ NativeWindow::NativeWindow()
 NativeWindow::~NativeWindow()
 {
     Unblock();
+    // The system gives the keyboard to the owner, from which a modeless dialog had it.
+    if (m_before != m_owner && win::IsWindowVisible(m_before) != FALSE) {
+        win::SetActiveWindow(m_before);
+    }
     win::DestroyWindow(m_window);
 }
 
@@ -82,7 +90,7 @@ void NativeWindow::Serve()
 void NativeWindow::Stop()
 {
     win::PostThreadMessageW(win::GetCurrentThreadId(), WM_NULL, 0, 0);
-    win::SetTimer(laterWindow, StopTimer, StopPeriod, nullptr);
+    win::SetTimer(laterWindow, StopTimer, RetryPeriod, nullptr);
 }
 
 void NativeWindow::Hide()
@@ -129,15 +137,16 @@ void ServeBehindPosted(win::HWND window, win::UINT message, win::WPARAM wParam, 
 void CloseWindowsOfSystem()
 {
     win::EndMenu();
-    if (const win::HWND capture = win::GetCapture(); capture != nullptr) {
-        win::SendMessageW(capture, WM_CANCELMODE, 0, 0);
-    }
+    ReleaseMouse();
 }
 
 void RunSoon(std::function<void()> action)
 {
     actions.push_back(std::move(action));
-    win::PostMessageW(laterWindow, RunActions, 0, 0);
+    // A storm of messages may have filled the queue.
+    if (win::PostMessageW(laterWindow, RunActions, 0, 0) == FALSE) {
+        win::SetTimer(laterWindow, RunTimer, RetryPeriod, nullptr);
+    }
 }
 
 LaterWindow::LaterWindow()
@@ -159,10 +168,22 @@ LaterWindow::~LaterWindow()
 
 void LaterWindow::PostEnd()
 {
-    win::PostMessageW(laterWindow, EndProgram, 0, 0);
+    for (int i = 0; i < EndRetries && win::PostMessageW(laterWindow, EndProgram, 0, 0) == FALSE;
+         ++i) {
+        win::Sleep(RetryPeriod);
+    }
 }
 
 namespace {
+
+// A drag behind a box would go on, for the system takes the mouse only from windows that it
+// disables itself, and a control has it.
+void ReleaseMouse()
+{
+    if (const win::HWND capture = win::GetCapture(); capture != nullptr) {
+        win::SendMessageW(capture, WM_CANCELMODE, 0, 0);
+    }
+}
 
 // Moves or sizes a window, walks through a menu or drags something: the loop behind it needs the
 // input itself.
@@ -217,7 +238,11 @@ try {
         ModalLoop::AskToEnd();
     } else if (message == WM_TIMER && wParam == StopTimer) {
         StopAgain();
-    } else if (message == RunActions && !actions.empty()) {
+    } else if (message == RunActions || (message == WM_TIMER && wParam == RunTimer)) {
+        if (actions.empty()) {
+            win::KillTimer(laterWindow, RunTimer);
+            return 0;
+        }
         const std::function<void()> action = std::move(actions.front());
         actions.pop_front();
         action();

@@ -34,6 +34,7 @@ protected:
 private:
     void Unblock();
 
+    const win::HWND m_before = win::GetActiveWindow();
     win::HWND m_owner = nullptr;
     bool m_isAboveBox = false;
     std::vector<win::HWND> m_blocked;
