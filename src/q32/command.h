@@ -66,6 +66,11 @@ CLI::Option* AddNumbersOption(CLI::App& command, const std::string& name, std::s
                               const std::string& typeName, const std::string& description,
                               std::vector<double>& numbers);
 
+// An option whose one argument is a finite number.
+CLI::Option* AddNumberOption(CLI::App& command, const std::string& name,
+                             const std::string& typeName, const std::string& description,
+                             double& number);
+
 // The option --region X,Y,WIDTH,HEIGHT.
 void AddRegionOption(CLI::App& command, std::vector<double>& region);
 // The part of the view that the option names, the whole without it. Raises BadFile for a region

@@ -111,15 +111,14 @@ std::function<int()> SetUpConvert(CLI::App& command)
             ->excludes(scale);
     CLI::Option* const shown[] = {
         window,
-        command
-            .add_option("--fit", options->appearance.fit,
-                        "Gray levels, with the window fitted to this share of the values")
+        AddNumberOption(command, "--fit", "PERCENT",
+                        "Gray levels, with the window fitted to this share of the values",
+                        options->appearance.fit)
             ->check(CLI::Range(0.0, 100.0))
-            ->type_name("PERCENT")
             ->excludes(scale)
             ->excludes(window),
-        command.add_option("--gamma", options->appearance.gamma, "Gray levels, bent by this gamma")
-            ->type_name("GAMMA")
+        AddNumberOption(command, "--gamma", "GAMMA", "Gray levels, bent by this gamma",
+                        options->appearance.gamma)
             ->excludes(scale),
         command.add_flag("--negative", options->appearance.isNegative, "Gray levels, inverted")
             ->excludes(scale),

@@ -9,6 +9,7 @@
 #include <CLI/Option.hpp>
 #include <charconv>
 #include <chrono>
+#include <cmath>
 #include <iostream>
 #include <new>
 #include <sstream>
@@ -174,12 +175,24 @@ GrayView RegionOf(const GrayView& view, const std::vector<double>& region)
     return part;
 }
 
+CLI::Option* AddNumberOption(CLI::App& command, const std::string& name,
+                             const std::string& typeName, const std::string& description,
+                             double& number)
+{
+    const auto take = [&number, name](const double& value) {
+        if (!std::isfinite(value)) {
+            throw CLI::ValidationError(name, "takes a finite number");
+        }
+        number = value;
+    };
+    return command.add_option_function<double>(name, take, description)->type_name(typeName);
+}
+
 void AddPitchOption(CLI::App& command, double& pitch)
 {
-    command
-        .add_option("--pitch", pitch,
+    AddNumberOption(command, "--pitch", "MM",
                     "Distance from pixel to pixel, " + std::to_string(pitch).substr(0, 3) +
-                        " without it")
-        ->check(CLI::Range(0.001, 5.0))
-        ->type_name("MM");
+                        " without it",
+                    pitch)
+        ->check(CLI::Range(0.001, 5.0));
 }

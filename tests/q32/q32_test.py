@@ -140,7 +140,14 @@ class ConventionsHold(CommandTest):
         for words in ((), ("stats",), ("nothing",), ("stats", "--no", "a.q32"),
                       ("stats", "--json", "--csv", "a.q32"), ("stats", "--region", "1,2,3", "a.q32"),
                       ("convert", "a.q32", "a.xyz"), ("convert", "a.q32", "a.q32", "a.png"),
-                      ("thumbnail", "-s", "0", "a.q32", "a.png")):
+                      ("thumbnail", "-s", "0", "a.q32", "a.png"),
+                      ("uniformity", "--pitch", "nan", "a.q32"),
+                      ("mtf", "--pitch", "nan", "a.q32"),
+                      ("profile", "--line", "nan,0,9,9", "a.q32"),
+                      ("stats", "--region", "0,0,nan,9", "a.q32"),
+                      ("convert", "--window", "nan,9", "a.q32", "a.png"),
+                      ("convert", "--fit", "nan", "a.q32", "a.png"),
+                      ("convert", "--gamma", "inf", "a.q32", "a.png")):
             self.assertRegex(self.fails(*words, code=2), r"^q32: .+\n", words)
         for words in (("stats", "none.q32"), ("stats", "--region", "50,0,9,9", "a.q32"),
                       ("uniformity", "a.q32"), ("mtf", "a.q32"), ("diff", "none.q32", "a.q32"),
