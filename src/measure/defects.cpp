@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numbers>
 #include <numeric>
 
 namespace {
@@ -55,7 +56,7 @@ private:
 };
 
 Response ResponseOf(const ImageSums& flats, const ImageSums& darks);
-double ResponseNoise(const Response& response);
+std::optional<double> ResponseNoise(const Response& response, std::uint32_t flats);
 void MarkNoisy(const ImageSums& darks, Marks& marks);
 std::vector<DefectGroup> GroupDefects(const std::vector<DefectivePixel>& pixels,
                                       std::uint32_t height);
@@ -103,9 +104,9 @@ Defects FindDefects(const ImageSums& flats, const ImageSums& darks)
     Marks marks;
     const Response response = ResponseOf(flats, darks);
     defects.decidedRules = Dead | UnderResponding | OverResponding;
-    defects.responseNoise = ResponseNoise(response);
+    defects.responseNoise = ResponseNoise(response, flats.images);
     OutlierVisit markNonUniform;
-    if (defects.responseNoise <= MostNoiseForNonUniformity) {
+    if (defects.responseNoise && *defects.responseNoise <= MostNoiseForNonUniformity) {
         defects.decidedRules |= NonUniformPixel;
         markNonUniform = [&](std::size_t i, double, const Surroundings&) {
             marks.Mark(i, NonUniformPixel);
@@ -195,9 +196,12 @@ Response ResponseOf(const ImageSums& flats, const ImageSums& darks)
 }
 
 // From the differences of neighbors in a row, which shading hardly touches and single defects not
-// at all: their median size is 0.6745 standard deviations of a difference, sqrt 2 of one pixel's.
-double ResponseNoise(const Response& response)
+// at all: their median size is 0.6745 standard deviations of a difference, sqrt 2 of one pixel's,
+// and 95 % of them are below 1.96, which helps where most neighbors are equal. Noise of one flat
+// that is less than half a gray level hides behind rounding, which then is alike in all flats.
+std::optional<double> ResponseNoise(const Response& response, std::uint32_t flats)
 {
+    constexpr double HiddenNoise = 0.5; // gray levels
     constexpr std::uint32_t MostSamples = 50000;
     std::vector<float> differences, values;
     const std::uint32_t pixels = response.width * response.height;
@@ -212,10 +216,19 @@ double ResponseNoise(const Response& response)
         }
     }
     if (differences.empty()) {
-        return 0;
+        return std::nullopt;
     }
     const double value = MedianOf(values);
-    return value > 0 ? MedianOf(differences) / 0.6745 / std::sqrt(2.0) / value : 1;
+    double noise = MedianOf(differences) / 0.6745 / std::numbers::sqrt2;
+    if (noise == 0) {
+        const auto place = differences.begin() + std::ssize(differences) * 95 / 100;
+        std::ranges::nth_element(differences, place);
+        noise = *place / 1.96 / std::numbers::sqrt2;
+    }
+    if (noise * std::sqrt(flats) < HiddenNoise) {
+        noise = HiddenNoise;
+    }
+    return value > 0 ? noise / value : 1;
 }
 
 void MarkNoisy(const ImageSums& darks, Marks& marks)

@@ -4,6 +4,7 @@
 #include "measure/gray_view.h"
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -72,7 +73,9 @@ struct Defects
     std::vector<DefectivePixel> pixels; // row by row from the top left
     std::vector<DefectGroup> groups;
     std::uint8_t decidedRules = 0; // bits of the rules that the images could decide
-    double responseNoise = 0;      // of the mean flats, as a share of the response
+    // Of the mean flats, as a share of the response; nothing where no pixel has a neighbor in its
+    // row.
+    std::optional<double> responseNoise;
 };
 
 // darks may be empty (0 images); otherwise it has the size of the flats, of which there is one at

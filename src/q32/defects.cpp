@@ -34,7 +34,7 @@ void Describe(const ImageSums& flats, const ImageSums& darks, Report& report)
     const auto lines = std::ranges::count_if(defects.groups, &DefectGroup::isLine);
     report.fields = {{"flats", flats.images},
                      {"darks", darks.images},
-                     {"response noise", defects.responseNoise},
+                     {"response noise", OrNull(defects.responseNoise)},
                      {"defective pixels", defects.pixels.size()}};
     for (const DefectRuleName& entry : DefectRuleNames) {
         const auto hasRule = [&](const DefectivePixel& pixel) {

@@ -15,11 +15,6 @@ struct EdgeOptions : Session
     bool isEdgeWanted = false;
 };
 
-Value OrNull(std::optional<double> value)
-{
-    return value ? Value(*value) : Value();
-}
-
 void Describe(const EdgeResponse& edge, const EdgeOptions& options, Report& report)
 {
     const auto half = FrequencyAt(edge.mtf, 0.5), tenth = FrequencyAt(edge.mtf, 0.1);

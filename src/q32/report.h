@@ -2,11 +2,17 @@
 #pragma once
 
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <vector>
 
 using Value = nlohmann::ordered_json; // a number, text, true or false; null: not defined
+
+inline Value OrNull(const std::optional<double>& number)
+{
+    return number ? Value(*number) : Value();
+}
 
 struct Report
 {

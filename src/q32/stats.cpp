@@ -24,20 +24,19 @@ std::function<int()> SetUpStats(CLI::App& command)
             };
             const PixelPosition lowest = *FindValue(part, statistics.minimum);
             const PixelPosition highest = *FindValue(part, statistics.maximum);
-            report.fields = {
-                {"samples", statistics.count},
-                {"mean", statistics.mean},
-                {"sd", statistics.standardDeviation},
-                {"snr", statistics.signalToNoise ? Value(*statistics.signalToNoise) : Value()},
-                {"median", statistics.median},
-                {"min", statistics.minimum},
-                {"min x", corner(0) + lowest.x},
-                {"min y", corner(1) + lowest.y},
-                {"max", statistics.maximum},
-                {"max x", corner(0) + highest.x},
-                {"max y", corner(1) + highest.y},
-                {"share at 0", clipped.atZero},
-                {"share at maximum", clipped.atMaximum}};
+            report.fields = {{"samples", statistics.count},
+                             {"mean", statistics.mean},
+                             {"sd", statistics.standardDeviation},
+                             {"snr", OrNull(statistics.signalToNoise)},
+                             {"median", statistics.median},
+                             {"min", statistics.minimum},
+                             {"min x", corner(0) + lowest.x},
+                             {"min y", corner(1) + lowest.y},
+                             {"max", statistics.maximum},
+                             {"max x", corner(0) + highest.x},
+                             {"max y", corner(1) + highest.y},
+                             {"share at 0", clipped.atZero},
+                             {"share at maximum", clipped.atMaximum}};
         });
     };
 }

@@ -165,6 +165,25 @@ class MeasuresTest(CommandTest):
         self.assertEqual((got["defects"], got["non-uniform"]), ([], None))
         self.assertAlmostEqual(got["response noise"], 0.01, delta=0.01 * 0.03)
 
+    def test_flats_whose_noise_hides_behind_rounding(self):
+        size = (200, 250)
+        part, rare = self.random.random(size) < 0.15, self.random.random(size) < 0.02
+        low = self.random.normal(90, 0.35, size).round().astype(int)
+        many = self.random.normal(90, 1, (60, *size)).round().astype(int)
+        for flats, bits, count, noise in (
+                ([50 + part], 8, None, 0.5 / 50), ([50 + rare] * 9, 8, None, 0.5 / 50),
+                ([low], 12, None, 0.5 / 90), ([low * 16], 16, None, 0.36 / 90),
+                ([low + 1910], 12, 0, 0.5 / 2000), (many, 12, 0, np.sqrt(13 / 12 / 60) / 90),
+                ([np.full((40, 1), 2000)], 12, None, None)):
+            for i, flat in enumerate(flats):
+                self.write(f"flat{i}.q32", flat, bits)
+            got, = self.json("defects", *(f"flat{i}.q32" for i in range(len(flats))))
+            self.assertEqual((got["defects"], got["non-uniform"]), ([], count))
+            if noise is None:
+                self.assertIsNone(got["response noise"])
+            else:
+                np.testing.assert_allclose(got["response noise"], noise, 0.05)
+
     # A Gauss blur of sigma has the MTF exp(-2 (pi sigma f)^2). An edge response of m bins, each the
     # mean of rows / 10 pixels with deviation SD, has in its differences at frequency f a noise of
     # 2 sin(pi f / 10) sqrt(m) SD / sqrt(rows / 10) over the step, and the step itself, the

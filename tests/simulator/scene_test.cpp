@@ -139,7 +139,8 @@ TEST_F(Scenes, HaveThePlantedDefectsAndNoOthers)
     }
     EXPECT_EQ(found, planted);
     EXPECT_EQ(std::ranges::count_if(defects.groups, &DefectGroup::isLine), 2);
-    EXPECT_NEAR(defects.responseNoise, Noise() / std::sqrt(40.0) / 1700, 0.0001);
+    ASSERT_TRUE(defects.responseNoise);
+    EXPECT_NEAR(*defects.responseNoise, Noise() / std::sqrt(40.0) / 1700, 0.0001);
 }
 
 // Each square is the mean of 400 pixels, of which the truth is known in closed form: over a side of
