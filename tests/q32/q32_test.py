@@ -1,9 +1,12 @@
 """The files of the command q32 through other programs, and its conventions."""
+import csv
+import io
 import os
 import re
 import subprocess
 import sys
 import unittest
+import zlib
 
 import numpy as np
 from PIL import Image
@@ -198,6 +201,24 @@ class ConventionsHold(CommandTest):
         lines = self.run_q32("info", "--csv", "a.q32").stdout.decode().splitlines()
         self.assertTrue(lines[0].startswith("file,width,height,bits,"))
         self.assertIn('a.q32,52,37,12,2,9,1,me,"ProgramName=""A,', lines[1])
+
+    def test_info_finds_whole_keys_and_writes_them_below_headings(self):
+        texts = ((b"SelectedExposureTime=5;IntegrationTime=7",
+                  {"SelectedExposureTime": "5", "IntegrationTime": "7"}),
+                 (b' kV= 60;ProgramName="a=Date=1";\n Time=8',
+                  {"kV": "60", "ProgramName": "a=Date=1", "Time": "8"}),
+                 (b"Note=x\\;mA=3;mA=4;mA=5", {"mA": "4"}), (b"kV=;", {"kV": ""}), (b"", {}))
+        names = [f"{i}.q32" for i in range(len(texts))]
+        for name, (header, _) in zip(names, texts):
+            self.noise(name, 8, header=header)
+        lines = self.run_q32("info", "--csv", *names).stdout.decode()
+        table = [*csv.DictReader(io.StringIO(lines))]
+        for got, row, (_, expected) in zip(self.json("info", *names), table, texts, strict=True):
+            self.assertEqual(dict([*got.items()][9:]), expected)
+            cells = [*row.items()][9:]
+            self.assertEqual(len(cells), 28)
+            self.assertEqual({key: value for key, value in cells if value or key in expected},
+                             expected)
 
     def test_help_manual_and_completion(self):
         manual = self.run_q32("--manual").stdout
