@@ -118,6 +118,10 @@ CLinkedPtr<CImage> ReadPng(const char* path)
         }
         png_read_end(png, file.info);
     });
+    // Samples of fewer significant bits may be scaled to the full depth, as PNG asks for.
+    if (BitsInUse(*picture) > picture->m_bitsPerSample) {
+        picture->m_bitsPerSample = 16;
+    }
     ReadComment(file, *picture);
     return picture;
 }

@@ -3,6 +3,7 @@
 #include "q32/bad_file.h"
 #include "q32/picture_format.h"
 
+#include <algorithm>
 #include <bit>
 #include <memory>
 #include <tiffio.h>
@@ -63,9 +64,25 @@ CLinkedPtr<CImage> ReadTiff(const char* path)
         std::uint64_t{picture->m_width} * picture->m_pixelBytes) {
         throw BadFile("has rows of another length than its width");
     }
+    const auto orientation = FieldOf<std::uint16_t>(file.get(), TIFFTAG_ORIENTATION, 1);
+    if (orientation > ORIENTATION_BOTLEFT) {
+        throw BadFile("lies on its side, orientation " + std::to_string(orientation));
+    }
+    const bool isUpsideDown =
+        orientation == ORIENTATION_BOTLEFT || orientation == ORIENTATION_BOTRIGHT;
+    const bool isMirrored =
+        orientation == ORIENTATION_TOPRIGHT || orientation == ORIENTATION_BOTRIGHT;
     for (std::uint32_t y = 0; y < picture->m_height; ++y) {
-        if (TIFFReadScanline(file.get(), RowFromTop(*picture, y), y) != 1) {
+        std::uint8_t* const row =
+            RowFromTop(*picture, isUpsideDown ? picture->m_height - 1 - y : y);
+        if (TIFFReadScanline(file.get(), row, y) != 1) {
             throw BadFile("is cut short");
+        }
+        if (isMirrored && bits == 8) {
+            std::reverse(row, row + picture->m_width);
+        } else if (isMirrored) {
+            auto* const samples = reinterpret_cast<std::uint16_t*>(row);
+            std::reverse(samples, samples + picture->m_width);
         }
     }
     char* description = nullptr;

@@ -112,6 +112,29 @@ class FilesAreReadElsewhere(CommandTest):
                 self.assertRegex(self.fails("convert", f"cut.{kind}", "b.q32"), r"^q32: cut\.")
         self.assertFalse((self.folder / "b.q32").exists())
 
+    def test_foreign_files_are_read_as_they_are_meant(self):
+        picture = self.noise("a.q32", 12)
+        # Samples scaled to 16 bits beside the 12 that are significant.
+        data = self.convert("--scale", "a.q32", "a.png").read_bytes()
+        sbit = data.index(b"sBIT")
+        chunk = b"sBIT\x0c"
+        chunk += zlib.crc32(chunk).to_bytes(4, "big")
+        (self.folder / "a.png").write_bytes(data[:sbit] + chunk + data[sbit + 9:])
+        scaled = np.floor(picture * 65535 / 4095 + 0.5)
+        self.assertEqual(self.expect(scaled, read_q32, "a.png", "b.q32")[0], 16)
+        Image.new("1", (9, 3), 1).save(self.folder / "bits.png")
+        self.assertEqual(self.expect(np.ones((3, 9)), read_q32, "bits.png", "bits.q32")[0], 8)
+        for kind in (np.uint8, np.uint16):
+            picture = self.random.integers(0, 256, (5, 8)).astype(kind)
+            for orientation, turned in ((1, picture), (2, picture[:, ::-1]),
+                                        (3, picture[::-1, ::-1]), (4, picture[::-1]), (5, None),
+                                        (8, None)):
+                Image.fromarray(picture).save(self.folder / "a.tif", tiffinfo={274: orientation})
+                if turned is None:
+                    self.assertIn("on its side", self.fails("convert", "a.tif", "c.q32"))
+                else:
+                    self.expect(turned, read_q32, "--force", "a.tif", "b.q32")
+
     def test_thumbnail(self):
         picture = self.noise("a.q32", 12, (120, 200))
         self.run_q32("thumbnail", "-s", "50", "a.q32", "a.png")
