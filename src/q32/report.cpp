@@ -14,6 +14,27 @@ void WriteCsvLine(std::ostream& stream, const std::vector<Value>& cells);
 
 } // namespace
 
+std::string Printable(const std::string& text, const std::string& allowed)
+{
+    std::string printable;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const auto byte = static_cast<std::uint8_t>(text[i]);
+        const auto next = static_cast<std::uint8_t>(i + 1 < text.size() ? text[i + 1] : 0);
+        // U+0080 to U+009F begin sequences for terminals, too.
+        const bool isLongControl = byte == 0xC2 && 0x80 <= next && next < 0xA0;
+        const bool isControl = byte < 0x20 || byte == 0x7F || isLongControl;
+        if (!isControl || allowed.find(text[i]) != std::string::npos) {
+            printable += text[i];
+            continue;
+        }
+        constexpr char Digits[] = "0123456789ABCDEF";
+        const std::uint8_t code = isLongControl ? next : byte;
+        printable += std::string("\\x") + Digits[code >> 4] + Digits[code & 15];
+        i += isLongControl ? 1 : 0;
+    }
+    return printable;
+}
+
 void ReportWriter::Write(const Report& report)
 {
     switch (m_form) {
@@ -37,10 +58,10 @@ void ReportWriter::WriteText(const Report& report)
     for (const auto& [name, value] : report.fields) {
         width = std::max(width, name.size());
     }
-    m_stream << (m_isFirst ? "" : "\n") << report.file << ":\n";
+    m_stream << (m_isFirst ? "" : "\n") << Printable(report.file) << ":\n";
     for (const auto& [name, value] : report.fields) {
-        m_stream << "  " << name << std::string(width + 2 - name.size(), ' ') << Plain(value)
-                 << '\n';
+        m_stream << "  " << name << std::string(width + 2 - name.size(), ' ')
+                 << Printable(Plain(value)) << '\n';
     }
     if (report.columns.empty()) {
         return;
@@ -130,7 +151,8 @@ std::string Plain(const Value& value)
 
 std::string CsvCell(const Value& value)
 {
-    std::string text = Plain(value);
+    // Line breaks and tabs are data between quotes.
+    std::string text = Printable(Plain(value), "\t\r\n");
     if (text.find_first_of(",\"\r\n") == std::string::npos) {
         return text;
     }

@@ -14,6 +14,9 @@ inline Value OrNull(const std::optional<double>& number)
     return number ? Value(*number) : Value();
 }
 
+// The text with \xNN for bytes that act on a terminal instead of being shown, but the allowed ones.
+std::string Printable(const std::string& text, const std::string& allowed = "");
+
 struct Report
 {
     std::string file;

@@ -90,7 +90,7 @@ int Session::ForEach(const std::vector<std::string>& names,
         }
         progress.Clear();
         std::cout.flush();
-        std::cerr << "q32: " << file << ": " << reason << '\n';
+        std::cerr << "q32: " << Printable(file) << ": " << Printable(reason) << '\n';
         result = ExitBadFile;
     }
     return result;

@@ -243,6 +243,19 @@ class ConventionsHold(CommandTest):
             self.assertEqual({key: value for key, value in cells if value or key in expected},
                              expected)
 
+    def test_texts_do_not_act_on_the_terminal(self):
+        text = b"a\x1b[2J\nkV  60\r\x7f\xc2\x9b\t\xc3\xbc\xe9"
+        shown = rb"a\x1B[2J\x0AkV  60\x0D\x7F\x9B\x09" + b"\xc3\xbc\xe9"
+        self.noise("\x1bc.q32", 8, header=text, user=text)
+        said = self.run_q32("info", "\x1bc.q32").stdout
+        self.assertIn(rb"\x1Bc.q32:", said)
+        self.assertEqual(said.count(shown + b"\n"), 2)
+        cell = shown.replace(rb"\x0A", b"\n").replace(rb"\x0D", b"\r").replace(rb"\x09", b"\t")
+        said = self.run_q32("info", "--csv", "\x1bc.q32").stdout
+        self.assertEqual(said.count(b'"' + cell + b'"'), 2)
+        self.assertEqual(self.json("info", "\x1bc.q32")[0]["user id"][:5], "a\x1b[2J")
+        self.assertRegex(self.fails("stats", "\x1bno.q32"), r"^q32: \\x1Bno\.q32: [^\x1b]+\n$")
+
     def test_help_manual_and_completion(self):
         manual = self.run_q32("--manual").stdout
         rendered = subprocess.run(["man", "--warnings", "-l", "-"], input=manual,
