@@ -5,11 +5,13 @@
 #include "q32/bad_file.h"
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
+#include <memory>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
@@ -17,39 +19,37 @@
 namespace {
 
 std::string MakeTemporary(const std::string& prefix);
+int OpenNameless();
 void CopyStream(std::FILE* from, std::FILE* to);
 [[noreturn]] void Fail(int error);
 
 } // namespace
 
-InputPath::InputPath(const std::string& name) : m_path(name), m_isCopy(name == StandardStream)
+InputPath::InputPath(const std::string& name) : m_path(name)
 {
-    if (!m_isCopy) {
+    if (name != StandardStream) {
         return;
     }
-    m_path = MakeTemporary(std::filesystem::temp_directory_path() / "q32-");
-    std::FILE* const copy = std::fopen(m_path.c_str(), "wb");
+    const std::unique_ptr<std::FILE, decltype(&std::fclose)> copy(fdopen(OpenNameless(), "wb"),
+                                                                  std::fclose);
     if (copy == nullptr) {
         Fail(errno);
     }
-    CopyStream(stdin, copy);
-    if (std::fclose(copy) != 0) {
+    CopyStream(stdin, copy.get());
+    if (std::fflush(copy.get()) != 0 || dup2(fileno(copy.get()), STDIN_FILENO) < 0) {
         Fail(errno);
     }
-}
-
-InputPath::~InputPath()
-{
-    if (m_isCopy) {
-        unlink(m_path.c_str());
-    }
+    m_path = "/dev/stdin";
 }
 
 OutputPath::OutputPath(const std::string& name, bool mayReplace)
     : m_name(name), m_mayReplace(mayReplace)
 {
     if (name == StandardStream) {
-        m_temporary = MakeTemporary(std::filesystem::temp_directory_path() / "q32-");
+        // A reader that goes away is an error to report.
+        std::signal(SIGPIPE, SIG_IGN);
+        m_file = OpenNameless();
+        m_temporary = "/dev/fd/" + std::to_string(m_file);
         return;
     }
     struct stat entry
@@ -68,7 +68,9 @@ OutputPath::OutputPath(const std::string& name, bool mayReplace)
 
 OutputPath::~OutputPath()
 {
-    if (!m_temporary.empty()) {
+    if (m_file >= 0) {
+        close(m_file);
+    } else {
         unlink(m_temporary.c_str());
     }
 }
@@ -133,6 +135,24 @@ std::string MakeTemporary(const std::string& prefix)
     fchmod(file, 0666 & ~mask);
     close(file);
     return path;
+}
+
+// An empty file without a name, for this process alone: nothing remains of it however that ends.
+int OpenNameless()
+{
+    std::string path = std::filesystem::temp_directory_path() / "q32-XXXXXX";
+    const int first = mkstemp(path.data());
+    if (first < 0) {
+        Fail(errno);
+    }
+    unlink(path.c_str());
+    // Not in the place of a standard stream that is closed.
+    const int file = fcntl(first, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    close(first);
+    if (file < 0) {
+        Fail(errno);
+    }
+    return file;
 }
 
 void CopyStream(std::FILE* from, std::FILE* to)

@@ -6,21 +6,17 @@
 
 inline constexpr char StandardStream[] = "-";
 
-// A path that can be read like a file: the path itself, or for "-" a copy of the standard input,
-// which lives as long as this object.
+// A path that can be read like a file: the path itself, or for "-" the standard input, which a copy
+// of it takes the place of.
 class InputPath
 {
 public:
     explicit InputPath(const std::string& name);
-    ~InputPath();
-    InputPath(const InputPath&) = delete;
-    InputPath& operator=(const InputPath&) = delete;
 
     const char* Get() const { return m_path.c_str(); }
 
 private:
     std::string m_path;
-    bool m_isCopy;
 };
 
 // Where a new file is written before it takes its place under its name, or goes to the standard
@@ -41,6 +37,7 @@ public:
 private:
     std::string m_name, m_temporary;
     bool m_mayReplace;
+    int m_file = -1; // the one for the standard output
 };
 
 bool IsFolder(const std::string& path);

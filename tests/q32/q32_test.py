@@ -2,6 +2,7 @@
 import csv
 import io
 import os
+import pathlib
 import re
 import subprocess
 import sys
@@ -97,6 +98,34 @@ class FilesAreReadElsewhere(CommandTest):
         again = self.run_q32("convert", "--to", "q32", "-", "-", stdin=done.stdout).stdout
         self.assertEqual(again[44:-8], whole[44:-8])
         self.assertEqual(self.json("stats", "-", stdin=whole)[0]["samples"], 37 * 52)
+
+    def test_copies_of_streams_leave_nothing_behind(self):
+        self.noise("a.q32", 16, (1000, 1000))
+        os.environ["TMPDIR"] = str(self.folder)
+        self.addCleanup(os.environ.pop, "TMPDIR")
+        reader, writer = os.pipe()
+        os.close(reader)
+        folder = os.open(self.folder, os.O_RDONLY)
+        for words, stdin, stdout in ((("convert", "--to", "pgm", "a.q32", "-"), None, writer),
+                                     (("convert", "--to", "q32", "a.q32", "-"), None, writer),
+                                     (("stats", "-"), folder, None)):
+            done = subprocess.run([PROGRAM, *words], stdin=stdin, stdout=stdout, cwd=self.folder,
+                                  stderr=subprocess.PIPE)
+            self.assertEqual(done.returncode, 1)
+            self.assertRegex(done.stderr.decode(), r"^q32: -: .+\n$")
+        whole = (self.folder / "a.q32").read_bytes()
+        self.assertNotIn("q32-", self.fails("stats", "-", stdin=whole[:20]))
+        # While it is written, nobody else may read it, and a killed process leaves nothing.
+        process = subprocess.Popen([PROGRAM, "stats", "-"], stdin=subprocess.PIPE)
+        process.stdin.write(whole)
+        descriptors = pathlib.Path(f"/proc/{process.pid}/fd")
+        copy, = (entry for entry in descriptors.iterdir() if "q32-" in os.readlink(entry))
+        self.assertEqual(copy.stat().st_mode & 0o777, 0o600)
+        process.kill()
+        process.communicate()
+        for descriptor in (writer, folder):
+            os.close(descriptor)
+        self.assertEqual([entry.name for entry in self.folder.iterdir()], ["a.q32"])
 
     def test_foreign_files_are_refused_with_a_reason(self):
         picture = self.random.integers(0, 256, (4, 6)).astype(np.uint16)
