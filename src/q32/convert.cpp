@@ -7,6 +7,7 @@
 
 #include <filesystem>
 #include <memory>
+#include <set>
 
 namespace {
 
@@ -51,8 +52,9 @@ std::string TargetFile(const std::string& source, const std::string& target,
     return std::filesystem::path(target) / (name.string() + format.extension);
 }
 
+// written: the files of this run, which none of it may replace.
 void Convert(const Options& options, const std::string& source, const std::string& target,
-             const PictureFormat& format)
+             const PictureFormat& format, std::set<std::string>& written)
 {
     CLinkedPtr<CImage> picture = LoadPicture(source);
     RequireView(*picture);
@@ -62,10 +64,14 @@ void Convert(const Options& options, const std::string& source, const std::strin
         picture = ScaleToFullRange(*picture);
     }
     const std::string name = TargetFile(source, target, format);
+    if (written.contains(name)) {
+        throw BadNamedFile(name, "was written from another file already");
+    }
     try {
         OutputPath output(name, options.mayReplace);
         format.write(output.Get(), *picture);
         output.Commit();
+        written.insert(name);
     } catch (const BadFile& error) {
         throw BadNamedFile(name, error.what());
     }
@@ -84,8 +90,10 @@ int Run(const Options& options)
     if (format == nullptr) {
         throw CLI::ValidationError("--to", "names the format, one of " + FormatNames());
     }
-    return options.ForEach(
-        sources, [&](const std::string& source) { Convert(options, source, target, *format); });
+    std::set<std::string> written;
+    return options.ForEach(sources, [&](const std::string& source) {
+        Convert(options, source, target, *format, written);
+    });
 }
 
 } // namespace

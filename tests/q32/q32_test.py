@@ -91,6 +91,17 @@ class FilesAreReadElsewhere(CommandTest):
             np.testing.assert_array_equal(read_png(self.folder / f"out/{i}.png")[0], picture)
         self.assertEqual(len(list((self.folder / "out").iterdir())), 3)
 
+    def test_files_of_one_name_do_not_replace_each_other(self):
+        for name in ("a", "b", "out"):
+            (self.folder / name).mkdir()
+        (self.folder / "a/x.q32").write_bytes(b"nothing")
+        first, _ = self.noise("b/x.q32", 8), self.noise("x.q32", 8)
+        for again in range(2):
+            error = self.fails("convert", "--force", "--to", "png", "a/x.q32", "b/x.q32", "x.q32",
+                               "out")
+            self.assertRegex(error, r"^q32: a/x.q32: .+\nq32: out/x.png: was written .+\n$")
+            np.testing.assert_array_equal(read_png(self.folder / "out/x.png")[0], first)
+
     def test_standard_streams(self):
         self.noise("a.q32", 12)
         whole = (self.folder / "a.q32").read_bytes()
