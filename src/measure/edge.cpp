@@ -7,6 +7,7 @@
 #include <fftw3.h>
 #include <memory>
 #include <numbers>
+#include <numeric>
 
 namespace {
 
@@ -15,6 +16,8 @@ constexpr double MostDistance = 45; // the transform's length is 100 pixels
 constexpr double MostAngle = 20;    // degrees
 constexpr std::uint32_t LeastRows = 8;
 constexpr double LeastStepToNoise = 5;
+constexpr double MostEndRise = 0.005; // of the step
+constexpr double SureDeviations = 5;
 
 // A picture with the edge from top to bottom and the bright side on the right.
 struct UprightEdge
@@ -43,6 +46,8 @@ double HalfWidth(const UprightEdge& picture, const EdgeLine& line);
 bool SampleEdge(const UprightEdge& picture, const EdgeLine& line, double reach,
                 EdgeResponse& response);
 double FlatNoise(const UprightEdge& picture, const EdgeLine& line, double reach);
+bool HasFlatEnds(const EdgeResponse& response, std::uint32_t rows);
+double MeanOf(const std::vector<double>& values, std::size_t first, std::size_t count);
 void Transform(EdgeResponse& response);
 double Sinc(double x);
 
@@ -76,15 +81,14 @@ std::optional<EdgeResponse> EdgeResponseOf(const GrayView& view, std::string& re
         return fail("the edge is not slanted enough, or too short");
     }
     const std::size_t flat = response.edge.size() / 8;
-    double dark = 0, bright = 0;
-    for (std::size_t i = 0; i < flat; ++i) {
-        dark += response.edge[i] / static_cast<double>(flat);
-        bright += response.edge[response.edge.size() - 1 - i] / static_cast<double>(flat);
-    }
-    response.step = bright - dark;
+    response.step =
+        MeanOf(response.edge, response.edge.size() - flat, flat) - MeanOf(response.edge, 0, flat);
     response.noise = FlatNoise(picture, *line, reach);
     if (!(response.step > LeastStepToNoise * response.noise)) {
         return fail("the edge does not rise above the noise");
+    }
+    if (!HasFlatEnds(response, picture.rows)) {
+        return fail("the edge is too blurred: its response is not flat at both ends");
     }
     Transform(response);
     return response;
@@ -249,6 +253,25 @@ double FlatNoise(const UprightEdge& picture, const EdgeLine& line, double reach)
         }
     }
     return count > 0 ? std::sqrt(squares / count / 2) : 0;
+}
+
+// Whether the outermost eighth of the response is as high as the next one, on both sides.
+bool HasFlatEnds(const EdgeResponse& response, std::uint32_t rows)
+{
+    const std::size_t size = response.edge.size(), flat = size / 8;
+    const double pixels = static_cast<double>(flat) / EdgeOversampling * rows;
+    const double noise = response.noise * std::sqrt(2 / pixels); // of the difference of two eighths
+    const double most = std::max(MostEndRise * response.step, SureDeviations * noise);
+    const auto mean = [&](std::size_t first) { return MeanOf(response.edge, first, flat); };
+    return std::abs(mean(0) - mean(flat)) <= most &&
+           std::abs(mean(size - flat) - mean(size - 2 * flat)) <= most;
+}
+
+double MeanOf(const std::vector<double>& values, std::size_t first, std::size_t count)
+{
+    const auto begin = values.begin() + static_cast<std::ptrdiff_t>(first);
+    return std::accumulate(begin, begin + static_cast<std::ptrdiff_t>(count), 0.0) /
+           static_cast<double>(count);
 }
 
 // The LSF, zeros behind it up to 100 pixels, gives the MTF in steps of 0.01 cycles a pixel.

@@ -218,6 +218,17 @@ class MeasuresTest(CommandTest):
                 self.assertAlmostEqual(np.interp(at, f, mtf), percent / 100)
                 self.assertTrue((mtf[f < at] > percent / 100).all())
                 self.assertAlmostEqual(got[f"mtf {percent} lp/mm"], at / 0.05)
+        # A wide blur is right to 1 % of MTF50, or refused.
+        for width, sigma, fits in ((60, 5, True), (60, 6, True), (60, 15, False), (60, 20, False),
+                                   (300, 10, True), (300, 30, False)):
+            for noise in (0, 40):
+                self.paint_edge(2, sigma, noise, width=width)
+                if fits:
+                    got, = self.json("mtf", "edge.q32")
+                    np.testing.assert_allclose(got["mtf 50 cycles/pixel"],
+                                               np.sqrt(np.log(2) / 2) / np.pi / sigma, 0.01)
+                else:
+                    self.assertIn("not flat at both ends", self.fails("mtf", "edge.q32"))
         self.paint_edge(2, 0.3)
         self.assertIsNone(self.json("mtf", "edge.q32")[0]["mtf 10 cycles/pixel"])
 
@@ -234,9 +245,9 @@ class MeasuresTest(CommandTest):
             self.write("a.q32", picture, 14)
             self.assertEqual(self.fails("mtf", "a.q32"), f"q32: a.q32: {reason}\n")
 
-    def paint_edge(self, degrees, sigma, noise=0, edge="vertical", sign=1):
-        """Writes edge.q32, 120 x 150 pixels, from 1,000 to 9,000 over an edge of that blur."""
-        y, x = np.mgrid[-75:75, -60:60]
+    def paint_edge(self, degrees, sigma, noise=0, edge="vertical", sign=1, width=120):
+        """Writes edge.q32, 150 pixels high, from 1,000 to 9,000 over an edge of that blur."""
+        y, x = np.mgrid[-75:75, -width // 2:width // 2]
         across, along = (x, y) if edge == "vertical" else (y, x)
         angle = np.radians(degrees)
         distance = (across * np.cos(angle) - along * np.sin(angle)) * sign
