@@ -8,12 +8,13 @@
 #include <cstring>
 #include <dcmtk/config/osconfig.h>
 #include <dcmtk/dcmdata/dctk.h>
+#include <nlohmann/json.hpp>
 #include <random>
 #include <vector>
 
 namespace {
 
-constexpr std::size_t LongestComment = 10240; // characters of a value of the type LT
+constexpr std::size_t LongestComment = 10240; // bytes; a value of the type LT may have more
 
 struct Element
 {
@@ -92,6 +93,32 @@ void PutPixels(DcmDataset& dataset, const CImage& picture)
     }
 }
 
+bool IsUtf8(const std::string& text)
+{
+    try {
+        return !nlohmann::json(text).dump().empty();
+    } catch (const nlohmann::json::type_error&) {
+        return false;
+    }
+}
+
+void PutComment(DcmDataset& dataset, const std::string& text)
+{
+    const bool isUtf8 = IsUtf8(text);
+    const auto isInside = [&](std::size_t i) {
+        return i < text.size() && (text[i] & 0xC0) == 0x80;
+    };
+    std::size_t length = std::min(text.size(), LongestComment);
+    while (isUtf8 && isInside(length)) {
+        --length;
+    }
+    if (std::ranges::any_of(text, [](char c) { return (c & 0x80) != 0; })) {
+        Require(dataset.putAndInsertString(DCM_SpecificCharacterSet,
+                                           isUtf8 ? "ISO_IR 192" : "ISO_IR 100"));
+    }
+    Require(dataset.putAndInsertString(DCM_ImageComments, text.substr(0, length).c_str()));
+}
+
 } // namespace
 
 void WriteDicom(const char* path, const CImage& picture)
@@ -124,11 +151,7 @@ void WriteDicom(const char* path, const CImage& picture)
         Require(dataset.putAndInsertUint16(tag, static_cast<Uint16>(number)));
     }
     if (!picture.m_headerText.empty()) {
-        const std::string comment = picture.m_headerText.substr(0, LongestComment);
-        if (std::ranges::any_of(comment, [](char c) { return (c & 0x80) != 0; })) {
-            Require(dataset.putAndInsertString(DCM_SpecificCharacterSet, "ISO_IR 100"));
-        }
-        Require(dataset.putAndInsertString(DCM_ImageComments, comment.c_str()));
+        PutComment(dataset, picture.m_headerText);
     }
     PutPixels(dataset, picture);
     Require(file.saveFile(path, EXS_LittleEndianExplicit));

@@ -48,6 +48,18 @@ class FilesAreReadElsewhere(CommandTest):
                 self.assertEqual(said, [bits, header])
                 self.run_q32("check", f"{bits}{kind}.q32")
 
+    def test_dicom_names_the_character_set(self):
+        long = 10239 * "x"
+        for text, name, kept in ((b"Note=a", None, "Note=a"), (b"Note=\xe9", "100", "Note=\xe9"),
+                                 ("Note=\xe9\u20ac".encode(), "192", "Note=\xe9\u20ac"),
+                                 ((long + "\u20ac").encode(), "192", long)):
+            picture = self.noise("a.q32", 8, header=text)
+            said, = self.expect(picture, read_dicom, "--force", "a.q32", "a.dcm")
+            self.assertEqual(re.findall(r"CS \[ISO_IR (\d+)\] .*SpecificCharacterSet", said),
+                             [name] if name else [])
+            encoded = kept.encode("utf-8" if name == "192" else "latin-1").decode("latin-1")
+            self.assertRegex(said, rf"LT \[{encoded} ?\] .*ImageComments")
+
     def test_samples_above_the_stated_depth_stay(self):
         picture = self.noise("a.q32", 12)
         picture[3, 3] = 5000
