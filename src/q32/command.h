@@ -61,10 +61,11 @@ std::function<int()> SetUpThumbnail(CLI::App& command);
 // What is measured of an image. Raises BadFile when nothing can be.
 GrayView RequireView(const CImage& image);
 
-// An option whose one argument is so many numbers of 0 or above with commas between them.
+// An option whose one argument is so many numbers of 0 or above, perhaps only whole ones, with
+// commas between them.
 CLI::Option* AddNumbersOption(CLI::App& command, const std::string& name, std::size_t count,
                               const std::string& typeName, const std::string& description,
-                              std::vector<double>& numbers);
+                              std::vector<double>& numbers, bool areWhole = false);
 
 // An option whose one argument is a finite number.
 CLI::Option* AddNumberOption(CLI::App& command, const std::string& name,

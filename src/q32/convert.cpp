@@ -115,7 +115,7 @@ std::function<int()> SetUpConvert(CLI::App& command)
     auto* const window =
         AddNumbersOption(command, "--window", 2, "CENTER,WIDTH",
                          "Write the gray levels that the window shows at this center and width",
-                         options->window)
+                         options->window, true)
             ->excludes(scale);
     CLI::Option* const shown[] = {
         window,

@@ -92,6 +92,6 @@ std::function<int()> SetUpDefects(CLI::App& command)
         report.file = options->files[0];
         Describe(flats, darks, report);
         ReportWriter(std::cout, options->form).Write(report);
-        return std::cout ? ExitDone : ExitBadFile;
+        return ExitDone;
     };
 }

@@ -34,6 +34,16 @@ constexpr Command Commands[] = {
      "q32 thumbnail -s 256 image.q32 small.png\n", SetUpThumbnail},
 };
 
+// The exit code, when the standard output took all that was written to it.
+int WithOutput(int exitCode)
+{
+    if (!std::cout.flush()) {
+        std::cerr << "q32: -: the output cannot be written\n";
+        return ExitBadFile;
+    }
+    return exitCode;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -50,10 +60,10 @@ int main(int argc, char** argv)
     AddManualOptions(app);
     try {
         app.parse(argc, argv);
-        return chosen ? chosen() : ExitDone;
+        return WithOutput(chosen ? chosen() : ExitDone);
     } catch (const CLI::ParseError& error) {
         if (error.get_exit_code() == 0) {
-            return app.exit(error);
+            return WithOutput(app.exit(error));
         }
         std::cerr << "q32: " << error.what() << "\nq32 --help shows how it is used.\n";
         return ExitUsage;

@@ -2,6 +2,7 @@
 #include "q32/q32_findings.h"
 
 #include "q32/bad_file.h"
+#include "storage/file_access.h"
 #include "storage/file_stream.h"
 #include "storage/q32_file.h"
 
@@ -56,6 +57,7 @@ Examination::Examination(const char* path)
     m_stream = m_file.Open(path, "rb");
     std::array<std::uint8_t, sizeof(Q32FileHeader)> bytes = {};
     if (error || m_stream == nullptr) {
+        CheckFileAccess(path, AccessRead);
         throw BadFile("cannot be read");
     }
     if (std::fread(bytes.data(), 1, bytes.size(), m_stream) != bytes.size()) {
@@ -88,11 +90,12 @@ void Examination::ExaminePixels()
 {
     m_position = std::max<std::uint64_t>(m_position, m_header.dataOffset);
     const std::uint64_t pixels = std::uint64_t{m_header.rows} * m_header.rowLength;
-    const std::uint64_t bytes = pixels * ((std::min(m_header.bitsPerSample, 32u) + 7) / 8);
+    const std::uint64_t pixelBytes = (std::min(m_header.bitsPerSample, 32u) + 7) / 8;
+    const std::uint64_t bytes = pixels * pixelBytes;
     if (pixels == 0) {
         Say("there are no pixels");
     }
-    if (m_header.bitsPerSample > 32 || bytes / 4 > Q32MaxPixelBytes) {
+    if (m_header.bitsPerSample > 32 || pixels > Q32MaxPixelBytes / pixelBytes) {
         throw BadFile("is not q32 format");
     }
     const std::uint64_t present = std::min(bytes, Left());

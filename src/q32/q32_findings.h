@@ -11,5 +11,6 @@ struct Q32Findings
     std::vector<std::string> texts;      // one for each finding; none for a sound file
 };
 
-// Raises BadFile when the file cannot be read or its first bytes are not those of a Q32 file.
+// Raises eFileAccessExcpt or BadFile when the file cannot be read, and BadFile when its first bytes
+// are not those of a Q32 file.
 Q32Findings ExamineQ32File(const char* path);

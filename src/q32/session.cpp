@@ -100,17 +100,12 @@ int Session::ReportEach(
     const std::function<void(const std::string& name, Report& report)>& work) const
 {
     ReportWriter writer(std::cout, form);
-    const int result = ForEach(files, [&](const std::string& name) {
+    return ForEach(files, [&](const std::string& name) {
         Report report;
         report.file = name;
         work(name, report);
         writer.Write(report);
     });
-    if (!std::cout) {
-        std::cerr << "q32: -: the output cannot be written\n";
-        return ExitBadFile;
-    }
-    return result;
 }
 
 int Session::ReportEachPicture(const std::function<void(const CImage& image, const GrayView& view,
@@ -134,23 +129,26 @@ GrayView RequireView(const CImage& image)
 
 CLI::Option* AddNumbersOption(CLI::App& command, const std::string& name, std::size_t count,
                               const std::string& typeName, const std::string& description,
-                              std::vector<double>& numbers)
+                              std::vector<double>& numbers, bool areWhole)
 {
-    const auto parse = [&numbers, name, count, typeName](const std::string& text) {
+    const auto parse = [&numbers, name, count, typeName, areWhole](const std::string& text) {
         numbers.clear();
         std::istringstream stream(text);
         for (std::string part; std::getline(stream, part, ',');) {
             double number = -1;
             const char* const end = part.data() + part.size();
             const auto [rest, error] = std::from_chars(part.data(), end, number);
-            if (error != std::errc() || rest != end || !(number >= 0) || number > 1e9) {
+            if (error != std::errc() || rest != end || !(number >= 0) || number > 1e9 ||
+                (areWhole && number != std::floor(number))) {
                 numbers.clear();
                 break;
             }
             numbers.push_back(number);
         }
         if (numbers.size() != count || text.back() == ',') {
-            throw CLI::ValidationError(name, "takes " + typeName + ", not " + text);
+            throw CLI::ValidationError(
+                name,
+                "takes " + typeName + (areWhole ? " without fractions, not " : ", not ") + text);
         }
     };
     return command.add_option_function<std::string>(name, parse, description)->type_name(typeName);
@@ -159,7 +157,7 @@ CLI::Option* AddNumbersOption(CLI::App& command, const std::string& name, std::s
 void AddRegionOption(CLI::App& command, std::vector<double>& region)
 {
     AddNumbersOption(command, "--region", 4, "X,Y,WIDTH,HEIGHT",
-                     "Look only at this part, from the top left corner", region);
+                     "Look only at this part, from the top left corner", region, true);
 }
 
 GrayView RegionOf(const GrayView& view, const std::vector<double>& region)
@@ -169,7 +167,7 @@ GrayView RegionOf(const GrayView& view, const std::vector<double>& region)
     }
     const auto pixels = [&region](std::size_t i) { return static_cast<std::uint32_t>(region[i]); };
     const GrayView part = Crop(view, {pixels(0), pixels(1), pixels(2), pixels(3)});
-    if (part.IsEmpty() || part.width != region[2] || part.height != region[3]) {
+    if (part.IsEmpty() || part.width != pixels(2) || part.height != pixels(3)) {
         throw BadFile("the region does not lie in the picture");
     }
     return part;

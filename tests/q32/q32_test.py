@@ -4,6 +4,7 @@ import io
 import os
 import pathlib
 import re
+import struct
 import subprocess
 import sys
 import unittest
@@ -223,7 +224,10 @@ class ConventionsHold(CommandTest):
                       ("mtf", "--pitch", "nan", "a.q32"),
                       ("profile", "--line", "nan,0,9,9", "a.q32"),
                       ("stats", "--region", "0,0,nan,9", "a.q32"),
+                      ("stats", "--region", "0.9,0,10,10", "a.q32"),
+                      ("stats", "--region", "0,0,10,10.5", "a.q32"),
                       ("convert", "--window", "nan,9", "a.q32", "a.png"),
+                      ("convert", "--window", "9.5,9", "a.q32", "a.png"),
                       ("convert", "--fit", "nan", "a.q32", "a.png"),
                       ("convert", "--gamma", "inf", "a.q32", "a.png")):
             self.assertRegex(self.fails(*words, code=2), r"^q32: .+\n", words)
@@ -236,7 +240,16 @@ class ConventionsHold(CommandTest):
                       ("convert", "a.q32", "no/x.png")):
             self.assertRegex(self.fails(*words), r"^q32: \S+: .+\n$", words)
         self.assertEqual({p.name for p in self.folder.iterdir()}, {"a.q32", "narrow.q32"})
-        self.assertIn("none.q32", self.fails("stats", "none.q32", "a.q32"))
+        for command in ("stats", "check", "diff", "defects"):
+            self.assertEqual(self.fails(command, "none.q32", "a.q32"),
+                             "q32: none.q32: File none.q32 not found.\n")
+        for words in (("info", "a.q32"), ("stats", "--csv", "a.q32"), ("defects", "a.q32"),
+                      ("--manual",), ("stats", "--help")):
+            with open("/dev/full", "w") as full:
+                done = subprocess.run([PROGRAM, *words], cwd=self.folder, stdout=full,
+                                      stderr=subprocess.PIPE)
+            self.assertEqual((done.returncode, done.stderr),
+                             (1, b"q32: -: the output cannot be written\n"), words)
 
     def test_existing_files_stay_without_force(self):
         self.noise("a.q32", 12)
@@ -259,7 +272,8 @@ class ConventionsHold(CommandTest):
                              (whole[:-1], "user id is cut short"), (whole + b"x", "1 bytes follow"),
                              (whole[:9] + b"x" + whole[10:], "reserved"),
                              (whole[:-1] + b"\0", "zero byte"), (b"", "too short"),
-                             (b"x" + whole[1:], "not q32 format")):
+                             (b"x" + whole[1:], "not q32 format"),
+                             (whole[:32] + struct.pack("<3I", 20000, 20000, 16), "not q32 format")):
             (self.folder / "b.q32").write_bytes(data)
             self.assertIn(reason, self.fails("check", "b.q32"))
         (self.folder / "b.q32").write_bytes(whole[:-texts - 9])
