@@ -119,9 +119,10 @@ std::function<int()> SetUpConvert(CLI::App& command)
             ->excludes(scale);
     CLI::Option* const shown[] = {
         window,
-        AddNumberOption(command, "--fit", "PERCENT",
-                        "Gray levels, with the window fitted to this share of the values",
-                        options->appearance.fit)
+        AddNumberOption(
+            command, "--fit", "PERCENT",
+            "Gray levels, with a window of this percent of the occupied range of values",
+            options->appearance.fit)
             ->check(CLI::Range(0.0, 100.0))
             ->excludes(scale)
             ->excludes(window),

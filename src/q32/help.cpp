@@ -1,6 +1,8 @@
 // Writes the manual page and the completion script.
 #include "q32/help.h"
 
+#include "q32/picture_format.h"
+
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
 #include <iostream>
@@ -35,23 +37,42 @@ std::string Roff(const std::string& text)
     return escaped;
 }
 
+void WriteOptions(const CLI::App& app)
+{
+    for (const CLI::Option* option : app.get_options()) {
+        const std::string type = option->get_type_name();
+        std::cout << ".TP\n\\fB" << Roff(option->get_name(false, true)) << "\\fR "
+                  << (option->get_items_expected() > 0 ? Roff(type) : "") << '\n'
+                  << Roff(option->get_description()) << ".\n";
+    }
+}
+
 void WriteManual(const CLI::App& app)
 {
     std::cout << ".TH Q32 1\n.SH NAME\nq32 \\- " << Roff(app.get_description())
               << "\n.SH SYNOPSIS\n.B q32\n.I COMMAND\n[\\fIOPTION\\fR]... \\fIFILE\\fR...\n"
-              << ".SH COMMANDS\n";
+              << ".SH OPTIONS\n";
+    WriteOptions(app);
+    std::cout << ".SH COMMANDS\n";
     for (const CLI::App* command : app.get_subcommands({})) {
         std::cout << ".SS " << command->get_name() << '\n'
                   << Roff(command->get_description()) << ".\n";
-        for (const CLI::Option* option : command->get_options()) {
-            const std::string type = option->get_type_name();
-            std::cout << ".TP\n\\fB" << Roff(option->get_name(false, true)) << "\\fR "
-                      << (option->get_items_expected() > 0 ? Roff(type) : "") << '\n'
-                      << Roff(option->get_description()) << ".\n";
-        }
+        WriteOptions(*command);
         std::cout << ".PP\n.nf\n" << Roff(command->get_footer()) << ".fi\n";
     }
     std::cout << FilesText << ExitText;
+}
+
+// The long names, each followed by a blank.
+std::string LongOptions(const CLI::App& app)
+{
+    std::string names;
+    for (const CLI::Option* option : app.get_options()) {
+        for (const std::string& name : option->get_lnames()) {
+            names += "--" + name + ' ';
+        }
+    }
+    return names;
 }
 
 void WriteCompletion(const CLI::App& app)
@@ -63,17 +84,15 @@ void WriteCompletion(const CLI::App& app)
     std::string names;
     for (const CLI::App* command : app.get_subcommands({})) {
         names += command->get_name() + ' ';
-        std::cout << "        " << command->get_name() << ") words='";
-        for (const CLI::Option* option : command->get_options()) {
-            for (const std::string& name : option->get_lnames()) {
-                std::cout << "--" << name << ' ';
-            }
-        }
-        std::cout << "' ;;\n";
+        std::cout << "        " << command->get_name() << ") words='" << LongOptions(*command)
+                  << "' ;;\n";
     }
+    std::string formats = FormatNames();
+    std::erase(formats, ',');
     std::cout << "        esac\n        [[ $current == -* ]] || words=\n"
-                 "    else\n        words='"
-              << names
+                 "        [ \"${COMP_WORDS[COMP_CWORD - 1]}\" != --to ] || words='"
+              << formats << "'\n    elif [[ $current == -* ]]; then\n        words='"
+              << LongOptions(app) << "'\n    else\n        words='" << names
               << "'\n    fi\n"
                  "    mapfile -t COMPREPLY < <(compgen -W \"$words\" -- \"$current\")\n"
                  "}\ncomplete -o default -F _q32 q32\n";

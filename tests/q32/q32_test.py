@@ -327,6 +327,10 @@ class ConventionsHold(CommandTest):
         rendered = subprocess.run(["man", "--warnings", "-l", "-"], input=manual,
                                   capture_output=True)
         self.assertEqual((rendered.returncode, rendered.stderr), (0, b""))
+        options = "--help --version --manual --bash-completion"
+        for option in options.split():
+            self.assertRegex(rendered.stdout.decode().split("COMMANDS")[0],
+                             rf"\n +(-h,)?{option}\b")
         script = self.run_q32("--bash-completion").stdout.decode()
         commands = re.findall(r"^  ([a-z]+) ", self.run_q32("--help").stdout.decode()
                               .split("Subcommands:")[1], re.M)
@@ -336,10 +340,13 @@ class ConventionsHold(CommandTest):
                           self.run_q32(command, "--help").stdout.decode())
             self.assertIn(f"\n   {command}\n", rendered.stdout.decode())
         ask = script + "\nCOMP_WORDS=(q32 {}); COMP_CWORD={}; _q32; echo \"${{COMPREPLY[*]}}\"\n"
-        for line, place, expected in (("th", 1, "thumbnail"), ("convert --ne", 2, "--negative")):
+        for line, place, expected in (("th", 1, "thumbnail"), ("convert --ne", 2, "--negative"),
+                                      ("--", 1, options), ("convert a", 2, ""),
+                                      ("convert --to ''", 3, "q32 pgm png tiff dicom"),
+                                      ("convert --to d", 3, "dicom")):
             got = subprocess.run(["bash", "-c", script + ask[len(script):].format(line, place)],
                                  capture_output=True, text=True, check=True).stdout
-            self.assertEqual(got.strip(), expected)
+            self.assertEqual(got.split(), expected.split())
 
 
 if __name__ == "__main__":
