@@ -403,8 +403,8 @@ void Library::Misuse(const std::string& what)
 
 std::string Library::SettingsPath()
 {
-    const char* named = std::getenv("TARN_SIMULATOR");
-    return named != nullptr && *named != 0 ? named : ResolvePath("Tarn.ini");
+    const std::string named = EnvironmentText("TARN_SIMULATOR");
+    return named.empty() ? ResolvePath("Tarn.ini") : named;
 }
 
 Library& TheLibrary()

@@ -129,7 +129,7 @@ namespace {
 
 void AppendLine(const std::string& path, const std::string& line)
 {
-    std::ofstream file(path, std::ios::app);
+    std::ofstream file(PathOf(path), std::ios::app);
     file << line << '\n';
     if (!file.flush()) {
         Warn("cannot write the truth file " + path);
@@ -143,8 +143,8 @@ void SaveRaw(Capture& capture, const Frame& frame)
     std::snprintf(name, sizeof name, "/raw%010u_%ux%u.raw", static_cast<unsigned>(capture.imageId),
                   static_cast<unsigned>(frame.width), static_cast<unsigned>(frame.height));
     std::error_code error;
-    std::filesystem::create_directories(folder, error);
-    std::ofstream file(folder + name, std::ios::binary);
+    std::filesystem::create_directories(PathOf(folder), error);
+    std::ofstream file(PathOf(folder + name), std::ios::binary);
     const std::vector<std::uint8_t> bytes = PackSamples(frame, RowOrder::TopFirst);
     file.write(reinterpret_cast<const char*>(bytes.data()), std::streamsize(bytes.size()));
     if (!file.flush()) {

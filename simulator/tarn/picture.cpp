@@ -2,6 +2,7 @@
 #include "simulator/tarn/picture.h"
 
 #include "simulator/tarn/hash.h"
+#include "simulator/tarn/system.h"
 
 #include <algorithm>
 #include <bit>
@@ -444,7 +445,7 @@ Frame ReadGrayMap(const std::string& path)
     const auto fail = [&](const std::string& what) -> void {
         throw std::runtime_error("the picture " + path + " " + what);
     };
-    std::ifstream file(path, std::ios::binary);
+    std::ifstream file(PathOf(path), std::ios::binary);
     if (!file) {
         fail("cannot be opened");
     }
@@ -477,9 +478,9 @@ std::vector<std::string> GrayMaps(const std::string& folder)
 {
     std::vector<std::string> paths;
     std::error_code error;
-    for (const auto& entry : std::filesystem::directory_iterator(folder, error)) {
+    for (const auto& entry : std::filesystem::directory_iterator(PathOf(folder), error)) {
         if (entry.path().extension() == ".pgm") {
-            paths.push_back(entry.path().string());
+            paths.push_back(TextOf(entry.path()));
         }
     }
     std::ranges::sort(paths);

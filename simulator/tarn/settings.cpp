@@ -156,11 +156,11 @@ std::optional<std::string> SettingsFile::ReadText()
     if (!m_stamp.exists) {
         return "";
     }
-    if (!std::filesystem::is_regular_file(m_path, error) ||
-        std::filesystem::file_size(m_path, error) > LargestFile) {
+    if (!std::filesystem::is_regular_file(PathOf(m_path), error) ||
+        std::filesystem::file_size(PathOf(m_path), error) > LargestFile) {
         return std::nullopt;
     }
-    const std::ifstream file(m_path);
+    const std::ifstream file(PathOf(m_path));
     m_read =
         file.is_open(); // not for a moment on Windows, while it is replaced: the next call tries
     if (!m_read) {
@@ -254,7 +254,7 @@ void SettingsFile::Report(const std::string& where, const std::string& what) con
 
 std::string ResolvePath(const std::string& path)
 {
-    return (std::filesystem::path(OwnFolder()) / path).string();
+    return TextOf(PathOf(OwnFolder()) / PathOf(path));
 }
 
 namespace {

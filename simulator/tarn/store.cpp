@@ -52,13 +52,13 @@ ImageStore::ImageStore(std::string folder, std::string removedFolder)
 {
     std::error_code error;
     for (const std::string& needed : {m_folder, m_removedFolder}) {
-        std::filesystem::create_directories(needed, error);
+        std::filesystem::create_directories(PathOf(needed), error);
         if (error && !needed.empty()) {
             throw std::runtime_error("cannot make the image store " + needed + ": " +
                                      error.message());
         }
     }
-    for (const auto& entry : std::filesystem::directory_iterator(m_folder)) {
+    for (const auto& entry : std::filesystem::directory_iterator(PathOf(m_folder))) {
         if (entry.path().extension() == Unfinished) {
             std::filesystem::remove(entry.path(), error);
         } else if (const std::uint32_t id = IdOfName(entry.path())) {
@@ -93,7 +93,8 @@ std::uint32_t ImageStore::TakeId()
 {
     const std::lock_guard lock(m_mutex);
     // Never replaces a file, even one that is no image.
-    while (m_nextId == 0 || m_ids.contains(m_nextId) || std::filesystem::exists(Path(m_nextId))) {
+    while (m_nextId == 0 || m_ids.contains(m_nextId) ||
+           std::filesystem::exists(PathOf(Path(m_nextId)))) {
         ++m_nextId;
     }
     const std::string digits = std::to_string(m_nextId);
@@ -153,11 +154,12 @@ std::optional<StoredImage> ImageStore::Get(std::uint32_t number)
 std::optional<StoredImage> ImageStore::Read(std::uint32_t id) const
 {
     std::error_code error;
-    const std::uint64_t fileSize = std::filesystem::file_size(Path(id), error); // of a regular file
+    const std::uint64_t fileSize =
+        std::filesystem::file_size(PathOf(Path(id)), error); // of a regular file
     if (error) {
         return std::nullopt;
     }
-    std::ifstream file(Path(id), std::ios::binary);
+    std::ifstream file(PathOf(Path(id)), std::ios::binary);
     FileHeader header{};
     file.read(reinterpret_cast<char*>(&header), sizeof header);
     const std::uint64_t pixelBytes =
@@ -192,11 +194,15 @@ bool ImageStore::Remove(std::uint32_t imageId)
     if (!m_ids.contains(imageId)) {
         return false;
     }
-    const std::string path = Path(imageId);
-    const std::string kept = m_removedFolder + path.substr(m_folder.size());
-    const int failed =
-        m_removedFolder.empty() ? unlink(path.c_str()) : rename(path.c_str(), kept.c_str());
-    if (failed != 0 && errno != ENOENT) {
+    const std::filesystem::path path = PathOf(Path(imageId));
+    std::error_code error;
+    if (m_removedFolder.empty()) {
+        std::filesystem::remove(path, error);
+    } else {
+        const std::string kept = m_removedFolder + Path(imageId).substr(m_folder.size());
+        std::filesystem::rename(path, PathOf(kept), error);
+    }
+    if (error && error != std::errc::no_such_file_or_directory) {
         return false;
     }
     m_ids.erase(imageId);
@@ -215,7 +221,7 @@ namespace {
 // 0 for the name of a file that is not the store's.
 std::uint32_t IdOfName(const std::filesystem::path& path)
 {
-    const std::string digits = path.stem().string();
+    const std::string digits = TextOf(path.stem());
     std::uint32_t id = 0;
     const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), id);
     const bool whole = error == std::errc() && end == digits.data() + digits.size();
@@ -225,7 +231,7 @@ std::uint32_t IdOfName(const std::filesystem::path& path)
 std::uint32_t ReadLastId(const std::string& folder)
 {
     std::uint32_t id = 0;
-    std::ifstream(folder + "/" + LastIdFile) >> id;
+    std::ifstream(PathOf(folder + "/" + LastIdFile)) >> id;
     return id;
 }
 
@@ -233,12 +239,13 @@ std::uint32_t ReadLastId(const std::string& folder)
 void WriteWhole(const std::string& path, const std::vector<std::string_view>& parts, bool sync)
 {
     const std::string temporary = path + Unfinished;
+    std::error_code error;
     const auto fail = [&]() {
         const std::string reason = std::strerror(errno);
-        std::remove(temporary.c_str());
+        std::filesystem::remove(PathOf(temporary), error);
         throw std::runtime_error("cannot write " + path + ": " + reason);
     };
-    std::FILE* const file = std::fopen(temporary.c_str(), "wb");
+    std::FILE* const file = OpenToWrite(temporary);
     if (file == nullptr) {
         fail();
     }
@@ -253,8 +260,7 @@ void WriteWhole(const std::string& path, const std::vector<std::string_view>& pa
         errno = failure;
         fail();
     }
-    std::error_code error;
-    std::filesystem::rename(temporary, path, error);
+    std::filesystem::rename(PathOf(temporary), PathOf(path), error);
     if (error) {
         errno = error.default_error_condition().value();
         fail();

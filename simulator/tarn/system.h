@@ -4,9 +4,18 @@
 #include <cstdint>
 #include <cstdio>
 #include <ctime>
+#include <filesystem>
 #include <string>
 
 namespace tarn {
+
+// Texts are UTF-8, also those that name files. Where the system's names are UTF-16, what cannot be
+// converted is replaced.
+std::filesystem::path PathOf(const std::string& text);
+std::string TextOf(const std::filesystem::path& path);
+
+// A variable of the environment; empty when there is none.
+std::string EnvironmentText(const char* name);
 
 // The calendar's parts of a time.
 std::tm UtcTime(std::time_t time);
@@ -28,6 +37,9 @@ struct FileStamp
     bool operator==(const FileStamp&) const = default;
 };
 FileStamp StampOf(const std::string& path);
+
+// Empties the file, or makes it; null with errno when that failed.
+std::FILE* OpenToWrite(const std::string& path);
 
 // Brings what was flushed to the stream onto the disk; false when it failed.
 bool SyncToDisk(std::FILE* file);

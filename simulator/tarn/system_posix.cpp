@@ -1,12 +1,28 @@
 // Questions to a POSIX system.
 #include "simulator/tarn/system.h"
 
+#include <cstdlib>
 #include <dlfcn.h>
-#include <filesystem>
 #include <sys/stat.h>
 #include <unistd.h>
 
 namespace tarn {
+
+std::filesystem::path PathOf(const std::string& text)
+{
+    return text;
+}
+
+std::string TextOf(const std::filesystem::path& path)
+{
+    return path.string();
+}
+
+std::string EnvironmentText(const char* name)
+{
+    const char* const text = std::getenv(name);
+    return text != nullptr ? text : "";
+}
 
 std::tm UtcTime(std::time_t time)
 {
@@ -48,6 +64,11 @@ FileStamp StampOf(const std::string& path)
     }
     return {true, status.st_mtim.tv_sec * NanosecondsInSecond + status.st_mtim.tv_nsec,
             status.st_size, status.st_ino};
+}
+
+std::FILE* OpenToWrite(const std::string& path)
+{
+    return std::fopen(path.c_str(), "wb");
 }
 
 bool SyncToDisk(std::FILE* file)

@@ -1,11 +1,37 @@
 // Questions to Windows.
 #include "simulator/tarn/system.h"
 
-#include <filesystem>
 #include <io.h>
 #include <windows.h>
 
 namespace tarn {
+
+std::filesystem::path PathOf(const std::string& text)
+{
+    const int size = static_cast<int>(text.size());
+    std::wstring wide(text.size(), L'\0'); // never longer
+    wide.resize(static_cast<std::size_t>(
+        MultiByteToWideChar(CP_UTF8, 0, text.data(), size, wide.data(), size)));
+    return wide;
+}
+
+std::string TextOf(const std::filesystem::path& path)
+{
+    const std::wstring& wide = path.native();
+    const int size = static_cast<int>(wide.size());
+    std::string text(3 * wide.size(), '\0'); // never longer
+    text.resize(static_cast<std::size_t>(WideCharToMultiByte(
+        CP_UTF8, 0, wide.data(), size, text.data(), 3 * size, nullptr, nullptr)));
+    return text;
+}
+
+std::string EnvironmentText(const char* name)
+{
+    std::wstring text(32'768, L'\0');
+    text.resize(GetEnvironmentVariableW(PathOf(name).c_str(), text.data(),
+                                        static_cast<DWORD>(text.size())));
+    return TextOf(text);
+}
 
 std::tm UtcTime(std::time_t time)
 {
@@ -35,14 +61,13 @@ std::string OwnFolder()
                        reinterpret_cast<const wchar_t*>(&Anchor), &module);
     std::wstring path(32'768, L'\0');
     path.resize(GetModuleFileNameW(module, path.data(), static_cast<DWORD>(path.size())));
-    return std::filesystem::path(path).parent_path().string();
+    return TextOf(std::filesystem::path(path).parent_path());
 }
 
 FileStamp StampOf(const std::string& path)
 {
     WIN32_FILE_ATTRIBUTE_DATA data{};
-    if (GetFileAttributesExW(std::filesystem::path(path).c_str(), GetFileExInfoStandard, &data) ==
-        FALSE) {
+    if (GetFileAttributesExW(PathOf(path).c_str(), GetFileExInfoStandard, &data) == FALSE) {
         return {};
     }
     const auto both = [](DWORD high, DWORD low) {
@@ -50,6 +75,11 @@ FileStamp StampOf(const std::string& path)
     };
     return {true, both(data.ftLastWriteTime.dwHighDateTime, data.ftLastWriteTime.dwLowDateTime),
             both(data.nFileSizeHigh, data.nFileSizeLow), 0};
+}
+
+std::FILE* OpenToWrite(const std::string& path)
+{
+    return _wfopen(PathOf(path).c_str(), L"wb");
 }
 
 bool SyncToDisk(std::FILE* file)

@@ -1,6 +1,8 @@
 // Writes the log of calls.
 #include "simulator/tarn/trace.h"
 
+#include "simulator/tarn/system.h"
+
 #include <cstdio>
 #include <cstring>
 
@@ -18,7 +20,7 @@ void Trace::SetFile(const std::string& path)
     if (path.empty()) {
         return;
     }
-    m_file.open(path, std::ios::app | std::ios::binary);
+    m_file.open(PathOf(path), std::ios::app | std::ios::binary);
     if (!m_file) {
         Warn("cannot write the trace file " + path);
     }

@@ -6,6 +6,7 @@
 #include "simulator/tarn/hand_switch.h"
 #include "simulator/tarn/result_codes.h"
 #include "simulator/tarn/settings.h"
+#include "simulator/tarn/system.h"
 #include "storage/paths.h"
 #include "storage/test_files.h"
 #include "support/test_system.h"
@@ -286,6 +287,24 @@ TEST_F(Simulator, ReportsWrongLinesAndUnfreedObjects)
     EXPECT_NE(ReadBytes(folder / "trace").find(" TarnGetDeviceParam 1 2 -> 0\n"),
               std::string::npos);
     Open();
+}
+
+TEST(SimulatorFolder, MayHaveAnyName)
+{
+    const TestFolder folder;
+    const std::filesystem::path place = std::filesystem::path(folder / "") / u8"J\u00FCrgen";
+    std::filesystem::create_directory(place);
+    std::filesystem::copy_file(ModuleFileName(LoadModule("Tarn")), place / "copy.dll");
+    std::ofstream(place / "Tarn.ini") << "trace_file = calls\n";
+    SetEnvironment("TARN_SIMULATOR", "");
+    const auto press = reinterpret_cast<decltype(&TarnSimulatorHandSwitch)>(
+        FunctionOf((folder / "J\xC3\xBCrgen/copy.dll").c_str(), "TarnSimulatorHandSwitch"));
+    ASSERT_NE(press, nullptr);
+    press();
+    EXPECT_TRUE(std::filesystem::exists(place / "calls"));
+    const std::string named = folder / "\xC3\xA9.ini";
+    SetEnvironment("TARN_SIMULATOR", named);
+    EXPECT_EQ(tarn::EnvironmentText("TARN_SIMULATOR"), named);
 }
 
 TEST(SimulatorManual, NamesEveryKnob)

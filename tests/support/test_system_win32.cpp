@@ -4,12 +4,22 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <windows.h>
+
+namespace {
+
+std::filesystem::path PathOf(const std::string& utf8)
+{
+    return std::u8string(utf8.begin(), utf8.end());
+}
+
+} // namespace
 
 void SetEnvironment(const char* name, const std::string& value)
 {
     _putenv_s(name, value.c_str());
-    SetEnvironmentVariableA(name, value.c_str());
+    SetEnvironmentVariableW(PathOf(name).c_str(), PathOf(value).c_str());
 }
 
 // The language library's own takes sizes of 32 bits here.
@@ -38,7 +48,7 @@ void ReplaceFileBy(const std::string& newFile, const std::string& path)
 
 void* FunctionOf(const char* library, const char* name)
 {
-    const HMODULE module = LoadLibraryA(library);
+    const HMODULE module = LoadLibraryW(PathOf(library).make_preferred().c_str());
     return module != nullptr ? reinterpret_cast<void*>(GetProcAddress(module, name)) : nullptr;
 }
 
