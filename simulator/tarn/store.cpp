@@ -1,7 +1,6 @@
 // Keeps images as files that are complete or not there.
 #include "simulator/tarn/store.h"
 
-#include "simulator/tarn/system.h"
 #include "simulator/tarn/trace.h"
 
 #include <cerrno>
@@ -36,11 +35,14 @@ constexpr char Magic[8] = {'T', 'a', 'r', 'n', 'I', 'm', 'g', '1'};
 constexpr const char* Suffix = ".tarn";
 constexpr const char* Unfinished = ".tmp";
 constexpr const char* LastIdFile = "last-id";
+constexpr const char* LockFile = "lock";
 constexpr std::uint32_t LargestSide = 65535;
 constexpr std::uint64_t LargestPixelBlock = std::uint64_t{1} << 30;
 constexpr std::uint32_t LargestText = 16 << 20;
 
 std::uint32_t IdOfName(const std::filesystem::path& path);
+// Whether the store's own writing was cut off there.
+bool IsUnfinished(const std::filesystem::path& path);
 std::uint32_t ReadLastId(const std::string& folder);
 void WriteWhole(const std::string& path, const std::vector<std::string_view>& parts, bool sync);
 std::string_view Bytes(const void* start, std::size_t size);
@@ -58,8 +60,9 @@ ImageStore::ImageStore(std::string folder, std::string removedFolder)
                                      error.message());
         }
     }
+    m_lock.emplace(m_folder + "/" + LockFile);
     for (const auto& entry : std::filesystem::directory_iterator(PathOf(m_folder))) {
-        if (entry.path().extension() == Unfinished) {
+        if (IsUnfinished(entry.path())) {
             std::filesystem::remove(entry.path(), error);
         } else if (const std::uint32_t id = IdOfName(entry.path())) {
             m_ids.insert(id);
@@ -228,6 +231,12 @@ std::uint32_t IdOfName(const std::filesystem::path& path)
     return whole && digits.size() == 10 && path.extension() == Suffix ? id : 0;
 }
 
+bool IsUnfinished(const std::filesystem::path& path)
+{
+    const std::filesystem::path name = path.stem();
+    return path.extension() == Unfinished && (name == LastIdFile || IdOfName(name) != 0);
+}
+
 std::uint32_t ReadLastId(const std::string& folder)
 {
     std::uint32_t id = 0;
@@ -235,7 +244,8 @@ std::uint32_t ReadLastId(const std::string& folder)
     return id;
 }
 
-// The file gets its final name only when it is complete and, with sync, on the disk.
+// The file gets its final name only when it is complete and, with sync, on the disk, and the name
+// then as well.
 void WriteWhole(const std::string& path, const std::vector<std::string_view>& parts, bool sync)
 {
     const std::string temporary = path + Unfinished;
@@ -263,6 +273,12 @@ void WriteWhole(const std::string& path, const std::vector<std::string_view>& pa
     std::filesystem::rename(PathOf(temporary), PathOf(path), error);
     if (error) {
         errno = error.default_error_condition().value();
+        fail();
+    }
+    if (sync && !SyncFolder(TextOf(PathOf(path).parent_path()))) {
+        const int syncFailure = errno;
+        std::filesystem::remove(PathOf(path), error);
+        errno = syncFailure;
         fail();
     }
 }

@@ -1,6 +1,8 @@
 // The image store: a folder with one file per image, which outlives the process.
 #pragma once
 
+#include "simulator/tarn/system.h"
+
 #include <cstdint>
 #include <mutex>
 #include <optional>
@@ -30,7 +32,8 @@ class ImageStore
 public:
     // Makes the folders, takes over the images in the first and removes unfinished files.
     // Removed images are moved into the second, on the same disk, or deleted when it is empty.
-    // Throws std::runtime_error.
+    // Throws std::runtime_error, also when another object or program has the first folder; its
+    // files are left alone then.
     explicit ImageStore(std::string folder, std::string removedFolder = "");
 
     std::uint32_t Count() const;
@@ -55,6 +58,7 @@ private:
 
     const std::string m_folder;
     const std::string m_removedFolder;
+    std::optional<FileLock> m_lock;
     mutable std::mutex m_mutex;
     std::set<std::uint32_t> m_ids;
     std::uint32_t m_nextId = 1; // never 0

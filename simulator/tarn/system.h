@@ -41,7 +41,24 @@ FileStamp StampOf(const std::string& path);
 // Empties the file, or makes it; null with errno when that failed.
 std::FILE* OpenToWrite(const std::string& path);
 
-// Brings what was flushed to the stream onto the disk; false when it failed.
+// Brings what was flushed to the stream, or the names of a folder, onto the disk; false with errno
+// when it failed.
 bool SyncToDisk(std::FILE* file);
+bool SyncFolder(const std::string& folder);
+
+// Holds a file that nobody else can hold meanwhile, in this process or another. The file stays; the
+// system lets go of it when the process ends in whatever way.
+class FileLock
+{
+public:
+    // Makes the file when it is missing. Throws std::runtime_error, also when it is held.
+    explicit FileLock(const std::string& path);
+    ~FileLock();
+    FileLock(const FileLock&) = delete;
+    FileLock& operator=(const FileLock&) = delete;
+
+private:
+    std::intptr_t m_file;
+};
 
 } // namespace tarn

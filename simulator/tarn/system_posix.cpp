@@ -1,8 +1,13 @@
 // Questions to a POSIX system.
 #include "simulator/tarn/system.h"
 
+#include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <dlfcn.h>
+#include <fcntl.h>
+#include <stdexcept>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -74,6 +79,40 @@ std::FILE* OpenToWrite(const std::string& path)
 bool SyncToDisk(std::FILE* file)
 {
     return fsync(fileno(file)) == 0;
+}
+
+bool SyncFolder(const std::string& folder)
+{
+    const int file = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (file < 0) {
+        return false;
+    }
+    // Some file systems do not write folders on demand.
+    const bool synced = fsync(file) == 0 || errno == EINVAL || errno == ENOTSUP;
+    const int failure = errno;
+    close(file);
+    errno = failure;
+    return synced;
+}
+
+FileLock::FileLock(const std::string& path)
+    : m_file(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666))
+{
+    const int file = static_cast<int>(m_file);
+    if (file >= 0 && flock(file, LOCK_EX | LOCK_NB) == 0) {
+        return;
+    }
+    const std::string reason =
+        errno == EWOULDBLOCK ? "another program holds it" : std::strerror(errno);
+    if (file >= 0) {
+        close(file);
+    }
+    throw std::runtime_error("cannot lock " + path + ": " + reason);
+}
+
+FileLock::~FileLock()
+{
+    close(static_cast<int>(m_file));
 }
 
 } // namespace tarn

@@ -1,7 +1,10 @@
 // Questions to Windows.
 #include "simulator/tarn/system.h"
 
+#include <cerrno>
 #include <io.h>
+#include <stdexcept>
+#include <system_error>
 #include <windows.h>
 
 namespace tarn {
@@ -85,6 +88,41 @@ std::FILE* OpenToWrite(const std::string& path)
 bool SyncToDisk(std::FILE* file)
 {
     return _commit(_fileno(file)) == 0;
+}
+
+bool SyncFolder(const std::string& folder)
+{
+    const HANDLE entry = CreateFileW(PathOf(folder).c_str(), GENERIC_WRITE,
+                                     FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                     nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+    const bool synced = entry != INVALID_HANDLE_VALUE && FlushFileBuffers(entry) != FALSE;
+    const DWORD error = GetLastError();
+    if (entry != INVALID_HANDLE_VALUE) {
+        CloseHandle(entry);
+    }
+    errno = EIO;
+    // Some file systems do not write folders on demand.
+    return synced || error == ERROR_ACCESS_DENIED || error == ERROR_INVALID_FUNCTION ||
+           error == ERROR_INVALID_PARAMETER || error == ERROR_NOT_SUPPORTED;
+}
+
+FileLock::FileLock(const std::string& path)
+    : m_file(reinterpret_cast<std::intptr_t>(CreateFileW(PathOf(path).c_str(), GENERIC_WRITE, 0,
+                                                         nullptr, OPEN_ALWAYS,
+                                                         FILE_ATTRIBUTE_NORMAL, nullptr)))
+{
+    if (reinterpret_cast<HANDLE>(m_file) == INVALID_HANDLE_VALUE) {
+        const DWORD error = GetLastError();
+        throw std::runtime_error("cannot lock " + path + ": " +
+                                 (error == ERROR_SHARING_VIOLATION
+                                      ? "another program holds it"
+                                      : std::system_category().message(static_cast<int>(error))));
+    }
+}
+
+FileLock::~FileLock()
+{
+    CloseHandle(reinterpret_cast<HANDLE>(m_file));
 }
 
 } // namespace tarn

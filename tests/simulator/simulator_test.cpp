@@ -6,6 +6,7 @@
 #include "simulator/tarn/hand_switch.h"
 #include "simulator/tarn/result_codes.h"
 #include "simulator/tarn/settings.h"
+#include "simulator/tarn/store.h"
 #include "simulator/tarn/system.h"
 #include "storage/paths.h"
 #include "storage/test_files.h"
@@ -287,6 +288,20 @@ TEST_F(Simulator, ReportsWrongLinesAndUnfreedObjects)
     EXPECT_NE(ReadBytes(folder / "trace").find(" TarnGetDeviceParam 1 2 -> 0\n"),
               std::string::npos);
     Open();
+}
+
+TEST_F(Simulator, IsRefusedAStoreInUse)
+{
+    EXPECT_EQ(Expose(), 1u);
+    EXPECT_THROW(tarn::ImageStore(folder / "store"), std::runtime_error);
+    TarnClose();
+    {
+        const tarn::ImageStore other(folder / "store");
+        EXPECT_EQ(other.Count(), 1u);
+        EXPECT_EQ(TarnOpen(nullptr, "test"), tarn::StoreUnusable);
+    }
+    Open();
+    EXPECT_EQ(Expose(), 2u);
 }
 
 TEST(SimulatorFolder, MayHaveAnyName)

@@ -4,8 +4,13 @@
 #include "simulator/tarn/store.h"
 #include "storage/test_files.h"
 
+#ifndef _WIN32
+#include "support/system_calls.h"
+#endif
+
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <stdexcept>
 
 namespace {
 
@@ -14,6 +19,55 @@ namespace fs = std::filesystem;
 tarn::StoredImage ImageOf(std::uint32_t id)
 {
     return {1, 1, 1, 8, id, 0, {9}, "", ""};
+}
+
+std::string FailureOfOpening(const std::string& path)
+{
+    try {
+        const tarn::ImageStore store(path);
+        return "";
+    } catch (const std::runtime_error& failure) {
+        return failure.what();
+    }
+}
+
+TEST(Store, BelongsToOneAtATime)
+{
+    const TestFolder folder;
+    {
+        tarn::ImageStore store(folder / "s");
+        store.Add(ImageOf(store.TakeId()));
+        WriteBytes(folder / "s/0000000002.tarn.tmp", "that the first is writing");
+        EXPECT_NE(FailureOfOpening(folder / "s").find("another program holds it"),
+                  std::string::npos);
+        EXPECT_TRUE(fs::exists(folder / "s/0000000002.tarn.tmp"));
+        EXPECT_EQ(FailureOfOpening(folder / "other"), "");
+    }
+    const tarn::ImageStore next(folder / "s");
+    EXPECT_EQ(next.Count(), 1u);
+    EXPECT_FALSE(fs::exists(folder / "s/0000000002.tarn.tmp"));
+}
+
+TEST(Store, LeavesForeignFilesAlone)
+{
+    const TestFolder folder;
+    fs::create_directory(folder / "s");
+    const std::string own[] = {"0000000009.tarn.tmp", "last-id.tmp"};
+    const std::string foreign[] = {"notes.tmp",        "9.tarn.tmp", "0000000009.tmp",
+                                   "0000000009.q.tmp", ".tmp",       "last-id.tarn.tmp"};
+    for (const std::string& name : own) {
+        WriteBytes(folder / ("s/" + name), "half");
+    }
+    for (const std::string& name : foreign) {
+        WriteBytes(folder / ("s/" + name), "whole");
+    }
+    const tarn::ImageStore store(folder / "s");
+    for (const std::string& name : own) {
+        EXPECT_FALSE(fs::exists(folder / ("s/" + name))) << name;
+    }
+    for (const std::string& name : foreign) {
+        EXPECT_EQ(ReadBytes(folder / ("s/" + name)), "whole") << name;
+    }
 }
 
 // And so may settings and pictures.
@@ -38,5 +92,28 @@ TEST(Store, MayStandInAFolderOfAnyName)
     std::ofstream(place / u8"\u00E9.pgm") << "P5 1 1 255 x";
     EXPECT_EQ(tarn::ReadGrayMap(tarn::GrayMaps(name).at(0)).width, 1u);
 }
+
+#ifndef _WIN32
+TEST(Store, BringsTheNameOfAnImageOntoTheDisk)
+{
+    const TestFolder folder;
+    const std::string image = folder / "s/0000000001.tarn";
+    tarn::ImageStore store(folder / "s");
+    std::string calls;
+    int error = 0;
+    const WatchedSystemCalls watch([&](std::string_view call, std::string_view path) {
+        calls.append(call).append(fs::exists(image) ? " named, " : " unnamed, ");
+        EXPECT_TRUE(path.empty() || path == folder / "s");
+        return fs::exists(image) && call == "fsync" ? error : 0;
+    });
+    store.Add(ImageOf(1));
+    EXPECT_EQ(calls, "fsync unnamed, open named, fsync named, ");
+    store.Remove(1);
+    error = EIO;
+    EXPECT_THROW(store.Add(ImageOf(1)), std::runtime_error);
+    EXPECT_FALSE(fs::exists(image));
+    EXPECT_EQ(store.Count(), 0u);
+}
+#endif
 
 } // namespace
