@@ -40,6 +40,7 @@ constexpr std::uint32_t LargestSide = 65535;
 constexpr std::uint64_t LargestPixelBlock = std::uint64_t{1} << 30;
 constexpr std::uint32_t LargestText = 16 << 20;
 
+std::string NameOfId(std::uint32_t id);
 std::uint32_t IdOfName(const std::filesystem::path& path);
 // Whether the store's own writing was cut off there.
 bool IsUnfinished(const std::filesystem::path& path);
@@ -202,10 +203,10 @@ bool ImageStore::Remove(std::uint32_t imageId)
     if (m_removedFolder.empty()) {
         std::filesystem::remove(path, error);
     } else {
-        const std::string kept = m_removedFolder + Path(imageId).substr(m_folder.size());
-        std::filesystem::rename(path, PathOf(kept), error);
+        std::filesystem::rename(path, FreeRemovedPath(imageId), error);
     }
-    if (error && error != std::errc::no_such_file_or_directory) {
+    std::error_code unknown;
+    if (error && (std::filesystem::exists(path, unknown) || unknown)) {
         return false;
     }
     m_ids.erase(imageId);
@@ -214,12 +215,28 @@ bool ImageStore::Remove(std::uint32_t imageId)
 
 std::string ImageStore::Path(std::uint32_t id) const
 {
-    char name[32];
-    std::snprintf(name, sizeof name, "/%010u%s", static_cast<unsigned>(id), Suffix);
-    return m_folder + name;
+    return m_folder + "/" + NameOfId(id) + Suffix;
+}
+
+std::filesystem::path ImageStore::FreeRemovedPath(std::uint32_t id) const
+{
+    const std::string name = m_removedFolder + "/" + NameOfId(id);
+    std::filesystem::path path = PathOf(name + Suffix);
+    std::error_code error;
+    for (int number = 2; std::filesystem::exists(path, error); ++number) {
+        path = PathOf(name + " (" + std::to_string(number) + ")" + Suffix);
+    }
+    return path;
 }
 
 namespace {
+
+std::string NameOfId(std::uint32_t id)
+{
+    char name[16];
+    std::snprintf(name, sizeof name, "%010u", static_cast<unsigned>(id));
+    return name;
+}
 
 // 0 for the name of a file that is not the store's.
 std::uint32_t IdOfName(const std::filesystem::path& path)

@@ -4,6 +4,7 @@
 #include "simulator/tarn/system.h"
 
 #include <cstdint>
+#include <filesystem>
 #include <mutex>
 #include <optional>
 #include <set>
@@ -55,6 +56,8 @@ public:
 private:
     std::optional<StoredImage> Read(std::uint32_t id) const;
     std::string Path(std::uint32_t id) const;
+    // Where the removed image replaces none.
+    std::filesystem::path FreeRemovedPath(std::uint32_t id) const;
 
     const std::string m_folder;
     const std::string m_removedFolder;

@@ -70,6 +70,28 @@ TEST(Store, LeavesForeignFilesAlone)
     }
 }
 
+TEST(Store, KeepsEveryRemovedImage)
+{
+    const TestFolder folder;
+    tarn::ImageStore store(folder / "s", folder / "kept");
+    WriteBytes(folder / "kept/0000000001.tarn", "of an earlier store");
+    for (int times = 0; times < 2; ++times) {
+        store.Add(ImageOf(1));
+        EXPECT_TRUE(store.Remove(1));
+        EXPECT_EQ(store.Count(), 0u);
+    }
+    EXPECT_EQ(ReadBytes(folder / "kept/0000000001.tarn"), "of an earlier store");
+    EXPECT_EQ(fs::file_size(folder / "kept/0000000001 (2).tarn"), 41u);
+    EXPECT_EQ(fs::file_size(folder / "kept/0000000001 (3).tarn"), 41u);
+
+    store.Add(ImageOf(1));
+    fs::remove_all(folder / "kept");
+    EXPECT_FALSE(store.Remove(1)) << "it is still in the store";
+    EXPECT_EQ(store.Count(), 1u);
+    fs::remove(folder / "s/0000000001.tarn");
+    EXPECT_TRUE(store.Remove(1));
+}
+
 // And so may settings and pictures.
 TEST(Store, MayStandInAFolderOfAnyName)
 {
