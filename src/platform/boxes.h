@@ -19,9 +19,10 @@ inline constexpr UINT MB_TOPMOST = 0x40000;
 
 // Shows the text, never as markup, and returns the answer: IDOK, IDCANCEL, IDYES or IDNO. Escape
 // and the close button answer IDCANCEL, or IDNO of a Yes/No box, or IDOK of an OK box. A text too
-// long for the screen scrolls. The box stands over whatever is topmost; owner may be null. For its
-// first 300 ms a question, which has several buttons, ignores what may have been typed into the
-// field below: Enter, Space and letters.
+// long for the screen scrolls. The box stands over whatever is topmost; owner may be null. For 300
+// ms after it came, and after it came back from under another box, a question, which has several
+// buttons, ignores what may have been meant for what stood there before: Enter, Space, letters, and
+// presses of the mouse.
 int MessageBoxA(HWND owner, const char* text, const char* caption, UINT style);
 
 // The same with the application's name as caption.

@@ -61,8 +61,8 @@ void ReportCurrentException(HWND dialog) noexcept;
 // do not tell their dialog.
 bool IsRejectionShown(HWND dialog);
 
-// What is pressed earlier than so many milliseconds after a question got the keyboard was meant for
-// the field that had it before.
+// What is typed or clicked earlier than so many milliseconds after a question got the keyboard, the
+// first time or again, was meant for what stood there before.
 inline constexpr int DeafTime = 300;
 
 bool Handles(const CDialog& dialog, UINT message);

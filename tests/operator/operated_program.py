@@ -128,6 +128,7 @@ class OperatedProgram(ScreenProgram):
                        for node in descendants(box) if role(node) in ("label", "text"))
         assert re.fullmatch(text, said), f"box says {said!r}, not {text!r}"
         self.take_screenshot()
+        time.sleep(0.4)  # a question ignores what comes too early
         self.click(next(node for node in descendants(box) if node.name.replace("&", "") == button))
         self.wait(lambda: not has(box, pyatspi.STATE_SHOWING), f"box '{said}' to close")
 

@@ -401,18 +401,35 @@ TEST_F(Box, OnlyTheTopmostTakesAnAnswer)
     });
 }
 
-// The words are those of a text that was typed when the question came.
-TEST_F(Box, AQuestionIsNotAnsweredByWhatWasTypedBefore)
+// What was typed or clicked when the question came, or came back, was meant for something else.
+TEST_F(Box, AQuestionIsNotAnsweredByWhatWasPressedBefore)
 {
+    const auto press = [&](const std::string& question) {
+        const std::function<void()> ways[] = {
+            [&] { hand.PressInBox(question, IDYES); }, [&] { hand.Press(Key::Enter); },
+            [&] { hand.Press(Key::Space); }, [&] { hand.PressLetter('y'); },
+            [&] { hand.PressInBox(question, IDYES); }};
+        for (std::size_t i = 0; i < std::size(ways) && hand.IsBoxOpen(question); ++i) {
+            ways[i]();
+            EXPECT_TRUE(hand.IsBoxOpen(question)) << question << ", way " << i;
+        }
+        hand.Serve(200);
+    };
     Run([&] {
-        hand.WhenBox("Sure?", IDNO, [&] {
-            hand.Press(Key::Enter);
-            hand.Press(Key::Space);
-            hand.PressLetter('y');
-            hand.Serve(200);
-            EXPECT_TRUE(hand.IsBoxOpen("Sure?"));
+        hand.WhenBox("Older", IDNO, [&] {
+            press("Older");
+            hand.Serve(350);
+            hand.WhenBox("Newer", IDNO, [&] {
+                press("Newer");
+                hand.Serve(350);
+                hand.PressLetter('y');
+            });
+            EXPECT_EQ(ShowBox("Newer", MB_YESNO), IDYES);
+            press("Older");
+            hand.Serve(350);
+            hand.PressInBox("Older", IDYES);
         });
-        EXPECT_EQ(ShowBox("Sure?", MB_YESNO), IDNO);
+        EXPECT_EQ(ShowBox("Older", MB_YESNO), IDYES);
         for (const Key key : {Key::Enter, Key::Space}) {
             hand.WhenBox("Sure?", IDNO, [&] {
                 hand.Serve(350);

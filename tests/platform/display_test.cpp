@@ -6,7 +6,7 @@
 namespace {
 
 constexpr int Longest = 3000; // milliseconds until the manager has done what it was asked to
-constexpr int DeafTime = 400; // in which a question ignores what was typed
+constexpr int DeafTime = 400; // in which a question ignores what was pressed
 
 void Press(const std::string& keys)
 {
@@ -49,6 +49,7 @@ TEST_F(OnDisplay, TheTopmostWindowHasTheKeyboard)
                 });
                 EXPECT_EQ(second, IDYES);
                 EXPECT_TRUE(WaitForTitle("First", Longest));
+                hand.Serve(DeafTime);
                 Press("n");
             });
             EXPECT_EQ(first, IDNO);

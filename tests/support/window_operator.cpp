@@ -232,6 +232,18 @@ bool WindowOperator::TryToAnswer(const std::string& text, int answer)
     return true;
 }
 
+void WindowOperator::PressInBox(const std::string& text, int answer)
+{
+    QMessageBox* const box = OpenBox(text);
+    if (box == nullptr) {
+        ADD_FAILURE() << "No box is open with the text: " << text;
+        return;
+    }
+    const QAbstractButton* const button = ButtonOf(*box, answer);
+    QTest::mouseClick(box->windowHandle(), Qt::LeftButton, Qt::NoModifier,
+                      button->mapTo(box, button->rect().center()));
+}
+
 bool WindowOperator::IsBoxOpen(const std::string& text) const
 {
     return OpenBox(text) != nullptr;

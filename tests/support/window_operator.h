@@ -36,6 +36,8 @@ public:
     // Presses a button of the open box with this text as an accessibility tool does, whatever
     // stands over it. False when it is not open.
     bool TryToAnswer(const std::string& text, int answer);
+    // Presses it with the mouse.
+    void PressInBox(const std::string& text, int answer);
     bool IsBoxOpen(const std::string& text) const;
     std::pair<int, int> PlaceOfBox(const std::string& text) const; // left and top inside its frame
     void DeleteInFileDialog(const std::string& path); // as the list's context menu does

@@ -209,8 +209,9 @@ void Operator::Desk::Answer(win::HWND box)
     if (win::IsWindowVisible(box) == FALSE) {
         return;
     }
+    // Not as the mouse does: a question ignores that at first.
     if (const win::HWND button = win::GetDlgItem(box, answer); answer != 0 && button != nullptr) {
-        PressMouse(button);
+        win::SendMessageW(button, BM_CLICK, 0, 0);
         return;
     }
     if (answer != 0) {
@@ -448,6 +449,11 @@ bool WindowOperator::TryToAnswer(const std::string& text, int answer)
     const win::HWND box = OpenBox(text);
     win::SendMessageW(win::GetDlgItem(box, answer), BM_CLICK, 0, 0);
     return box != nullptr;
+}
+
+void WindowOperator::PressInBox(const std::string& text, int answer)
+{
+    PressMouse(win::GetDlgItem(OpenBox(text), answer));
 }
 
 bool WindowOperator::IsBoxOpen(const std::string& text) const

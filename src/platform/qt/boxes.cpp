@@ -100,11 +100,12 @@ private:
     void Arrange();
     void Copy() const;
     bool TakesKey(const QKeyEvent& key);
-    bool IsTooEarly(const QKeyEvent& key) const;
+    bool IsTooEarly() const;
 
-    QElapsedTimer m_active; // since the window first got the keyboard
+    QElapsedTimer m_reached; // since the box came to the operator, or came back
 };
 
+bool IsTypedText(const QKeyEvent& key);
 int AnswerOf(int result);
 QMessageBox::StandardButtons ButtonsOf(UINT style);
 QMessageBox::Icon IconOf(UINT style);
@@ -201,20 +202,41 @@ void BoxWindow::Copy() const
 
 bool BoxWindow::eventFilter(QObject* target, QEvent* event)
 {
-    if (event->type() == QEvent::WindowActivate && !m_active.isValid()) {
-        m_active.start();
-    }
-    if (event->type() == QEvent::KeyPress && TakesKey(*static_cast<QKeyEvent*>(event))) {
-        return true;
+    switch (event->type()) {
+    case QEvent::Show:
+    case QEvent::WindowUnblocked: // what stood over it is gone
+    case QEvent::WindowActivate:
+        m_reached.start();
+        break;
+    case QEvent::MouseButtonPress:
+    case QEvent::MouseButtonDblClick:
+        if (IsTooEarly()) {
+            return true;
+        }
+        break;
+    case QEvent::KeyPress:
+        if (TakesKey(*static_cast<QKeyEvent*>(event))) {
+            return true;
+        }
+        break;
+    default:
+        break;
     }
     return QMessageBox::eventFilter(target, event);
+}
+
+// A message that only waits to be read is never too early.
+bool BoxWindow::IsTooEarly() const
+{
+    return buttons().size() > 1 && (!m_reached.isValid() || m_reached.elapsed() < DeafTime);
 }
 
 // A letter presses its button at once; the toolkit would wait a moment, in which another box may
 // open.
 bool BoxWindow::TakesKey(const QKeyEvent& key)
 {
-    if (buttons().size() > 1 && IsTooEarly(key)) {
+    // A key that is still held down from before repeats itself for longer.
+    if (IsTypedText(key) && (IsTooEarly() || (buttons().size() > 1 && key.isAutoRepeat()))) {
         return true;
     }
     if (key.matches(QKeySequence::Copy)) {
@@ -239,15 +261,12 @@ bool BoxWindow::TakesKey(const QKeyEvent& key)
     return false;
 }
 
-// A key that is still held down from before repeats itself for longer.
-bool BoxWindow::IsTooEarly(const QKeyEvent& key) const
+bool IsTypedText(const QKeyEvent& key)
 {
     constexpr Qt::KeyboardModifiers NoText = Qt::AltModifier | Qt::ControlModifier;
     const bool isEnter = key.key() == Qt::Key_Return || key.key() == Qt::Key_Enter;
-    const bool isText =
-        !key.text().isEmpty() && key.text()[0].isPrint() && (key.modifiers() & NoText) == 0;
-    const bool isEarly = !m_active.isValid() || m_active.elapsed() < DeafTime;
-    return (isEnter || isText) && (isEarly || key.isAutoRepeat());
+    return isEnter ||
+           (!key.text().isEmpty() && key.text()[0].isPrint() && (key.modifiers() & NoText) == 0);
 }
 
 int AnswerOf(int result)

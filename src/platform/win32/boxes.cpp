@@ -38,7 +38,7 @@ private:
                   const win::RECT& place, int id) const;
 
     UINT m_style;
-    std::uint64_t m_active = 0; // when it first got the keyboard, 0 before
+    std::uint64_t m_active = 0; // when it last got the keyboard, 0 before the first time
 };
 
 // The system's dialog, whose own loop serves messages.
@@ -127,11 +127,14 @@ void MessageBoxWindow::Show()
 bool MessageBoxWindow::Ignores(const win::MSG& message) const
 {
     constexpr win::LPARAM Repeated = 1 << 30;
-    const bool isQuestion = (m_style & (MB_YESNO | MB_OKCANCEL)) != 0;
+    if ((m_style & (MB_YESNO | MB_OKCANCEL)) == 0) {
+        return false;
+    }
     const bool isEarly =
         m_active == 0 || win::GetTickCount64() - m_active < static_cast<std::uint64_t>(DeafTime);
-    return isQuestion && message.message == WM_KEYDOWN && IsText(message) &&
-           (isEarly || (message.lParam & Repeated) != 0);
+    const bool isPress = message.message == WM_LBUTTONDOWN || message.message == WM_LBUTTONDBLCLK;
+    const bool isTyped = message.message == WM_KEYDOWN && IsText(message);
+    return isPress ? isEarly : isTyped && (isEarly || (message.lParam & Repeated) != 0);
 }
 
 win::INT_PTR CALLBACK MessageBoxWindow::Procedure(win::HWND window, win::UINT message,
@@ -146,7 +149,7 @@ win::INT_PTR CALLBACK MessageBoxWindow::Procedure(win::HWND window, win::UINT me
     if (box == nullptr || box->m_loop == nullptr) {
         return FALSE;
     }
-    if (message == WM_ACTIVATE && wParam != WA_INACTIVE && box->m_active == 0) {
+    if (message == WM_ACTIVATE && wParam != WA_INACTIVE) {
         box->m_active = win::GetTickCount64();
     }
     if (message == WM_CLOSE) {
