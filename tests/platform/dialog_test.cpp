@@ -1,4 +1,5 @@
 // Dialogs, fields, boxes and painting, worked as an operator does.
+#include "platform/messages.h"
 #include "platform/test_dialog.h"
 
 #include <csignal>
@@ -39,6 +40,25 @@ TEST_F(Dialog, AModelessDialogThatCannotBeInitializedIsClosed)
     Run([&] {
         EXPECT_THROW(modeless.Create(), std::runtime_error);
         EXPECT_EQ(modeless.GetSafeHwnd(), nullptr);
+    });
+}
+
+TEST_F(Dialog, ADroppedFileDoesNotComeUnderAQuestion)
+{
+    int dropped = 0;
+    dialog.m_message = [&] { ShowBox("Sure?", MB_YESNO); };
+    dialog.m_drop = [&] {
+        ++dropped;
+        EXPECT_FALSE(hand.IsBoxOpen("Sure?"));
+    };
+    Run([&] {
+        hand.WhenBox("Sure?", IDNO, [&] { hand.Serve(50); });
+        PostMessageA(dialog.GetSafeHwnd(), WM_USER, 0, 0);
+        hand.Drop("a.q32");
+        hand.Serve(100);
+        const int before = dropped;
+        hand.Drop("a.q32");
+        EXPECT_TRUE(hand.Wait([&] { return dropped > before; }));
     });
 }
 

@@ -57,7 +57,7 @@ public:
     CScrollBar m_across;
     std::vector<Seen> m_seen;   // what came, in order
     std::vector<int> m_clicked; // ids of check boxes and radio buttons, in order
-    std::function<void()> m_go = [] {}, m_message = [] {}, m_paint = [] {};
+    std::function<void()> m_go = [] {}, m_message = [] {}, m_paint = [] {}, m_drop = [] {};
     std::vector<Input> m_input; // of the picture
 
     bool HasSeen(const Seen& message) const { return std::ranges::count(m_seen, message) > 0; }
@@ -90,6 +90,11 @@ private:
         m_seen.emplace_back(WM_USER, wParam);
         m_message();
         return 7;
+    }
+    LRESULT OnDropped(WPARAM, LPARAM)
+    {
+        m_drop();
+        return 0;
     }
     template <UINT Message>
     void OnMouse(UINT flags, POINT point)
@@ -128,6 +133,7 @@ private:
             on::HorizontalScroll<&Self::OnScroll>(),
             on::VerticalScroll<&Self::OnScroll>(),
             on::Message<&Self::OnMessage>(WM_USER),
+            on::Message<&Self::OnDropped>(WM_DROPFILES),
             on::Message<&Self::OnEndSession>(WM_QUERYENDSESSION),
             on::Mouse<&Self::OnMouse<WM_LBUTTONDOWN>>(WM_LBUTTONDOWN),
             on::Mouse<&Self::OnMouse<WM_LBUTTONUP>>(WM_LBUTTONUP),

@@ -323,7 +323,7 @@ void OnDrop(CDialog& dialog, win::HDROP drop)
         return;
     }
     RunSoon([&dialog, window = dialog.GetSafeHwnd(), file = Narrow(path)] {
-        if (DialogOf(Native(window)) == &dialog) {
+        if (DialogOf(Native(window)) == &dialog && ModalLoop::TakesInput(dialog)) {
             dialog.Send(WM_DROPFILES, 0, reinterpret_cast<LPARAM>(file.c_str()));
         }
     });
