@@ -155,9 +155,13 @@ bool CreateMissingFolders(const std::string& path, PathStyle style)
     }
     while ((pos = path.find(separator, pos + 1)) != std::string::npos) {
         const std::string folder = path.substr(0, pos);
-        // When it cannot be created, another copy of the program may have been faster.
-        if (!ExistsEntry(folder) && !CreateDirectoryA(folder.c_str(), nullptr) &&
-            !ExistsEntry(folder)) {
+        if (ExistsEntry(folder)) {
+            continue;
+        }
+        // Files in it are no safer than its own entry. When it cannot be created, another copy of
+        // the program may have been faster.
+        const bool isMade = CreateDirectoryA(folder.c_str(), nullptr) != FALSE;
+        if (isMade ? !SyncFolderOf(folder.c_str()) : !ExistsEntry(folder)) {
             return false;
         }
     }

@@ -48,6 +48,26 @@ TEST(FileFailures, PermissionsAreNamed)
     EXPECT_EQ(WriteFailure(folder / "new"), "") << "the folder may be written, not read";
 }
 
+TEST(FileFailures, ANewFolderIsOnTheDiskOrIsNotMade)
+{
+    const TestFolder folder;
+    const std::string top = std::filesystem::path(folder / "").parent_path().string();
+    std::vector<std::string> calls;
+    int error = 0;
+    const WatchedSystemCalls watch([&](std::string_view call, std::string_view path) {
+        calls.push_back(std::string(call) + ' ' + std::string(path));
+        return call == "fsync" ? error : 0;
+    });
+    EXPECT_TRUE(CreateFolderPath(folder / "a/b/"));
+    EXPECT_EQ(calls,
+              (std::vector<std::string>{"open " + top, "fsync ", "open " + top + "/a", "fsync "}));
+    calls.clear();
+    EXPECT_TRUE(CreateFolderPath(folder / "a/b/") && calls.empty());
+    error = EIO;
+    EXPECT_FALSE(CreateFolderPath(folder / "a/c/d/"));
+    EXPECT_FALSE(std::filesystem::exists(folder / "a/c/d"));
+}
+
 TEST(FileFailures, APartialFileIsAFailure)
 {
     const TestFolder folder;
