@@ -6,6 +6,7 @@
 namespace {
 
 constexpr std::size_t LongestTitle = 160;
+constexpr std::size_t LongestEnd = 4096; // bytes, many more than a title keeps
 constexpr std::size_t LongestLine = 2000;
 constexpr std::size_t HugeText = 100'000; // its lines are a tenth as long
 constexpr char16_t Replacement = 0xFFFD;
@@ -53,6 +54,14 @@ std::u16string ShownAsTitle(std::u16string_view text)
     }
     return title.substr(0, LongestTitle / 2) + Ellipsis +
            title.substr(title.size() - (LongestTitle / 2 - 1));
+}
+
+std::string EndsOf(std::string_view text)
+{
+    if (text.size() <= 2 * LongestEnd) {
+        return std::string(text);
+    }
+    return std::string(text.substr(0, LongestEnd)).append(text.substr(text.size() - LongestEnd));
 }
 
 std::u16string WithShortLines(std::u16string_view text)

@@ -15,6 +15,10 @@ std::u16string Shown(std::u16string_view text);
 // The same on one line, with the middle left out when it is over long.
 std::u16string ShownAsTitle(std::u16string_view text);
 
+// As much of a text as a title or a label can show, for their conversions: the two ends of one that
+// is longer than some KB.
+std::string EndsOf(std::string_view text);
+
 // With breaks in long lines, which fields lay out as a whole: for one of a megabyte that takes
 // minutes.
 std::u16string WithShortLines(std::u16string_view text);

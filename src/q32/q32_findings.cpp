@@ -121,7 +121,11 @@ void Examination::ExamineText(const char* name)
     if (length > left - sizeof prefix) {
         Say(std::string("the ") + name + " is cut short");
     }
-    for (std::uint64_t i = 0; i < std::min(length, left - sizeof prefix); ++i) {
+    const std::uint64_t present = std::min<std::uint64_t>(length, left - sizeof prefix);
+    if (present > Q32MaxTextBytes) {
+        throw BadFile("is not q32 format");
+    }
+    for (std::uint64_t i = 0; i < present; ++i) {
         if (std::fgetc(m_stream) == 0) {
             Say(std::string("the ") + name + " holds a zero byte");
             break;

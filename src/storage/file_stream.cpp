@@ -41,20 +41,23 @@ bool CFileHolder::Close()
     return stream == nullptr || std::fclose(stream) == 0;
 }
 
-void ReadLengthPrefixedText(std::string& text, std::FILE* stream)
+bool ReadLengthPrefixedText(std::string& text, std::uint32_t most, std::FILE* stream)
 {
     text.clear();
     std::uint8_t prefix[4];
     if (std::fread(prefix, 1, sizeof prefix, stream) != sizeof prefix) {
-        return;
+        return true;
     }
+    const std::uint32_t length = LoadWord(prefix);
     char piece[TextPiece + 2];
     std::size_t got = 1;
-    for (std::size_t remaining = LoadWord(prefix); remaining > 0 && got > 0; remaining -= got) {
+    for (std::size_t remaining = std::min(length, most); remaining > 0 && got > 0;
+         remaining -= got) {
         got = std::fread(piece, 1, std::min(remaining, TextPiece), stream);
         piece[got] = '\0';
         text += piece;
     }
+    return length <= most || std::fgetc(stream) == EOF;
 }
 
 void WriteLengthPrefixedText(const std::string& text, std::FILE* stream)

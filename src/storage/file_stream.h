@@ -28,8 +28,9 @@ private:
 };
 
 // Reads a text record. A record cut short gives what there is; a zero byte drops the rest of the
-// 998-byte piece it lies in.
-void ReadLengthPrefixedText(std::string& text, std::FILE* stream);
+// 998-byte piece it lies in. False when the stream holds more than `most` bytes of the text, which
+// are not read.
+bool ReadLengthPrefixedText(std::string& text, std::uint32_t most, std::FILE* stream);
 // Failures show when the stream is synced or closed.
 void WriteLengthPrefixedText(const std::string& text, std::FILE* stream);
 

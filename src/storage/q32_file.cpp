@@ -65,8 +65,9 @@ CLinkedPtr<CImage> ReadQ32File(const char* path)
         const Q32FileHeader header = ReadHeader(stream, path);
         CLinkedPtr<CImage> image = ReadPixels(header, stream);
         image->m_imageId = header.imageId;
-        ReadLengthPrefixedText(image->m_headerText, stream);
-        ReadLengthPrefixedText(image->m_userId, stream);
+        for (std::string* const text : {&image->m_headerText, &image->m_userId}) {
+            RequireDone(ReadLengthPrefixedText(*text, Q32MaxTextBytes, stream), NotQ32Text, path);
+        }
         return image;
     });
 }
@@ -103,6 +104,8 @@ std::string WhyNotQ32(const CImage& image)
         {image.m_dataSize > Q32MaxPixelBytes, "its pixels take more than 512 MiB"},
         {image.m_widthDivisor == 0 || (image.m_widthDivisor != 1 && !image.RowsAreRows()),
          "its rows are divided"},
+        {image.m_headerText.size() > Q32MaxTextBytes, "its header text takes more than 16 MiB"},
+        {image.m_userId.size() > Q32MaxTextBytes, "its user id takes more than 16 MiB"},
         {image.m_headerText.find('\0') != std::string::npos, "its header text has a zero byte"},
         {image.m_userId.find('\0') != std::string::npos, "its user id has a zero byte"},
     };

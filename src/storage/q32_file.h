@@ -37,6 +37,7 @@ static_assert(sizeof(Q32FileHeader) == 44 && offsetof(Q32FileHeader, dataOffset)
 inline constexpr std::uint32_t Q32Magic = 0x01007157; // "Wq" 00 01 as a little-endian number
 // A pixel block larger than this is taken for a damaged header.
 inline constexpr std::uint64_t Q32MaxPixelBytes = std::uint64_t{512} << 20;
+inline constexpr std::uint32_t Q32MaxTextBytes = 16 << 20; // each of the two; a longer one likewise
 
 inline constexpr ModuleDesc Q32FileModule = {0x2B580EC7, "CImage Q32 import/export"};
 

@@ -371,8 +371,12 @@ TEST_F(Box, ShowsAnyTextAndNothingElse)
             EXPECT_EQ(seen, shown);
         }
         hand.WhenBox("L", IDOK);
-        ShowBox(megabyte, MB_OK, megabyte);
-        EXPECT_LT(hand.Boxes().back().caption.size(), 1000u);
+        ShowBox(megabyte, MB_OK, "first" + megabyte + "last");
+        const std::string& caption = hand.Boxes().back().caption;
+        EXPECT_LT(caption.size(), 1000u);
+        EXPECT_TRUE(caption.starts_with("firstL") && caption.ends_with("Llast"));
+        dialog.SetDlgItemText(Center, megabyte);
+        EXPECT_LT(hand.Text(Center).size(), 10'000u) << "a label is laid out as a whole";
         dialog.SetWindowText(title);
         EXPECT_TRUE(WaitForTitle(title, 500));
         EXPECT_EQ(dialog.GetWindowText(), title);

@@ -14,7 +14,8 @@
 
 enum TestId
 {
-    Go = 100,
+    Center = 99,
+    Go,
     Flag,
     First,
     Second,
@@ -33,7 +34,7 @@ inline constexpr ControlTemplate TestControls[] = {
     {Flag, ControlKind::CheckBox, "&Flag", {100, 4, 40, 10}},
     {First, ControlKind::RadioButton, "F&irst", {4, 24, 40, 10}, GroupStart},
     {Second, ControlKind::RadioButton, "S&econd", {50, 24, 40, 10}},
-    {0, ControlKind::Label, "Scale &center:", {4, 44, 50, 8}},
+    {Center, ControlKind::Label, "Scale &center:", {4, 44, 50, 8}},
     {Whole, ControlKind::Edit, "", {60, 42, 40, 12}},
     {0, ControlKind::Label, "Ga&mma:", {104, 44, 40, 8}},
     {Real, ControlKind::Edit, "", {150, 42, 40, 12}},

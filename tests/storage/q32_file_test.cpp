@@ -110,6 +110,7 @@ TEST(Q32File, MissingMemoryIsNoEmptyFile)
 TEST(Q32File, RefusesWhatIsNoImage)
 {
     constexpr std::uint32_t Most = 0xFFFFFFFF, Half = 1u << 15;
+    const std::string tooLong = std::string(4, '\xFF') + std::string(Q32MaxTextBytes + 1, 't');
     const std::string refused[] = {
         "",
         Header({Q32Magic, 44, {}, 1, 1, 2, 2, 12}).substr(0, 43),
@@ -119,6 +120,8 @@ TEST(Q32File, RefusesWhatIsNoImage)
         Header({Q32Magic, 44, {}, 1, 1, Most, Most, 32}),
         Header({Q32Magic, 44, {}, 1, 1, Half + 1, Half / 2, 8}), // 512 MiB is the most
         Header({Q32Magic, 44, {}, 1, 1, Half, Half, 12}),
+        Header({Q32Magic, 44, {}, 1, 1, 1, 1, 8}) + "p" + tooLong,
+        Header({Q32Magic, 44, {}, 1, 1, 1, 1, 8}) + "p" + std::string(4, '\0') + tooLong,
     };
     const TestFolder folder;
     const std::string path = folder / "a.q32";
@@ -126,6 +129,22 @@ TEST(Q32File, RefusesWhatIsNoImage)
         WriteBytes(path, bytes);
         EXPECT_EQ(FailureOf([&] { ReadQ32File(path.c_str()); }),
                   "File " + path + " is not q32 format");
+    }
+}
+
+TEST(Q32File, ATextOf16MiBIsReadBack)
+{
+    const TestFolder folder;
+    const std::string path = folder / "a.q32";
+    CImage image(1, 1, 8, 0, 1);
+    image.Fill(0);
+    image.m_headerText = image.m_userId = std::string(Q32MaxTextBytes, 't');
+    ASSERT_TRUE(WriteQ32File(path.c_str(), image));
+    EXPECT_TRUE(WhyNotQ32(image).empty() && ReadsBack(path, image));
+    for (std::string* const text : {&image.m_headerText, &image.m_userId}) {
+        *text += 't';
+        EXPECT_NE(WhyNotQ32(image).find("more than 16 MiB"), std::string::npos);
+        text->clear();
     }
 }
 

@@ -5,6 +5,7 @@
 #include "platform/qt/frame_control.h"
 #include "platform/qt/text.h"
 #include "platform/qt/window_table.h"
+#include "platform/shown_text.h"
 
 #include <QAbstractButton>
 #include <QButtonGroup>
@@ -32,7 +33,7 @@ void CWnd::SetWindowText(const std::string& text)
     } else if (auto* const edit = As<EditControl>(m_hWnd)) {
         edit->Write(FromBytes(text));
     } else if (auto* const label = As<QLabel>(m_hWnd)) {
-        label->setText(ShownText(text));
+        label->setText(ShownText(EndsOf(text)));
         // A name of its own takes the text's place for a screen reader, which then reads both.
         label->setAccessibleDescription(label->accessibleName().isEmpty() ? QString()
                                                                           : label->text());

@@ -36,7 +36,8 @@ QString WithoutMnemonic(const QString& text)
 // To the toolkit "[*]" is the mark of a changed document, and two in a row are the text.
 void SetTitle(QWidget& window, std::string_view bytes)
 {
-    QString title = QString::fromStdU16String(ShownAsTitle(FromBytes(bytes).toStdU16String()));
+    QString title =
+        QString::fromStdU16String(ShownAsTitle(FromBytes(EndsOf(bytes)).toStdU16String()));
     window.setWindowTitle(title.replace(ChangeMark, ChangeMark + ChangeMark));
 }
 

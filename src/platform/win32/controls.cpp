@@ -1,6 +1,7 @@
 // Operations on windows and controls by handle.
 #include "platform/controls.h"
 
+#include "platform/shown_text.h"
 #include "platform/win32/dialog_window.h"
 #include "platform/win32/text.h"
 
@@ -31,7 +32,7 @@ void CWnd::SetWindowText(const std::string& text)
     const bool isTitle = window != nullptr && win::GetAncestor(window, GA_ROOT) == window;
     const std::wstring shown = isTitle                        ? ShownTitle(text)
                                : IsOfClass(window, EditClass) ? Wide(text)
-                                                              : ShownText(text);
+                                                              : ShownText(EndsOf(text));
     // Writing what stands there already would flicker and, in a field, move the caret.
     if (Narrow(shown) != GetWindowText() || IsOfClass(window, EditClass)) {
         win::SetWindowTextW(window, shown.c_str());

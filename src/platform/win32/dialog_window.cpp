@@ -56,7 +56,7 @@ std::wstring ShownText(std::string_view text)
 
 std::wstring ShownTitle(std::string_view text)
 {
-    return Made(&ShownAsTitle, text);
+    return Made(&ShownAsTitle, EndsOf(text));
 }
 
 win::HFONT DialogFont()
