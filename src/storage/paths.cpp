@@ -142,11 +142,15 @@ std::string WithSingleSeparators(std::string_view path, PathStyle style)
 
 //   C:\a\b\file      \\server\share\a\b\file      a\b\file      /a/b/file
 //     ^pos                         ^pos            ^pos         ^pos: the folders end after it
+// Behind the prefix \\?\, too, where UNC\ stands before a server.
 bool CreateMissingFolders(const std::string& path, PathStyle style)
 {
     const char separator = Separator(style);
     const bool isShare = style == PathStyle::Backslash && path.starts_with("\\\\");
-    std::size_t pos = path.find(separator, isShare ? 2 : 0);
+    constexpr std::string_view SharePrefix = "\\\\?\\UNC\\";
+    std::size_t pos = path.find(separator, path.starts_with(SharePrefix) ? SharePrefix.size()
+                                           : isShare                     ? 2
+                                                                         : 0);
     if (isShare && pos != std::string::npos) {
         pos = path.find(separator, pos + 1);
     }

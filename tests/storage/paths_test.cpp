@@ -55,7 +55,8 @@ TEST(Paths, FoldersAreCreatedUpToTheLastSeparator)
     for (const char* path : {"/", "///"}) {
         EXPECT_TRUE(CreateFolderPath(path, S)) << path;
     }
-    for (const char* path : {"\\", "\\\\srv\\share\\", "\\\\srv\\share\\\\"}) {
+    for (const char* path : {"\\", "\\\\srv\\share\\", "\\\\srv\\share\\\\", "\\\\?\\C:\\",
+                             "\\\\?\\UNC\\srv\\share\\"}) {
         EXPECT_TRUE(CreateFolderPath(path, B)) << path;
     }
     for (const char* path : {"", "name", "a\\b"}) {

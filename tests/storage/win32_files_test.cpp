@@ -1,5 +1,6 @@
 // Files that Windows refuses or has in use.
 #include "image_folder.h"
+#include "storage/paths.h"
 
 namespace {
 
@@ -10,6 +11,19 @@ TEST(WindowsFiles, PathsThatCannotBeOpened)
     ExpectRefused(folder / std::string(1 << 20, 'a'), InvalidPathText);
     for (const std::string path : {"NUL", "con", "COM1", "\\\\.\\pipe\\none"}) {
         ExpectRefused(path, DeniedText);
+    }
+}
+
+TEST(WindowsFiles, FoldersAreMadeBehindThePrefixOfLongPaths)
+{
+    const TestFolder folder;
+    const std::string prefixed =
+        "\\\\?\\" + std::filesystem::absolute(folder / "").make_preferred().string();
+    EXPECT_TRUE(CreateFolderPath(prefixed + "a\\b\\"));
+    EXPECT_TRUE(CreateFolderPath(prefixed + "a\\b\\"));
+    EXPECT_TRUE(std::filesystem::is_directory(folder / "a\\b"));
+    for (const char* pattern : {"?\\", "*\\"}) {
+        EXPECT_FALSE(CreateFolderPath(prefixed + pattern)) << pattern;
     }
 }
 

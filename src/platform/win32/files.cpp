@@ -195,8 +195,10 @@ HANDLE FindFirstFileA(const char* path, WIN32_FIND_DATAA* found)
     while (wide.ends_with(L'\\') || wide.ends_with(L'/')) {
         wide.pop_back(); // a folder may be named so
     }
-    // The system would take these for a pattern.
-    if (wide.find_first_of(L"*?") != std::wstring::npos) {
+    // The system would take these for a pattern; the one in the prefix is none.
+    constexpr std::wstring_view LongPrefix = L"\\\\?\\";
+    const std::size_t begin = wide.starts_with(LongPrefix) ? LongPrefix.size() : 0;
+    if (wide.find_first_of(L"*?", begin) != std::wstring::npos) {
         win::SetLastError(ERROR_INVALID_NAME);
         return static_cast<HANDLE>(NoFile);
     }
