@@ -1,6 +1,7 @@
 // Samples a picture along a line.
 #include "measure/profile.h"
 
+#include <algorithm>
 #include <cmath>
 #include <optional>
 
@@ -26,7 +27,8 @@ std::vector<ProfilePoint> ProfileAlong(const GrayView& view, double x0, double y
                                        double y1, std::uint32_t width)
 {
     const double length = std::hypot(x1 - x0, y1 - y0);
-    const auto steps = static_cast<std::uint32_t>(std::lround(length));
+    const auto steps =
+        static_cast<std::uint32_t>(std::lround(std::min(MostProfilePoints - 1.0, length)));
     const double acrossX = length > 0 ? (y0 - y1) / length : 0;
     const double acrossY = length > 0 ? (x1 - x0) / length : 1;
     std::vector<ProfilePoint> profile;

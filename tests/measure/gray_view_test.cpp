@@ -1,6 +1,7 @@
 // How measures see a picture. The command's tests compare the measures themselves with numpy.
 #include "measure/difference.h"
 #include "measure/histogram.h"
+#include "measure/profile.h"
 
 #include <gtest/gtest.h>
 
@@ -25,6 +26,16 @@ TEST(GrayView, ShowsThePictureFromTheTopLeftAndCutsRegions)
     EXPECT_FALSE(ViewOf(CImage(2, 2, 8, 0, 2)));
     EXPECT_FALSE(ViewOf(CImage(2, 2, 17, 0, 1)));
     EXPECT_FALSE(ViewOf(CImage(0, 2, 8, 0, 1)));
+}
+
+TEST(Profile, OfALongLineHasItsEndsAndAMillionPoints)
+{
+    CImage image(3'000'000, 1, 8, 0, 1);
+    image.Fill(7);
+    const auto profile = ProfileAlong(*ViewOf(image), 0, 0, 2'999'999, 0, 1);
+    ASSERT_EQ(profile.size(), MostProfilePoints);
+    EXPECT_TRUE(profile.front().x == 0 && profile.back().x == 2'999'999);
+    EXPECT_TRUE(profile.back().samples == 1 && profile.back().mean == 7);
 }
 
 TEST(GrayView, OfNothingHasNoNumbers)
