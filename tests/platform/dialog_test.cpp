@@ -288,15 +288,42 @@ TEST_F(Dialog, PictureStandsRightSideUpAndClipped)
     });
 }
 
+constexpr ControlTemplate ResizableControls[] = {
+    {Picture, ControlKind::Frame, "", {4, 4, 60, 70}, GrowsAcross | GrowsDown},
+    {Flag, ControlKind::GroupBox, "Box", {70, 4, 60, 70}, MovesAcross},
+};
+constexpr DialogTemplate ResizableTemplate{
+    1, "Test", 140, 80, "MS Sans Serif", 8, ResizableControls, true, true};
+
+TEST_F(Dialog, AMinimizedWindowComesBackAsItWas)
+{
+    CDialog resizable(ResizableTemplate, nullptr);
+    const auto width = [&] {
+        hand.Serve(100);
+        RECT client;
+        resizable.GetClientRect(&client);
+        return client.right;
+    };
+    hand.Run(resizable, [&] {
+        for (const bool isMaximized : {false, true}) {
+            const int opened = width();
+            if (isMaximized) {
+                hand.Maximize();
+                EXPECT_GT(width(), opened);
+            }
+            const int before = width();
+            hand.Minimize();
+            EXPECT_TRUE(resizable.IsIconic());
+            hand.Minimize(false);
+            EXPECT_TRUE(hand.Wait([&] { return width() == before; })) << isMaximized;
+            EXPECT_FALSE(resizable.IsIconic());
+        }
+    });
+}
+
 TEST_F(Dialog, ControlsGoWithTheCornerOfTheWindow)
 {
-    static constexpr ControlTemplate Controls[] = {
-        {Picture, ControlKind::Frame, "", {4, 4, 60, 70}, GrowsAcross | GrowsDown},
-        {Flag, ControlKind::GroupBox, "Box", {70, 4, 60, 70}, MovesAcross},
-    };
-    static constexpr DialogTemplate Template{1, "Test",   140,  80,  "MS Sans Serif",
-                                             8, Controls, true, true};
-    CDialog resizable(Template, nullptr);
+    CDialog resizable(ResizableTemplate, nullptr);
     const auto place = [&](int id) { // its left edge in the window, its height
         RECT window, client;
         POINT corner{0, 0};

@@ -372,6 +372,11 @@ void WindowOperator::Resize(int wider, int higher)
     QCoreApplication::processEvents();
 }
 
+void WindowOperator::Maximize()
+{
+    m_desk->Window().showMaximized();
+}
+
 void WindowOperator::Invoke(int id)
 {
     InvokeAction(m_desk->Find<QAbstractButton>(id));

@@ -30,6 +30,7 @@ public:
     void PressLetter(char letter, bool withAlt = false);
     // Makes the window so much larger, as a drag of its lower right corner does.
     void Resize(int wider, int higher);
+    void Maximize();
     void Invoke(int id); // a button, by the first action that an accessibility tool is offered
     void Later(int milliseconds, std::function<void()> action);
 

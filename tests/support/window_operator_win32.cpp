@@ -433,6 +433,11 @@ void WindowOperator::Resize(int wider, int higher)
                       place.bottom - place.top + higher, SWP_NOMOVE | SWP_NOZORDER);
 }
 
+void WindowOperator::Maximize()
+{
+    win::ShowWindow(Native(Dialog().GetSafeHwnd()), SW_MAXIMIZE);
+}
+
 void WindowOperator::Invoke(int id)
 {
     win::SendMessageW(Desk::Find(id), BM_CLICK, 0, 0);

@@ -96,7 +96,8 @@ void CWnd::ShowWindow(int command)
     case SW_MINIMIZE:
         return widget->showMinimized();
     case SW_RESTORE:
-        widget->showNormal();
+        widget->setWindowState(widget->windowState() & ~Qt::WindowMinimized);
+        widget->show();
         return widget->activateWindow();
     }
 }
