@@ -98,6 +98,10 @@ bool SyncFolder(const std::string& folder)
 FileLock::FileLock(const std::string& path)
     : m_file(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666))
 {
+    // Of another user; the lock needs no right to write.
+    if (static_cast<int>(m_file) < 0 && errno == EACCES) {
+        m_file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    }
     const int file = static_cast<int>(m_file);
     if (file >= 0 && flock(file, LOCK_EX | LOCK_NB) == 0) {
         return;

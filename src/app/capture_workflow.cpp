@@ -112,8 +112,9 @@ void CTarnTestDlg::OnImageReady(std::uint32_t number)
     FinishImages();
 }
 
+// A failure is reported here: other images may wait.
 void CTarnTestDlg::ReceiveImage(std::uint32_t number)
-{
+try {
     const ScopedValue inHand(m_imagesInHand, m_imagesInHand + 1);
     const ScopeExit restorePicture([this] { ShowImageInQuestion(); });
     if (const CLinkedPtr<CImage> image = FetchImage(AnyUserId, number)) {
@@ -121,13 +122,15 @@ void CTarnTestDlg::ReceiveImage(std::uint32_t number)
         KeepOrRemove(image);
         m_imagesLeft.erase(number);
     }
+} catch (...) {
+    ReportCurrentException(m_hWnd);
 }
 
 // When no image is in hand any more: receives those that were left, then arms, once for all of
 // them. Earlier the preview would hide the picture of a question.
 void CTarnTestDlg::FinishImages()
 {
-    while (m_imagesInHand == 0 && !m_imagesLeft.empty() && !m_librariesClosed) {
+    while (m_imagesInHand == 0 && !m_imagesLeft.empty() && !IsSessionEnding()) {
         ReceiveImage(m_imagesLeft.extract(m_imagesLeft.begin()).value());
     }
     if (m_imagesInHand == 0 && std::exchange(m_armsAgain, false) && autoEnable != FALSE) {
@@ -304,7 +307,9 @@ void CTarnTestDlg::OfferStoredImages()
             continue;
         }
         fruitlessPasses = 0;
-        if (Ask(image, QuestionAboutStored(*image), MB_OKCANCEL) != IDOK) {
+        const int answer = Ask(image, QuestionAboutStored(*image), MB_OKCANCEL);
+        m_imagesLeft.erase(image->m_imageId);
+        if (answer != IDOK) {
             return;
         }
         TarnRemoveImage(AnyUserId, image->m_imageId);

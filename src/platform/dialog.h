@@ -130,6 +130,10 @@ private:
 // box opens.
 bool IsSessionEnding();
 
+// Tells the operator in a box of the exception being handled, which ended a handler of this dialog.
+// Throws nothing: without memory for a box the text goes to standard error.
+void ReportCurrentException(HWND dialog) noexcept;
+
 // The application object, one for the life of the process.
 class CWinApp : public CCmdTarget
 {

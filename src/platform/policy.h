@@ -53,16 +53,12 @@ private:
 // The parent of a modeless dialog that is open; null for any other.
 const CDialog* ParentOfModeless(const CDialog& dialog);
 
-// Tells the operator in a box of the exception being handled, which ended a handler of this dialog.
-// Throws nothing: without memory for a box the text goes to standard error.
-void ReportCurrentException(HWND dialog) noexcept;
-
 // While a box about a rejected field of the dialog is open, fields lose the focus for its sake and
 // do not tell their dialog.
 bool IsRejectionShown(HWND dialog);
 
-// What is typed or clicked earlier than so many milliseconds after a question got the keyboard, the
-// first time or again, was meant for what stood there before.
+// What is typed or clicked earlier than so many milliseconds after a question came, or came back
+// from under another box, and got the keyboard was meant for what stood there before.
 inline constexpr int DeafTime = 300;
 
 bool Handles(const CDialog& dialog, UINT message);

@@ -3,6 +3,7 @@
 #include "storage/q32_file.h"
 
 #include <algorithm>
+#include <csignal>
 #include <fstream>
 #include <optional>
 #include <stdexcept>
@@ -201,6 +202,27 @@ TEST_F(MainDialog, ImagesBeyondTheEighthQuestionAreAskedAboutAfterIt)
         EXPECT_EQ(library.images[0].number, Most + 1);
     });
     EXPECT_EQ(hand.Boxes().size(), Most + 2u);
+
+    // A session that ends meanwhile leaves them in the store.
+    library.images.clear();
+    Store(1);
+    Store(2);
+    library.calls.clear();
+    Window another;
+    hand.WhenEveryBox(Question, IDNO, [&] {
+        if (library.CallsOf({"TarnGetImage "}).size() < Most) {
+            another.Send(WM_TARN_EVENT, 1, EventImageReady);
+        } else {
+            another.Send(WM_TARN_EVENT, 2, EventImageReady);
+            std::raise(SIGTERM);
+            hand.Serve(50);
+        }
+    });
+    hand.Run(another, [&] {
+        another.KillTimer(StartUpTimer);
+        another.Send(WM_TARN_EVENT, 1, EventImageReady);
+    });
+    EXPECT_EQ(library.CallsOf({"TarnGetImage "}).size(), std::size_t{Most});
 }
 
 // Whatever is thrown through a handler, the program goes on as before it.

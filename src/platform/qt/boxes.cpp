@@ -27,6 +27,7 @@
 #include <QScreen>
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -102,7 +103,8 @@ private:
     bool TakesKey(const QKeyEvent& key);
     bool IsTooEarly() const;
 
-    QElapsedTimer m_reached; // since the box came to the operator, or came back
+    QElapsedTimer m_reached;    // since the box came to the operator, or came back
+    bool m_hadKeyboard = false; // since then
 };
 
 bool IsTypedText(const QKeyEvent& key);
@@ -205,8 +207,13 @@ bool BoxWindow::eventFilter(QObject* target, QEvent* event)
     switch (event->type()) {
     case QEvent::Show:
     case QEvent::WindowUnblocked: // what stood over it is gone
-    case QEvent::WindowActivate:
+        m_hadKeyboard = false;
         m_reached.start();
+        break;
+    case QEvent::WindowActivate:
+        if (!std::exchange(m_hadKeyboard, true)) {
+            m_reached.start();
+        }
         break;
     case QEvent::MouseButtonPress:
     case QEvent::MouseButtonDblClick:

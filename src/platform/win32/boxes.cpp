@@ -38,7 +38,8 @@ private:
                   const win::RECT& place, int id) const;
 
     UINT m_style;
-    std::uint64_t m_active = 0; // when it last got the keyboard, 0 before the first time
+    std::uint64_t m_active = 0; // when it got the keyboard, from another box again; 0 before
+    bool m_isBack = false;      // from under another box, and has not got the keyboard yet
 };
 
 // The system's dialog, whose own loop serves messages.
@@ -149,8 +150,11 @@ win::INT_PTR CALLBACK MessageBoxWindow::Procedure(win::HWND window, win::UINT me
     if (box == nullptr || box->m_loop == nullptr) {
         return FALSE;
     }
-    if (message == WM_ACTIVATE && wParam != WA_INACTIVE) {
+    const bool isEnabled = message == WM_ENABLE && wParam != FALSE;
+    const bool isActivated = message == WM_ACTIVATE && wParam != WA_INACTIVE;
+    if (isEnabled || (isActivated && (std::exchange(box->m_isBack, false) || box->m_active == 0))) {
         box->m_active = win::GetTickCount64();
+        box->m_isBack = isEnabled;
     }
     if (message == WM_CLOSE) {
         box->m_loop->Quit(IDCANCEL);
