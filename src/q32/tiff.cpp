@@ -1,9 +1,9 @@
 // TIFF files by libtiff: gray, uncompressed, the depth in SMaxSampleValue, the header text as
 // description.
+#include "image/pixels.h"
 #include "q32/bad_file.h"
 #include "q32/picture_format.h"
 
-#include <algorithm>
 #include <bit>
 #include <memory>
 #include <tiffio.h>
@@ -79,10 +79,9 @@ CLinkedPtr<CImage> ReadTiff(const char* path)
             throw BadFile("is cut short");
         }
         if (isMirrored && bits == 8) {
-            std::reverse(row, row + picture->m_width);
+            ReversePixels<1>(row, picture->m_width);
         } else if (isMirrored) {
-            auto* const samples = reinterpret_cast<std::uint16_t*>(row);
-            std::reverse(samples, samples + picture->m_width);
+            ReversePixels<2>(row, picture->m_width);
         }
     }
     char* description = nullptr;

@@ -293,7 +293,9 @@ TEST_F(Simulator, ReportsWrongLinesAndUnfreedObjects)
 TEST_F(Simulator, IsRefusedAStoreInUse)
 {
     EXPECT_EQ(Expose(), 1u);
+    WriteBytes(folder / "store/0000000002.tarn.tmp", "that the first is writing");
     EXPECT_THROW(tarn::ImageStore(folder / "store"), std::runtime_error);
+    EXPECT_TRUE(std::filesystem::exists(folder / "store/0000000002.tarn.tmp"));
     TarnClose();
     {
         const tarn::ImageStore other(folder / "store");

@@ -21,33 +21,6 @@ tarn::StoredImage ImageOf(std::uint32_t id)
     return {1, 1, 1, 8, id, 0, {9}, "", ""};
 }
 
-std::string FailureOfOpening(const std::string& path)
-{
-    try {
-        const tarn::ImageStore store(path);
-        return "";
-    } catch (const std::runtime_error& failure) {
-        return failure.what();
-    }
-}
-
-TEST(Store, BelongsToOneAtATime)
-{
-    const TestFolder folder;
-    {
-        tarn::ImageStore store(folder / "s");
-        store.Add(ImageOf(store.TakeId()));
-        WriteBytes(folder / "s/0000000002.tarn.tmp", "that the first is writing");
-        EXPECT_NE(FailureOfOpening(folder / "s").find("another program holds it"),
-                  std::string::npos);
-        EXPECT_TRUE(fs::exists(folder / "s/0000000002.tarn.tmp"));
-        EXPECT_EQ(FailureOfOpening(folder / "other"), "");
-    }
-    const tarn::ImageStore next(folder / "s");
-    EXPECT_EQ(next.Count(), 1u);
-    EXPECT_FALSE(fs::exists(folder / "s/0000000002.tarn.tmp"));
-}
-
 TEST(Store, LeavesForeignFilesAlone)
 {
     const TestFolder folder;
